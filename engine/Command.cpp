@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "engine/Command.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+constexpr int startLimit = 30000; // ms
+constexpr int finishLimit = 30000; // ms
+}
+
+bool CommandOutcome::succeeded() const
+{
+    return end == End::Exited && exitCode == 0;
+}
+
+CommandOutcome runCommand(const Command &command)
+{
+    QProcess process;
+    process.start(command.program, command.arguments, QIODevice::ReadOnly);
+    CommandOutcome outcome;
+    if (!process.waitForStarted(startLimit)) {
+        outcome.end = CommandOutcome::End::NotStarted;
+    } else if (!process.waitForFinished(finishLimit) || process.exitStatus() != QProcess::NormalExit) {
+        // a crash has no text of its own
+        outcome.end = CommandOutcome::End::NotFinished;
+    } else {
+        outcome.end = CommandOutcome::End::Exited;
+        outcome.exitCode = process.exitCode();
+        // by its length: what stands behind a NUL byte counts too
+        const QByteArray standardError = process.readAllStandardError();
+        outcome.standardError = QString::fromLocal8Bit(standardError.constData(), standardError.size());
+    }
+    outcome.error = process.error();
+    outcome.errorString = process.errorString();
+    return outcome;
+}
+
+QString commandFailureMessage(const CommandFailureTexts &texts,
+                              const Command &command,
+                              const CommandOutcome &outcome,
+                              const QString &error,
+                              const QString &standardError)
+{
+    const QString arguments = command.arguments.join(QLatin1Char(' '));
+    if (outcome.end == CommandOutcome::End::Exited) {
+        return QCoreApplication::translate(texts.context, texts.exitCode)
+            .arg(command.program, arguments, QString::number(outcome.exitCode), standardError);
+    }
+    const bool started = outcome.end == CommandOutcome::End::NotFinished;
+    return QCoreApplication::translate(texts.context, started ? texts.notFinished : texts.notStarted)
+        .arg(command.program, arguments, error);
+}

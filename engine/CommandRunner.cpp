@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "engine/CommandRunner.h"
+
+#include "engine/Command.h"
+#include "engine/ErrorText.h"
+
+namespace
+{
+constexpr CommandFailureTexts failureTexts = {
+    "QObject",
+    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
+    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
+    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Exit code: %3.\n\"%4\""),
+};
+}
+
+bool runProcess(const QString &program, const QStringList &arguments, QString *errorString)
+{
+    const Command command{program, arguments};
+    const CommandOutcome outcome = runCommand(command);
+    if (outcome.succeeded()) {
+        return true;
+    }
+    appendMessage(
+        errorString,
+        commandFailureMessage(failureTexts, command, outcome, outcome.errorString, outcome.standardError.trimmed()));
+    return false;
+}
+
+bool copyFile(const QString &source, const QString &destination, QString *errorString)
+{
+    const QStringList arguments{
+        QStringLiteral("--force"), QStringLiteral("--preserve=mode,ownership"), source, destination};
+    return runProcess(QStringLiteral("cp"), arguments, errorString);
+}

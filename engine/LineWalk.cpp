@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "engine/LineWalk.h"
+
+#include "engine/RegExpHandler.h"
+
+#include <QIODevice>
+
+namespace
+{
+constexpr char commentMark = '#';
+
+QByteArray textBeforeComment(const QByteArray &line)
+{
+    const int end = line.indexOf(commentMark);
+    return line.left(static_cast<int>(qstrnlen(line.constData(), static_cast<uint>(end == -1 ? line.size() : end))));
+}
+}
+
+void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisitor &visit)
+{
+    // one read of the whole: asking the device for line after line takes several times as long
+    const QByteArray content = device->readAll();
+    int begin = 0;
+    while (begin < content.size()) {
+        const int lineEnd = content.indexOf('\n', begin);
+        const int next = lineEnd == -1 ? content.size() : lineEnd + 1;
+        const QByteArray line = content.mid(begin, next - begin);
+        visit(line, handler.matches(textBeforeComment(line)));
+        begin = next;
+    }
+}
+
+QByteArray commentOf(const QByteArray &line)
+{
+    const int start = line.indexOf(commentMark);
+    return start == -1 ? QByteArray() : line.mid(start).trimmed();
+}
