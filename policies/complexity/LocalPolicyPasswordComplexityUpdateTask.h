@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "policies/pam/PamOptionRewriter.h"
+#include "tasks/ElementTask.h"
+
+#include <QCoreApplication>
+
+/**
+ * Writes the password complexity policy into the profiles "/usr/share/pam-configs/cracklib" and
+ * "/usr/share/pam-configs/pwquality", whichever exist, puts the profiles in force and corrects "minlen" in
+ * "/etc/pam.d/common-password".
+ *
+ * Arguments, in the units of LocalPolicyPasswordComplexityReadTask; an option whose argument is absent is removed:
+ * "gecoscheck", "enforce_for_root", "reject_username" (bool), "minlen", "lcredit", "ucredit", "dcredit", "ocredit"
+ * (int).
+ *
+ * Fails if there is no profile, if one can't be rewritten, if none so far names a module, or if pam-auth-update(8)
+ * fails; what was written until then stays.
+ */
+class LocalPolicyPasswordComplexityUpdateTask : public UpdateTask
+{
+    Q_DECLARE_TR_FUNCTIONS(LocalPolicyPasswordComplexityUpdateTask)
+
+public:
+    class LoginRewriterRegExpHandler : public PamOptionRewriter
+    {
+    public:
+        explicit LoginRewriterRegExpHandler(const QVariantMap *arguments);
+    };
+
+    LocalPolicyPasswordComplexityUpdateTask(void *context, QVariantMap *values);
+
+    void run() override;
+
+private:
+    void update();
+};

@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/expiration/ExpirationFiles.h"
+
+#include <QDate>
+
+namespace
+{
+/// Day 0 of the day counts, as in shadow(5).
+QDate epoch()
+{
+    return QDate(1970, 1, 1);
+}
+
+QString dateFormat()
+{
+    return QStringLiteral("yyyy-MM-dd");
+}
+
+QVariant readInt(const QString &text)
+{
+    return text.toInt();
+}
+
+QString writeInt(const QVariant &argument)
+{
+    return QString::number(argument.toInt());
+}
+
+QString writeLongLong(const QVariant &argument)
+{
+    return QString::number(argument.toLongLong());
+}
+
+QVariant readDate(const QString &text)
+{
+    const QDate date = QDate::fromString(text, dateFormat());
+    return date.isValid() ? QVariant(epoch().daysTo(date)) : QVariant();
+}
+
+/// No value is special: -1 is a day before day 0, and days outside the calendar have no text.
+QString writeDate(const QVariant &argument)
+{
+    return epoch().addDays(argument.toLongLong()).toString(dateFormat());
+}
+
+ExpirationSetting ageingSetting(const QString &name, const QString &key)
+{
+    return {name, key, readInt, writeInt, "\n"};
+}
+}
+
+const ExpirationFile &loginDefs()
+{
+    static const ExpirationFile file{
+        QStringLiteral("/etc/login.defs"),
+        QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"),
+        SearchHint({"PASS_"}, QStringLiteral(R"((?<!\s)\s*+(?:PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*+-?\d)")),
+        QStringLiteral(" "),
+        {
+            ageingSetting(QStringLiteral("PASS_MAX_DAYS"), QStringLiteral("maxInterval")),
+            ageingSetting(QStringLiteral("PASS_MIN_DAYS"), QStringLiteral("minInterval")),
+            ageingSetting(QStringLiteral("PASS_WARN_AGE"), QStringLiteral("warningInterval")),
+        },
+    };
+    return file;
+}
+
+const ExpirationFile &useraddDefaults()
+{
+    static const ExpirationFile file{
+        QStringLiteral("/etc/default/useradd"),
+        QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"),
+        SearchHint({"INACTIVE", "EXPIRE"}, QStringLiteral(R"((?<!\s)\s*+(?:INACTIVE|EXPIRE)\s*+=)")),
+        QStringLiteral("="),
+        {
+            {QStringLiteral("INACTIVE"), QStringLiteral("inactiveInterval"), readInt, writeLongLong, "\n"},
+            // added last, without a line end: the file then ends with the date
+            {QStringLiteral("EXPIRE"), QStringLiteral("expireDate"), readDate, writeDate, ""},
+        },
+    };
+    return file;
+}

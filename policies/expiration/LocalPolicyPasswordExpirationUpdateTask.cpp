@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+
+#include "engine/ErrorText.h"
+#include "engine/FileRewriting.h"
+#include "policies/expiration/ExpirationFiles.h"
+
+LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(
+    const QVariantMap *arguments)
+    : ExpirationRewriter(loginDefs(), arguments)
+{
+}
+
+LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler::UseraddRewriterRegExpHandler(
+    const QVariantMap *arguments)
+    : ExpirationRewriter(useraddDefaults(), arguments)
+{
+}
+
+LocalPolicyPasswordExpirationUpdateTask::LocalPolicyPasswordExpirationUpdateTask(void *context, QVariantMap *values)
+    : UpdateTask(context, values)
+{
+    result().setDescription(tr("Update default password expiration policy"));
+}
+
+void LocalPolicyPasswordExpirationUpdateTask::run()
+{
+    update();
+    finish();
+}
+
+void LocalPolicyPasswordExpirationUpdateTask::update()
+{
+    LoginRewriterRegExpHandler loginHandler(values());
+    UseraddRewriterRegExpHandler useraddHandler(values());
+    QString message;
+    if (!rewriteFile(loginDefs().path, &loginHandler, &message, true)
+        || !rewriteFile(useraddDefaults().path, &useraddHandler, &message, true)) {
+        result().fail(message);
+        return;
+    }
+    appendMessage(&message, tr("Default password expiration policy will be applied only for new user creation"));
+    result().succeed(message);
+}

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "policies/pam/PamOptionRewriter.h"
+#include "tasks/ElementTask.h"
+
+#include <QCoreApplication>
+
+/**
+ * Writes the account lockout policy into the profile "/usr/share/pam-configs/tally", puts the profiles in force and
+ * corrects "deny" in "/etc/pam.d/common-auth".
+ *
+ * Arguments, in the units of LocalPolicyLockoutReadTask; an option whose argument is absent is removed:
+ * "per_user", "magic_root", "no_reset" (bool), "deny", "lock_time", "unlock_time" (int).
+ *
+ * Fails if the profile can't be rewritten or doesn't name the module, or if pam-auth-update(8) fails; what was
+ * written until then stays.
+ */
+class LocalPolicyLockoutUpdateTask : public UpdateTask
+{
+    Q_DECLARE_TR_FUNCTIONS(LocalPolicyLockoutUpdateTask)
+
+public:
+    class LoginRewriterRegExpHandler : public PamOptionRewriter
+    {
+    public:
+        explicit LoginRewriterRegExpHandler(const QVariantMap *arguments);
+    };
+
+    LocalPolicyLockoutUpdateTask(void *context, QVariantMap *values);
+
+    void run() override;
+
+private:
+    void update();
+};
