@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tests/support/Files.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeContent(const QString &path, const QByteArray &content)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() || !file.flush()) {
+        qFatal("cannot write %s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
+
+void writeProgram(const QString &path, const QByteArray &script)
+{
+    QFile::remove(path);
+    writeContent(path, script);
+    QFile::setPermissions(path, QFile::Permissions(0x7755));
+}

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// All bytes of a file; a null array if it can't be read.
+QByteArray contentOf(const QString &path);
+
+/// Makes @p path a file of just these bytes, and the folders on the way to it. Ends the test program if it can't.
+void writeContent(const QString &path, const QByteArray &content);
+
+/// Makes @p path an executable file; the first line names its interpreter.
+void writeProgram(const QString &path, const QByteArray &script);

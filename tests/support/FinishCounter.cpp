@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tests/support/FinishCounter.h"
+
+#include "tasks/AbstractTask.h"
+
+namespace
+{
+int calls = 0;
+int lastState = -1;
+}
+
+int finishCalls()
+{
+    return calls;
+}
+
+void resetFinishCalls()
+{
+    calls = 0;
+    lastState = -1;
+}
+
+int stateAtLastFinish()
+{
+    return lastState;
+}
+
+// the name that the linker gives to the replacement of AbstractTask::finish()
+extern "C" void __wrap__ZN12AbstractTask6finishEv(AbstractTask *task); // NOLINT(bugprone-reserved-identifier)
+
+extern "C" void __wrap__ZN12AbstractTask6finishEv(AbstractTask *task)
+{
+    ++calls;
+    lastState = task->result().state();
+}

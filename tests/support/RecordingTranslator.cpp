@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tests/support/RecordingTranslator.h"
+
+#include <QCoreApplication>
+
+RecordingTranslator::RecordingTranslator()
+{
+    QCoreApplication::installTranslator(this);
+}
+
+RecordingTranslator::~RecordingTranslator()
+{
+    QCoreApplication::removeTranslator(this);
+}
+
+bool RecordingTranslator::isEmpty() const
+{
+    return false;
+}
+
+QString
+RecordingTranslator::translate(const char *context, const char *sourceText, const char *disambiguation, int n) const
+{
+    Q_UNUSED(disambiguation)
+    Q_UNUSED(n)
+    m_texts.append(TranslatedText(context, sourceText));
+    return QLatin1Char('[') + QString::fromUtf8(sourceText) + QLatin1Char(']');
+}
+
+QList<TranslatedText> RecordingTranslator::texts() const
+{
+    return m_texts;
+}
