@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+
+#include <functional>
+#include <utility>
+
+/// Milliseconds that one run of each of two pieces of work takes: medians of runs that take turns.
+using Medians = std::pair<double, double>;
+
+/// Runs @p ours and @p theirs in turn, @p rounds times, each after its preparation, which isn't measured.
+Medians measure(int rounds,
+                const std::function<void()> &ours,
+                const std::function<void()> &theirs,
+                const std::function<void()> &prepareOurs = {},
+                const std::function<void()> &prepareTheirs = {});
+
+/// Milliseconds of one piece of work: the median of @p rounds runs.
+double measure(int rounds, const std::function<void()> &work);
+
+/// Prints a heading and the names of the columns.
+void printHeading(const QString &heading);
+
+/// Prints a row with its ratio and the limit that this is to keep.
+void printRow(const QString &name, const Medians &medians, double limit);
+
+/// How many rows were above their limits so far.
+int rowsAboveLimit();
