@@ -108,13 +108,13 @@ template<typename Handler>
 void growWithLength(
     const QString &name, const QByteArray &head, const QByteArray &filling, const QByteArray &tail, const QString &path)
 {
-    constexpr int base = 100000;
+    constexpr int base = 500000;
     const auto line = [&](int length) {
         return head + filling.repeated(length / filling.size()) + tail + '\n';
     };
     write(path, line(base));
     const double baseTime = walk<Handler>(path);
-    for (const int factor : {2, 5, 10}) {
+    for (const int factor : {2, 4, 10}) {
         write(path, line(base * factor));
         printRow(QStringLiteral("%1, %2 bytes").arg(name).arg(base * factor),
                  {walk<Handler>(path), baseTime * factor},
@@ -136,12 +136,12 @@ int main(int argc, char *argv[])
     printHeading(QStringLiteral("The walk by the number of lines (other: the time for 100,000 lines, in proportion)"));
     growWithLines(path);
 
-    printHeading(QStringLiteral("The walk by the length of a line (other: the time for 100,000 bytes, in proportion)"));
+    printHeading(QStringLiteral("The walk by the length of a line (other: the time for 500,000 bytes, in proportion)"));
     growWithLength<Lockout>(QStringLiteral("without the module"), "auth ", "x", "", path);
     growWithLength<Lockout>(QStringLiteral("options of the module"), "auth required pam_tally.so", " deny=3", "", path);
     growWithLength<Lockout>(QStringLiteral("one long option"), "auth required pam_tally.so ", "x", "", path);
     growWithLength<Ageing>(QStringLiteral("blanks before a setting"), "x", " ", "PASS_MAX_DAYS 5", path);
-    growWithLength<Ageing>(QStringLiteral("blanks behind a setting without number"), "PASS_MAX_DAYS", " ", "x", path);
+    growWithLength<Ageing>(QStringLiteral("blanks behind a setting"), "PASS_MAX_DAYS", " ", "x", path);
     growWithLength<Ageing>(QStringLiteral("settings without number"), "", "PASS_MAX_DAYS ", "", path);
 
     return rowsAboveLimit() == 0 ? 0 : 1;
