@@ -1,3 +1,30 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+find_package(Qt5 5.15 REQUIRED COMPONENTS DBus)
+
+add_executable(buscaller endtoend/buscaller.cpp)
+target_link_libraries(buscaller PRIVATE helperid KF5::AuthCore)
+
+add_library(endtoendsupport STATIC
+    endtoend/Bus.cpp
+    endtoend/PamState.cpp
+)
+target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
+target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
+
+# Tests of the installed helper on a system bus of the sandbox's own.
+foreach(name IN ITEMS ActionsTest FaultsTest InstallationTest PamTest)
+    add_executable(${name} endtoend/${name}.cpp)
+    target_link_libraries(${name} PRIVATE endtoendsupport)
+    add_test(NAME endtoend/${name}
+             COMMAND ${SANDBOX} --install ${PROJECT_BINARY_DIR} --bus -- $<TARGET_FILE:${name}>)
+    set_tests_properties(endtoend/${name} PROPERTIES TIMEOUT 600)
+endforeach()
+
+# The same tests once more on a build for another vendor: every name must follow the prefix.
+if(VENDOR_PREFIX STREQUAL "org.accountpolicies")
+    add_test(NAME endtoend/OtherVendor
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/endtoend/other-vendor ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/other-vendor)
+    set_tests_properties(endtoend/OtherVendor PROPERTIES TIMEOUT 1200)
+endif()

@@ -1,3 +1,6 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+
+add_unit_test(scripts/SandboxTest)
+target_compile_definitions(SandboxTest PRIVATE SANDBOX="${SANDBOX}")

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tests/endtoend/Bus.h"
+
+#include "HelperId.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDataStream>
+#include <QTest>
+
+#include <csignal>
+
+BusReply callAs(int user, const QString &action, const QVariantMap &arguments)
+{
+    QByteArray request;
+    QDataStream requestStream(&request, QIODevice::WriteOnly);
+    requestStream << action << arguments;
+    const ProgramResult caller = runAs(user, QStringLiteral(BUSCALLER), {}, request);
+    BusReply reply;
+    if (caller.exitCode == 0) {
+        QDataStream answer(caller.standardOutput);
+        answer >> reply.error >> reply.errorText >> reply.data;
+    }
+    return reply;
+}
+
+qint64 helperProcess()
+{
+    const QDBusReply<uint> process = QDBusConnection::systemBus().interface()->servicePid(QLatin1String(helperId));
+    return process.isValid() ? process.value() : 0;
+}
+
+void endHelper()
+{
+    const qint64 process = helperProcess();
+    if (process != 0) {
+        kill(static_cast<pid_t>(process), SIGTERM);
+    }
+    QTRY_COMPARE(helperProcess(), 0);
+}
