@@ -27,5 +27,5 @@ QString parsePolicyArguments(const QStringList &words, QVariantMap *arguments)
         }
         arguments->insert(key, value);
     }
-    return QString();
+    return {};
 }

@@ -3,8 +3,10 @@
 
 #include "engine/RegExpHandler.h"
 
-RegExpHandler::RegExpHandler(const QString &pattern, const SearchHint &hint)
-    : m_regExp(pattern, Qt::CaseSensitive, QRegExp::RegExp), m_hint(hint)
+#include <utility>
+
+RegExpHandler::RegExpHandler(const QString &pattern, SearchHint hint)
+    : m_regExp(pattern, Qt::CaseSensitive, QRegExp::RegExp), m_hint(std::move(hint))
 {
 }
 

@@ -21,7 +21,7 @@ public:
      * @param pattern a QRegExp pattern of the default syntax, case-sensitive, searched anywhere in the text
      * @param hint    makes the search linear where the pattern alone would not be
      */
-    explicit RegExpHandler(const QString &pattern, const SearchHint &hint = SearchHint());
+    explicit RegExpHandler(const QString &pattern, SearchHint hint = SearchHint());
     virtual ~RegExpHandler();
 
     /**

@@ -9,6 +9,7 @@
 #include <QVariantMap>
 
 // KAuth finds a slot only if its return type is written without a namespace
+// clazy:excludeall=fully-qualified-moc-types
 using KAuth::ActionReply;
 
 /**

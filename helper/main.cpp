@@ -10,5 +10,6 @@ int main(int argc, char *argv[])
 {
     // lives until the process ends: KAuth keeps using it and has no moment at which to delete it
     auto *helper = new AccountPoliciesHelper;
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     return KAuth::HelperSupport::helperMain(argc, argv, helperId, helper);
 }

@@ -10,7 +10,7 @@ namespace
 /// Day 0 of the day counts, as in shadow(5).
 QDate epoch()
 {
-    return QDate(1970, 1, 1);
+    return {1970, 1, 1};
 }
 
 QString dateFormat()
