@@ -1,3 +1,5 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+add_unit_test(helper/ReplyBuilderTest LIBRARIES helperobject)
+add_unit_test(helper/AccountPoliciesHelperTest SANDBOX LIBRARIES helperobject)

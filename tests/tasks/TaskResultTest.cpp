@@ -10,15 +10,91 @@ class TaskResultTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void numbersItsStates();
     void startsEmptyAndNotStarted();
+    void keepsWhatIsSet();
+    void copiesAllMembers();
+    void survivesAssignmentToItself();
+    void failsWithReason();
+    void succeedsWithAndWithoutNotice();
 };
+
+namespace
+{
+TaskResult filled()
+{
+    TaskResult result;
+    result.setDescription(QStringLiteral("title"));
+    result.setState(TaskState::Failed);
+    result.setMessage(QStringLiteral("reason"));
+    return result;
+}
+
+QStringList members(const TaskResult &result)
+{
+    return {result.description(), QString::number(result.state()), result.message()};
+}
+
+const QStringList filledMembers{QStringLiteral("title"), QStringLiteral("1"), QStringLiteral("reason")};
+}
+
+void TaskResultTest::numbersItsStates()
+{
+    QCOMPARE(TaskState::NotStarted, 0);
+    QCOMPARE(TaskState::Failed, 1);
+    QCOMPARE(TaskState::Succeeded, 2);
+    QCOMPARE(TaskState::SucceededWithNotice, 3);
+}
 
 void TaskResultTest::startsEmptyAndNotStarted()
 {
-    const TaskResult result;
-    QCOMPARE(result.description(), QString());
-    QCOMPARE(result.state(), 0);
-    QCOMPARE(result.message(), QString());
+    QCOMPARE(members(TaskResult()), QStringList({QString(), QStringLiteral("0"), QString()}));
+}
+
+void TaskResultTest::keepsWhatIsSet()
+{
+    QCOMPARE(members(filled()), filledMembers);
+}
+
+void TaskResultTest::copiesAllMembers()
+{
+    const TaskResult original = filled();
+    const TaskResult copy(original);
+    TaskResult assigned;
+    assigned = original;
+
+    QCOMPARE(members(copy), filledMembers);
+    QCOMPARE(members(assigned), filledMembers);
+    assigned.setMessage(QStringLiteral("other"));
+    QCOMPARE(members(original), filledMembers);
+}
+
+void TaskResultTest::survivesAssignmentToItself()
+{
+    TaskResult result = filled();
+    const TaskResult &same = result;
+    result = same;
+
+    QCOMPARE(members(result), filledMembers);
+}
+
+void TaskResultTest::failsWithReason()
+{
+    TaskResult result;
+    result.setDescription(QStringLiteral("title"));
+    result.fail(QStringLiteral("why"));
+
+    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("1"), QStringLiteral("why")}));
+}
+
+void TaskResultTest::succeedsWithAndWithoutNotice()
+{
+    TaskResult result = filled();
+    result.succeed(QStringLiteral("notice"));
+    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("3"), QStringLiteral("notice")}));
+
+    result.succeed(QString());
+    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("2"), QString()}));
 }
 
 QTEST_GUILESS_MAIN(TaskResultTest)

@@ -2,3 +2,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
 add_unit_test(tasks/TaskResultTest LIBRARIES tasks)
+add_unit_test(tasks/AbstractTaskTest LIBRARIES tasks)
+add_unit_test(tasks/ElementTaskTest LIBRARIES tasks)

@@ -1,0 +1,180 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tasks/AbstractTask.h"
+
+#include "tests/support/WatchedMap.h"
+
+#include <QTest>
+
+#include <type_traits>
+
+namespace
+{
+class PlainTask : public AbstractTask
+{
+public:
+    using AbstractTask::AbstractTask;
+
+    void cancel() override
+    {
+    }
+
+    void setFlags(quint64 flags)
+    {
+        m_flags = flags;
+    }
+};
+}
+
+class AbstractTaskTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isAnAbstractRoot();
+    void startsUntouched();
+    void hasNoMapWhereNoneIsGiven();
+    void givesOutTheMapThatItOwns();
+    void freesItsMapWithItself();
+    void freesFormerMapOnce();
+    void takesMapWhereItHadNone();
+    void givesUpItsMapForNone();
+    void runsAndFinishesWithoutEffect();
+    void changesItsResultInPlace();
+    void cancelsOnlyWhereThatIsAllowed_data();
+    void cancelsOnlyWhereThatIsAllowed();
+};
+
+void AbstractTaskTest::isAnAbstractRoot()
+{
+    QVERIFY(std::is_abstract<AbstractTask>::value);
+    QVERIFY(std::has_virtual_destructor<AbstractTask>::value);
+    QVERIFY(!std::is_copy_constructible<AbstractTask>::value);
+    QVERIFY(!std::is_copy_assignable<PlainTask>::value);
+}
+
+void AbstractTaskTest::startsUntouched()
+{
+    PlainTask task(new QVariantMap);
+
+    QCOMPARE(task.flags(), quint64(0));
+    QCOMPARE(task.isCancelRequested(), false);
+    QCOMPARE(task.result().state(), 0);
+    QCOMPARE(task.result().description(), QString());
+    QCOMPARE(task.result().message(), QString());
+}
+
+void AbstractTaskTest::hasNoMapWhereNoneIsGiven()
+{
+    const PlainTask task(nullptr);
+
+    QCOMPARE(task.values(), nullptr);
+}
+
+void AbstractTaskTest::givesOutTheMapThatItOwns()
+{
+    auto *map = new QVariantMap{{QStringLiteral("key"), 1}};
+    const PlainTask task(map);
+
+    QCOMPARE(task.values(), map);
+    QCOMPARE(*task.values(), QVariantMap({{QStringLiteral("key"), 1}}));
+}
+
+void AbstractTaskTest::freesItsMapWithItself()
+{
+    std::weak_ptr<int> life;
+    {
+        const std::unique_ptr<AbstractTask> task = std::make_unique<PlainTask>(newWatchedMap(&life));
+        QVERIFY(!life.expired());
+    }
+    QVERIFY(life.expired());
+}
+
+void AbstractTaskTest::freesFormerMapOnce()
+{
+    std::weak_ptr<int> former;
+    std::weak_ptr<int> latter;
+    {
+        PlainTask task(newWatchedMap(&former));
+        QVariantMap *map = newWatchedMap(&latter);
+        task.setValues(map);
+        QVERIFY(former.expired());
+        QVERIFY(!latter.expired());
+        QCOMPARE(task.values(), map);
+    }
+    QVERIFY(latter.expired());
+}
+
+void AbstractTaskTest::takesMapWhereItHadNone()
+{
+    std::weak_ptr<int> life;
+    {
+        PlainTask task(nullptr);
+        task.setValues(newWatchedMap(&life));
+        QVERIFY(!life.expired());
+        QVERIFY(task.values());
+    }
+    QVERIFY(life.expired());
+}
+
+void AbstractTaskTest::givesUpItsMapForNone()
+{
+    std::weak_ptr<int> life;
+    PlainTask task(newWatchedMap(&life));
+    task.setValues(nullptr);
+
+    QVERIFY(life.expired());
+    QCOMPARE(task.values(), nullptr);
+}
+
+void AbstractTaskTest::runsAndFinishesWithoutEffect()
+{
+    PlainTask task(new QVariantMap{{QStringLiteral("key"), 1}});
+    task.run();
+    task.finish();
+    task.cancel();
+
+    QCOMPARE(task.result().state(), 0);
+    QCOMPARE(task.result().message(), QString());
+    QCOMPARE(*task.values(), QVariantMap({{QStringLiteral("key"), 1}}));
+    QCOMPARE(task.isCancelRequested(), false);
+}
+
+void AbstractTaskTest::changesItsResultInPlace()
+{
+    PlainTask task(nullptr);
+    task.result().setState(TaskState::Succeeded);
+    task.result().setMessage(QStringLiteral("text"));
+
+    QCOMPARE(task.result().state(), 2);
+    QCOMPARE(task.result().message(), QStringLiteral("text"));
+}
+
+void AbstractTaskTest::cancelsOnlyWhereThatIsAllowed_data()
+{
+    QTest::addColumn<quint64>("flags");
+    QTest::addColumn<bool>("allowed");
+
+    QTest::newRow("no flag") << quint64(0) << false;
+    QTest::newRow("cancellable") << quint64(1) << true;
+    QTest::newRow("other flags only") << ~quint64(1) << false;
+    QTest::newRow("all flags") << ~quint64(0) << true;
+}
+
+void AbstractTaskTest::cancelsOnlyWhereThatIsAllowed()
+{
+    QFETCH(quint64, flags);
+    QFETCH(bool, allowed);
+    PlainTask task(nullptr);
+    task.setFlags(flags);
+
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(task.requestCancel(), allowed);
+        QCOMPARE(task.isCancelRequested(), allowed);
+        QCOMPARE(task.flags(), flags);
+    }
+}
+
+QTEST_GUILESS_MAIN(AbstractTaskTest)
+#include "AbstractTaskTest.moc"

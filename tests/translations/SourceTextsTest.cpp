@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// The texts that translators see: what lupdate(1) finds in the sources is just what the system says.
+
+#include "tests/support/Program.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QXmlStreamReader>
+
+namespace
+{
+/// Each "context: source text", sorted.
+QStringList textsIn(const QString &tsFile)
+{
+    QFile file(tsFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {QStringLiteral("cannot read %1").arg(tsFile)};
+    }
+    QXmlStreamReader xml(&file);
+    QStringList texts;
+    QString context;
+    while (xml.readNext() != QXmlStreamReader::EndDocument && !xml.hasError()) {
+        if (!xml.isStartElement()) {
+            continue;
+        }
+        if (xml.name() == QLatin1String("name")) {
+            context = xml.readElementText();
+        } else if (xml.name() == QLatin1String("source")) {
+            texts += QStringLiteral("%1: %2").arg(context, xml.readElementText());
+        }
+    }
+    texts.sort();
+    return texts;
+}
+
+QStringList commandTexts(const QString &context)
+{
+    return {QStringLiteral("%1: Process: \"%2 %3\". Error: %4.\n\"Not started\"")
+                .arg(context, QStringLiteral("%1"), QStringLiteral("%2"), QStringLiteral("%3")),
+            QStringLiteral("%1: Process: \"%2 %3\". Error: %4.\n\"Not finished\"")
+                .arg(context, QStringLiteral("%1"), QStringLiteral("%2"), QStringLiteral("%3")),
+            context + QStringLiteral(": Process: \"%1 %2\". Exit code: %3.\n\"%4\"")};
+}
+
+QStringList expectedTexts()
+{
+    QStringList texts{
+        QStringLiteral("LocalPolicyLockoutReadTask: Read default lockout account policy"),
+        QStringLiteral("LocalPolicyLockoutReadTask: \"%1\" not contain \"pam_tally\""),
+        QStringLiteral("LocalPolicyLockoutUpdateTask: Update default lockout account policy"),
+        QStringLiteral("LocalPolicyLockoutUpdateTask: \"%1\" not contain \"pam_tally\""),
+        QStringLiteral("LocalPolicyPasswordComplexityReadTask: Read default password complexity policy"),
+        QStringLiteral("LocalPolicyPasswordComplexityReadTask: \"%1\" not contain \"pam_cracklib or pam_pwquality\""),
+        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: Update default password complexity policy"),
+        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_cracklib\""),
+        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_pwquality\""),
+        QStringLiteral(
+            "LocalPolicyPasswordComplexityUpdateTask: Both profiles of supported PAM modules do not exist (%1, %2)"),
+        QStringLiteral("LocalPolicyPasswordExpirationReadTask: Read default password expiration policy"),
+        QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Update default password expiration policy"),
+        QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Default password expiration policy will be applied "
+                       "only for new user creation"),
+        QStringLiteral("QObject: \"%1\" not exists"),
+        QStringLiteral("QObject: \"%1\" error %2\n%3"),
+    };
+    for (const char *context : {"LocalPolicyLockoutUpdateTask", "LocalPolicyPasswordComplexityUpdateTask", "QObject"}) {
+        texts += commandTexts(QString::fromLatin1(context));
+    }
+    texts.sort();
+    return texts;
+}
+}
+
+class SourceTextsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void areJustTheSystemsOwn();
+};
+
+void SourceTextsTest::areJustTheSystemsOwn()
+{
+    const QTemporaryDir folder;
+    const QString tsFile = folder.filePath(QStringLiteral("all.ts"));
+    QStringList arguments;
+    for (const char *part : {"tasks", "engine", "policies", "helper", "client", "tests", "bench"}) {
+        arguments += QStringLiteral(SOURCES "/") + QString::fromLatin1(part);
+    }
+    arguments += {QStringLiteral("-I"), QStringLiteral(SOURCES), QStringLiteral("-ts"), tsFile};
+
+    const ProgramResult lupdate = runAs(0, QStringLiteral("/usr/lib/qt5/bin/lupdate"), arguments);
+
+    QVERIFY2(lupdate.exitCode == 0, lupdate.standardError.constData());
+    QCOMPARE(textsIn(tsFile), expectedTexts());
+}
+
+QTEST_GUILESS_MAIN(SourceTextsTest)
+#include "SourceTextsTest.moc"

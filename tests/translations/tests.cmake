@@ -1,0 +1,5 @@
+# SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+add_unit_test(translations/SourceTextsTest)
+target_compile_definitions(SourceTextsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
