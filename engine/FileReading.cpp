@@ -12,7 +12,7 @@
 bool readFile(const QString &path, RegExpHandler *handler, QString *errorString)
 {
     QFile file(path);
-    if (!file.exists()) {
+    if (!QFile::exists(path)) {
         appendMessage(errorString, missingFileMessage(file));
         return false;
     }

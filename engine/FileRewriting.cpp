@@ -58,7 +58,7 @@ bool makeBackup(QFile *target, QString *errorString)
 bool rewriteFile(const QString &path, RegExpHandler *handler, QString *errorString, bool keepBackup)
 {
     QFile target(path);
-    if (!target.exists()) {
+    if (!QFile::exists(path)) {
         appendMessage(errorString, missingFileMessage(target));
         return false;
     }

@@ -5,10 +5,23 @@
 
 #include <algorithm>
 
+namespace
+{
+/**
+ * Gives "\s" and "\d" the meaning that they have for QRegExp: the white space and the decimal digits of Unicode's first
+ * plane. Any other meaning would start searches that find nothing, over and over.
+ */
+QString withClassesOfQRegExp(QString pattern)
+{
+    const QString space = QStringLiteral(
+        R"([\x{9}-\x{d}\x{20}\x{85}\x{a0}\x{1680}\x{2000}-\x{200a}\x{2028}\x{2029}\x{202f}\x{205f}\x{3000}])");
+    const QString digit = QStringLiteral(R"((?![\x{10000}-\x{10ffff}])\p{Nd})");
+    return pattern.replace(QLatin1String("\\s"), space).replace(QLatin1String("\\d"), digit);
+}
+}
+
 SearchHint::SearchHint(const QList<QByteArray> &words, const QString &start)
-    : m_words(words)
-    // QRegExp's classes know all of Unicode
-    , m_start(start, QRegularExpression::UseUnicodePropertiesOption)
+    : m_words(words), m_start(withClassesOfQRegExp(start))
 {
 }
 

@@ -21,7 +21,7 @@ public:
 
     /**
      * @param words ASCII texts of which every match contains at least one
-     * @param start a Perl-compatible pattern whose leftmost match begins where the leftmost match of the handler's
+     * @param start a Perl-compatible pattern, with "\\s" and "\\d" as QRegExp takes them, whose leftmost match begins where the leftmost match of the handler's
      *              pattern begins, and that is found nowhere if that pattern isn't; empty: the start of the line
      */
     explicit SearchHint(const QList<QByteArray> &words, const QString &start = QString());
