@@ -1,3 +1,21 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+add_library(pamtestsupport STATIC
+    policies/pam/PamCases.cpp
+    policies/pam/PamSystem.cpp
+    policies/pam/TaskRun.cpp
+)
+target_link_libraries(pamtestsupport PUBLIC tasks testsupport)
+add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies)
+add_unit_test(policies/pam/PamOptionRewriterTest LIBRARIES policies)
+add_unit_test(policies/pam/PamOptionTokensTest LIBRARIES policies)
+add_unit_test(policies/pam/PamStackCorrectionTest SANDBOX LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamPolicyUpdateTest SANDBOX LIBRARIES policies pamtestsupport)
+add_unit_test(policies/expiration/ExpirationFilesTest LIBRARIES policies)
+add_unit_test(policies/lockout/LocalPolicyLockoutReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/lockout/LocalPolicyLockoutUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/complexity/LocalPolicyPasswordComplexityReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/complexity/LocalPolicyPasswordComplexityUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/expiration/LocalPolicyPasswordExpirationReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/expiration/LocalPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)

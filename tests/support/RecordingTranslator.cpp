@@ -33,3 +33,14 @@ QList<TranslatedText> RecordingTranslator::texts() const
 {
     return m_texts;
 }
+
+QList<QByteArray> RecordingTranslator::contextsOf(const QByteArray &sourceText) const
+{
+    QList<QByteArray> contexts;
+    for (const TranslatedText &text : m_texts) {
+        if (text.second == sourceText) {
+            contexts += text.first;
+        }
+    }
+    return contexts;
+}

@@ -27,6 +27,8 @@ public:
 
     /// In the order of the look-ups.
     QList<TranslatedText> texts() const;
+    /// The contexts in which @p sourceText was looked up; for where Qt looks up texts of its own in between.
+    QList<QByteArray> contextsOf(const QByteArray &sourceText) const;
 
 private:
     mutable QList<TranslatedText> m_texts;
