@@ -47,7 +47,11 @@ struct CommandFailureTexts {
     const char *exitCode;
 };
 
-/// Runs the command to its end, with no input, the inherited environment and 30 seconds each to start and to finish.
+/**
+ * Runs the command to its end, for at most 30 seconds to start and 30 more to finish.
+ *
+ * It inherits environment and working directory; nothing is written to its input.
+ */
 CommandOutcome runCommand(const Command &command);
 
 /**
