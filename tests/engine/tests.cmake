@@ -1,3 +1,11 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+add_unit_test(engine/RegExpHandlerTest LIBRARIES engine)
+add_unit_test(engine/SearchHintTest LIBRARIES engine)
+add_unit_test(engine/LineWalkTest LIBRARIES engine)
+add_unit_test(engine/ErrorTextTest LIBRARIES engine)
+add_unit_test(engine/FileReadingTest LIBRARIES engine)
+add_unit_test(engine/FileRewritingTest SANDBOX LIBRARIES engine)
+add_unit_test(engine/CommandRunnerTest SANDBOX LIBRARIES engine)
+add_unit_test(engine/CommandTest LIBRARIES engine)
