@@ -14,7 +14,7 @@ target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 # Tests of the installed helper on a system bus of the sandbox's own.
-foreach(name IN ITEMS ActionsTest FaultsTest InstallationTest PamTest)
+foreach(name IN ITEMS ActionsTest ClientTest FaultsTest InstallationTest PamTest)
     add_executable(${name} endtoend/${name}.cpp)
     target_link_libraries(${name} PRIVATE endtoendsupport)
     add_test(NAME endtoend/${name}
