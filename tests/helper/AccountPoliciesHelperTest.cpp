@@ -6,6 +6,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TypedMap.h"
+#include "tests/support/WatchedMap.h"
 
 #include <QFile>
 #include <QMetaMethod>
@@ -73,10 +74,19 @@ private Q_SLOTS:
     void runsTheTaskOfTheSlot();
     void ignoresArgumentsOfReads();
     void answersFailureAsSuccessWithErrorData();
+    void reportsFailureOfTheTaskOfTheSlot_data();
+    void reportsFailureOfTheTaskOfTheSlot();
+    void succeedsAfterFailure();
+    void keepsTextsAmongArgumentsOfSuccess();
     void dropsErrorArgumentAndNoticeOfSuccess();
     void leavesNoTraceOfOneActionInTheNext();
     void leavesArgumentsOfTheCallerAlone();
+    void freesArgumentsWithTheTask_data();
+    void freesArgumentsWithTheTask();
     void invokesByIndex();
+    void tellsHowFarIdsAreBelowTheEnd_data();
+    void tellsHowFarIdsAreBelowTheEnd();
+    void leavesIdsOfItsBaseAsTheBaseReturnsThem();
     void invokesWithoutPlaceForTheReply();
     void knowsNoTypesOfArguments();
     void invokesNothingBeyondItsSlots_data();
@@ -114,6 +124,9 @@ void AccountPoliciesHelperTest::hasNothingButItsSlots()
     QCOMPARE(meta->propertyCount() - meta->propertyOffset(), 0);
     QCOMPARE(meta->enumeratorCount() - meta->enumeratorOffset(), 0);
     QCOMPARE(meta->constructorCount(), 0);
+    QCOMPARE(meta->classInfoCount(), 0);
+    // no data of its own either: nothing can survive between two actions
+    QCOMPARE(sizeof(AccountPoliciesHelper), sizeof(QObject));
 }
 
 void AccountPoliciesHelperTest::declaresSlotsInOrder_data()
@@ -134,6 +147,7 @@ void AccountPoliciesHelperTest::declaresSlotsInOrder()
     QCOMPARE(method.access(), QMetaMethod::Public);
     QCOMPARE(QByteArray(method.typeName()), QByteArray("ActionReply"));
     QCOMPARE(method.parameterNames(), QList<QByteArray>{"args"});
+    QCOMPARE(method.parameterTypes(), QList<QByteArray>{"QVariantMap"});
 }
 
 void AccountPoliciesHelperTest::castsByName()
@@ -225,6 +239,86 @@ void AccountPoliciesHelperTest::answersFailureAsSuccessWithErrorData()
                           QStringLiteral("message: QString \"/usr/share/pam-configs/tally\" not exists")}));
 }
 
+void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QStringList>("values");
+    QTest::addColumn<QString>("description");
+    QTest::addColumn<QString>("message");
+
+    const QStringList echo{QStringLiteral("x: int 1")};
+    QTest::newRow("read lockout") << slotNames.at(0)
+                                  << QStringList{QStringLiteral("magic_root: bool false"),
+                                                 QStringLiteral("no_reset: bool false"),
+                                                 QStringLiteral("per_user: bool false")}
+                                  << "Read default lockout account policy"
+                                  << "\"/etc/pam.d/common-auth\" not exists";
+    QTest::newRow("write lockout") << slotNames.at(1) << echo << "Update default lockout account policy"
+                                   << "\"/usr/share/pam-configs/tally\" not exists";
+    QTest::newRow("read complexity") << slotNames.at(2)
+                                     << QStringList{QStringLiteral("enforce_for_root: bool false"),
+                                                    QStringLiteral("gecoscheck: bool false"),
+                                                    QStringLiteral("reject_username: bool false")}
+                                     << "Read default password complexity policy"
+                                     << "\"/etc/pam.d/common-password\" not exists";
+    QTest::newRow("write complexity") << slotNames.at(3) << echo << "Update default password complexity policy"
+                                      << "Both profiles of supported PAM modules do not exist "
+                                         "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)";
+    QTest::newRow("read expiration") << slotNames.at(4) << QStringList() << "Read default password expiration policy"
+                                     << "\"/etc/login.defs\" not exists";
+    QTest::newRow("write expiration") << slotNames.at(5) << echo << "Update default password expiration policy"
+                                      << "\"/etc/login.defs\" not exists";
+}
+
+void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot()
+{
+    QFETCH(QString, slot);
+    QFETCH(QStringList, values);
+    QFETCH(QString, description);
+    QFETCH(QString, message);
+    for (const char *file :
+         {"/etc/pam.d/common-auth", "/etc/pam.d/common-password", "/etc/login.defs", tallyProfile, pwqualityProfile}) {
+        QVERIFY(QFile::remove(path(file)));
+    }
+
+    const ActionReply reply =
+        callByName(&m_helper, slot, {{QStringLiteral("x"), 1}, {QStringLiteral("error"), QStringLiteral("mine")}});
+
+    QStringList entries = values
+        + QStringList{QStringLiteral("error: bool true"),
+                      QLatin1String("description: QString ") + description,
+                      QLatin1String("message: QString ") + message};
+    entries.sort();
+    QCOMPARE(typedEntries(reply.data()), entries);
+    QCOMPARE(reply.type(), ActionReply::SuccessType);
+    QCOMPARE(reply.errorCode(), ActionReply::NoError);
+    QCOMPARE(reply.errorDescription(), QString());
+}
+
+void AccountPoliciesHelperTest::succeedsAfterFailure()
+{
+    const QString write = slotNames.at(1);
+    QVERIFY(QFile::remove(path(tallyProfile)));
+    QVERIFY(callByName(&m_helper, write, {{QStringLiteral("deny"), 4}}).data().contains(QStringLiteral("error")));
+    writeContent(path(tallyProfile), "required pam_tally.so\n");
+
+    QCOMPARE(dataOf(&m_helper, write, {{QStringLiteral("lock_time"), 3}}),
+             QStringList{QStringLiteral("lock_time: int 3")});
+    QCOMPARE(contentOf(path(tallyProfile)), QByteArray("required pam_tally.so lock_time=3\n"));
+}
+
+void AccountPoliciesHelperTest::keepsTextsAmongArgumentsOfSuccess()
+{
+    const QVariantMap args{{QStringLiteral("error"), 5},
+                           {QStringLiteral("description"), QStringLiteral("mine")},
+                           {QStringLiteral("message"), 7}};
+    const QStringList entries{QStringLiteral("description: QString mine"), QStringLiteral("message: int 7")};
+
+    for (const int write : {1, 3, 5}) {
+        QCOMPARE(dataOf(&m_helper, slotNames.at(write), args), entries);
+    }
+}
+
 void AccountPoliciesHelperTest::dropsErrorArgumentAndNoticeOfSuccess()
 {
     const QVariantMap args{{QStringLiteral("error"), true}, {QStringLiteral("minInterval"), 2}};
@@ -253,6 +347,65 @@ void AccountPoliciesHelperTest::leavesArgumentsOfTheCallerAlone()
     m_helper.writeaccountslockoutpolicy(args);
 
     QCOMPARE(typedEntries(args), QStringList({QStringLiteral("deny: int 2"), QStringLiteral("error: bool true")}));
+}
+
+void AccountPoliciesHelperTest::freesArgumentsWithTheTask_data()
+{
+    QTest::addColumn<QString>("slot");
+    for (const QString &slot : slotNames) {
+        QTest::newRow(qPrintable(slot)) << slot;
+    }
+}
+
+void AccountPoliciesHelperTest::freesArgumentsWithTheTask()
+{
+    QFETCH(QString, slot);
+    std::weak_ptr<int> life;
+    {
+        const std::unique_ptr<QVariantMap> args(newWatchedMap(&life));
+        const ActionReply reply = callByName(&m_helper, slot, *args);
+        QVERIFY(!life.expired());
+    }
+    QVERIFY(life.expired());
+}
+
+void AccountPoliciesHelperTest::tellsHowFarIdsAreBelowTheEnd_data()
+{
+    declaresSlotsInOrder_data();
+}
+
+void AccountPoliciesHelperTest::tellsHowFarIdsAreBelowTheEnd()
+{
+    QFETCH(int, index);
+    ActionReply reply;
+    QVariantMap args;
+    void *invocation[] = {&reply, &args};
+    int result = 0;
+    int argument = 0;
+    void *request[] = {&result, &argument};
+
+    QCOMPARE(metacall(&m_helper, QMetaObject::InvokeMetaMethod, index, invocation), index - slotCount);
+    QCOMPARE(metacall(&m_helper, QMetaObject::RegisterMethodArgumentMetaType, index, request), index - slotCount);
+}
+
+void AccountPoliciesHelperTest::leavesIdsOfItsBaseAsTheBaseReturnsThem()
+{
+    // asked for the types of its arguments, a method of the base does nothing
+    for (int id = 0; id < AccountPoliciesHelper::staticMetaObject.methodOffset(); ++id) {
+        int ofHelper = 99;
+        int ofBase = 99;
+        int argument = 9;
+        void *helperRequest[] = {&ofHelper, &argument};
+        void *baseRequest[] = {&ofBase, &argument};
+        const auto call = QMetaObject::RegisterMethodArgumentMetaType;
+        QObject base;
+
+        QCOMPARE(m_helper.qt_metacall(call, id, helperRequest), base.qt_metacall(call, id, baseRequest));
+        QCOMPARE(ofHelper, ofBase);
+    }
+    for (const int id : {-1, -6, -7}) {
+        QCOMPARE(m_helper.qt_metacall(QMetaObject::InvokeMetaMethod, id, nullptr), id);
+    }
 }
 
 void AccountPoliciesHelperTest::invokesByIndex()
@@ -315,7 +468,8 @@ void AccountPoliciesHelperTest::invokesNothingBeyondItsSlots()
 
     QCOMPARE(metacall(&m_helper, static_cast<QMetaObject::Call>(call), id, arguments), returned);
     QCOMPARE(m_helper.qt_metacall(static_cast<QMetaObject::Call>(call), -1, arguments), -1);
-    AccountPoliciesHelper::staticMetaObject.d.static_metacall(&m_helper, static_cast<QMetaObject::Call>(call), id, arguments);
+    AccountPoliciesHelper::staticMetaObject.d.static_metacall(
+        &m_helper, static_cast<QMetaObject::Call>(call), id, arguments);
 
     QCOMPARE(contentOf(path(tallyProfile)) + contentOf(path(pwqualityProfile))
                  + contentOf(QStringLiteral("/etc/login.defs")),

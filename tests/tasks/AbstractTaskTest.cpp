@@ -18,12 +18,46 @@ public:
 
     void cancel() override
     {
+        ++cancels;
     }
 
     void setFlags(quint64 flags)
     {
         m_flags = flags;
     }
+
+    int cancels = 0;
+};
+
+/// Notes which of its operations are reached through the base.
+class NotingTask : public AbstractTask
+{
+public:
+    explicit NotingTask(QStringList *reached) : AbstractTask(nullptr), m_reached(reached)
+    {
+    }
+    ~NotingTask() override
+    {
+        m_reached->append(QStringLiteral("destructor"));
+    }
+
+    void run() override
+    {
+        m_reached->append(QStringLiteral("run"));
+    }
+    void cancel() override
+    {
+        m_reached->append(QStringLiteral("cancel"));
+    }
+    void finish()
+    {
+        m_reached->append(QStringLiteral("finish"));
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(NotingTask)
+
+    QStringList *m_reached;
 };
 }
 
@@ -33,6 +67,7 @@ class AbstractTaskTest : public QObject
 
 private Q_SLOTS:
     void isAnAbstractRoot();
+    void leavesAllButFinishToDerivedTasks();
     void startsUntouched();
     void hasNoMapWhereNoneIsGiven();
     void givesOutTheMapThatItOwns();
@@ -40,10 +75,15 @@ private Q_SLOTS:
     void freesFormerMapOnce();
     void takesMapWhereItHadNone();
     void givesUpItsMapForNone();
+    void freesEachOfSeveralMapsJustOnce();
+    void freesTextsOfItsResult();
     void runsAndFinishesWithoutEffect();
+    void finishesWithoutEffectOnItsOutcome();
     void changesItsResultInPlace();
     void cancelsOnlyWhereThatIsAllowed_data();
     void cancelsOnlyWhereThatIsAllowed();
+    void notesRequestWithoutCancelling();
+    void staysRequestedWhenNoLongerCancellable();
 };
 
 void AbstractTaskTest::isAnAbstractRoot()
@@ -52,6 +92,18 @@ void AbstractTaskTest::isAnAbstractRoot()
     QVERIFY(std::has_virtual_destructor<AbstractTask>::value);
     QVERIFY(!std::is_copy_constructible<AbstractTask>::value);
     QVERIFY(!std::is_copy_assignable<PlainTask>::value);
+}
+
+void AbstractTaskTest::leavesAllButFinishToDerivedTasks()
+{
+    QStringList reached;
+    std::unique_ptr<AbstractTask> task = std::make_unique<NotingTask>(&reached);
+    task->run();
+    task->cancel();
+    task->finish();
+    task.reset();
+
+    QCOMPARE(reached, QStringList({QStringLiteral("run"), QStringLiteral("cancel"), QStringLiteral("destructor")}));
 }
 
 void AbstractTaskTest::startsUntouched()
@@ -128,6 +180,41 @@ void AbstractTaskTest::givesUpItsMapForNone()
     QCOMPARE(task.values(), nullptr);
 }
 
+void AbstractTaskTest::freesEachOfSeveralMapsJustOnce()
+{
+    // the maps share its content: a map freed too often would take that away, one never freed would keep it
+    const QVariantMap content{{QStringLiteral("key"), 1}};
+    {
+        PlainTask task(new QVariantMap(content));
+        for (int i = 0; i < 5; ++i) {
+            task.setValues(new QVariantMap(content));
+            QVERIFY(!content.isDetached());
+        }
+        task.setValues(nullptr);
+        QVERIFY(content.isDetached());
+        task.setValues(new QVariantMap(content));
+        QVERIFY(!content.isDetached());
+    }
+    QVERIFY(content.isDetached());
+    QCOMPARE(content, QVariantMap({{QStringLiteral("key"), 1}}));
+}
+
+void AbstractTaskTest::freesTextsOfItsResult()
+{
+    // on the heap: literals are never freed
+    const QString description(8, QLatin1Char('d'));
+    const QString message(8, QLatin1Char('m'));
+    {
+        PlainTask task(nullptr);
+        task.result().setDescription(description);
+        task.result().setMessage(message);
+        QVERIFY(!description.isDetached());
+        QVERIFY(!message.isDetached());
+    }
+    QVERIFY(description.isDetached());
+    QVERIFY(message.isDetached());
+}
+
 void AbstractTaskTest::runsAndFinishesWithoutEffect()
 {
     PlainTask task(new QVariantMap{{QStringLiteral("key"), 1}});
@@ -139,6 +226,26 @@ void AbstractTaskTest::runsAndFinishesWithoutEffect()
     QCOMPARE(task.result().message(), QString());
     QCOMPARE(*task.values(), QVariantMap({{QStringLiteral("key"), 1}}));
     QCOMPARE(task.isCancelRequested(), false);
+}
+
+void AbstractTaskTest::finishesWithoutEffectOnItsOutcome()
+{
+    PlainTask task(new QVariantMap{{QStringLiteral("key"), 1}});
+    const QVariantMap *map = task.values();
+    task.setFlags(AbstractTask::Cancellable);
+    task.result().setDescription(QStringLiteral("title"));
+    task.result().succeed(QStringLiteral("notice"));
+
+    task.finish();
+
+    QCOMPARE(task.result().description(), QStringLiteral("title"));
+    QCOMPARE(task.result().state(), 3);
+    QCOMPARE(task.result().message(), QStringLiteral("notice"));
+    QVERIFY(task.values() == map);
+    QCOMPARE(*map, QVariantMap({{QStringLiteral("key"), 1}}));
+    QCOMPARE(task.flags(), quint64(1));
+    QCOMPARE(task.isCancelRequested(), false);
+    QCOMPARE(task.cancels, 0);
 }
 
 void AbstractTaskTest::changesItsResultInPlace()
@@ -174,6 +281,29 @@ void AbstractTaskTest::cancelsOnlyWhereThatIsAllowed()
         QCOMPARE(task.isCancelRequested(), allowed);
         QCOMPARE(task.flags(), flags);
     }
+}
+
+void AbstractTaskTest::notesRequestWithoutCancelling()
+{
+    PlainTask task(nullptr);
+    task.setFlags(AbstractTask::Cancellable);
+
+    QVERIFY(task.requestCancel());
+
+    QCOMPARE(task.cancels, 0);
+    QCOMPARE(task.result().state(), 0);
+}
+
+void AbstractTaskTest::staysRequestedWhenNoLongerCancellable()
+{
+    PlainTask task(nullptr);
+    task.setFlags(AbstractTask::Cancellable);
+    QVERIFY(task.requestCancel());
+    task.setFlags(0);
+
+    QVERIFY(!task.requestCancel());
+
+    QVERIFY(task.isCancelRequested());
 }
 
 QTEST_GUILESS_MAIN(AbstractTaskTest)

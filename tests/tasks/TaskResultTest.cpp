@@ -13,6 +13,11 @@ private Q_SLOTS:
     void numbersItsStates();
     void startsEmptyAndNotStarted();
     void keepsWhatIsSet();
+    void setsStateAlone_data();
+    void setsStateAlone();
+    void setsTextsAlone();
+    void takesAnyNumberAsState();
+    void becomesEmptyByAssignment();
     void copiesAllMembers();
     void survivesAssignmentToItself();
     void failsWithReason();
@@ -54,6 +59,53 @@ void TaskResultTest::startsEmptyAndNotStarted()
 void TaskResultTest::keepsWhatIsSet()
 {
     QCOMPARE(members(filled()), filledMembers);
+}
+
+void TaskResultTest::setsStateAlone_data()
+{
+    QTest::addColumn<int>("state");
+
+    QTest::newRow("not started") << 0;
+    QTest::newRow("failed") << 1;
+    QTest::newRow("succeeded") << 2;
+    QTest::newRow("succeeded with a notice") << 3;
+}
+
+void TaskResultTest::setsStateAlone()
+{
+    QFETCH(int, state);
+    TaskResult result = filled();
+    result.setState(state);
+
+    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QString::number(state), QStringLiteral("reason")}));
+}
+
+void TaskResultTest::setsTextsAlone()
+{
+    TaskResult titled;
+    titled.setDescription(QStringLiteral("title"));
+    QCOMPARE(members(titled), QStringList({QStringLiteral("title"), QStringLiteral("0"), QString()}));
+
+    TaskResult speaking;
+    speaking.setMessage(QStringLiteral("reason"));
+    QCOMPARE(members(speaking), QStringList({QString(), QStringLiteral("0"), QStringLiteral("reason")}));
+}
+
+void TaskResultTest::takesAnyNumberAsState()
+{
+    // what a state means is up to those who read it
+    TaskResult result;
+    result.setState(-7);
+
+    QCOMPARE(result.state(), -7);
+}
+
+void TaskResultTest::becomesEmptyByAssignment()
+{
+    TaskResult result = filled();
+    result = TaskResult();
+
+    QCOMPARE(members(result), QStringList({QString(), QStringLiteral("0"), QString()}));
 }
 
 void TaskResultTest::copiesAllMembers()

@@ -26,10 +26,16 @@ QStringList textsIn(const QString &tsFile)
         if (!xml.isStartElement()) {
             continue;
         }
+        if (xml.attributes().hasAttribute(QLatin1String("numerus"))) {
+            texts += QStringLiteral("%1: a text with plural forms").arg(context);
+        }
         if (xml.name() == QLatin1String("name")) {
             context = xml.readElementText();
         } else if (xml.name() == QLatin1String("source")) {
             texts += QStringLiteral("%1: %2").arg(context, xml.readElementText());
+        } else if (xml.name() == QLatin1String("comment")) {
+            // part of the look-up too: a text with one has no translation without it
+            texts += QStringLiteral("%1: the comment %2").arg(context, xml.readElementText());
         }
     }
     texts.sort();
