@@ -471,7 +471,7 @@ void ActionsTest::takesEveryTypeUnderEveryKey()
     for (const char *action :
          {"writeaccountslockoutpolicy", "writepasswordcomplexitypolicy", "writepasswordexpirationpolicy"}) {
         const BusReply reply = callAs(root, QString::fromLatin1(action), arguments);
-        QCOMPARE(reply.error, 0);
+        QVERIFY2(reply.error == 0, qPrintable(reply.errorText));
         QCOMPARE(typedEntries(reply.data), typedEntries(arguments));
     }
     QCOMPARE(helperProcess(), process);

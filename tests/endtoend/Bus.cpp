@@ -19,6 +19,9 @@ BusReply callAs(int user, const QString &action, const QVariantMap &arguments)
     requestStream << action << arguments;
     const ProgramResult caller = runAs(user, QStringLiteral(BUSCALLER), {}, request);
     BusReply reply;
+    reply.errorText = QStringLiteral("the caller ended with %1: %2")
+                          .arg(caller.exitCode)
+                          .arg(QString::fromLocal8Bit(caller.standardError));
     if (caller.exitCode == 0) {
         QDataStream answer(caller.standardOutput);
         answer >> reply.error >> reply.errorText >> reply.data;

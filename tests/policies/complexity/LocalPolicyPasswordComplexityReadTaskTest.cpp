@@ -46,8 +46,7 @@ QStringList outcomeOfReading()
     return outcomeOfRun(&task);
 }
 
-const QString noModule =
-    QStringLiteral("\"/etc/pam.d/common-password\" not contain \"pam_cracklib or pam_pwquality\"");
+const QString noModule = QStringLiteral("\"/etc/pam.d/common-password\" not contain \"pam_cracklib or pam_pwquality\"");
 }
 
 class LocalPolicyPasswordComplexityReadTaskTest : public QObject
@@ -210,6 +209,7 @@ void LocalPolicyPasswordComplexityReadTaskTest::readsOptions_data()
         "password pam_pwquality.so" + QByteArray(" retry=3").repeated(130000) + " minlen=8\n",
         {{minlen, 8}});
     row("other line of a megabyte", QByteArray(1 << 20, 'x') + "\npassword pam_pwquality.so minlen=8\n", {{minlen, 8}});
+    row("a megabyte of blanks", "password pam_pwquality.so" + QByteArray(1 << 20, ' ') + "minlen=8\n", {{minlen, 8}});
     row("ten thousand lines",
         QByteArray("password pam_cracklib.so minlen=8\n").repeated(9999) + "password pam_pwquality.so minlen=4\n",
         {{minlen, 4}});
@@ -264,9 +264,8 @@ void LocalPolicyPasswordComplexityReadTaskTest::translatesMissingModule()
 void LocalPolicyPasswordComplexityReadTaskTest::failsWithoutFile()
 {
     const PamSystem system;
-    QCOMPARE(
-        outcomeOfReading(),
-        expectedOutcome(TaskState::Failed, QStringLiteral("\"/etc/pam.d/common-password\" not exists"), values()));
+    QCOMPARE(outcomeOfReading(),
+             expectedOutcome(TaskState::Failed, QStringLiteral("\"/etc/pam.d/common-password\" not exists"), values()));
 }
 
 void LocalPolicyPasswordComplexityReadTaskTest::failsOnFolder()
@@ -295,14 +294,11 @@ void LocalPolicyPasswordComplexityReadTaskTest::overwritesOnlyWhatItReads()
     const PamSystem system;
     writeContent(commonPassword(), "password pam_pwquality.so minlen=8\n");
     LocalPolicyPasswordComplexityReadTask task(nullptr);
-    task.setValues(new QVariantMap{{gecoscheck, true},
-                                   {minlen, QStringLiteral("many")},
-                                   {lcredit, 9},
-                                   {QStringLiteral("other"), 1.5}});
+    task.setValues(new QVariantMap{
+        {gecoscheck, true}, {minlen, QStringLiteral("many")}, {lcredit, 9}, {QStringLiteral("other"), 1.5}});
     QCOMPARE(outcomeOfRun(&task),
-             expectedOutcome(TaskState::Succeeded,
-                             QString(),
-                             values({{minlen, 8}, {lcredit, 9}, {QStringLiteral("other"), 1.5}})));
+             expectedOutcome(
+                 TaskState::Succeeded, QString(), values({{minlen, 8}, {lcredit, 9}, {QStringLiteral("other"), 1.5}})));
 }
 
 void LocalPolicyPasswordComplexityReadTaskTest::readsNoOtherFile()

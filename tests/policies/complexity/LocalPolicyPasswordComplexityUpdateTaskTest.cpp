@@ -303,7 +303,10 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::rebuildsProfileLine_data()
         "pam_pwquality.so retry=3",
         "pam_pwquality.so retry=3");
     row("names without value", none, "pam_pwquality.so minlen lcredit= ucredit=x dcredit=-", "pam_pwquality.so");
-    row("flags with values", none, "pam_pwquality.so gecoscheck=1 enforce_for_root= reject_username=x", "pam_pwquality.so");
+    row("flags with values",
+        none,
+        "pam_pwquality.so gecoscheck=1 enforce_for_root= reject_username=x",
+        "pam_pwquality.so");
     row("negative numbers", none, "pam_pwquality.so lcredit=-1 ocredit=--1", "pam_pwquality.so");
     row("number without equals sign stays", twelve, "pam_pwquality.so minlen8", "pam_pwquality.so minlen8 minlen=12");
     row("names inside longer ones stay",
@@ -328,7 +331,10 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::rebuildsProfileLine_data()
         "pam_pwquality.so a\xff",
         "pam_pwquality.so a\xef\xbf\xbd minlen=12");
     row("text beyond ASCII", twelve, "pam_pwquality.so na\xc3\xafve", "pam_pwquality.so na\xc3\xafve minlen=12");
-    row("options before the module stay", twelve, "minlen=3 pam_pwquality.so minlen=4", "minlen=3 pam_pwquality.so minlen=12");
+    row("options before the module stay",
+        twelve,
+        "minlen=3 pam_pwquality.so minlen=4",
+        "minlen=3 pam_pwquality.so minlen=12");
     row("two modules on one line: everything up to the last stays",
         twelve,
         "pam_pwquality.so minlen=1 pam_cracklib.so minlen=2 a",
@@ -382,8 +388,8 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::writesArgumentsOfEveryType()
     const QByteArray number = QByteArray::number(asInt);
     const QByteArray flags = asBool ? " gecoscheck enforce_for_root reject_username" : "";
     QCOMPARE(system.profiles(),
-             pwqualityOf(head + "requisite pam_pwquality.so retry=3" + flags + " minlen=" + number + " lcredit=" + number
-                         + " ucredit=" + number + " dcredit=" + number + " ocredit=" + number + '\n'));
+             pwqualityOf(head + "requisite pam_pwquality.so retry=3" + flags + " minlen=" + number + " lcredit="
+                         + number + " ucredit=" + number + " dcredit=" + number + " ocredit=" + number + '\n'));
     QCOMPARE(system.stacks(), stackOf("password pam_pwquality.so  a minlen=" + number + '\n'));
 }
 
@@ -426,18 +432,20 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::keepsRestOfProfile_data()
         << " \tName:  x \n\n  # note \nPassword:\r\n" + oldLine + "\r\n\t[default=die]\tpam_unix.so minlen=8 \n\t"
         << " \tName:  x \n\n  # note \nPassword:\r\n" + newLine + "\r\n\t[default=die]\tpam_unix.so minlen=8 \n\t";
     QTest::newRow("no line end behind another line") << oldLine + "end" << newLine + "end";
-    QTest::newRow("no line end behind the module's line") << QByteArray("a\npam_pwquality.so minlen=8")
-                                                          << QByteArray("a\npam_pwquality.so minlen=12\n");
+    QTest::newRow("no line end behind the module's line")
+        << QByteArray("a\npam_pwquality.so minlen=8") << QByteArray("a\npam_pwquality.so minlen=12\n");
     QTest::newRow("commented-out lines") << "#pam_cracklib.so minlen=1\n" + oldLine + " # pam_pwquality.so minlen=1\n"
                                          << "#pam_cracklib.so minlen=1\n" + newLine + " # pam_pwquality.so minlen=1\n";
     QTest::newRow("NUL bytes") << QByteArray("a\0b\n\0\n", 6) + oldLine + QByteArray("pam_pwquality.so a\0b\n", 21)
                                << QByteArray("a\0b\n\0\n", 6) + newLine + "pam_pwquality.so a minlen=12\n";
-    QTest::newRow("invalid text of other lines") << "\xff\xfe\n" + oldLine + "# \xc3\n" << "\xff\xfe\n" + newLine + "# \xc3\n";
-    QTest::newRow("lines under both headings")
-        << "Password:\n" + oldLine + "Password-Initial:\n" + oldLine << "Password:\n" + newLine + "Password-Initial:\n" + newLine;
-    QTest::newRow("lines of both modules") << oldLine + "\tpam_cracklib.so minlen=8\n" << newLine + "pam_cracklib.so minlen=12\n";
-    QTest::newRow("other line of a megabyte") << QByteArray(1 << 20, 'x') + '\n' + oldLine
-                                              << QByteArray(1 << 20, 'x') + '\n' + newLine;
+    QTest::newRow("invalid text of other lines") << "\xff\xfe\n" + oldLine + "# \xc3\n"
+                                                 << "\xff\xfe\n" + newLine + "# \xc3\n";
+    QTest::newRow("lines under both headings") << "Password:\n" + oldLine + "Password-Initial:\n" + oldLine
+                                               << "Password:\n" + newLine + "Password-Initial:\n" + newLine;
+    QTest::newRow("lines of both modules") << oldLine + "\tpam_cracklib.so minlen=8\n"
+                                           << newLine + "pam_cracklib.so minlen=12\n";
+    QTest::newRow("other line of a megabyte")
+        << QByteArray(1 << 20, 'x') + '\n' + oldLine << QByteArray(1 << 20, 'x') + '\n' + newLine;
     QTest::newRow("module's line of a megabyte")
         << "pam_pwquality.so" + QByteArray(" retry=3").repeated(130000) + " minlen=8\n"
         << "pam_pwquality.so" + QByteArray(" retry=3").repeated(130000) + " minlen=12\n";
@@ -482,7 +490,8 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::keepsInodeModeAndOwnerOfProfil
 void LocalPolicyPasswordComplexityUpdateTaskTest::acceptsWhatWasRead()
 {
     const PamSystem system;
-    const QByteArray line("password requisite pam_pwquality.so retry=3 gecoscheck reject_username minlen=8 dcredit=-1\n");
+    const QByteArray line(
+        "password requisite pam_pwquality.so retry=3 gecoscheck reject_username minlen=8 dcredit=-1\n");
     writeContent(pwquality(), line);
     writeContent(commonPassword(), line);
     LocalPolicyPasswordComplexityReadTask read(nullptr);
@@ -579,14 +588,13 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::failsOnFolder()
     const PamSystem system;
     writeFiles(QByteArray(), oldPwquality);
     QVERIFY(QDir().mkdir(cracklib()));
-    QCOMPARE(outcomeOfUpdate(minlenTwelve()),
-             failure(copyFailure(
-                 cracklib(),
-                 cracklib() + QStringLiteral(".tmp"),
-                 QStringLiteral("-r not specified; omitting directory '/usr/share/pam-configs/cracklib'"))));
     QCOMPARE(
-        system.profiles(),
-        FolderContent({{QStringLiteral("cracklib/"), QByteArray()}, {QStringLiteral("pwquality"), oldPwquality}}));
+        outcomeOfUpdate(minlenTwelve()),
+        failure(copyFailure(cracklib(),
+                            cracklib() + QStringLiteral(".tmp"),
+                            QStringLiteral("-r not specified; omitting directory '/usr/share/pam-configs/cracklib'"))));
+    QCOMPARE(system.profiles(),
+             FolderContent({{QStringLiteral("cracklib/"), QByteArray()}, {QStringLiteral("pwquality"), oldPwquality}}));
     QCOMPARE(system.stacks(), stackOf(oldStack));
     QCOMPARE(system.toolCalls(), QByteArray());
 }
@@ -603,8 +611,9 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::failsIfTemporaryFileCannotBeMa
                  cracklib(),
                  temporary,
                  QStringLiteral("cannot remove '/usr/share/pam-configs/cracklib.tmp': Device or resource busy"))));
-    QCOMPARE(system.profiles(),
-             FolderContent({{QStringLiteral("cracklib"), oldCracklib}, {QStringLiteral("cracklib.tmp"), "left over\n"}}));
+    QCOMPARE(
+        system.profiles(),
+        FolderContent({{QStringLiteral("cracklib"), oldCracklib}, {QStringLiteral("cracklib.tmp"), "left over\n"}}));
     QCOMPARE(system.stacks(), stackOf(oldStack));
     QCOMPARE(system.toolCalls(), QByteArray());
 }
@@ -885,6 +894,8 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::correctsStack_data()
         "pam_pwquality.so xminlen=8 minlen=8x minlength=8\n",
         "pam_pwquality.so xminlen=8 minlen=8x minlength=8\n");
     row("invalid text", twelve, "# \xff\npam_pwquality.so minlen=8\n", "# \xef\xbf\xbd\npam_pwquality.so  minlen=12\n");
+    QTest::newRow("NUL bytes") << twelve << QByteArray("a\0b\npam_pwquality.so \0 minlen=8 c\0d\n", 36)
+                               << QByteArray("a\0b\npam_pwquality.so \0  c\0d minlen=12\n", 38);
     row("invalid text in a right stack",
         twelve,
         "# \xff\npam_pwquality.so minlen=12\n",
@@ -1001,8 +1012,9 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::translatesOwnFaults_data()
     const QByteArray other("pam_unix.so\n");
     QTest::newRow("no profile") << none << none
                                 << QByteArray("Both profiles of supported PAM modules do not exist (%1, %2)")
-                                << QStringLiteral("[Both profiles of supported PAM modules do not exist "
-                                                  "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)]");
+                                << QStringLiteral(
+                                       "[Both profiles of supported PAM modules do not exist "
+                                       "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)]");
     QTest::newRow("no module in cracklib")
         << other << none << QByteArray("\"%1\" not contain \"pam_cracklib\"")
         << QStringLiteral("[\"/usr/share/pam-configs/cracklib\" not contain \"pam_cracklib\"]");
@@ -1064,8 +1076,9 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::translatesToolFaults()
 void LocalPolicyPasswordComplexityUpdateTaskTest::realToolPutsOptionsIntoStack()
 {
     QVERIFY(!QFile::exists(cracklib()));
-    QCOMPARE(linesWith("pam_pwquality", contentOf(pwquality())),
-             QList<QByteArray>({"\trequisite\t\t\tpam_pwquality.so retry=3", "\trequisite\t\t\tpam_pwquality.so retry=3"}));
+    QCOMPARE(
+        linesWith("pam_pwquality", contentOf(pwquality())),
+        QList<QByteArray>({"\trequisite\t\t\tpam_pwquality.so retry=3", "\trequisite\t\t\tpam_pwquality.so retry=3"}));
     const QVariantMap arguments{{minlen, 12}, {dcredit, -1}, {gecoscheck, true}};
     QCOMPARE(outcomeOfUpdate(arguments), success(arguments));
     QCOMPARE(linesWith("pam_pwquality", contentOf(pwquality())),
@@ -1077,8 +1090,8 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::realToolPutsOptionsIntoStack()
     // the tool merges what was edited by hand with the profile
     writeContent(commonPassword(), contentOf(commonPassword()).replace("minlen=12", "minlen=9"));
     QCOMPARE(outcomeOfUpdate(minlenTwelve()), success(minlenTwelve()));
-    const QList<QByteArray> lines = linesWith("pam_pwquality", contentOf(commonPassword()));
-    QCOMPARE(lines, QList<QByteArray>{"?"});
+    QCOMPARE(linesWith("pam_pwquality", contentOf(commonPassword())),
+             QList<QByteArray>{"password\trequisite\t\t\tpam_pwquality.so retry=3  minlen=12"});
 }
 
 QTEST_GUILESS_MAIN(LocalPolicyPasswordComplexityUpdateTaskTest)

@@ -183,7 +183,9 @@ void LocalPolicyLockoutReadTaskTest::readsOptions_data()
     row("number with letters behind", "auth required pam_tally.so deny=3x\n", deny(3));
     row("number with zeros in front", "auth required pam_tally.so deny=007\n", deny(7));
     row("greatest int", "auth required pam_tally.so unlock_time=2147483647\n", numbers({{unlockTime, 2147483647}}));
-    row("number too large for an int", "auth required pam_tally.so unlock_time=2147483648\n", numbers({{unlockTime, 0}}));
+    row("number too large for an int",
+        "auth required pam_tally.so unlock_time=2147483648\n",
+        numbers({{unlockTime, 0}}));
     row("two equals signs", "auth required pam_tally.so deny==5\n", deny(0));
     row("value without name", "auth required pam_tally.so =5 == =\n", none);
     row("name inside an option", "auth required pam_tally.so even_deny_root_account\n", deny(0));
@@ -195,7 +197,8 @@ void LocalPolicyLockoutReadTaskTest::readsOptions_data()
     row("names in capitals", "auth required pam_tally.so DENY=4 Per_User\n", none);
     row("options of others", "auth required pam_tally.so onerr=fail file=/var/log/faillog\n", none);
     row("options before the module", "deny=3 per_user pam_tally.so\n", none);
-    row("tabs and runs of blanks", "\tauth\t\tpam_tally.so \t deny=3\t\tper_user  \n",
+    row("tabs and runs of blanks",
+        "\tauth\t\tpam_tally.so \t deny=3\t\tper_user  \n",
         {{QStringLiteral("per_user"), true},
          {QStringLiteral("magic_root"), false},
          {QStringLiteral("no_reset"), false},
@@ -216,11 +219,10 @@ void LocalPolicyLockoutReadTaskTest::readsOptions_data()
     row("NUL byte ends a line's text",
         QByteArray("auth required pam_tally.so deny=3\0 deny=8\nauth required pam_tally.so lock_time=1\n", 81),
         numbers({{denyKey, 3}, {lockTime, 1}}));
-    row("NUL byte before the module",
-        QByteArray("a\0 pam_tally.so deny=3\nauth pam_tally.so\n", 41),
-        none);
+    row("NUL byte before the module", QByteArray("a\0 pam_tally.so deny=3\nauth pam_tally.so\n", 41), none);
     row("invalid text", "# \xff\n\xfe auth pam_tally.so \xc3 deny=3\n", deny(3));
-    row("module twice: options behind the first", "auth pam_tally.so deny=1 pam_tally.so lock_time=2\n",
+    row("module twice: options behind the first",
+        "auth pam_tally.so deny=1 pam_tally.so lock_time=2\n",
         numbers({{denyKey, 1}, {lockTime, 2}}));
     row("letters that touch the module", "auth pam_tally.sox deny=1\n", none);
     row("module in a path", "auth required /lib/security/pam_tally.so deny=3\n", deny(3));
@@ -228,6 +230,7 @@ void LocalPolicyLockoutReadTaskTest::readsOptions_data()
     row("control field in brackets", "auth [success=1 default=ignore] pam_tally.so deny=3\n", deny(3));
     row("line of a megabyte", "auth pam_tally.so" + QByteArray(" onerr=fail").repeated(100000) + " deny=3\n", deny(3));
     row("other line of a megabyte", QByteArray(1 << 20, 'x') + "\nauth pam_tally.so deny=3\n", deny(3));
+    row("a megabyte of blanks", "auth pam_tally.so" + QByteArray(1 << 20, ' ') + "deny=3\n", deny(3));
     row("ten thousand lines",
         QByteArray("auth pam_tally.so deny=3\n").repeated(9999) + "auth pam_tally.so deny=4\n",
         deny(4));
@@ -274,9 +277,8 @@ void LocalPolicyLockoutReadTaskTest::translatesMissingModule()
     LocalPolicyLockoutReadTask task(nullptr);
     const RecordingTranslator translator;
     QCOMPARE(outcomeOfRun(&task),
-             expectedOutcome(TaskState::Succeeded,
-                             QLatin1Char('[') + noModule + QLatin1Char(']'),
-                             flags(false, false, false)));
+             expectedOutcome(
+                 TaskState::Succeeded, QLatin1Char('[') + noModule + QLatin1Char(']'), flags(false, false, false)));
     QCOMPARE(translator.texts(), QList<TranslatedText>({{taskContext, "\"%1\" not contain \"pam_tally\""}}));
 }
 
@@ -322,12 +324,12 @@ void LocalPolicyLockoutReadTaskTest::overwritesOnlyWhatItReads()
                                    {QStringLiteral("deny"), QStringLiteral("many")},
                                    {QStringLiteral("lock_time"), 9},
                                    {QStringLiteral("other"), 1.5}});
-    QCOMPARE(outcomeOfRun(&task),
-             expectedOutcome(TaskState::Succeeded,
-                             QString(),
-                             numbers({{QStringLiteral("deny"), 3},
-                                      {QStringLiteral("lock_time"), 9},
-                                      {QStringLiteral("other"), 1.5}})));
+    QCOMPARE(
+        outcomeOfRun(&task),
+        expectedOutcome(
+            TaskState::Succeeded,
+            QString(),
+            numbers({{QStringLiteral("deny"), 3}, {QStringLiteral("lock_time"), 9}, {QStringLiteral("other"), 1.5}})));
 }
 
 void LocalPolicyLockoutReadTaskTest::readsThroughSymbolicLink()

@@ -245,7 +245,8 @@ void LocalPolicyLockoutUpdateTaskTest::rebuildsProfileLine_data()
     const auto row = [](const char *name, const QVariantMap &arguments, const char *line, const char *expected) {
         QTest::newRow(name) << arguments << QByteArray(line) << QByteArray(expected);
     };
-    const QVariantMap all{{deny, 5}, {lockTime, 10}, {unlockTime, 900}, {perUser, true}, {magicRoot, true}, {noReset, true}};
+    const QVariantMap all{
+        {deny, 5}, {lockTime, 10}, {unlockTime, 900}, {perUser, true}, {magicRoot, true}, {noReset, true}};
     const QVariantMap none;
 
     row("some options",
@@ -300,16 +301,33 @@ void LocalPolicyLockoutUpdateTaskTest::rebuildsProfileLine_data()
         {{deny, 5}},
         "required pam_tally.so deny=3   # deny=4  per_user  ",
         "required pam_tally.so deny=5\t# deny=4  per_user");
-    row("comment that touches an option", {{deny, 5}}, "required pam_tally.so deny=3#4", "required pam_tally.so deny=5\t#4");
-    row("comment with carriage return", {{deny, 5}}, "required pam_tally.so # a # b\r", "required pam_tally.so deny=5\t# a # b");
-    row("comment of invalid text", {{deny, 5}}, "required pam_tally.so # \xff\xc3", "required pam_tally.so deny=5\t# \xff\xc3");
+    row("comment that touches an option",
+        {{deny, 5}},
+        "required pam_tally.so deny=3#4",
+        "required pam_tally.so deny=5\t#4");
+    row("comment with carriage return",
+        {{deny, 5}},
+        "required pam_tally.so # a # b\r",
+        "required pam_tally.so deny=5\t# a # b");
+    row("comment of invalid text",
+        {{deny, 5}},
+        "required pam_tally.so # \xff\xc3",
+        "required pam_tally.so deny=5\t# \xff\xc3");
     row("empty comment", {{deny, 5}}, "required pam_tally.so #", "required pam_tally.so deny=5\t#");
     row("invalid text among the options is replaced",
         {{deny, 5}},
         "required pam_tally.so a\xff deny=3",
         "required pam_tally.so a\xef\xbf\xbd deny=5");
-    row("text beyond ASCII", {{deny, 5}}, "required pam_tally.so na\xc3\xafve", "required pam_tally.so na\xc3\xafve deny=5");
-    row("white space beyond ASCII", {{deny, 5}}, "pam_tally.so\xc2\xa0" "deny=3\xc2\xa0" "a", "pam_tally.so a deny=5");
+    row("text beyond ASCII",
+        {{deny, 5}},
+        "required pam_tally.so na\xc3\xafve",
+        "required pam_tally.so na\xc3\xafve deny=5");
+    row("white space beyond ASCII",
+        {{deny, 5}},
+        "pam_tally.so\xc2\xa0"
+        "deny=3\xc2\xa0"
+        "a",
+        "pam_tally.so a deny=5");
     row("options before the module stay", {{deny, 5}}, "deny=3 pam_tally.so deny=4", "deny=3 pam_tally.so deny=5");
     row("module twice: everything up to the last stays",
         {{deny, 5}},
@@ -363,8 +381,7 @@ void LocalPolicyLockoutUpdateTaskTest::writesArgumentsOfEveryType()
     QCOMPARE(system.profiles(),
              tallyOf(head + "required pam_tally.so onerr=fail" + flags + " deny=" + number + " lock_time=" + number
                      + " unlock_time=" + number + '\n'));
-    QCOMPARE(system.stacks(),
-             stackOf("auth required pam_tally.so  onerr=fail deny=" + number + '\n'));
+    QCOMPARE(system.stacks(), stackOf("auth required pam_tally.so  onerr=fail deny=" + number + '\n'));
 }
 
 void LocalPolicyLockoutUpdateTaskTest::writesEachArgumentAlone_data()
@@ -402,19 +419,21 @@ void LocalPolicyLockoutUpdateTaskTest::keepsRestOfProfile_data()
         << " \tName:  x \n\n  # note \nAuth:\r\n" + oldLine + "\r\n\t[default=die]\tpam_unix.so deny=3 \n\t"
         << " \tName:  x \n\n  # note \nAuth:\r\n" + newLine + "\r\n\t[default=die]\tpam_unix.so deny=3 \n\t";
     QTest::newRow("no line end behind another line") << oldLine + "end" << newLine + "end";
-    QTest::newRow("no line end behind the module's line") << QByteArray("a\npam_tally.so deny=3")
-                                                          << QByteArray("a\npam_tally.so deny=5\n");
+    QTest::newRow("no line end behind the module's line")
+        << QByteArray("a\npam_tally.so deny=3") << QByteArray("a\npam_tally.so deny=5\n");
     QTest::newRow("commented-out lines") << "#pam_tally.so deny=1\n" + oldLine + " # pam_tally.so deny=1\n"
                                          << "#pam_tally.so deny=1\n" + newLine + " # pam_tally.so deny=1\n";
-    QTest::newRow("NUL bytes of other lines") << QByteArray("a\0b\n\0\n", 6) + oldLine + QByteArray("\0 pam_tally.so\n", 15)
-                                              << QByteArray("a\0b\n\0\n", 6) + newLine + QByteArray("\0 pam_tally.so\n", 15);
-    QTest::newRow("NUL byte ends the module's line") << QByteArray("pam_tally.so a\0b c\nd\n", 21)
-                                                     << QByteArray("pam_tally.so a deny=5\nd\n");
-    QTest::newRow("invalid text of other lines") << "\xff\xfe\n" + oldLine + "# \xc3\n" << "\xff\xfe\n" + newLine + "# \xc3\n";
+    QTest::newRow("NUL bytes of other lines")
+        << QByteArray("a\0b\n\0\n", 6) + oldLine + QByteArray("\0 pam_tally.so\n", 15)
+        << QByteArray("a\0b\n\0\n", 6) + newLine + QByteArray("\0 pam_tally.so\n", 15);
+    QTest::newRow("NUL byte ends the module's line")
+        << QByteArray("pam_tally.so a\0b c\nd\n", 21) << QByteArray("pam_tally.so a deny=5\nd\n");
+    QTest::newRow("invalid text of other lines") << "\xff\xfe\n" + oldLine + "# \xc3\n"
+                                                 << "\xff\xfe\n" + newLine + "# \xc3\n";
     QTest::newRow("several lines of the module")
         << head + oldLine + "Auth-Initial:\n" + oldLine << head + newLine + "Auth-Initial:\n" + newLine;
-    QTest::newRow("other line of a megabyte") << QByteArray(1 << 20, 'x') + '\n' + oldLine
-                                              << QByteArray(1 << 20, 'x') + '\n' + newLine;
+    QTest::newRow("other line of a megabyte")
+        << QByteArray(1 << 20, 'x') + '\n' + oldLine << QByteArray(1 << 20, 'x') + '\n' + newLine;
     QTest::newRow("module's line of a megabyte")
         << "pam_tally.so" + QByteArray(" onerr=fail").repeated(100000) + " deny=3\n"
         << "pam_tally.so" + QByteArray(" onerr=fail").repeated(100000) + " deny=5\n";
@@ -564,9 +583,10 @@ void LocalPolicyLockoutUpdateTaskTest::failsOnReadOnlyProfile()
     writeProfileAndStack();
     const ScopedMount mounted = ScopedMount::readOnly(tally());
     QCOMPARE(outcomeOfUpdate(denyFive()),
-             failure(QStringLiteral("Process: \"cp --force --preserve=mode,ownership "
-                                    "/usr/share/pam-configs/tally.tmp /usr/share/pam-configs/tally\". Exit code: 1.\n"
-                                    "\"/usr/bin/cp: cannot remove '/usr/share/pam-configs/tally': Device or resource busy\"")));
+             failure(QStringLiteral(
+                 "Process: \"cp --force --preserve=mode,ownership "
+                 "/usr/share/pam-configs/tally.tmp /usr/share/pam-configs/tally\". Exit code: 1.\n"
+                 "\"/usr/bin/cp: cannot remove '/usr/share/pam-configs/tally': Device or resource busy\"")));
     QCOMPARE(system.profiles(), tallyAndTemporaryOf(oldProfile, newProfile));
     QCOMPARE(system.stacks(), stackOf(oldStack));
     QCOMPARE(system.toolCalls(), QByteArray());
@@ -613,8 +633,7 @@ void LocalPolicyLockoutUpdateTaskTest::replacesLeftoverTemporaryFile()
 void LocalPolicyLockoutUpdateTaskTest::reportsTemporaryFileThatStays()
 {
     const PamSystem system;
-    const QString notice =
-        QStringLiteral("\"/usr/share/pam-configs/tally.tmp\" error 9\nDevice or resource busy");
+    const QString notice = QStringLiteral("\"/usr/share/pam-configs/tally.tmp\" error 9\nDevice or resource busy");
     writeContent(temporary(), "left over\n");
     const ScopedMount mounted = ScopedMount::pinned(temporary());
 
@@ -671,7 +690,8 @@ void LocalPolicyLockoutUpdateTaskTest::stopsHangingTool()
 
     QVERIFY(timer.elapsed() >= 30000);
     QVERIFY(timer.elapsed() < 40000);
-    const QString process = QStringLiteral("/proc/") + QString::fromLatin1(contentOf(QStringLiteral("/run/tmp/hanging")).trimmed());
+    const QString process =
+        QStringLiteral("/proc/") + QString::fromLatin1(contentOf(QStringLiteral("/run/tmp/hanging")).trimmed());
     QVERIFY(process.size() > 6);
     QVERIFY(!QFile::exists(process));
     QCOMPARE(system.profiles(), tallyOf(newProfile));
@@ -689,8 +709,8 @@ void LocalPolicyLockoutUpdateTaskTest::keepsNoticesOfTool_data()
     QTest::newRow("blanks around") << QByteArray("printf ' warning \\n\\n' >&2\n") << QStringLiteral(" warning \n\n");
     QTest::newRow("placeholders") << QByteArray("printf '%s' '%1 %2' >&2\n") << QStringLiteral("%1 %2");
     QTest::newRow("standard output") << QByteArray("echo output\n") << QString();
-    QTest::newRow("more than a pipe holds") << QByteArray("head -c 200000 /dev/zero | tr '\\000' x >&2\n")
-                                            << QString(200000, QLatin1Char('x'));
+    QTest::newRow("more than a pipe holds")
+        << QByteArray("head -c 200000 /dev/zero | tr '\\000' x >&2\n") << QString(200000, QLatin1Char('x'));
 }
 
 void LocalPolicyLockoutUpdateTaskTest::keepsNoticesOfTool()
@@ -750,6 +770,8 @@ void LocalPolicyLockoutUpdateTaskTest::correctsStack_data()
         "auth pam_tally.so  a\r deny=5\n\nauth pam_tally.so  deny=5\n");
     row("longer names", five, "pam_tally.so even_deny=3 xdeny=3\n", "pam_tally.so even_deny=3 xdeny=3\n");
     row("invalid text", five, "# \xff\npam_tally.so deny=3\n", "# \xef\xbf\xbd\npam_tally.so  deny=5\n");
+    QTest::newRow("NUL bytes") << five << QByteArray("a\0b\npam_tally.so \0 deny=3 c\0d\n", 30)
+                               << QByteArray("a\0b\npam_tally.so \0  c\0d deny=5\n", 31);
     row("invalid text in a right stack", five, "# \xff\npam_tally.so deny=5\n", "# \xff\npam_tally.so deny=5\n");
 }
 

@@ -125,10 +125,7 @@ void PamOptionReaderTest::readsOptions_data()
     row("flag inside a word", "pam_sample.so disquieting", true, {});
     row("number inside a word", "pam_sample.so xspeed=4", false, speed(4));
     row("number inside a longer name", "pam_sample.so speeding=4", false, speed(0));
-    row("longer name that ends in another",
-        "pam_sample.so top_speed=9",
-        false,
-        {QStringLiteral("top_speed: int 9")});
+    row("longer name that ends in another", "pam_sample.so top_speed=9", false, {QStringLiteral("top_speed: int 9")});
     row("leftmost name of a word", "pam_sample.so speed=1,quiet", false, speed(1));
     row("leftmost flag of a word", "pam_sample.so quiet,speed=1", true, {});
     row("names in capitals", "pam_sample.so QUIET Speed=3", false, {});
@@ -182,10 +179,10 @@ void PamOptionReaderTest::takesOptionsFromCaptureOfTable()
 
     readLines(&reader, "pam_sample.so speed=3 loud\npam_unix.so top_speed=1\npam_example.so speed=4 quiet");
 
-    QCOMPARE(typedEntries(values),
-             QStringList({QStringLiteral("loud: bool true"),
-                          QStringLiteral("quiet: bool true"),
-                          QStringLiteral("speed: int 4")}));
+    QCOMPARE(
+        typedEntries(values),
+        QStringList(
+            {QStringLiteral("loud: bool true"), QStringLiteral("quiet: bool true"), QStringLiteral("speed: int 4")}));
 }
 
 void PamOptionReaderTest::returnsTrueForEveryLine()
@@ -231,8 +228,7 @@ void PamOptionReaderTest::handlesLineOfMegabyte()
     readLines(&reader, line);
 
     QCOMPARE(reader.found(), matches);
-    QCOMPARE(typedEntries(values),
-             matches ? nothingRead + QStringList{QStringLiteral("speed: int 3")} : nothingRead);
+    QCOMPARE(typedEntries(values), matches ? nothingRead + QStringList{QStringLiteral("speed: int 3")} : nothingRead);
 }
 
 QTEST_GUILESS_MAIN(PamOptionReaderTest)

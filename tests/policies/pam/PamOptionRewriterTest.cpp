@@ -103,11 +103,10 @@ void PamOptionRewriterTest::keepsUnmanagedOptions_data()
         << QByteArray("auth \t required\t\tpam_sample.so a") << QByteArray("auth \t required\t\tpam_sample.so a");
     QTest::newRow("indentation goes") << QByteArray("\t  required pam_sample.so a")
                                       << QByteArray("required pam_sample.so a");
-    QTest::newRow("carriage return goes") << QByteArray("required pam_sample.so a\r\n")
-                                          << QByteArray("required pam_sample.so a");
-    QTest::newRow("control field in brackets")
-        << QByteArray("[success=end default=ignore]\tpam_sample.so a speed=2")
-        << QByteArray("[success=end default=ignore]\tpam_sample.so a");
+    QTest::newRow("carriage return goes")
+        << QByteArray("required pam_sample.so a\r\n") << QByteArray("required pam_sample.so a");
+    QTest::newRow("control field in brackets") << QByteArray("[success=end default=ignore]\tpam_sample.so a speed=2")
+                                               << QByteArray("[success=end default=ignore]\tpam_sample.so a");
     QTest::newRow("managed name without value") << QByteArray("pam_sample.so speed") << QByteArray("pam_sample.so");
     QTest::newRow("managed name with empty value") << QByteArray("pam_sample.so speed=") << QByteArray("pam_sample.so");
     QTest::newRow("managed name with a text") << QByteArray("pam_sample.so speed=abc") << QByteArray("pam_sample.so");
@@ -120,8 +119,8 @@ void PamOptionRewriterTest::keepsUnmanagedOptions_data()
         << QByteArray("pam_sample.so =speed") << QByteArray("pam_sample.so");
     QTest::newRow("equals signs before a managed setting")
         << QByteArray("pam_sample.so ==speed=3") << QByteArray("pam_sample.so");
-    QTest::newRow("managed name as a value") << QByteArray("pam_sample.so x=speed")
-                                             << QByteArray("pam_sample.so x=speed");
+    QTest::newRow("managed name as a value")
+        << QByteArray("pam_sample.so x=speed") << QByteArray("pam_sample.so x=speed");
     QTest::newRow("value without name") << QByteArray("pam_sample.so =5") << QByteArray("pam_sample.so =5");
     QTest::newRow("equals signs only") << QByteArray("pam_sample.so = == ===") << QByteArray("pam_sample.so = == ===");
     QTest::newRow("number right behind the name")
@@ -133,12 +132,14 @@ void PamOptionRewriterTest::keepsUnmanagedOptions_data()
                                        << QByteArray("pam_sample.so SPEED=3 Quiet");
     QTest::newRow("two names in one token")
         << QByteArray("pam_sample.so quiet,loud speed,angle=3") << QByteArray("pam_sample.so quiet,loud speed,angle=3");
-    QTest::newRow("white space beyond ASCII") << QByteArray("pam_sample.so\xc2\xa0" "a\xe2\x80\x83" "b")
+    QTest::newRow("white space beyond ASCII") << QByteArray("pam_sample.so\xc2\xa0"
+                                                            "a\xe2\x80\x83"
+                                                            "b")
                                               << QByteArray("pam_sample.so a b");
     QTest::newRow("text beyond ASCII") << QByteArray("pam_sample.so na\xc3\xafve=\xf0\x9f\x94\x91")
                                        << QByteArray("pam_sample.so na\xc3\xafve=\xf0\x9f\x94\x91");
-    QTest::newRow("invalid text is replaced") << QByteArray("\xff pam_sample.so \xfe=1")
-                                              << QByteArray("\xef\xbf\xbd pam_sample.so \xef\xbf\xbd=1");
+    QTest::newRow("invalid text is replaced")
+        << QByteArray("\xff pam_sample.so \xfe=1") << QByteArray("\xef\xbf\xbd pam_sample.so \xef\xbf\xbd=1");
     QTest::newRow("options before the module stay")
         << QByteArray("speed=3 quiet pam_sample.so speed=4") << QByteArray("speed=3 quiet pam_sample.so");
     QTest::newRow("module twice: everything up to the last stays")

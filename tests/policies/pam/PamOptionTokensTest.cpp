@@ -28,19 +28,22 @@ void PamOptionTokensTest::splitsAtWhiteSpace_data()
                                    << QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
     QTest::newRow("tabs and runs of blanks")
         << QStringLiteral("\ta   b \t c") << QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
-    QTest::newRow("other white space")
-        << QStringLiteral("a\rb\fc\vd\ne")
-        << QStringList{
-               QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"), QStringLiteral("e")};
+    QTest::newRow("other white space") << QStringLiteral("a\rb\fc\vd\ne")
+                                       << QStringList{QStringLiteral("a"),
+                                                      QStringLiteral("b"),
+                                                      QStringLiteral("c"),
+                                                      QStringLiteral("d"),
+                                                      QStringLiteral("e")};
     QTest::newRow("white space beyond ASCII")
         << QStringLiteral("a\u00a0b\u2003c")
         << QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
     QTest::newRow("repeated tokens") << QStringLiteral("b a b")
                                      << QStringList{QStringLiteral("b"), QStringLiteral("a"), QStringLiteral("b")};
-    QTest::newRow("marks of options")
-        << QStringLiteral("== = a=b=c [x=y]")
-        << QStringList{
-               QStringLiteral("=="), QStringLiteral("="), QStringLiteral("a=b=c"), QStringLiteral("[x=y]")};
+    QTest::newRow("marks of options") << QStringLiteral("== = a=b=c [x=y]")
+                                      << QStringList{QStringLiteral("=="),
+                                                     QStringLiteral("="),
+                                                     QStringLiteral("a=b=c"),
+                                                     QStringLiteral("[x=y]")};
     QTest::newRow("NUL is no white space")
         << QString(QLatin1String("a\0b c", 5)) << QStringList{QString(QLatin1String("a\0b", 3)), QStringLiteral("c")};
 }

@@ -87,12 +87,12 @@ FolderContent bothProfiles(const QByteArray &firstLine, const QByteArray &second
 }
 }
 
-#define COMPARE_RESULT(result, expectedState, expectedMessage)                                                        \
-    do {                                                                                                              \
-        const TaskResult actual = result;                                                                             \
-        QCOMPARE(actual.message(), expectedMessage);                                                                  \
-        QCOMPARE(actual.state(), expectedState);                                                                      \
-        QCOMPARE(actual.description(), QString());                                                                    \
+#define COMPARE_RESULT(result, expectedState, expectedMessage) \
+    do { \
+        const TaskResult actual = result; \
+        QCOMPARE(actual.message(), expectedMessage); \
+        QCOMPARE(actual.state(), expectedState); \
+        QCOMPARE(actual.description(), QString()); \
     } while (false)
 
 class PamPolicyUpdateTest : public QObject
@@ -280,8 +280,8 @@ void PamPolicyUpdateTest::saysWhyToolFailed_data()
     QTest::newRow("greatest exit code") << QByteArray("exit 255\n") << QStringLiteral("exit code: %1, 255,");
     QTest::newRow("exit code and text") << QByteArray("echo broken >&2; exit 1\n")
                                         << QStringLiteral("exit code: %1, 1, broken");
-    QTest::newRow("blanks before the text") << QByteArray("printf '  broken' >&2; exit 1\n")
-                                            << QStringLiteral("exit code: %1, 1,   broken");
+    QTest::newRow("blanks before the text")
+        << QByteArray("printf '  broken' >&2; exit 1\n") << QStringLiteral("exit code: %1, 1,   broken");
     QTest::newRow("signal") << QByteArray("echo broken >&2; kill -9 $$\n")
                             << QStringLiteral("not finished: %1, Process crashed");
 }
@@ -297,9 +297,8 @@ void PamPolicyUpdateTest::saysWhyToolFailed()
     // a notice of its own, which the failure replaces
     const ScopedMount firstPinned = ScopedMount::pinned(first() + QStringLiteral(".tmp"));
 
-    COMPARE_RESULT(update(),
-                   TaskState::Failed,
-                   message.arg(QStringLiteral("/usr/sbin/pam-auth-update, --force --package")));
+    COMPARE_RESULT(
+        update(), TaskState::Failed, message.arg(QStringLiteral("/usr/sbin/pam-auth-update, --force --package")));
 
     QCOMPARE(contentOf(first()), QByteArray(newLine));
     QCOMPARE(contentOf(second()), QByteArray(newLine));
@@ -325,10 +324,10 @@ void PamPolicyUpdateTest::keepsPlaceholdersOfToolsText()
     const PamSystem system;
     system.setToolScript("echo '%1 %2 %3 %4 %5' >&2; exit 1\n");
     writeAll(oldLine, oldLine);
-    COMPARE_RESULT(
-        update(),
-        TaskState::Failed,
-        QStringLiteral("exit code: /usr/sbin/pam-auth-update, --force --package, 1, ") + QStringLiteral("%1 %2 %3 %4 %5"));
+    COMPARE_RESULT(update(),
+                   TaskState::Failed,
+                   QStringLiteral("exit code: /usr/sbin/pam-auth-update, --force --package, 1, ")
+                       + QStringLiteral("%1 %2 %3 %4 %5"));
 }
 
 void PamPolicyUpdateTest::looksUpTextsInTheirContext()

@@ -151,6 +151,7 @@ void PamStackCorrectionTest::leavesFileAlone_data()
     row("no option", "auth required pam_sample.so quiet\n");
     row("right option once", "auth required pam_sample.so a speed=5 b\n");
     row("right option with zeros in front", "pam_sample.so speed=005\n");
+    row("zeros in front are no octal", "pam_sample.so speed=010\n", 10);
     row("module on another line", "pam_sample.so\nspeed=3\n");
     row("module in capitals", "PAM_SAMPLE.SO speed=3\n");
     row("any character for the dot", "pam_sample_so speed=3\n");
@@ -214,8 +215,8 @@ void PamStackCorrectionTest::keepsLineStructure_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("expected"); // with 5 wanted
 
-    QTest::newRow("no line end at the end") << QByteArray("a\npam_sample.so speed=3")
-                                            << QByteArray("a\npam_sample.so  speed=5");
+    QTest::newRow("no line end at the end")
+        << QByteArray("a\npam_sample.so speed=3") << QByteArray("a\npam_sample.so  speed=5");
     QTest::newRow("line end at the end") << QByteArray("pam_sample.so speed=3\nb\n")
                                          << QByteArray("pam_sample.so  speed=5\nb\n");
     QTest::newRow("empty lines") << QByteArray("\n\npam_sample.so speed=3\n\n\n")
@@ -225,14 +226,14 @@ void PamStackCorrectionTest::keepsLineStructure_data()
                       "#pam_sample.so speed=7 b\n")
         << QByteArray("pam_sample.so speed=5 a\npam_sample.so\npam_sample.so  speed=5\npam_unix.so speed=1\n"
                       "#pam_sample.so  b speed=5\n");
-    QTest::newRow("carriage returns of other lines") << QByteArray("a\r\npam_sample.so speed=3\r\nb\r\n")
-                                                     << QByteArray("a\r\npam_sample.so \r speed=5\nb\r\n");
-    QTest::newRow("lone carriage return ends no line") << QByteArray("pam_sample.so\rspeed=3\n")
-                                                       << QByteArray("pam_sample.so\r speed=5\n");
+    QTest::newRow("carriage returns of other lines")
+        << QByteArray("a\r\npam_sample.so speed=3\r\nb\r\n") << QByteArray("a\r\npam_sample.so \r speed=5\nb\r\n");
+    QTest::newRow("lone carriage return ends no line")
+        << QByteArray("pam_sample.so\rspeed=3\n") << QByteArray("pam_sample.so\r speed=5\n");
     QTest::newRow("NUL bytes") << QByteArray("a\0b\n\0\npam_sample.so \0 speed=3 c\0d\ne\0", 36)
                                << QByteArray("a\0b\n\0\npam_sample.so \0  c\0d speed=5\ne\0", 37);
-    QTest::newRow("blanks around other lines") << QByteArray("  a  \t\npam_sample.so speed=3\n\t")
-                                               << QByteArray("  a  \t\npam_sample.so  speed=5\n\t");
+    QTest::newRow("blanks around other lines")
+        << QByteArray("  a  \t\npam_sample.so speed=3\n\t") << QByteArray("  a  \t\npam_sample.so  speed=5\n\t");
 }
 
 void PamStackCorrectionTest::keepsLineStructure()
@@ -246,7 +247,8 @@ void PamStackCorrectionTest::replacesInvalidTextOnlyWhenWriting()
 {
     const QByteArray comment("# caf\xe9\n");
     QCOMPARE(corrected(comment + "pam_sample.so speed=5\n", 5), comment + "pam_sample.so speed=5\n");
-    QCOMPARE(corrected(comment + "pam_sample.so speed=4\n", 5), QByteArray("# caf\xef\xbf\xbd\npam_sample.so  speed=5\n"));
+    QCOMPARE(corrected(comment + "pam_sample.so speed=4\n", 5),
+             QByteArray("# caf\xef\xbf\xbd\npam_sample.so  speed=5\n"));
 }
 
 void PamStackCorrectionTest::keepsInodeModeAndOwner()

@@ -14,7 +14,7 @@ QStringList outcome(int state, const QString &message, const QVariantMap &values
     return QStringList{QStringLiteral("state %1").arg(state),
                        QLatin1String("message ") + message,
                        QStringLiteral("finished %1 times, in state %2").arg(calls).arg(stateAtFinish)}
-        + typedEntries(values);
+    + typedEntries(values);
 }
 }
 
