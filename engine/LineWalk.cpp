@@ -11,16 +11,16 @@ namespace
 {
 constexpr char commentMark = '#';
 
+/// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.
 QByteArray textBeforeComment(const QByteArray &line)
 {
-    const int end = line.indexOf(commentMark);
-    return line.left(static_cast<int>(qstrnlen(line.constData(), static_cast<uint>(end == -1 ? line.size() : end))));
+    return line.mid(0, line.indexOf(commentMark));
 }
 }
 
 void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisitor &visit)
 {
-    // one read of the whole: asking the device for line after line takes several times as long
+    // one read of the whole, and then no copy of a line but its own
     const QByteArray content = device->readAll();
     int begin = 0;
     while (begin < content.size()) {

@@ -96,6 +96,7 @@ private Q_SLOTS:
     void ownsItsArguments();
     void translatesDescription();
     void handlersHaveTheirPatterns();
+    void handlersClearTheTailTheyFill();
     void writesLoginDefs_data();
     void writesLoginDefs();
     void writesUseraddDefaults_data();
@@ -163,6 +164,19 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::handlersHaveTheirPatterns()
 
     QCOMPARE(login.regExp().pattern(), QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"));
     QCOMPARE(defaults.regExp().pattern(), QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"));
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::handlersClearTheTailTheyFill()
+{
+    const QVariantMap arguments = allArguments();
+    LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler login(&arguments);
+    LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler defaults(&arguments);
+    QByteArray tail = "last line";
+
+    QVERIFY(login.appendLines(&tail));
+    QCOMPARE(tail, QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
+    QVERIFY(defaults.appendLines(&tail));
+    QCOMPARE(tail, QByteArray("INACTIVE=30\nEXPIRE=1971-01-01"));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::writesLoginDefs_data()
