@@ -7,6 +7,8 @@
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "tests/support/RecordingTranslator.h"
@@ -162,6 +164,10 @@ void ElementTaskTest::addsNothingToItsBase_data()
     QTest::newRow("update complexity") << addsNothingTo<LocalPolicyPasswordComplexityUpdateTask, UpdateTask>();
     QTest::newRow("read expiration") << addsNothingTo<LocalPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>();
     QTest::newRow("update expiration") << addsNothingTo<LocalPolicyPasswordExpirationUpdateTask, UpdateTask>();
+    QTest::newRow("read account's expiration")
+        << addsNothingTo<LocalUserPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>();
+    QTest::newRow("update account's expiration")
+        << addsNothingTo<LocalUserPolicyPasswordExpirationUpdateTask, UpdateTask>();
 }
 
 void ElementTaskTest::addsNothingToItsBase()
@@ -177,6 +183,7 @@ void ElementTaskTest::readsPolicyIntoMapOfItsOwn_data()
     QTest::newRow("lockout") << withoutMap<LocalPolicyLockoutReadTask>();
     QTest::newRow("complexity") << withoutMap<LocalPolicyPasswordComplexityReadTask>();
     QTest::newRow("expiration") << withoutMap<LocalPolicyPasswordExpirationReadTask>();
+    QTest::newRow("account's expiration") << withoutMap<LocalUserPolicyPasswordExpirationReadTask>();
 }
 
 void ElementTaskTest::readsPolicyIntoMapOfItsOwn()
@@ -202,6 +209,7 @@ void ElementTaskTest::updatesPolicyFromTheGivenMap_data()
     QTest::newRow("lockout") << withMap<LocalPolicyLockoutUpdateTask>();
     QTest::newRow("complexity") << withMap<LocalPolicyPasswordComplexityUpdateTask>();
     QTest::newRow("expiration") << withMap<LocalPolicyPasswordExpirationUpdateTask>();
+    QTest::newRow("account's expiration") << withMap<LocalUserPolicyPasswordExpirationUpdateTask>();
 }
 
 void ElementTaskTest::updatesPolicyFromTheGivenMap()
@@ -249,6 +257,12 @@ void addPolicyTasks()
         << withoutMap<LocalPolicyPasswordExpirationReadTask>() << QByteArray("Read default password expiration policy");
     QTest::newRow("LocalPolicyPasswordExpirationUpdateTask") << emptyUpdate<LocalPolicyPasswordExpirationUpdateTask>()
                                                              << QByteArray("Update default password expiration policy");
+    QTest::newRow("LocalUserPolicyPasswordExpirationReadTask")
+        << withoutMap<LocalUserPolicyPasswordExpirationReadTask>()
+        << QByteArray("Read user password expiration policy");
+    QTest::newRow("LocalUserPolicyPasswordExpirationUpdateTask")
+        << emptyUpdate<LocalUserPolicyPasswordExpirationUpdateTask>()
+        << QByteArray("Update user password expiration policy");
 }
 }
 

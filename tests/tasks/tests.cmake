@@ -3,5 +3,6 @@
 
 add_unit_test(tasks/TaskResultTest LIBRARIES tasks)
 add_unit_test(tasks/AbstractTaskTest LIBRARIES tasks)
+add_unit_test(tasks/ExportHtmlTaskTest LIBRARIES tasks)
 # with the constructors of the policies' tasks, though not with their work
 add_unit_test(tasks/ElementTaskTest LIBRARIES policies)

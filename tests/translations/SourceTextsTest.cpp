@@ -69,10 +69,18 @@ QStringList expectedTexts()
         QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Update default password expiration policy"),
         QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Default password expiration policy will be applied "
                        "only for new user creation"),
+        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: Read user password expiration policy"),
+        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: Internal error: %1"),
+        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: System not use /etc/shadow for this account"),
+        QStringLiteral("LocalUserPolicyPasswordExpirationUpdateTask: Update user password expiration policy"),
+        QStringLiteral("QObject: Export to HTML"),
         QStringLiteral("QObject: \"%1\" not exists"),
         QStringLiteral("QObject: \"%1\" error %2\n%3"),
     };
-    for (const char *context : {"LocalPolicyLockoutUpdateTask", "LocalPolicyPasswordComplexityUpdateTask", "QObject"}) {
+    for (const char *context : {"LocalPolicyLockoutUpdateTask",
+                                "LocalPolicyPasswordComplexityUpdateTask",
+                                "LocalUserPolicyPasswordExpirationUpdateTask",
+                                "QObject"}) {
         texts += commandTexts(QString::fromLatin1(context));
     }
     texts.sort();
@@ -93,7 +101,7 @@ void SourceTextsTest::areJustTheSystemsOwn()
     const QTemporaryDir folder;
     const QString tsFile = folder.filePath(QStringLiteral("all.ts"));
     QStringList arguments;
-    for (const char *part : {"tasks", "engine", "policies", "helper", "client", "tests", "bench"}) {
+    for (const char *part : {"tasks", "engine", "policies", "helper", "tests", "bench"}) {
         arguments += QStringLiteral(SOURCES "/") + QString::fromLatin1(part);
     }
     arguments += {QStringLiteral("-I"), QStringLiteral(SOURCES), QStringLiteral("-ts"), tsFile};

@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "tasks/ExportHtmlTask.h"
+
+#include <QFile>
+#include <QObject>
+
+ExportHtmlTask::ExportHtmlTask(QVariantMap *values) : AbstractTask(values)
+{
+    result().setDescription(QObject::tr("Export to HTML"));
+}
+
+void ExportHtmlTask::run()
+{
+    QFile file(values()->value(QStringLiteral("filePath")).toString());
+    if (!file.open(QIODevice::WriteOnly)) {
+        result().fail(
+            QObject::tr("\"%1\" error %2\n%3").arg(file.fileName(), QString::number(file.error()), file.errorString()));
+        return;
+    }
+    // unchecked: only a file that can't be opened is a failure
+    file.write(values()->value(QStringLiteral("htmlText")).toString().toUtf8());
+    file.close();
+    result().succeed(QString());
+}
+
+void ExportHtmlTask::cancel()
+{
+}

@@ -1,0 +1,702 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
+
+#include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
+#include "tests/policies/pam/TaskRun.h"
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/RecordingTranslator.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/TypedMap.h"
+#include "tests/support/WatchedMap.h"
+
+#include <QDate>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <limits>
+#include <type_traits>
+
+namespace
+{
+constexpr char taskContext[] = "LocalUserPolicyPasswordExpirationUpdateTask";
+constexpr char notStarted[] = "Process: \"%1 %2\". Error: %3.\n\"Not started\"";
+constexpr char notFinished[] = "Process: \"%1 %2\". Error: %3.\n\"Not finished\"";
+constexpr char exitCode[] = "Process: \"%1 %2\". Exit code: %3.\n\"%4\"";
+
+const QString passwdFile = QStringLiteral("/etc/passwd");
+const QString shadowFile = QStringLiteral("/etc/shadow");
+const QString tools = QStringLiteral("/run/tmp/tools");
+const QString recorded = QStringLiteral("/run/tmp/recorded");
+/// The command without the account's name, as the messages tell it, where no setting is given.
+const QString unsetAll = QStringLiteral("chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 --expiredate -1 ");
+
+QString key(const char *name)
+{
+    return QString::fromLatin1(name);
+}
+
+QVariantMap named(const QVariant &name)
+{
+    return {{key("name"), name}};
+}
+
+QVariantMap john()
+{
+    return named(QStringLiteral("john"));
+}
+
+QVariantMap johnWith(const char *name, const QVariant &value)
+{
+    QVariantMap values = john();
+    values.insert(key(name), value);
+    return values;
+}
+
+QVariantMap allArguments()
+{
+    return {{key("name"), QStringLiteral("john")},
+            {key("maxInterval"), 90},
+            {key("minInterval"), 1},
+            {key("warningInterval"), 14},
+            {key("inactiveInterval"), 30},
+            {key("expireDate"), 29220}};
+}
+
+QStringList outcomeOf(const QVariantMap &arguments)
+{
+    LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, new QVariantMap(arguments));
+    return outcomeOfRun(&task);
+}
+
+QStringList success(const QVariantMap &arguments)
+{
+    return expectedOutcome(TaskState::Succeeded, QString(), arguments);
+}
+
+QStringList failure(const QVariantMap &arguments, const QString &message)
+{
+    return expectedOutcome(TaskState::Failed, message, arguments);
+}
+
+/// The account's fields in the shadow database behind the day of the last password change.
+QByteArray shadowOf(const QByteArray &name)
+{
+    const QList<QByteArray> entries = contentOf(shadowFile).split('\n');
+    for (const QByteArray &entry : entries) {
+        if (entry.startsWith(name + ':')) {
+            return entry.split(':').mid(3).join(':');
+        }
+    }
+    return {};
+}
+
+/// Another chage, first in the search path until this object ends.
+class FakeChage
+{
+public:
+    explicit FakeChage(const QByteArray &script) : FakeChage("#!/bin/sh", script)
+    {
+    }
+    FakeChage(const QByteArray &firstLine, const QByteArray &script)
+        : m_path("PATH", QFile::encodeName(tools) + ':' + qgetenv("PATH"))
+    {
+        writeProgram(tools + QStringLiteral("/chage"), firstLine + '\n' + script + '\n');
+        QFile::remove(recorded);
+    }
+
+private:
+    ScopedVariable m_path;
+};
+
+/// Notes each of its arguments with a NUL byte behind, and a line end behind all.
+constexpr char recordArguments[] = "printf '%s\\0' \"$@\" >>/run/tmp/recorded; echo >>/run/tmp/recorded";
+
+QByteArray recordOf(const QList<QByteArray> &arguments)
+{
+    return arguments.join('\0') + QByteArray("\0\n", 2);
+}
+
+/// The order of the options is that of the arguments here.
+QByteArray recordOf(const QByteArray &max,
+                    const QByteArray &min,
+                    const QByteArray &warn,
+                    const QByteArray &inactive,
+                    const QByteArray &expire,
+                    const QByteArray &name)
+{
+    return recordOf(
+        {"--maxdays", max, "--mindays", min, "--warndays", warn, "--inactive", inactive, "--expiredate", expire, name});
+}
+
+/// Translates each text into itself with white space around it.
+class SpacingTranslator : public RecordingTranslator
+{
+public:
+    QString translate(const char *context, const char *sourceText, const char *disambiguation, int n) const override
+    {
+        RecordingTranslator::translate(context, sourceText, disambiguation, n);
+        return QLatin1String("\n\t ") + QString::fromUtf8(sourceText) + QLatin1String(" \t\n");
+    }
+};
+}
+
+class LocalUserPolicyPasswordExpirationUpdateTaskTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void ownsItsArguments();
+    void freesItsArguments();
+    void translatesDescription();
+    void setsAccount_data();
+    void setsAccount();
+    void changesNoOtherAccount();
+    void setsWhatIsReadBack();
+    void failsWhereChageRefuses_data();
+    void failsWhereChageRefuses();
+    void tellsOfEmptyName_data();
+    void tellsOfEmptyName();
+    void passesAllOptionsInOrder();
+    void passesNumbers_data();
+    void passesNumbers();
+    void passesEachSettingToItsOption_data();
+    void passesEachSettingToItsOption();
+    void passesNameLast_data();
+    void passesNameLast();
+    void runsChageOnceWithoutInput();
+    void ignoresOutputOfSuccess();
+    void failsWhereChageIsNotStarted_data();
+    void failsWhereChageIsNotStarted();
+    void failsWhereChageCrashes_data();
+    void failsWhereChageCrashes();
+    void failsWhereChageHangs();
+    void waitsForSlowChage();
+    void tellsExitCodeAndErrorOutput_data();
+    void tellsExitCodeAndErrorOutput();
+    void keepsPlaceholdersOfName();
+    void translatesFailures_data();
+    void translatesFailures();
+    void trimsJustTheMessageOfAnExitCode_data();
+    void trimsJustTheMessageOfAnExitCode();
+    void keepsDescription();
+
+private:
+    QByteArray m_passwd;
+    QByteArray m_shadow;
+};
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    static_assert(std::is_base_of_v<UpdateTask, LocalUserPolicyPasswordExpirationUpdateTask>);
+    for (const char *name : {"john", "jane"}) {
+        const ProgramResult useradd =
+            runAs(0, QStringLiteral("useradd"), {QStringLiteral("--no-create-home"), key(name)});
+        QVERIFY2(useradd.exitCode == 0, useradd.standardError.constData());
+        const ProgramResult chage = runAs(0,
+                                          QStringLiteral("chage"),
+                                          {QStringLiteral("-m5"),
+                                           QStringLiteral("-M6"),
+                                           QStringLiteral("-W7"),
+                                           QStringLiteral("-I8"),
+                                           QStringLiteral("-E9"),
+                                           key(name)});
+        QVERIFY2(chage.exitCode == 0, chage.standardError.constData());
+    }
+    m_passwd = contentOf(passwdFile);
+    m_shadow = contentOf(shadowFile);
+    QCOMPARE(shadowOf("john"), QByteArray("5:6:7:8:9:"));
+    QCOMPARE(shadowOf("jane"), QByteArray("5:6:7:8:9:"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::init()
+{
+    writeContent(passwdFile, m_passwd);
+    writeContent(shadowFile, m_shadow);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::ownsItsArguments()
+{
+    auto *arguments = new QVariantMap(allArguments());
+    int context = 0;
+    LocalUserPolicyPasswordExpirationUpdateTask task(&context, arguments);
+
+    QCOMPARE(task.context(), static_cast<void *>(&context));
+    QVERIFY(task.values() == arguments);
+    QCOMPARE(typedEntries(*arguments), typedEntries(allArguments()));
+    QCOMPARE(task.result().state(), 0);
+    QCOMPARE(task.result().message(), QString());
+    QCOMPARE(task.result().description(), QStringLiteral("Update user password expiration policy"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::freesItsArguments()
+{
+    std::weak_ptr<int> life;
+    {
+        LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, newWatchedMap(&life));
+        const QVariantMap *arguments = task.values();
+        task.run();
+        QVERIFY(task.values() == arguments);
+        QCOMPARE(arguments->keys(), QStringList{QStringLiteral("watched")});
+        QVERIFY(!life.expired());
+    }
+    QVERIFY(life.expired());
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::translatesDescription()
+{
+    const RecordingTranslator translator;
+    LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, new QVariantMap);
+
+    QCOMPARE(task.result().description(), QStringLiteral("[Update user password expiration policy]"));
+    QCOMPARE(translator.texts(), QList<TranslatedText>({{taskContext, "Update user password expiration policy"}}));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsAccount_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QByteArray>("shadow");
+
+    const auto row = [](const char *name, const QVariantMap &arguments, const QByteArray &shadow) {
+        QTest::newRow(name) << arguments << shadow;
+    };
+    // minimum, maximum, warning, inactivity, expiry, reserved
+    row("all", allArguments(), "1:90:14:30:29220:");
+    row("none", john(), ":::::");
+    row("maximum", johnWith("maxInterval", 90), ":90::::");
+    row("minimum", johnWith("minInterval", 90), "90:::::");
+    row("warning", johnWith("warningInterval", 90), "::90:::");
+    row("inactivity", johnWith("inactiveInterval", 90), ":::90::");
+    row("expiry", johnWith("expireDate", 90), "::::90:");
+    row("day zero", johnWith("expireDate", 0), "::::0:");
+    row("minus one", johnWith("expireDate", -1), ":::::");
+    row("more than 32 bits", johnWith("expireDate", 3000000000LL), "::::3000000000:");
+    row("text with a number", johnWith("expireDate", QStringLiteral("29220")), "::::29220:");
+    row("date with dashes", johnWith("expireDate", QStringLiteral("2050-01-01")), "::::0:");
+    row("text without a number", johnWith("maxInterval", QStringLiteral("never")), ":0::::");
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsAccount()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QByteArray, shadow);
+
+    QCOMPARE(outcomeOf(arguments), success(arguments));
+
+    QCOMPARE(shadowOf("john"), shadow);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::changesNoOtherAccount()
+{
+    QCOMPARE(outcomeOf(allArguments()), success(allArguments()));
+
+    QCOMPARE(contentOf(passwdFile), m_passwd);
+    QByteArray expected = m_shadow;
+    const int entry = expected.indexOf("\njohn:");
+    expected.replace(expected.indexOf(":5:6:7:8:9:", entry), 11, ":1:90:14:30:29220:");
+    QCOMPARE(contentOf(shadowFile), expected);
+    QCOMPARE(shadowOf("jane"), QByteArray("5:6:7:8:9:"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsWhatIsReadBack()
+{
+    outcomeOf(allArguments());
+    LocalUserPolicyPasswordExpirationReadTask read(nullptr);
+    read.values()->insert(key("name"), QStringLiteral("john"));
+    read.run();
+    const QStringList all{QStringLiteral("expireDate: qlonglong 29220"),
+                          QStringLiteral("inactiveInterval: qlonglong 30"),
+                          QStringLiteral("maxInterval: qlonglong 90"),
+                          QStringLiteral("minInterval: qlonglong 1"),
+                          QStringLiteral("name: QString john"),
+                          QStringLiteral("warningInterval: qlonglong 14")};
+    QCOMPARE(typedEntries(*read.values()), all);
+
+    QVariantMap copied = *read.values();
+    copied.insert(key("name"), QStringLiteral("jane"));
+    QCOMPARE(outcomeOf(copied), success(copied));
+    QCOMPARE(shadowOf("jane"), shadowOf("john"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageRefuses_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<int>("code");
+
+    QTest::newRow("no such account") << named(QStringLiteral("jack")) << unsetAll + QStringLiteral("jack") << 1;
+    QTest::newRow("option for a name") << named(QStringLiteral("--nonsense")) << unsetAll + QStringLiteral("--nonsense")
+                                       << 2;
+    QTest::newRow("negative number") << johnWith(
+        "minInterval",
+        -7) << QStringLiteral("chage --maxdays -1 --mindays -7 --warndays -1 --inactive -1 --expiredate -1 john")
+                                     << 2;
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageRefuses()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QString, command);
+    QFETCH(int, code);
+    // by its full path, which some of its messages name
+    const ProgramResult refusal = runAs(0, QStringLiteral("/usr/bin/chage"), command.split(QLatin1Char(' ')).mid(1));
+    QCOMPARE(refusal.exitCode, code);
+    QVERIFY(!refusal.standardError.isEmpty());
+
+    QCOMPARE(outcomeOf(arguments),
+             failure(arguments,
+                     QStringLiteral("Process: \"%1\". Exit code: %2.\n\"%3\"")
+                         .arg(command, QString::number(code), QString::fromLocal8Bit(refusal.standardError))));
+
+    QCOMPARE(contentOf(shadowFile), m_shadow);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsOfEmptyName_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+
+    QTest::newRow("no arguments") << QVariantMap();
+    QTest::newRow("empty name") << named(QString());
+    QTest::newRow("name that is no text") << named(QVariantMap());
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsOfEmptyName()
+{
+    QFETCH(QVariantMap, arguments);
+
+    QCOMPARE(outcomeOf(arguments),
+             failure(arguments,
+                     QStringLiteral("Process: \"chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 "
+                                    "--expiredate -1 \". Exit code: 1.\n"
+                                    "\"chage: user '' does not exist in /etc/passwd\n\"")));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesAllOptionsInOrder()
+{
+    const FakeChage fake(recordArguments);
+
+    QCOMPARE(outcomeOf(allArguments()), success(allArguments()));
+
+    QCOMPARE(contentOf(recorded), recordOf("90", "1", "14", "30", "29220", "john"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesNumbers_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QByteArray>("number");
+
+    const auto row = [](const char *name, const QVariant &value, const QByteArray &number) {
+        QTest::newRow(name) << value << number;
+    };
+    row("zero", 0, "0");
+    row("negative", -12, "-12");
+    row("largest", std::numeric_limits<qlonglong>::max(), "9223372036854775807");
+    row("smallest", std::numeric_limits<qlonglong>::min(), "-9223372036854775808");
+    row("unsigned", 4294967295U, "4294967295");
+    row("bool", true, "1");
+    row("rounded", 2.5, "3");
+    row("text with a number", QStringLiteral("365"), "365");
+    row("text with a negative number", QStringLiteral("-3"), "-3");
+    row("bytes with a number", QByteArray("365"), "365");
+    row("text with a fraction", QStringLiteral("2.5"), "0");
+    row("text in base 16", QStringLiteral("0x10"), "0");
+    row("text beyond 64 bits", QStringLiteral("9223372036854775808"), "0");
+    row("date with dashes", QStringLiteral("2050-01-01"), "0");
+    row("date", QDate(2050, 1, 1), "0");
+    row("empty text", QString(), "0");
+    row("list", QStringList{QStringLiteral("8")}, "0");
+    row("nothing", QVariant(), "0");
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesNumbers()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QByteArray, number);
+    const FakeChage fake(recordArguments);
+    QVariantMap arguments = john();
+    for (const char *name : {"maxInterval", "minInterval", "warningInterval", "inactiveInterval", "expireDate"}) {
+        arguments.insert(key(name), value);
+    }
+
+    QCOMPARE(outcomeOf(arguments), success(arguments));
+
+    QCOMPARE(contentOf(recorded), recordOf(number, number, number, number, number, "john"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesEachSettingToItsOption_data()
+{
+    QTest::addColumn<QString>("setting");
+    QTest::addColumn<QByteArray>("record");
+
+    QTest::newRow("maximum") << key("maxInterval") << recordOf("5", "-1", "-1", "-1", "-1", "john");
+    QTest::newRow("minimum") << key("minInterval") << recordOf("-1", "5", "-1", "-1", "-1", "john");
+    QTest::newRow("warning") << key("warningInterval") << recordOf("-1", "-1", "5", "-1", "-1", "john");
+    QTest::newRow("inactivity") << key("inactiveInterval") << recordOf("-1", "-1", "-1", "5", "-1", "john");
+    QTest::newRow("expiry") << key("expireDate") << recordOf("-1", "-1", "-1", "-1", "5", "john");
+    QTest::newRow("unknown") << key("maxDays") << recordOf("-1", "-1", "-1", "-1", "-1", "john");
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesEachSettingToItsOption()
+{
+    QFETCH(QString, setting);
+    QFETCH(QByteArray, record);
+    const FakeChage fake(recordArguments);
+    const QVariantMap arguments{{key("name"), QStringLiteral("john")}, {setting, 5}};
+
+    QCOMPARE(outcomeOf(arguments), success(arguments));
+
+    QCOMPARE(contentOf(recorded), record);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesNameLast_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QByteArray>("name");
+
+    QTest::newRow("plain") << john() << QByteArray("john");
+    QTest::newRow("blanks and quotes") << named(QStringLiteral(" john 'x' \"y\" ")) << QByteArray(" john 'x' \"y\" ");
+    QTest::newRow("shell's signs") << named(QStringLiteral("$(id);`id`|*\n")) << QByteArray("$(id);`id`|*\n");
+    QTest::newRow("option") << named(QStringLiteral("--root=/")) << QByteArray("--root=/");
+    QTest::newRow("beyond ASCII") << named(QString::fromUtf8("j\xc3\xbcrgen")) << QByteArray("j\xc3\xbcrgen");
+    QTest::newRow("number") << named(4711) << QByteArray("4711");
+    QTest::newRow("placeholder") << named(QStringLiteral("%1")) << QByteArray("%1");
+    QTest::newRow("empty") << named(QString()) << QByteArray();
+    QTest::newRow("none") << QVariantMap() << QByteArray();
+    QTest::newRow("under another key") << QVariantMap({{key("Name"), QStringLiteral("john")}}) << QByteArray();
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesNameLast()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QByteArray, name);
+    const FakeChage fake(recordArguments);
+
+    QCOMPARE(outcomeOf(arguments), success(arguments));
+
+    QCOMPARE(contentOf(recorded), recordOf("-1", "-1", "-1", "-1", "-1", name));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::runsChageOnceWithoutInput()
+{
+    const FakeChage fake("echo \"input '$(timeout 0.2 cat)'\" >>/run/tmp/recorded");
+
+    QCOMPARE(outcomeOf(john()), success(john()));
+
+    QCOMPARE(contentOf(recorded), QByteArray("input ''\n"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::ignoresOutputOfSuccess()
+{
+    // more than a pipe holds
+    const FakeChage fake("head -c 1000000 /dev/zero; echo 'a warning' >&2");
+
+    QCOMPARE(outcomeOf(john()), success(john()));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageIsNotStarted_data()
+{
+    QTest::addColumn<QByteArray>("path");
+
+    QTest::newRow("not in the search path") << QByteArray("/nowhere");
+    QTest::newRow("without its interpreter") << QFile::encodeName(tools);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageIsNotStarted()
+{
+    QFETCH(QByteArray, path);
+    const FakeChage fake("#!/no/such/interpreter", "exit 0");
+    const ScopedVariable searchPath("PATH", path);
+
+    QCOMPARE(outcomeOf(john()),
+             failure(john(), QStringLiteral("Process: \"%1john\". Error: 0.\n\"Not started\"").arg(unsetAll)));
+
+    QCOMPARE(contentOf(shadowFile), m_shadow);
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageCrashes_data()
+{
+    QTest::addColumn<QByteArray>("script");
+
+    QTest::newRow("by a fault") << QByteArray("echo text >&2; kill -SEGV $$");
+    QTest::newRow("by another's signal") << QByteArray("kill -TERM $$");
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageCrashes()
+{
+    QFETCH(QByteArray, script);
+    const FakeChage fake(script);
+
+    QCOMPARE(outcomeOf(allArguments()),
+             failure(allArguments(),
+                     QStringLiteral("Process: \"chage --maxdays 90 --mindays 1 --warndays 14 --inactive 30 "
+                                    "--expiredate 29220 john\". Error: 1.\n\"Not finished\"")));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageHangs()
+{
+    const FakeChage fake("echo $$ >/run/tmp/recorded; exec sleep 300");
+    QElapsedTimer timer;
+    timer.start();
+
+    QCOMPARE(outcomeOf(john()),
+             failure(john(), QStringLiteral("Process: \"%1john\". Error: 2.\n\"Not finished\"").arg(unsetAll)));
+
+    QVERIFY2(timer.elapsed() >= 29000 && timer.elapsed() < 45000, QByteArray::number(timer.elapsed()).constData());
+    const QByteArray id = contentOf(recorded).trimmed();
+    QVERIFY(id.toInt() > 0);
+    QVERIFY(!QFile::exists(QStringLiteral("/proc/") + QString::fromLatin1(id)));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::waitsForSlowChage()
+{
+    const FakeChage fake("sleep 1; echo done >/run/tmp/recorded");
+
+    QCOMPARE(outcomeOf(john()), success(john()));
+
+    QCOMPARE(contentOf(recorded), QByteArray("done\n"));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutput_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("standardError");
+
+    const auto row = [](const char *name, const QByteArray &script, int code, const char *standardError) {
+        QTest::newRow(name) << script << code << QString::fromUtf8(standardError);
+    };
+    row("none", "exit 3", 3, "");
+    row("line", "echo text >&2; exit 1", 1, "text\n");
+    row("blanks around it", "printf ' \\n\\t text \\n\\n' >&2; exit 1", 1, " \n\t text \n\n");
+    row("blanks only", "printf ' \\n ' >&2; exit 1", 1, " \n ");
+    row("several lines", "printf 'a\\r\\nb\\n' >&2; exit 1", 1, "a\r\nb\n");
+    row("NUL byte", "printf 'a\\0b\\0c' >&2; exit 1", 1, "a");
+    row("NUL byte behind blanks", "printf ' a \\0b' >&2; exit 1", 1, " a ");
+    row("NUL byte first", "printf '\\0text' >&2; exit 1", 1, "");
+    row("NUL byte last", "printf 'text\\0' >&2; exit 1", 1, "text");
+    row("placeholders", "printf '%%1 %%2 %%3 %%4' >&2; exit 1", 1, "%1 %2 %3 %4");
+    row("quotes", "printf '\"' >&2; exit 1", 1, "\"");
+    row("beyond ASCII", "printf 'gr\\303\\274n' >&2; exit 1", 1, "gr\xc3\xbcn");
+    row("no text",
+        "printf 'a\\377b' >&2; exit 1",
+        1,
+        "a\xef\xbf\xbd"
+        "b");
+    row("character cut by a NUL byte", "printf 'a\\303\\0b' >&2; exit 1", 1, "a\xef\xbf\xbd");
+    row("standard output", "echo other; echo text >&2; exit 1", 1, "text\n");
+    row("largest code", "echo text >&2; exit 255", 255, "text\n");
+    row("long", "head -c 200000 /dev/zero | tr '\\0' x >&2; exit 1", 1, QByteArray(200000, 'x').constData());
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutput()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(int, code);
+    QFETCH(QString, standardError);
+    const FakeChage fake(script);
+
+    QCOMPARE(outcomeOf(john()),
+             failure(john(),
+                     QStringLiteral("Process: \"%1john\". Exit code: %2.\n\"%3\"")
+                         .arg(unsetAll, QString::number(code), standardError)));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::keepsPlaceholdersOfName()
+{
+    const FakeChage fake("echo '%1%2' >&2; exit 1");
+    const QVariantMap arguments = named(QStringLiteral("%1 %3 %4"));
+
+    QCOMPARE(outcomeOf(arguments),
+             failure(arguments,
+                     QStringLiteral("Process: \"chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 "
+                                    "--expiredate -1 %1 %3 %4\". Exit code: 1.\n\"%1%2\n\"")));
+}
+
+namespace
+{
+void addFailures()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QStringList>("rest");
+
+    // the rest: what fills the places behind the command
+    QTest::newRow("not started") << QByteArray() << QByteArray(notStarted) << QStringList{QStringLiteral("0")};
+    QTest::newRow("not finished") << QByteArray("kill -KILL $$") << QByteArray(notFinished)
+                                  << QStringList{QStringLiteral("1")};
+    QTest::newRow("exit code") << QByteArray("echo text >&2; exit 7") << QByteArray(exitCode)
+                               << QStringList{QStringLiteral("7"), QStringLiteral("text\n")};
+}
+
+/// The source text with its places filled, for "john" without settings.
+QString filled(const QByteArray &source, const QStringList &rest)
+{
+    const QString text = QString::fromLatin1(source).arg(QStringLiteral("chage"), unsetAll.mid(6) + key("john"));
+    return rest.size() == 1 ? text.arg(rest.first()) : text.arg(rest.first(), rest.last());
+}
+
+/// A null script: a program that can't be started.
+FakeChage fakeFor(const QByteArray &script)
+{
+    return script.isNull() ? FakeChage("#!/no/such/interpreter", "") : FakeChage(script);
+}
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::translatesFailures_data()
+{
+    addFailures();
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::translatesFailures()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, source);
+    QFETCH(QStringList, rest);
+    const FakeChage fake = fakeFor(script);
+    LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, new QVariantMap(john()));
+
+    const RecordingTranslator translator;
+    task.run();
+
+    QCOMPARE(task.result().message(), QLatin1Char('[') + filled(source, rest) + QLatin1Char(']'));
+    // Qt looks up the process's own texts too
+    QCOMPARE(translator.contextsOf(source), QList<QByteArray>{taskContext});
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::trimsJustTheMessageOfAnExitCode_data()
+{
+    addFailures();
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::trimsJustTheMessageOfAnExitCode()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, source);
+    QFETCH(QStringList, rest);
+    const FakeChage fake = fakeFor(script);
+    const SpacingTranslator translator;
+
+    const QString message = filled(source, rest);
+    QCOMPARE(outcomeOf(john()),
+             failure(john(), source == exitCode ? message : QStringLiteral("\n\t %1 \t\n").arg(message)));
+}
+
+void LocalUserPolicyPasswordExpirationUpdateTaskTest::keepsDescription()
+{
+    for (const char *name : {"john", "jack"}) {
+        LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, new QVariantMap(named(key(name))));
+        task.run();
+        QCOMPARE(task.result().description(), QStringLiteral("Update user password expiration policy"));
+    }
+}
+
+QTEST_GUILESS_MAIN(LocalUserPolicyPasswordExpirationUpdateTaskTest)
+#include "LocalUserPolicyPasswordExpirationUpdateTaskTest.moc"
