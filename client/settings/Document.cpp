@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/settings/Document.h"
+
+#include "client/settings/Assignments.h"
+#include "client/settings/Policies.h"
+#include "client/settings/SettingText.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace
+{
+constexpr int formatVersion = 1;
+
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(Document)
+};
+
+QJsonValue toJson(const Setting &setting, const QVariant &value)
+{
+    if (!value.isValid()) {
+        return QJsonValue::Null;
+    }
+    if (setting.kind == SettingKind::Flag) {
+        return value.toBool();
+    }
+    return setting.kind == SettingKind::Date ? QJsonValue(dateText(value.toLongLong()))
+                                             : QJsonValue(value.toLongLong());
+}
+
+/// As it stands in the document.
+QString jsonText(const QJsonValue &value)
+{
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1, array.size() - 2));
+}
+
+/// Whether the value is of a type that stands for the setting: text only for dates, flags only as booleans.
+bool hasFittingType(const Setting &setting, const QJsonValue &value)
+{
+    switch (setting.kind) {
+    case SettingKind::Flag:
+        return value.isBool();
+    case SettingKind::Number:
+        return value.isDouble();
+    case SettingKind::Date:
+        return value.isDouble() || value.isString();
+    }
+    return false;
+}
+
+bool fromJson(const Setting &setting, const QJsonValue &value, QVariant *wish)
+{
+    if (value.isNull()) {
+        return setting.kind != SettingKind::Flag;
+    }
+    if (!hasFittingType(setting, value)) {
+        return false;
+    }
+    // the same rules as for what is typed
+    return parseSettingText(setting, value.isString() ? value.toString() : jsonText(value), wish);
+}
+
+QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wishes)
+{
+    if (!value.isObject()) {
+        return Text::tr("%1 is not an object").arg(policy.phrase());
+    }
+    return settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
+}
+}
+
+QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings)
+{
+    QJsonObject object;
+    for (const Setting &setting : schema.settings) {
+        object.insert(setting.key, toJson(setting, settings.value(setting.key)));
+    }
+    return object;
+}
+
+QString settingsFromJson(const SettingSchema &schema, const QString &subject, const QJsonObject &object, Wishes *wishes)
+{
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        const Setting *setting = schema.find(member.key());
+        if (!setting) {
+            return unknownKeyText(schema, subject, member.key());
+        }
+        QVariant wish;
+        if (!fromJson(*setting, member.value(), &wish)) {
+            return badValueText(*setting, jsonText(member.value()));
+        }
+        wishes->insert(member.key(), wish);
+    }
+    return {};
+}
+
+QByteArray writeDocument(const QMap<QString, Settings> &policies)
+{
+    QJsonObject all;
+    for (auto it = policies.cbegin(); it != policies.cend(); ++it) {
+        all.insert(it.key(), settingsToJson(findPolicy(it.key())->schema, it.value()));
+    }
+    const QJsonObject document{{QStringLiteral("version"), formatVersion}, {QStringLiteral("policies"), all}};
+    return QJsonDocument(document).toJson();
+}
+
+QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
+{
+    QJsonParseError error;
+    const QJsonObject document = QJsonDocument::fromJson(text, &error).object();
+    if (error.error != QJsonParseError::NoError) {
+        return Text::tr("not a JSON document: %1 (at byte %2)").arg(error.errorString(), QString::number(error.offset));
+    }
+    if (document.value(QStringLiteral("version")) != QJsonValue(formatVersion)
+        || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {
+        return Text::tr("not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
+            .arg(formatVersion);
+    }
+    const QJsonObject all = document.value(QStringLiteral("policies")).toObject();
+    for (auto member = all.begin(); member != all.end(); ++member) {
+        const Policy *policy = findPolicy(member.key());
+        if (!policy) {
+            return Text::tr("there is no policy \"%1\"; there are %2")
+                .arg(member.key(), policyNames().join(QStringLiteral(", ")));
+        }
+        const QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);
+        if (!wrong.isEmpty()) {
+            return wrong;
+        }
+    }
+    return {};
+}

@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/settings/Setting.h"
+
+#include <QJsonObject>
+#include <QMap>
+
+/// Settings as JSON: flags as booleans, numbers as numbers, dates as "YYYY-MM-DD", null for what isn't set.
+QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings);
+
+/**
+ * Understands settings in that form; dates may be day counts too.
+ *
+ * @param subject what they are settings of, for messages
+ * @param wishes  receives one wish for each key that is there; null is the wish that it isn't set
+ * @return what is wrong, one line; empty if nothing is
+ */
+QString
+settingsFromJson(const SettingSchema &schema, const QString &subject, const QJsonObject &object, Wishes *wishes);
+
+/// The document of docs/accountpolicies.schema.json.
+/// @param policies settings by the name of their policy
+QByteArray writeDocument(const QMap<QString, Settings> &policies);
+
+/**
+ * Understands such a document.
+ *
+ * @param policies receives the wishes for each policy that it has
+ * @return what is wrong, one line; empty if nothing is
+ */
+QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies);

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+#include <QVariantMap>
+#include <QVector>
+
+enum class SettingKind {
+    /// bool
+    Flag,
+    /// qlonglong
+    Number,
+    /// qlonglong, days since 1970-01-01; people see and type dates
+    Date,
+};
+
+enum class Unit { None, FailedLogins, Seconds, Characters, Credits, Days };
+
+/// What the word "never" stands for.
+enum class Never { NoWord, MinusOne, NotSet };
+
+/// One setting of a policy or an account.
+struct Setting {
+    /// Its name in arguments and replies, on the command line and in documents.
+    QString key;
+    SettingKind kind;
+    Unit unit;
+    /// The range of what may be written, both ends included; 0 for flags.
+    qlonglong minimum;
+    qlonglong maximum;
+    Never never;
+};
+
+/// The settings that are read and written together.
+struct SettingSchema {
+    /// In the order in which people see them.
+    QVector<Setting> settings;
+
+    /// Null if there is no such setting.
+    const Setting *find(const QString &key) const;
+    QStringList keys() const;
+};
+
+/**
+ * The values of a whole schema: each flag is there as bool; a number or date is there, as qlonglong, if it is set.
+ */
+using Settings = QVariantMap;
+
+/**
+ * What somebody wants of some settings: those that it names must have its value, or must not be set where the value is
+ * an invalid variant. A setting that it doesn't name may be as it is.
+ */
+using Wishes = QVariantMap;
+
+/// Brings a values map of the helper, or of a task, into the form of Settings; drops what isn't in the schema.
+Settings normalized(const SettingSchema &schema, const QVariantMap &values);
+
+/// The settings with the wishes fulfilled.
+Settings fulfilled(const SettingSchema &schema, const Settings &settings, const Wishes &wishes);
+
+/// The keys, in the schema's order, whose values differ.
+QStringList differingKeys(const SettingSchema &schema, const Settings &left, const Settings &right);

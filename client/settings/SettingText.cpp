@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/settings/SettingText.h"
+
+#include <QCoreApplication>
+#include <QDate>
+#include <QLocale>
+
+namespace
+{
+QDate epoch()
+{
+    return {1970, 1, 1};
+}
+
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(SettingText)
+};
+
+QString neverWord()
+{
+    return QStringLiteral("never");
+}
+
+/// The one or two largest units of a time, "1 h 30 min".
+QString duration(qlonglong seconds)
+{
+    struct Part {
+        qlonglong length;
+        const char *text;
+    };
+    static constexpr Part parts[] = {{86400, QT_TRANSLATE_NOOP("SettingText", "%1 d")},
+                                     {3600, QT_TRANSLATE_NOOP("SettingText", "%1 h")},
+                                     {60, QT_TRANSLATE_NOOP("SettingText", "%1 min")},
+                                     {1, QT_TRANSLATE_NOOP("SettingText", "%1 s")}};
+    QStringList words;
+    for (const Part &part : parts) {
+        if (seconds >= part.length) {
+            words += Text::tr(part.text).arg(seconds / part.length);
+            seconds %= part.length;
+        }
+    }
+    return words.mid(0, 2).join(QLatin1Char(' '));
+}
+
+QString withUnit(Unit unit, qlonglong number)
+{
+    const int plural = static_cast<int>(qBound(0LL, qAbs(number), 1000000LL));
+    const QString text = QString::number(number);
+    switch (unit) {
+    case Unit::None:
+        return text;
+    case Unit::FailedLogins:
+        return (plural == 1 ? Text::tr("%1 failed login") : Text::tr("%1 failed logins")).arg(text);
+    case Unit::Seconds:
+        return number < 60 ? Text::tr("%1 s").arg(text) : Text::tr("%1 s (%2)").arg(text, duration(number));
+    case Unit::Characters:
+        return (plural == 1 ? Text::tr("%1 character") : Text::tr("%1 characters")).arg(text);
+    case Unit::Credits:
+        if (number < 0) {
+            return (plural == 1 ? Text::tr("%1 (at least %2 character)") : Text::tr("%1 (at least %2 characters)"))
+                .arg(text, QString::number(-number));
+        }
+        return (plural == 1 ? Text::tr("%1 (a credit of at most %1 character)")
+                            : Text::tr("%1 (a credit of at most %1 characters)"))
+            .arg(text);
+    case Unit::Days:
+        return (plural == 1 ? Text::tr("%1 day") : Text::tr("%1 days")).arg(text);
+    }
+    return text;
+}
+
+bool parseFlag(const QString &text, QVariant *value)
+{
+    static const QStringList yes{QStringLiteral("yes"), QStringLiteral("true"), QStringLiteral("on")};
+    static const QStringList no{QStringLiteral("no"), QStringLiteral("false"), QStringLiteral("off")};
+    if (!yes.contains(text) && !no.contains(text)) {
+        return false;
+    }
+    *value = yes.contains(text);
+    return true;
+}
+
+bool inRange(const Setting &setting, qlonglong number)
+{
+    return setting.minimum <= number && number <= setting.maximum;
+}
+}
+
+QString dateText(qlonglong days)
+{
+    const QString text = epoch().addDays(days).toString(Qt::ISODate);
+    return text.isEmpty() ? QString::number(days) : text;
+}
+
+bool parseDate(const QString &text, qlonglong *days)
+{
+    const QDate date = QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
+    *days = epoch().daysTo(date);
+    return date.isValid();
+}
+
+QString settingText(const Setting &setting, const QVariant &value)
+{
+    if (!value.isValid()) {
+        return Text::tr("not set");
+    }
+    if (setting.kind == SettingKind::Flag) {
+        return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+    }
+    const qlonglong number = value.toLongLong();
+    if (setting.never == Never::MinusOne && number == -1) {
+        return neverWord();
+    }
+    return setting.kind == SettingKind::Date ? dateText(number) : QString::number(number);
+}
+
+QString settingWords(const Setting &setting, const QVariant &value)
+{
+    const bool plain = !value.isValid() || setting.kind != SettingKind::Number
+        || (setting.never == Never::MinusOne && value.toLongLong() == -1);
+    return plain ? settingText(setting, value) : withUnit(setting.unit, value.toLongLong());
+}
+
+QString allowedText(const Setting &setting)
+{
+    QString allowed;
+    switch (setting.kind) {
+    case SettingKind::Flag:
+        return Text::tr("yes or no");
+    case SettingKind::Number:
+        allowed = Text::tr("a whole number from %1 to %2")
+                      .arg(QString::number(setting.minimum), QString::number(setting.maximum));
+        break;
+    case SettingKind::Date:
+        allowed = Text::tr("a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
+                      .arg(dateText(setting.minimum), dateText(setting.maximum));
+        break;
+    }
+    return setting.never == Never::NoWord ? allowed : Text::tr("%1, or \"never\"").arg(allowed);
+}
+
+bool parseSettingText(const Setting &setting, const QString &text, QVariant *value)
+{
+    if (setting.kind == SettingKind::Flag) {
+        return parseFlag(text, value);
+    }
+    if (setting.never != Never::NoWord && text == neverWord()) {
+        *value = setting.never == Never::MinusOne ? QVariant(-1LL) : QVariant();
+        return true;
+    }
+    bool isNumber = false;
+    qlonglong number = text.toLongLong(&isNumber);
+    if (!isNumber && (setting.kind != SettingKind::Date || !parseDate(text, &number))) {
+        return false;
+    }
+    *value = number;
+    return inRange(setting, number);
+}

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/settings/Setting.h"
+
+/// What a person would type for the value: "yes", "90", "2027-01-31", "never"; "not set" for an invalid variant.
+QString settingText(const Setting &setting, const QVariant &value);
+
+/// The same with its unit, and long times in larger units too: "900 s (15 min)".
+QString settingWords(const Setting &setting, const QVariant &value);
+
+/// What may be typed, as part of a sentence: "a whole number from 0 to 65535".
+QString allowedText(const Setting &setting);
+
+/**
+ * Understands what was typed.
+ *
+ * @param value receives the value, an invalid variant for "never" where that means not set
+ * @return whether it was understood and is within the setting's range
+ */
+bool parseSettingText(const Setting &setting, const QString &text, QVariant *value);
+
+/// The date of a day count, as YYYY-MM-DD; the count itself where the calendar ends.
+QString dateText(qlonglong days);
+
+/**
+ * Understands a date of the form YYYY-MM-DD.
+ *
+ * @param days receives the days since 1970-01-01
+ */
+bool parseDate(const QString &text, qlonglong *days);
