@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/output/Table.h"
+
+#include <QVector>
+
+QString table(const QVector<QStringList> &rows, int indent)
+{
+    QVector<int> widths;
+    for (const QStringList &row : rows) {
+        widths.resize(qMax(widths.size(), row.size()));
+        for (int column = 0; column < row.size(); ++column) {
+            widths[column] = qMax(widths.at(column), row.at(column).size());
+        }
+    }
+    QString text;
+    for (const QStringList &row : rows) {
+        QString line(indent, QLatin1Char(' '));
+        for (int column = 0; column < row.size(); ++column) {
+            const bool last = column == row.size() - 1;
+            line += last ? row.at(column) : row.at(column).leftJustified(widths.at(column) + 2);
+        }
+        text += line + QLatin1Char('\n');
+    }
+    return text;
+}

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QStringList>
+#include <QVector>
+
+/**
+ * Lines up cells in columns, two blanks apart.
+ *
+ * @param rows   cells; a row may have fewer than others
+ * @param indent blanks before each row
+ * @return one line for each row, each with its line end
+ */
+QString table(const QVector<QStringList> &rows, int indent);

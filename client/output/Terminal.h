@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+
+#include <cstdio>
+
+/**
+ * One of the standard streams, for texts that people read.
+ *
+ * Colour only where it is a terminal and the user hasn't declined it (NO_COLOR, or TERM=dumb).
+ */
+class Terminal
+{
+public:
+    explicit Terminal(FILE *stream);
+
+    bool isTerminal() const;
+
+    /// Writes the text as it is, in the local 8-bit encoding, at once.
+    void write(const QString &text) const;
+
+    QString bold(const QString &text) const;
+    QString good(const QString &text) const;
+    QString bad(const QString &text) const;
+
+private:
+    QString styled(const char *code, const QString &text) const;
+
+    FILE *m_stream;
+    bool m_isTerminal;
+    bool m_hasColour;
+};
+
+/// The standard output.
+const Terminal &out();
+/// The standard error.
+const Terminal &err();
+
+/**
+ * Makes a text that comes from elsewhere safe for a terminal: each control character other than a line end or tab, and
+ * each character that changes the direction of writing, becomes U+FFFD.
+ */
+QString printable(const QString &text);
+
+/// Prints an error the one way: the tool's name, a line, and what belongs to it below.
+void printError(const QString &text);
