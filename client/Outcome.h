@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+
+/// How the tool ends; accountpolicyctl(1) lists the numbers.
+enum class ExitCode {
+    Done = 0,
+    Failed = 1,
+    Usage = 2,
+    /// Refused by polkit, or cancelled by the user.
+    NotAuthorized = 3,
+    /// Written, but what is in force is something else.
+    NotInForce = 4,
+    /// The helper, or a tool that it runs, is at work for somebody else.
+    Busy = 5,
+    /// The policies in force differ from the wanted ones.
+    Drift = 6,
+};
+
+/// How a step of a command ended.
+struct Outcome {
+    ExitCode code = ExitCode::Done;
+    /// Empty on success. One short line, details on the lines below it.
+    QString error;
+
+    bool succeeded() const
+    {
+        return code == ExitCode::Done;
+    }
+};

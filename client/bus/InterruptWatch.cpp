@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/InterruptWatch.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+volatile std::sig_atomic_t writeEnd = -1;
+
+// may be called between any two instructions: only what signal-safety(7) allows
+void noteSignal(int signal)
+{
+    const int before = errno;
+    const char byte = static_cast<char>(signal);
+    if (write(writeEnd, &byte, 1) < 0) {
+        // the pipe is full of earlier interrupts, any of which will do
+    }
+    errno = before;
+}
+}
+
+InterruptWatch::InterruptWatch(const std::function<void()> &interrupted)
+{
+    if (pipe2(m_pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+        return;
+    }
+    m_notifier = std::make_unique<QSocketNotifier>(m_pipe[0], QSocketNotifier::Read);
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this, interrupted] {
+        m_notifier->setEnabled(false);
+        interrupted();
+    });
+    writeEnd = m_pipe[1];
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    sigaction(SIGINT, &action, &m_beforeInterrupt);
+    sigaction(SIGTERM, &action, &m_beforeTerminate);
+}
+
+InterruptWatch::~InterruptWatch()
+{
+    if (!m_notifier) {
+        return;
+    }
+    sigaction(SIGINT, &m_beforeInterrupt, nullptr);
+    sigaction(SIGTERM, &m_beforeTerminate, nullptr);
+    m_notifier.reset();
+    close(m_pipe[0]);
+    close(m_pipe[1]);
+}
