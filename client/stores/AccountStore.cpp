@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/stores/AccountStore.h"
+
+#include "client/settings/Policies.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
+
+#include <unistd.h>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(AccountStore)
+};
+
+QString nameKey()
+{
+    return QStringLiteral("name");
+}
+
+/// Runs the task, whose values hold what it needs.
+Outcome outcomeOf(AbstractTask *task)
+{
+    if (geteuid() != 0) {
+        return {ExitCode::NotAuthorized, Text::tr("the settings of accounts are for root alone; try sudo")};
+    }
+    task->run();
+    if (task->result().state() == TaskState::Failed) {
+        return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
+    }
+    return {};
+}
+}
+
+AccountStore::AccountStore(const QString &account) : m_account(account)
+{
+}
+
+QString AccountStore::name() const
+{
+    return QLatin1String("user ") + m_account;
+}
+
+QString AccountStore::phrase() const
+{
+    return Text::tr("the account %1").arg(m_account);
+}
+
+const SettingSchema &AccountStore::schema() const
+{
+    return accountSchema();
+}
+
+Reading AccountStore::read()
+{
+    LocalUserPolicyPasswordExpirationReadTask task(nullptr);
+    task.values()->insert(nameKey(), m_account);
+    const Outcome outcome = outcomeOf(&task);
+    return {outcome, normalized(schema(), *task.values())};
+}
+
+Outcome AccountStore::write(const Settings &settings)
+{
+    auto arguments = std::make_unique<QVariantMap>(settings);
+    arguments->insert(nameKey(), m_account);
+    LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, arguments.release());
+    return outcomeOf(&task);
+}

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/stores/PolicyStore.h"
+
+#include "client/bus/HelperRequest.h"
+#include "client/system/PamFiles.h"
+
+PolicyStore::PolicyStore(const Policy &policy, bool mayAsk) : m_policy(policy), m_mayAsk(mayAsk)
+{
+}
+
+QString PolicyStore::name() const
+{
+    return m_policy.name;
+}
+
+QString PolicyStore::phrase() const
+{
+    return m_policy.phrase();
+}
+
+const SettingSchema &PolicyStore::schema() const
+{
+    return m_policy.schema;
+}
+
+Reading PolicyStore::read()
+{
+    HelperRequest request(HelperRequest::Kind::Read, QLatin1String(m_policy.readAction), {}, m_mayAsk);
+    const HelperReply reply = request.execute();
+    return {reply.outcome, normalized(m_policy.schema, reply.values)};
+}
+
+Outcome PolicyStore::write(const Settings &settings)
+{
+    HelperRequest request(HelperRequest::Kind::Write, QLatin1String(m_policy.writeAction), settings, m_mayAsk);
+    return request.execute().outcome;
+}
+
+QString PolicyStore::reasonNotInForce() const
+{
+    const PamFiles *files = pamFilesOf(m_policy.name);
+    return files ? reasonNotInStack(*files) : QString();
+}

@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/settings/Policies.h"
+#include "client/stores/SettingsStore.h"
+
+/// A policy of the machine, through the helper.
+class PolicyStore : public SettingsStore
+{
+public:
+    /**
+     * @param policy outlives the store
+     * @param mayAsk whether a password may be asked for on the terminal
+     */
+    PolicyStore(const Policy &policy, bool mayAsk);
+
+    QString name() const override;
+    QString phrase() const override;
+    const SettingSchema &schema() const override;
+    Reading read() override;
+    Outcome write(const Settings &settings) override;
+    QString reasonNotInForce() const override;
+
+private:
+    const Policy &m_policy;
+    bool m_mayAsk;
+};

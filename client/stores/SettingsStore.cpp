@@ -1,0 +1,11 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/stores/SettingsStore.h"
+
+SettingsStore::~SettingsStore() = default;
+
+QString SettingsStore::reasonNotInForce() const
+{
+    return {};
+}

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/Outcome.h"
+#include "client/settings/Setting.h"
+
+/// What was read.
+struct Reading {
+    Outcome outcome;
+    /// Valid where the outcome is a success.
+    Settings settings;
+};
+
+/**
+ * A place where settings are in force: a policy of the machine, or an account.
+ */
+class SettingsStore
+{
+public:
+    virtual ~SettingsStore();
+
+    /// As it is typed, and as the history names it: "lockout", "user alice".
+    virtual QString name() const = 0;
+    /// As part of a sentence: "the lockout policy".
+    virtual QString phrase() const = 0;
+    virtual const SettingSchema &schema() const = 0;
+
+    virtual Reading read() = 0;
+    /// Makes these the settings; one that isn't set there is removed.
+    virtual Outcome write(const Settings &settings) = 0;
+
+    /// Why something that was written might not be in force, one line; empty if that isn't known.
+    virtual QString reasonNotInForce() const;
+};

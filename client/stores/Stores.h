@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/stores/SettingsStore.h"
+
+#include <memory>
+
+/**
+ * The store of that name: a policy, or "user NAME" for an account.
+ *
+ * @param mayAsk whether a password may be asked for on the terminal
+ * @return null if there is no such policy
+ */
+std::unique_ptr<SettingsStore> makeStore(const QString &name, bool mayAsk);
+
+/// The schema of the store of that name; null if there is none.
+const SettingSchema *schemaOfStore(const QString &name);

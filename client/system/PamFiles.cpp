@@ -1,0 +1,118 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/system/PamFiles.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(PamFiles)
+};
+
+PamProfileFile profile(const QString &name, const QString &module)
+{
+    return {profilesFolder() + QLatin1Char('/') + name, module};
+}
+}
+
+const QVector<PamFiles> &allPamFiles()
+{
+    static const QVector<PamFiles> all{
+        {QStringLiteral("lockout"),
+         QStringLiteral("/etc/pam.d/common-auth"),
+         {profile(QStringLiteral("tally"), QStringLiteral("pam_tally"))}},
+        {QStringLiteral("complexity"),
+         QStringLiteral("/etc/pam.d/common-password"),
+         {profile(QStringLiteral("pwquality"), QStringLiteral("pam_pwquality")),
+          profile(QStringLiteral("cracklib"), QStringLiteral("pam_cracklib"))}},
+    };
+    return all;
+}
+
+const PamFiles *pamFilesOf(const QString &policy)
+{
+    for (const PamFiles &files : allPamFiles()) {
+        if (files.policy == policy) {
+            return &files;
+        }
+    }
+    return nullptr;
+}
+
+QString pamAuthUpdatePath()
+{
+    return QStringLiteral("/usr/sbin/pam-auth-update");
+}
+
+QString profilesFolder()
+{
+    return QStringLiteral("/usr/share/pam-configs");
+}
+
+QByteArray fileContent(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool namesModule(const QString &path, const QString &module)
+{
+    const QByteArray object = module.toLatin1() + ".so";
+    for (const QByteArray &line : fileContent(path).split('\n')) {
+        if (line.split('#').constFirst().contains(object)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QString modulePath(const QString &module)
+{
+    // below the folder of the machine's architecture, or of none
+    QStringList folders{QStringLiteral("/usr/lib/security"), QStringLiteral("/lib/security")};
+    const QDir libraries(QStringLiteral("/usr/lib"));
+    for (const QString &architecture : libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs)) {
+        folders += libraries.filePath(architecture) + QLatin1String("/security");
+    }
+    for (const QString &folder : folders) {
+        const QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
+        if (QFile::exists(path)) {
+            return path;
+        }
+    }
+    return {};
+}
+
+bool isModuleRefused(const QString &module)
+{
+    // a list in the tool's source, which is a Perl script
+    static const QRegularExpression list(QStringLiteral(R"(@invalid_modules\s*=([^;]*))"));
+    const QString refused = list.match(QString::fromLocal8Bit(fileContent(pamAuthUpdatePath()))).captured(1);
+    return refused.contains(QRegularExpression(QStringLiteral("\\b%1\\b").arg(module)));
+}
+
+QString reasonNotInStack(const PamFiles &files)
+{
+    for (const PamProfileFile &profile : files.profiles) {
+        if (namesModule(profile.path, profile.module) && isModuleRefused(profile.module)) {
+            return Text::tr("pam-auth-update of this system leaves out every profile that names %1")
+                .arg(profile.module);
+        }
+    }
+    for (const PamProfileFile &profile : files.profiles) {
+        if (namesModule(files.stack, profile.module)) {
+            return Text::tr(
+                       "the profile has changed, but %1 has not; pam-auth-update keeps what was edited there by hand")
+                .arg(files.stack);
+        }
+    }
+    return Text::tr(
+               "the profile has changed, but %1 does not name its module; is the profile enabled in pam-auth-update?")
+        .arg(files.stack);
+}

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+/// A profile of pam-auth-update(8) and the module that it configures.
+struct PamProfileFile {
+    QString path;
+    /// Without ".so".
+    QString module;
+};
+
+/// The files of a policy that is in force through PAM.
+struct PamFiles {
+    /// The name of the policy.
+    QString policy;
+    /// The generated stack, which is what is in force.
+    QString stack;
+    /// The profiles that the helper writes; any one will do.
+    QVector<PamProfileFile> profiles;
+};
+
+const QVector<PamFiles> &allPamFiles();
+
+/// Null for a policy without PAM files.
+const PamFiles *pamFilesOf(const QString &policy);
+
+QString pamAuthUpdatePath();
+QString profilesFolder();
+
+/// All of a file; empty if it can't be read.
+QByteArray fileContent(const QString &path);
+
+/// Whether a line of the file, comments aside, names the module.
+bool namesModule(const QString &path, const QString &module);
+
+/// Where the module is installed; empty if it isn't.
+QString modulePath(const QString &module);
+
+/// Whether this machine's pam-auth-update(8) leaves out the profiles that name the module.
+bool isModuleRefused(const QString &module);
+
+/// Why the stack may lack what the profiles say, one line.
+QString reasonNotInStack(const PamFiles &files);
