@@ -1,0 +1,105 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/changes/Change.h"
+
+#include "client/changes/History.h"
+#include "client/output/Table.h"
+#include "client/output/Terminal.h"
+#include "client/settings/SettingText.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(Change)
+};
+
+Outcome saveBefore(const Change &change, QString *file)
+{
+    if (!change.before.outcome.succeeded()) {
+        printError(Text::tr("%1 could not be read, so that there is no way back from this change")
+                       .arg(change.store->phrase()));
+        return {};
+    }
+    const HistoryEntry entry{
+        {}, QDateTime::currentDateTimeUtc(), change.store->name(), change.command, change.before.settings};
+    return History().save(entry, change.store->schema(), file);
+}
+
+QString mismatchText(const SettingSchema &schema, const Settings &wanted, const Settings &found)
+{
+    QStringList lines;
+    for (const QString &key : differingKeys(schema, wanted, found)) {
+        const Setting &setting = *schema.find(key);
+        lines += Text::tr("%1: asked for %2, found %3")
+                     .arg(key, settingText(setting, wanted.value(key)), settingText(setting, found.value(key)));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+Outcome verify(const Change &change)
+{
+    const QString written = Text::tr("%1 was written, but is not in force").arg(change.store->phrase());
+    const Reading after = change.store->read();
+    if (!after.outcome.succeeded()) {
+        const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
+        return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
+    }
+    const QString mismatch = mismatchText(change.store->schema(), change.wanted, after.settings);
+    if (mismatch.isEmpty()) {
+        return {};
+    }
+    const QStringList lines{written, mismatch, change.store->reasonNotInForce()};
+    return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
+}
+}
+
+Outcome carryOut(const Change &change)
+{
+    QString saved;
+    const Outcome kept = saveBefore(change, &saved);
+    if (!kept.succeeded()) {
+        return kept;
+    }
+    const Outcome written = change.store->write(change.wanted);
+    if (written.code == ExitCode::NotAuthorized) {
+        QFile::remove(saved); // nothing was changed that could be undone
+    }
+    return written.succeeded() ? verify(change) : written;
+}
+
+QString previewText(const Change &change)
+{
+    const SettingSchema &schema = change.store->schema();
+    const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
+    if (keys.isEmpty()) {
+        return Text::tr("%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
+    }
+    QVector<QStringList> rows{{change.store->name(), Text::tr("now"), Text::tr("then")}};
+    for (const QString &key : keys) {
+        const Setting &setting = *schema.find(key);
+        rows += {key,
+                 settingWords(setting, change.before.settings.value(key)),
+                 settingWords(setting, change.wanted.value(key))};
+    }
+    return table(rows, 0);
+}
+
+ExitCode performChange(const Change &change, bool dryRun)
+{
+    if (dryRun) {
+        out().write(printable(previewText(change)));
+        return ExitCode::Done;
+    }
+    const Outcome outcome = carryOut(change);
+    if (!outcome.succeeded()) {
+        printError(outcome.error);
+        return outcome.code;
+    }
+    out().write(printable(Text::tr("%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
+    return ExitCode::Done;
+}

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/stores/SettingsStore.h"
+
+/// A change of the settings of one store.
+struct Change {
+    SettingsStore *store;
+    /// What was read; its outcome may be a failure, where the change doesn't depend on it.
+    Reading before;
+    Settings wanted;
+    /// What was typed, for the history.
+    QString command;
+};
+
+/**
+ * Saves the settings as they were, writes, reads back and compares.
+ *
+ * @return a success only if everything that was asked for is in force
+ */
+Outcome carryOut(const Change &change);
+
+/// A table of key, now and then: one row for each setting that the change would make another.
+QString previewText(const Change &change);
+
+/**
+ * Carries the change out, or previews it, and says so.
+ *
+ * @param dryRun whether only to show the change
+ */
+ExitCode performChange(const Change &change, bool dryRun);

@@ -1,0 +1,131 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/changes/History.h"
+
+#include "client/settings/Document.h"
+#include "client/stores/Stores.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QSaveFile>
+
+namespace
+{
+constexpr int mostEntries = 100;
+
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(History)
+};
+
+QString timeKey()
+{
+    return QStringLiteral("time");
+}
+QString storeKey()
+{
+    return QStringLiteral("of");
+}
+QString commandKey()
+{
+    return QStringLiteral("command");
+}
+QString beforeKey()
+{
+    return QStringLiteral("before");
+}
+
+/// $XDG_STATE_HOME of the XDG base directory specification, which ignores a relative path.
+QString stateHome()
+{
+    const QString set = QFile::decodeName(qgetenv("XDG_STATE_HOME"));
+    return QDir::isAbsolutePath(set) ? set : QDir::homePath() + QLatin1String("/.local/state");
+}
+
+QByteArray textOf(const HistoryEntry &entry, const SettingSchema &schema)
+{
+    const QJsonObject object{{timeKey(), entry.time.toString(Qt::ISODateWithMs)},
+                             {storeKey(), entry.store},
+                             {commandKey(), entry.command},
+                             {beforeKey(), settingsToJson(schema, entry.before)}};
+    return QJsonDocument(object).toJson();
+}
+
+HistoryEntry readEntry(const QString &path)
+{
+    QFile file(path);
+    HistoryEntry entry;
+    entry.file = path;
+    const QJsonObject object =
+        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    entry.time = QDateTime::fromString(object.value(timeKey()).toString(), Qt::ISODateWithMs);
+    entry.command = object.value(commandKey()).toString();
+    const QString name = object.value(storeKey()).toString();
+    const SettingSchema *schema = schemaOfStore(name);
+    Wishes values;
+    if (schema && entry.time.isValid() && object.value(beforeKey()).isObject()
+        && settingsFromJson(*schema, name, object.value(beforeKey()).toObject(), &values).isEmpty()) {
+        entry.store = name;
+        entry.before = fulfilled(*schema, {}, values);
+    }
+    return entry;
+}
+}
+
+History::History() : m_folder(stateHome() + QLatin1String("/accountpolicyctl"))
+{
+}
+
+QString History::folder() const
+{
+    return m_folder;
+}
+
+Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const
+{
+    QDir().mkpath(m_folder);
+    // names sort by time; the process tells apart what happens at the same one
+    *file = QStringLiteral("%1/%2-%3.json")
+                .arg(m_folder, entry.time.toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz")))
+                .arg(QCoreApplication::applicationPid());
+    QSaveFile target(*file);
+    const QByteArray text = textOf(entry, schema);
+    if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() || !target.commit()) {
+        return {ExitCode::Failed,
+                Text::tr(
+                    "nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours\n"
+                    "%1: %2")
+                    .arg(*file, target.errorString())};
+    }
+    removeOldest();
+    return {};
+}
+
+QVector<HistoryEntry> History::entries() const
+{
+    QVector<HistoryEntry> entries;
+    for (const QString &file : files()) {
+        entries += readEntry(file);
+    }
+    return entries;
+}
+
+QStringList History::files() const
+{
+    const QDir folder(m_folder);
+    QStringList paths;
+    for (const QString &name : folder.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed)) {
+        paths += folder.filePath(name);
+    }
+    return paths;
+}
+
+void History::removeOldest() const
+{
+    for (const QString &path : files().mid(mostEntries)) {
+        QFile::remove(path);
+    }
+}

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/Outcome.h"
+#include "client/settings/Setting.h"
+
+#include <QDateTime>
+#include <QVector>
+
+/// The settings as they were before a change.
+struct HistoryEntry {
+    /// Where it is kept; set by whoever reads it.
+    QString file;
+    QDateTime time;
+    /// The name of the store: "lockout", "user alice".
+    QString store;
+    /// What was typed to change it.
+    QString command;
+    Settings before;
+};
+
+/**
+ * The changes that this user has made, as JSON files in "accountpolicyctl" below $XDG_STATE_HOME (or ~/.local/state),
+ * one for each change. The oldest go when there are more than a hundred.
+ */
+class History
+{
+public:
+    History();
+
+    QString folder() const;
+
+    /**
+     * Keeps one entry more.
+     *
+     * @param schema the schema of its settings
+     * @param file   receives where it is kept
+     */
+    Outcome save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const;
+
+    /// The newest first; the values of one that can't be understood are missing, as is its store.
+    QVector<HistoryEntry> entries() const;
+
+private:
+    QStringList files() const;
+    void removeOldest() const;
+
+    QString m_folder;
+};
