@@ -1,0 +1,91 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/ApplyCommand.h"
+
+#include "client/changes/Change.h"
+#include "client/commands/DocumentArgument.h"
+#include "client/output/Terminal.h"
+#include "client/settings/Policies.h"
+#include "client/stores/Stores.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(ApplyCommand)
+};
+
+ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line)
+{
+    const std::unique_ptr<SettingsStore> store = makeStore(name, mayAskPassword(line));
+    const Reading before = store->read();
+    if (!before.outcome.succeeded()) {
+        printError(before.outcome.error);
+        return before.outcome.code;
+    }
+    const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
+    if (wanted == before.settings) {
+        out().write(Text::tr("%1: already in force").arg(name) + QLatin1Char('\n'));
+        return ExitCode::Done;
+    }
+    return performChange({store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().first()},
+                         isDryRun(line));
+}
+
+/// Whether to leave the other policies alone: what the user refused once isn't asked again.
+bool endsAll(ExitCode code)
+{
+    return code == ExitCode::NotAuthorized || code == ExitCode::Busy;
+}
+}
+
+QString ApplyCommand::name() const
+{
+    return QStringLiteral("apply");
+}
+
+QString ApplyCommand::summary() const
+{
+    return Text::tr("Put the policies of a document in force.");
+}
+
+QList<Argument> ApplyCommand::arguments() const
+{
+    return documentArguments();
+}
+
+QList<QCommandLineOption> ApplyCommand::options() const
+{
+    return {dryRunOption(), noAskPasswordOption()};
+}
+
+ExitCode ApplyCommand::run(const QCommandLineParser &line) const
+{
+    QMap<QString, Wishes> document;
+    ExitCode result = readDocumentArgument(line, &document);
+    if (result != ExitCode::Done) {
+        return result;
+    }
+    for (const QString &name : policyNames()) {
+        if (!document.contains(name)) {
+            continue;
+        }
+        const ExitCode code = applyPolicy(name, document.value(name), line);
+        // "written, but not in force" gives way to a worse end
+        if (result == ExitCode::Done || result == ExitCode::NotInForce) {
+            result = code == ExitCode::Done ? result : code;
+        }
+        if (endsAll(code)) {
+            break;
+        }
+    }
+    return result;
+}
+
+QStringList ApplyCommand::candidates(const QStringList &before) const
+{
+    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+}

@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/CheckCommand.h"
+
+#include "client/commands/DocumentArgument.h"
+#include "client/commands/PolicyReadings.h"
+#include "client/output/Table.h"
+#include "client/output/Terminal.h"
+#include "client/settings/Policies.h"
+#include "client/settings/SettingText.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(CheckCommand)
+};
+
+QVector<QStringList> driftRows(const Policy &policy, const Settings &found, const Wishes &wishes)
+{
+    QVector<QStringList> rows;
+    const Settings wanted = fulfilled(policy.schema, found, wishes);
+    for (const QString &key : differingKeys(policy.schema, found, wanted)) {
+        const Setting &setting = *policy.schema.find(key);
+        rows += {policy.name, key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key))};
+    }
+    return rows;
+}
+}
+
+QString CheckCommand::name() const
+{
+    return QStringLiteral("check");
+}
+
+QString CheckCommand::summary() const
+{
+    return Text::tr("Tell where the policies in force differ from a document.");
+}
+
+QList<Argument> CheckCommand::arguments() const
+{
+    return documentArguments();
+}
+
+QList<QCommandLineOption> CheckCommand::options() const
+{
+    return {noAskPasswordOption()};
+}
+
+ExitCode CheckCommand::run(const QCommandLineParser &line) const
+{
+    QMap<QString, Wishes> document;
+    const ExitCode understood = readDocumentArgument(line, &document);
+    if (understood != ExitCode::Done) {
+        return understood;
+    }
+    const PolicyReadings readings = readPolicies(document.keys(), mayAskPassword(line));
+    QVector<QStringList> rows;
+    for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
+        rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
+    }
+    if (!rows.isEmpty()) {
+        rows.prepend({Text::tr("policy"), Text::tr("setting"), Text::tr("wanted"), Text::tr("found")});
+        out().write(table(rows, 0));
+    }
+    const ExitCode read = printFailures(readings);
+    if (read != ExitCode::Done) {
+        return read;
+    }
+    return rows.isEmpty() ? ExitCode::Done : ExitCode::Drift;
+}
+
+QStringList CheckCommand::candidates(const QStringList &before) const
+{
+    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+}

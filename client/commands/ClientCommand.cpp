@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/ClientCommand.h"
+
+#include "client/output/Terminal.h"
+#include "client/settings/Assignments.h"
+#include "client/settings/Policies.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <pwd.h>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(ClientCommand)
+};
+}
+
+ClientCommand::~ClientCommand() = default;
+
+QList<Argument> ClientCommand::arguments() const
+{
+    return {};
+}
+
+QList<QCommandLineOption> ClientCommand::options() const
+{
+    return {};
+}
+
+QStringList ClientCommand::candidates(const QStringList &before) const
+{
+    Q_UNUSED(before)
+    return {};
+}
+
+QCommandLineOption jsonOption()
+{
+    return {QStringLiteral("json"), Text::tr("Print a JSON document.")};
+}
+
+QCommandLineOption dryRunOption()
+{
+    return {QStringLiteral("dry-run"), Text::tr("Show what would change, and change nothing.")};
+}
+
+QCommandLineOption noAskPasswordOption()
+{
+    return {QStringLiteral("no-ask-password"), Text::tr("Do not ask for a password on the terminal.")};
+}
+
+bool isDryRun(const QCommandLineParser &line)
+{
+    return line.isSet(QStringLiteral("dry-run"));
+}
+
+bool mayAskPassword(const QCommandLineParser &line)
+{
+    return !line.isSet(QStringLiteral("no-ask-password"));
+}
+
+QString anyFile()
+{
+    return QStringLiteral("<file>");
+}
+
+QStringList accountNames()
+{
+    QStringList names;
+    setpwent();
+    while (const passwd *entry = getpwent()) {
+        names += QString::fromLocal8Bit(entry->pw_name);
+    }
+    endpwent();
+    return names;
+}
+
+ExitCode usageError(const QString &text)
+{
+    printError(text + QLatin1Char('\n') + Text::tr("see accountpolicyctl --help"));
+    return ExitCode::Usage;
+}
+
+ExitCode tooManyArguments(const QString &unexpected)
+{
+    return usageError(Text::tr("\"%1\" is not expected here").arg(unexpected));
+}
+
+ExitCode unknownPolicy(const QString &name)
+{
+    const QString meant = nearest(name, policyNames());
+    const QString known = meant.isEmpty() ? Text::tr("there are %1").arg(policyNames().join(QStringLiteral(", ")))
+                                          : Text::tr("did you mean \"%1\"?").arg(meant);
+    return usageError(Text::tr("there is no policy \"%1\"; %2").arg(name, known));
+}
+
+Outcome readInput(const QString &path, QByteArray *content)
+{
+    QFile file(path);
+    const bool isOpen =
+        path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    if (!isOpen) {
+        return {ExitCode::Failed, Text::tr("%1 cannot be read\n%2").arg(path, file.errorString())};
+    }
+    *content = file.readAll();
+    return {};
+}

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/Outcome.h"
+
+#include <QCommandLineParser>
+#include <QStringList>
+
+/// What stands behind a command's name, for its help.
+struct Argument {
+    QString name;
+    QString description;
+    /// As in the line of its usage: "[POLICY]".
+    QString syntax;
+};
+
+/// One of the tool's commands.
+class ClientCommand
+{
+public:
+    virtual ~ClientCommand();
+
+    virtual QString name() const = 0;
+    /// One line.
+    virtual QString summary() const = 0;
+    virtual QList<Argument> arguments() const;
+    virtual QList<QCommandLineOption> options() const;
+
+    /**
+     * @param line what was typed; its positional arguments don't have the command's name
+     */
+    virtual ExitCode run(const QCommandLineParser &line) const = 0;
+
+    /**
+     * What may stand at the end of the command line, for completion by a shell.
+     *
+     * @param before the arguments before that place, without options
+     */
+    virtual QStringList candidates(const QStringList &before) const;
+};
+
+QCommandLineOption jsonOption();
+QCommandLineOption dryRunOption();
+QCommandLineOption noAskPasswordOption();
+
+bool isDryRun(const QCommandLineParser &line);
+bool mayAskPassword(const QCommandLineParser &line);
+
+/// Stands for the names of files among the candidates.
+QString anyFile();
+/// The names of this machine's accounts.
+QStringList accountNames();
+
+/// Prints what is wrong with the command line, and where to find help.
+ExitCode usageError(const QString &text);
+ExitCode tooManyArguments(const QString &unexpected);
+ExitCode unknownPolicy(const QString &name);
+
+/// All of a file, or of the standard input for "-".
+Outcome readInput(const QString &path, QByteArray *content);

@@ -1,0 +1,186 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/CommandLine.h"
+
+#include "client/commands/ApplyCommand.h"
+#include "client/commands/CheckCommand.h"
+#include "client/commands/DoctorCommand.h"
+#include "client/commands/ExportCommand.h"
+#include "client/commands/HistoryCommand.h"
+#include "client/commands/ReportCommand.h"
+#include "client/commands/SetCommand.h"
+#include "client/commands/ShowCommand.h"
+#include "client/commands/UndoCommand.h"
+#include "client/commands/UserCommand.h"
+#include "client/output/Table.h"
+#include "client/output/Terminal.h"
+#include "client/settings/Assignments.h"
+
+#include <QCoreApplication>
+
+#include <memory>
+#include <vector>
+
+namespace
+{
+using Commands = std::vector<std::unique_ptr<ClientCommand>>;
+
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(CommandLine)
+};
+
+const Commands &allCommands()
+{
+    static const Commands commands = [] {
+        Commands all;
+        all.push_back(std::make_unique<ShowCommand>());
+        all.push_back(std::make_unique<SetCommand>());
+        all.push_back(std::make_unique<ExportCommand>());
+        all.push_back(std::make_unique<ApplyCommand>());
+        all.push_back(std::make_unique<CheckCommand>());
+        all.push_back(std::make_unique<UndoCommand>());
+        all.push_back(std::make_unique<HistoryCommand>());
+        all.push_back(std::make_unique<UserCommand>());
+        all.push_back(std::make_unique<ReportCommand>());
+        all.push_back(std::make_unique<DoctorCommand>());
+        return all;
+    }();
+    return commands;
+}
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const auto &command : allCommands()) {
+        names += command->name();
+    }
+    return names;
+}
+
+const ClientCommand *findCommand(const QString &name)
+{
+    for (const auto &command : allCommands()) {
+        if (command->name() == name) {
+            return command.get();
+        }
+    }
+    return nullptr;
+}
+
+QString helpText()
+{
+    QVector<QStringList> commands;
+    for (const auto &command : allCommands()) {
+        QStringList syntax{command->name()};
+        for (const Argument &argument : command->arguments()) {
+            syntax += argument.syntax;
+        }
+        commands += {syntax.join(QLatin1Char(' ')), command->summary()};
+    }
+    const QVector<QStringList> options{{QStringLiteral("--help"), Text::tr("Show this, or the help of a command.")},
+                                       {QStringLiteral("--version"), Text::tr("Show the version.")}};
+    return Text::tr("Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
+        + Text::tr("Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
+        + Text::tr("Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n') + Text::tr("Options:")
+        + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
+        + Text::tr("Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
+}
+
+ExitCode runClientCommand(const ClientCommand &command, const QStringList &words)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(command.summary());
+    parser.addPositionalArgument(command.name(), command.summary(), command.name());
+    for (const Argument &argument : command.arguments()) {
+        parser.addPositionalArgument(argument.name, argument.description, argument.syntax);
+    }
+    parser.addOptions(command.options());
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Text::tr("Show this."));
+    parser.addOption(help);
+    if (!parser.parse(words)) {
+        return usageError(parser.errorText());
+    }
+    if (parser.isSet(help)) {
+        out().write(parser.helpText());
+        return ExitCode::Done;
+    }
+    return command.run(parser);
+}
+
+QStringList candidatesFor(const QStringList &typed)
+{
+    const QString last = typed.value(typed.size() - 1);
+    const ClientCommand *command = typed.size() > 1 ? findCommand(typed.first()) : nullptr;
+    QStringList candidates;
+    if (typed.size() <= 1) {
+        candidates = commandNames() + QStringList{QStringLiteral("--help"), QStringLiteral("--version")};
+    } else if (command && last.startsWith(QLatin1Char('-'))) {
+        for (const QCommandLineOption &option : command->options()) {
+            candidates += QLatin1String("--") + option.names().constFirst();
+        }
+        candidates += QStringLiteral("--help");
+    } else if (command) {
+        const QStringList before = typed.mid(1, typed.size() - 2);
+        QStringList arguments;
+        for (const QString &word : before) {
+            if (!word.startsWith(QLatin1Char('-'))) {
+                arguments += word;
+            }
+        }
+        candidates = command->candidates(arguments);
+    }
+    return candidates;
+}
+
+/// Prints, one a line, what may replace the last of the words; the shells' completions call this.
+ExitCode complete(const QStringList &typed)
+{
+    const QString last = typed.value(typed.size() - 1);
+    for (const QString &candidate : candidatesFor(typed)) {
+        if (candidate.startsWith(last) || candidate == anyFile()) {
+            out().write(candidate + QLatin1Char('\n'));
+        }
+    }
+    return ExitCode::Done;
+}
+
+ExitCode runWithoutCommand(const QStringList &words)
+{
+    if (words.contains(QStringLiteral("--help")) || words.contains(QStringLiteral("-h"))) {
+        out().write(helpText());
+        return ExitCode::Done;
+    }
+    if (words.contains(QStringLiteral("--version"))) {
+        out().write(QStringLiteral("accountpolicyctl %1\n").arg(QCoreApplication::applicationVersion()));
+        return ExitCode::Done;
+    }
+    return runClientCommand(*findCommand(QStringLiteral("show")), words);
+}
+}
+
+ExitCode runCommandLine(const QStringList &words)
+{
+    if (words.value(1) == QLatin1String("complete")) {
+        return complete(words.mid(words.value(2) == QLatin1String("--") ? 3 : 2));
+    }
+    int place = 1;
+    while (place < words.size() && words.at(place).startsWith(QLatin1Char('-'))) {
+        ++place;
+    }
+    if (place == words.size()) {
+        return runWithoutCommand(words);
+    }
+    const QString name = words.at(place);
+    const ClientCommand *command = findCommand(name);
+    if (!command) {
+        const QString meant = nearest(name, commandNames());
+        return usageError(meant.isEmpty()
+                              ? Text::tr("there is no command \"%1\"").arg(name)
+                              : Text::tr("there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));
+    }
+    QStringList rest = words;
+    rest.removeAt(place);
+    return runClientCommand(*command, rest);
+}

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/DoctorCommand.h"
+
+#include "client/output/Terminal.h"
+#include "client/system/Checkup.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(DoctorCommand)
+};
+
+QString lineOf(const Finding &finding)
+{
+    switch (finding.grade) {
+    case Finding::Grade::Good:
+        return out().good(Text::tr("ok   ")) + QLatin1Char(' ') + printable(finding.text) + QLatin1Char('\n');
+    case Finding::Grade::Note:
+        break;
+    case Finding::Grade::Wrong:
+        return out().bad(Text::tr("WRONG")) + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
+            + printable(finding.remedy) + QLatin1Char('\n');
+    }
+    return Text::tr("note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
+        + printable(finding.remedy) + QLatin1Char('\n');
+}
+}
+
+QString DoctorCommand::name() const
+{
+    return QStringLiteral("doctor");
+}
+
+QString DoctorCommand::summary() const
+{
+    return Text::tr("Check the installation, and tell how to mend it.");
+}
+
+ExitCode DoctorCommand::run(const QCommandLineParser &line) const
+{
+    if (!line.positionalArguments().isEmpty()) {
+        return tooManyArguments(line.positionalArguments().first());
+    }
+    ExitCode result = ExitCode::Done;
+    for (const Finding &finding : checkInstallation()) {
+        out().write(lineOf(finding));
+        if (finding.grade == Finding::Grade::Wrong) {
+            result = ExitCode::Failed;
+        }
+    }
+    return result;
+}

@@ -1,0 +1,15 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/commands/ClientCommand.h"
+
+/// Checks the installation and says what is wrong and how to mend it.
+class DoctorCommand : public ClientCommand
+{
+public:
+    QString name() const override;
+    QString summary() const override;
+    ExitCode run(const QCommandLineParser &line) const override;
+};

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/DocumentArgument.h"
+
+#include "client/output/Terminal.h"
+#include "client/settings/Document.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(DocumentArgument)
+};
+}
+
+QList<Argument> documentArguments()
+{
+    return {{QStringLiteral("FILE"),
+             Text::tr("A document as printed by export; - for the standard input."),
+             QStringLiteral("FILE")}};
+}
+
+ExitCode readDocumentArgument(const QCommandLineParser &line, QMap<QString, Wishes> *policies)
+{
+    const QStringList words = line.positionalArguments();
+    if (words.isEmpty()) {
+        return usageError(Text::tr("which document? FILE, or - for the standard input"));
+    }
+    if (words.size() > 1) {
+        return tooManyArguments(words.at(1));
+    }
+    QByteArray content;
+    const Outcome read = readInput(words.first(), &content);
+    if (!read.succeeded()) {
+        printError(read.error);
+        return read.code;
+    }
+    const QString wrong = readDocument(content, policies);
+    if (!wrong.isEmpty()) {
+        printError(words.first() + QStringLiteral(": ") + wrong);
+        return ExitCode::Usage;
+    }
+    return ExitCode::Done;
+}

@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/ExportCommand.h"
+
+#include "client/commands/PolicyReadings.h"
+#include "client/settings/Policies.h"
+
+#include <QCoreApplication>
+
+QString ExportCommand::name() const
+{
+    return QStringLiteral("export");
+}
+
+QString ExportCommand::summary() const
+{
+    return QCoreApplication::translate("ExportCommand", "Print the policies in force as a document.");
+}
+
+QList<QCommandLineOption> ExportCommand::options() const
+{
+    return {noAskPasswordOption()};
+}
+
+ExitCode ExportCommand::run(const QCommandLineParser &line) const
+{
+    if (!line.positionalArguments().isEmpty()) {
+        return tooManyArguments(line.positionalArguments().first());
+    }
+    const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
+    printDocument(readings);
+    return printFailures(readings);
+}

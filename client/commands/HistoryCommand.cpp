@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/HistoryCommand.h"
+
+#include "client/changes/History.h"
+#include "client/output/Table.h"
+#include "client/output/Terminal.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(HistoryCommand)
+};
+
+/// What comes from a file is one cell of the table, whatever it contains.
+QString cell(const QString &text)
+{
+    return printable(text.simplified());
+}
+}
+
+QString HistoryCommand::name() const
+{
+    return QStringLiteral("history");
+}
+
+QString HistoryCommand::summary() const
+{
+    return Text::tr("List the changes that can be undone.");
+}
+
+ExitCode HistoryCommand::run(const QCommandLineParser &line) const
+{
+    if (!line.positionalArguments().isEmpty()) {
+        return tooManyArguments(line.positionalArguments().first());
+    }
+    QVector<QStringList> rows;
+    for (const HistoryEntry &entry : History().entries()) {
+        const QString number = QString::number(rows.size() + 1);
+        const QString time = entry.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+        rows += entry.store.isEmpty() ? QStringList{number, Text::tr("cannot be read: %1").arg(cell(entry.file))}
+                                      : QStringList{number, time, cell(entry.command)};
+    }
+    out().write(table(rows, 0));
+    return ExitCode::Done;
+}

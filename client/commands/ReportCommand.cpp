@@ -1,0 +1,131 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/ReportCommand.h"
+
+#include "client/commands/PolicyReadings.h"
+#include "client/output/HtmlReport.h"
+#include "client/output/Terminal.h"
+#include "client/settings/Policies.h"
+#include "client/stores/AccountStore.h"
+#include "tasks/ExportHtmlTask.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QSysInfo>
+
+#include <memory>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(ReportCommand)
+};
+
+QString userOption()
+{
+    return QStringLiteral("user");
+}
+
+QVector<ReportSection> policySections(const PolicyReadings &readings)
+{
+    QVector<ReportSection> sections;
+    for (const Policy &policy : allPolicies()) {
+        if (readings.settings.contains(policy.name)) {
+            sections += {policy.titleText(), &policy.schema, readings.settings.value(policy.name)};
+        }
+    }
+    return sections;
+}
+
+Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *sections)
+{
+    for (const QString &account : accounts) {
+        AccountStore store(account);
+        const Reading reading = store.read();
+        if (!reading.outcome.succeeded()) {
+            return reading.outcome;
+        }
+        sections->append({Text::tr("Account %1").arg(account), &store.schema(), reading.settings});
+    }
+    return {};
+}
+
+/// Writes the page and looks whether all of it is there, which the task itself doesn't.
+Outcome writePage(const QString &path, const QString &html)
+{
+    auto values = std::make_unique<QVariantMap>();
+    values->insert(QStringLiteral("filePath"), path);
+    values->insert(QStringLiteral("htmlText"), html);
+    ExportHtmlTask task(values.release());
+    task.run();
+    if (task.result().state() == TaskState::Failed) {
+        return {ExitCode::Failed, task.result().description() + QLatin1Char('\n') + task.result().message()};
+    }
+    QFile written(path);
+    if (!written.open(QIODevice::ReadOnly) || written.readAll() != html.toUtf8()) {
+        return {ExitCode::Failed, Text::tr("%1 was not written completely").arg(path)};
+    }
+    return {};
+}
+
+ExitCode fail(const Outcome &outcome)
+{
+    printError(outcome.error);
+    return outcome.code;
+}
+}
+
+QString ReportCommand::name() const
+{
+    return QStringLiteral("report");
+}
+
+QString ReportCommand::summary() const
+{
+    return Text::tr("Write the policies in force as an HTML page.");
+}
+
+QList<Argument> ReportCommand::arguments() const
+{
+    return {{QStringLiteral("FILE"),
+             Text::tr("The file to write; one that is there is replaced."),
+             QStringLiteral("FILE")}};
+}
+
+QList<QCommandLineOption> ReportCommand::options() const
+{
+    return {{userOption(),
+             Text::tr("Report this account too (root only). May be given several times."),
+             QStringLiteral("NAME")},
+            noAskPasswordOption()};
+}
+
+ExitCode ReportCommand::run(const QCommandLineParser &line) const
+{
+    const QStringList words = line.positionalArguments();
+    if (words.isEmpty()) {
+        return usageError(Text::tr("into which file?"));
+    }
+    if (words.size() > 1) {
+        return tooManyArguments(words.at(1));
+    }
+    const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
+    Report report{QSysInfo::machineHostName(), QDateTime::currentDateTime(), policySections(readings), {}};
+    for (const Outcome &failure : readings.failures) {
+        report.failures += failure.error;
+    }
+    const Outcome accounts = addAccounts(line.values(userOption()), &report.sections);
+    if (!accounts.succeeded()) {
+        return fail(accounts);
+    }
+    const Outcome written = writePage(words.first(), htmlReport(report));
+    return written.succeeded() ? printFailures(readings) : fail(written);
+}
+
+QStringList ReportCommand::candidates(const QStringList &before) const
+{
+    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+}

@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/SetCommand.h"
+
+#include "client/changes/Change.h"
+#include "client/output/Terminal.h"
+#include "client/settings/Assignments.h"
+#include "client/settings/Policies.h"
+#include "client/settings/SettingText.h"
+#include "client/stores/Stores.h"
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(SetCommand)
+};
+
+QString userWord()
+{
+    return QStringLiteral("user");
+}
+
+/// How many words name what is to be changed.
+int subjectLength(const QStringList &words)
+{
+    return words.value(0) == userWord() ? 2 : 1;
+}
+
+QString storeName(const QStringList &words)
+{
+    return words.mid(0, subjectLength(words)).join(QLatin1Char(' '));
+}
+
+QStringList assignmentCandidates(const SettingSchema &schema, const QStringList &given)
+{
+    QStringList candidates;
+    for (const Setting &setting : schema.settings) {
+        const QString start = setting.key + QLatin1Char('=');
+        if (!given.filter(QRegularExpression(QLatin1Char('^') + start)).isEmpty()) {
+            continue;
+        }
+        if (setting.kind == SettingKind::Flag) {
+            candidates += {start + QLatin1String("yes"), start + QLatin1String("no")};
+        } else {
+            candidates += start;
+        }
+    }
+    return candidates;
+}
+
+ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandLineParser &line)
+{
+    const bool replace = line.isSet(QStringLiteral("replace"));
+    Change change{store, store->read(), {}, QLatin1String("set ") + line.positionalArguments().join(QLatin1Char(' '))};
+    const Outcome &read = change.before.outcome;
+    if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
+        const QString hint = Text::tr("what is not known cannot be kept; --replace writes just what is typed");
+        printError(read.code == ExitCode::Failed ? read.error + QLatin1Char('\n') + hint : read.error);
+        return read.code;
+    }
+    change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, wishes);
+    return performChange(change, isDryRun(line));
+}
+}
+
+QString SetCommand::name() const
+{
+    return QStringLiteral("set");
+}
+
+QString SetCommand::summary() const
+{
+    return Text::tr("Change settings of a policy, or of an account.");
+}
+
+QList<Argument> SetCommand::arguments() const
+{
+    QStringList subjects = policyNames();
+    subjects += Text::tr("or \"user NAME\" for an account (root only)");
+    return {{QStringLiteral("POLICY"), subjects.join(QStringLiteral(", ")), QStringLiteral("POLICY|user NAME")},
+            {QStringLiteral("KEY=VALUE"),
+             Text::tr("A setting; KEY= drops it. Those that are not named stay as they are."),
+             QStringLiteral("KEY=VALUE...")}};
+}
+
+QList<QCommandLineOption> SetCommand::options() const
+{
+    return {{QStringLiteral("replace"), Text::tr("Drop all settings that are not named.")},
+            dryRunOption(),
+            noAskPasswordOption()};
+}
+
+ExitCode SetCommand::run(const QCommandLineParser &line) const
+{
+    const QStringList words = line.positionalArguments();
+    if (words.size() < subjectLength(words)) {
+        return usageError(Text::tr("what is to be set? a policy (%1), or \"user NAME\"")
+                              .arg(policyNames().join(QStringLiteral(", "))));
+    }
+    const std::unique_ptr<SettingsStore> store = makeStore(storeName(words), mayAskPassword(line));
+    if (!store) {
+        return unknownPolicy(words.first());
+    }
+    const QStringList assignments = words.mid(subjectLength(words));
+    if (assignments.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
+        return usageError(Text::tr("which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
+    }
+    Wishes wishes;
+    const QString wrong = parseAssignments(store->schema(), store->phrase(), assignments, &wishes);
+    return wrong.isEmpty() ? setSettings(store.get(), wishes, line) : usageError(wrong);
+}
+
+QStringList SetCommand::candidates(const QStringList &before) const
+{
+    if (before.isEmpty()) {
+        return policyNames() + QStringList{userWord()};
+    }
+    if (before.size() < subjectLength(before)) {
+        return accountNames();
+    }
+    const SettingSchema *schema = schemaOfStore(storeName(before));
+    return schema ? assignmentCandidates(*schema, before.mid(subjectLength(before))) : QStringList();
+}

@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/UndoCommand.h"
+
+#include "client/changes/Change.h"
+#include "client/changes/History.h"
+#include "client/output/Terminal.h"
+#include "client/stores/Stores.h"
+
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(UndoCommand)
+};
+
+ExitCode fail(const QString &text)
+{
+    printError(text);
+    return ExitCode::Failed;
+}
+
+ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
+{
+    const std::unique_ptr<SettingsStore> store = makeStore(entry.store, mayAskPassword(line));
+    if (!store) {
+        return fail(Text::tr("%1 cannot be understood").arg(entry.file));
+    }
+    const Reading before = store->read();
+    if (before.outcome.code != ExitCode::Done && before.outcome.code != ExitCode::Failed) {
+        printError(before.outcome.error);
+        return before.outcome.code;
+    }
+    return performChange({store.get(), before, entry.before, Text::tr("undo of: %1").arg(entry.command)},
+                         isDryRun(line));
+}
+}
+
+QString UndoCommand::name() const
+{
+    return QStringLiteral("undo");
+}
+
+QString UndoCommand::summary() const
+{
+    return Text::tr("Bring back the settings from before a change.");
+}
+
+QList<Argument> UndoCommand::arguments() const
+{
+    return {{QStringLiteral("NUMBER"),
+             Text::tr("Which change, as listed by history; 1, the newest, if not given."),
+             QStringLiteral("[NUMBER]")}};
+}
+
+QList<QCommandLineOption> UndoCommand::options() const
+{
+    return {dryRunOption(), noAskPasswordOption()};
+}
+
+ExitCode UndoCommand::run(const QCommandLineParser &line) const
+{
+    const QStringList words = line.positionalArguments();
+    if (words.size() > 1) {
+        return tooManyArguments(words.at(1));
+    }
+    const int number = words.isEmpty() ? 1 : words.first().toInt();
+    if (number < 1) {
+        return usageError(
+            Text::tr("\"%1\" is not the number of a change; see accountpolicyctl history").arg(words.first()));
+    }
+    const QVector<HistoryEntry> entries = History().entries();
+    if (entries.isEmpty()) {
+        return fail(Text::tr("there is nothing to undo"));
+    }
+    if (number > entries.size()) {
+        return fail(Text::tr("there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
+    }
+    return undo(entries.at(number - 1), line);
+}

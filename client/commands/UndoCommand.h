@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/commands/ClientCommand.h"
+
+/// Brings back the settings as they were before a change. That is a change too, and can be undone.
+class UndoCommand : public ClientCommand
+{
+public:
+    QString name() const override;
+    QString summary() const override;
+    QList<Argument> arguments() const override;
+    QList<QCommandLineOption> options() const override;
+    ExitCode run(const QCommandLineParser &line) const override;
+};
