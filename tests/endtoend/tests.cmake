@@ -8,13 +8,14 @@ target_link_libraries(buscaller PRIVATE helperid KF5::AuthCore)
 
 add_library(endtoendsupport STATIC
     endtoend/Bus.cpp
+    endtoend/Client.cpp
     endtoend/PamState.cpp
 )
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 # Tests of the installed helper on a system bus of the sandbox's own.
-foreach(name IN ITEMS ActionsTest ClientTest FaultsTest InstallationTest PamTest)
+foreach(name IN ITEMS ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest PromptTest)
     add_executable(${name} endtoend/${name}.cpp)
     target_link_libraries(${name} PRIVATE endtoendsupport)
     add_test(NAME endtoend/${name}

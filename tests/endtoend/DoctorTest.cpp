@@ -1,0 +1,339 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What the client's checkup finds on an installation with one thing wrong at a time.
+
+#include "HelperId.h"
+#include "tests/endtoend/Bus.h"
+#include "tests/endtoend/Client.h"
+#include "tests/endtoend/PamState.h"
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <functional>
+#include <memory>
+
+namespace
+{
+constexpr int root = 0;
+
+QString id()
+{
+    return QLatin1String(helperId);
+}
+
+/// A file that is away, or other, until this object ends.
+class ScopedFile
+{
+public:
+    explicit ScopedFile(const QString &path) : m_path(path), m_away(path + QStringLiteral(".away-for-test"))
+    {
+        m_wasThere = QFile::rename(path, m_away);
+    }
+    ~ScopedFile()
+    {
+        QFile::remove(m_path);
+        if (m_wasThere) {
+            QFile::rename(m_away, m_path);
+        }
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(ScopedFile)
+
+    QString m_path;
+    QString m_away;
+    bool m_wasThere = false;
+};
+
+using Fault = std::shared_ptr<ScopedFile>;
+
+Fault without(const QString &path)
+{
+    return std::make_shared<ScopedFile>(path);
+}
+
+Fault with(const QString &path, const QByteArray &content)
+{
+    Fault fault = without(path);
+    writeContent(path, content);
+    return fault;
+}
+
+QByteArrayList stockLines()
+{
+    const QByteArray name = id().toLatin1();
+    return {
+        "ok    helper: /usr/lib/kauth/libexec/accountpolicieshelper",
+        "ok    bus service: /usr/share/dbus-1/system-services/" + name + ".service",
+        "ok    bus policy: /usr/share/dbus-1/system.d/" + name + ".conf",
+        "ok    bus policy of KAuth: /usr/share/dbus-1/system.d/org.kde.kf5auth.conf",
+        "ok    polkit actions: /usr/share/polkit-1/actions/" + name + ".policy",
+        "ok    password prompt for terminals: /usr/bin/pkttyagent",
+        "ok    system bus",
+        "ok    the bus starts the helper",
+        "ok    polkit knows the six actions",
+        "ok    pam-auth-update: /usr/sbin/pam-auth-update",
+        "note  the lockout policy cannot be written: there is no profile /usr/share/pam-configs/tally",
+        "      install a package that brings one, or do without this policy",
+        "ok    profile: /usr/share/pam-configs/pwquality",
+        "note  pam_tally.so is not installed: no account is locked after failed logins",
+        "      Debian has dropped this module after version 10",
+        "ok    defaults of passwords: /etc/login.defs",
+        "ok    defaults of useradd: /etc/default/useradd",
+        "ok    nothing was left behind",
+    };
+}
+
+/// The lines of the checkup that aren't those of a stock installation.
+QByteArrayList unusualLines(const QByteArray &output)
+{
+    QByteArrayList unusual;
+    const QByteArrayList stock = stockLines();
+    for (const QByteArray &line : output.trimmed().split('\n')) {
+        if (!stock.contains(line)) {
+            unusual += line;
+        }
+    }
+    return unusual;
+}
+
+struct Case {
+    const char *name;
+    std::function<QVector<Fault>()> make;
+    int exitCode;
+    QByteArrayList lines;
+};
+
+QVector<Case> fileCases()
+{
+    const QString helper = QStringLiteral("/usr/lib/kauth/libexec/accountpolicieshelper");
+    const QString bus = QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id());
+    const QString kauth = QStringLiteral("/usr/share/dbus-1/system.d/org.kde.kf5auth.conf");
+    const auto missing = [](const QString &path) {
+        return [path] {
+            return QVector<Fault>{without(path)};
+        };
+    };
+    const QByteArray again = "      install the helper again";
+    return {
+        {"bus policy missing", missing(bus), 1, {"WRONG bus policy is missing: " + bus.toLatin1(), again}},
+        {"bus policy of KAuth missing",
+         missing(kauth),
+         1,
+         {"WRONG bus policy of KAuth is missing: " + kauth.toLatin1(), "      apt install libkf5auth-data"}},
+        {"agent missing",
+         missing(QStringLiteral("/usr/bin/pkttyagent")),
+         1,
+         {"WRONG password prompt for terminals is missing: /usr/bin/pkttyagent", "      apt install polkitd"}},
+        {"helper not executable",
+         [helper] {
+             return QVector<Fault>{with(helper, "not a program")};
+         },
+         1,
+         {"WRONG the helper cannot be executed: " + helper.toLatin1(), "      chmod 755 " + helper.toLatin1()}},
+        {"helper open to all",
+         [helper] {
+             const QVector<Fault> faults{with(helper, contentOf(helper))};
+             QFile::setPermissions(helper, QFile::Permissions(0x7777));
+             return faults;
+         },
+         1,
+         {"WRONG others than root may replace the helper: " + helper.toLatin1(),
+          "      chown root " + helper.toLatin1() + "; chmod 755 " + helper.toLatin1()}},
+    };
+}
+
+QVector<Case> pamCases()
+{
+    const QString tally = QStringLiteral("/usr/share/pam-configs/tally");
+    const QString cracklib = QStringLiteral("/usr/share/pam-configs/cracklib");
+    const QString pwquality = QStringLiteral("/usr/share/pam-configs/pwquality");
+    const QString module = QStringLiteral("/usr/lib/security/pam_tally.so");
+    return {
+        {"nothing wrong",
+         [] {
+             return QVector<Fault>();
+         },
+         0,
+         {}},
+        {"profile without its module",
+         [tally] {
+             return QVector<Fault>{with(tally, tallyProfile())};
+         },
+         1,
+         {"WRONG /usr/share/pam-configs/tally names pam_tally.so, which is not installed",
+          "      install the module, or remove the profile"}},
+        {"profile that the tool leaves out",
+         [tally, module] {
+             return QVector<Fault>{with(tally, tallyProfile()), with(module, "x")};
+         },
+         1,
+         {"WRONG /usr/share/pam-configs/tally can be written, but never comes into force",
+          "      pam-auth-update of this system leaves out every profile that names pam_tally",
+          "ok    module: /usr/lib/security/pam_tally.so"}},
+        {"profile that doesn't name its module",
+         [pwquality] {
+             return QVector<Fault>{with(pwquality, "Name: empty\n# pam_pwquality.so\n")};
+         },
+         1,
+         {"WRONG /usr/share/pam-configs/pwquality does not name pam_pwquality.so",
+          "      bring its line back: dpkg -S /usr/share/pam-configs/pwquality"}},
+        {"no profile for complexity",
+         [pwquality] {
+             return QVector<Fault>{without(pwquality)};
+         },
+         0,
+         {"note  the complexity policy cannot be written: there is no profile /usr/share/pam-configs/pwquality, "
+          "/usr/share/pam-configs/cracklib"}},
+        {"second profile without its module",
+         [cracklib] {
+             return QVector<Fault>{with(cracklib, "required pam_cracklib.so\n")};
+         },
+         1,
+         {"WRONG /usr/share/pam-configs/cracklib names pam_cracklib.so, which is not installed",
+          "      install the module, or remove the profile"}},
+        {"no dictionary",
+         [] {
+             return QVector<Fault>{without(QStringLiteral("/var/cache/cracklib/cracklib_dict.pwd"))};
+         },
+         1,
+         {"WRONG pam_pwquality has no dictionary, and refuses every password", "      apt install cracklib-runtime"}},
+        {"no stack",
+         [] {
+             return QVector<Fault>{without(QStringLiteral("/etc/pam.d/common-password"))};
+         },
+         1,
+         {"WRONG /etc/pam.d/common-password is missing", "      apt install --reinstall libpam-runtime"}},
+        {"no pam-auth-update",
+         [] {
+             return QVector<Fault>{without(QStringLiteral("/usr/sbin/pam-auth-update"))};
+         },
+         1,
+         {"WRONG pam-auth-update is missing: /usr/sbin/pam-auth-update", "      apt install libpam-runtime"}},
+        {"no login.defs",
+         [] {
+             return QVector<Fault>{without(QStringLiteral("/etc/login.defs"))};
+         },
+         1,
+         {"WRONG defaults of passwords is missing: /etc/login.defs", "      apt install --reinstall login"}},
+        {"leftovers",
+         [] {
+             return QVector<Fault>{with(QStringLiteral("/usr/share/pam-configs/tally.tmp"), ""),
+                                   with(QStringLiteral("/etc/login.defs.tmp"), "")};
+         },
+         1,
+         {"WRONG left behind: /usr/share/pam-configs/tally.tmp, which pam-auth-update takes for a profile",
+          "      rm /usr/share/pam-configs/tally.tmp",
+          "note  left behind: /etc/login.defs.tmp",
+          "      rm /etc/login.defs.tmp"}},
+    };
+}
+
+QVector<Case> cases()
+{
+    return fileCases() + pamCases();
+}
+
+/// Two findings, each with its remedy: the one that is given, and what follows from it.
+void checkThatBusCannotStart(const QByteArray &cause)
+{
+    QTRY_COMPARE(unusualLines(client(root, QStringLiteral("doctor")).standardOutput).size(), 4);
+    const ProgramResult doctor = client(root, QStringLiteral("doctor"));
+    const QByteArrayList lines = unusualLines(doctor.standardOutput);
+    QCOMPARE(lines.at(0), cause);
+    QCOMPARE(lines.at(1), QByteArray("      install the helper again"));
+    QVERIFY2(lines.at(2).startsWith("WRONG the bus cannot start the helper: "), lines.at(2).constData());
+    QCOMPARE(lines.at(3), QByteArray("      look into the system's journal, then install the helper again"));
+    QCOMPARE(doctor.exitCode, 1);
+}
+}
+
+class DoctorTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void findsNothingWrongOnStockMachine();
+    void findsWhatIsWrong_data();
+    void findsWhatIsWrong();
+    void findsHelperThatCannotStart();
+    void findsMissingBusService();
+    void findsMissingActions();
+};
+
+void DoctorTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void DoctorTest::findsNothingWrongOnStockMachine()
+{
+    const ProgramResult doctor = client(nobody, QStringLiteral("doctor"));
+
+    QCOMPARE(doctor.standardError, QByteArray());
+    QCOMPARE(doctor.standardOutput.trimmed().split('\n'), stockLines());
+    QCOMPARE(doctor.exitCode, 0);
+}
+
+void DoctorTest::findsWhatIsWrong_data()
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < cases().size(); ++i) {
+        QTest::newRow(cases().at(i).name) << i;
+    }
+}
+
+void DoctorTest::findsWhatIsWrong()
+{
+    QFETCH(int, index);
+    const Case wrong = cases().at(index);
+    const QVector<Fault> faults = wrong.make();
+
+    const ProgramResult doctor = client(root, QStringLiteral("doctor"));
+
+    QCOMPARE(unusualLines(doctor.standardOutput), wrong.lines);
+    QCOMPARE(doctor.exitCode, wrong.exitCode);
+}
+
+void DoctorTest::findsHelperThatCannotStart()
+{
+    endHelper();
+    const Fault fault = without(QStringLiteral("/usr/lib/kauth/libexec/accountpolicieshelper"));
+
+    checkThatBusCannotStart("WRONG the helper is missing: /usr/lib/kauth/libexec/accountpolicieshelper");
+}
+
+void DoctorTest::findsMissingBusService()
+{
+    const QString service = QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id());
+    endHelper();
+    const Fault fault = without(service);
+    // the bus looks into its folders when it is told to, or notices by itself
+    QCOMPARE(runAs(root, QStringLiteral("pkill"), {QStringLiteral("-HUP"), QStringLiteral("dbus-daemon")}).exitCode, 0);
+
+    checkThatBusCannotStart("WRONG bus service is missing: " + service.toLatin1());
+}
+
+void DoctorTest::findsMissingActions()
+{
+    const QString policy = QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id());
+    {
+        const Fault fault = with(policy, contentOf(policy).replace("writepasswordexpirationpolicy", "writenothing"));
+        // polkit notices new files by itself
+        QTRY_COMPARE(unusualLines(client(root, QStringLiteral("doctor")).standardOutput),
+                     QByteArrayList(
+                         {"WRONG polkit does not know the action " + id().toLatin1() + ".writepasswordexpirationpolicy",
+                          "      install the helper again"}));
+    }
+    QTRY_COMPARE(client(root, QStringLiteral("doctor")).exitCode, 0);
+}
+
+QTEST_GUILESS_MAIN(DoctorTest)
+#include "DoctorTest.moc"
