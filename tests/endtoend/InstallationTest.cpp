@@ -62,6 +62,12 @@ void InstallationTest::installsJustTheseFiles_data()
     QTest::newRow("client") << "/usr/bin/accountpolicyctl" << program;
     QTest::newRow("bus service") << QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id()) << data;
     QTest::newRow("bus policy") << QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id()) << data;
+    QTest::newRow("manual page of the client") << "/usr/share/man/man1/accountpolicyctl.1" << data;
+    QTest::newRow("manual page of the helper") << "/usr/share/man/man8/accountpolicieshelper.8" << data;
+    QTest::newRow("schema of documents") << "/usr/share/accountpolicyctl/accountpolicies.schema.json" << data;
+    QTest::newRow("completion for bash") << "/usr/share/bash-completion/completions/accountpolicyctl" << data;
+    QTest::newRow("completion for zsh") << "/usr/share/zsh/vendor-completions/_accountpolicyctl" << data;
+    QTest::newRow("completion for fish") << "/usr/share/fish/vendor_completions.d/accountpolicyctl.fish" << data;
     QTest::newRow("polkit actions") << QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id()) << data;
 }
 
@@ -91,7 +97,7 @@ void InstallationTest::installsNothingElse()
                                        QStringLiteral("-path"),
                                        QStringLiteral("*ccountpolic*")});
     QCOMPARE(found.exitCode, 0);
-    QCOMPARE(found.standardOutput.count('\n'), 5);
+    QCOMPARE(found.standardOutput.count('\n'), 11);
 }
 
 void InstallationTest::tellsPolkitWhoMayDoWhat_data()

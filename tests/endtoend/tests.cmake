@@ -14,13 +14,8 @@ add_library(endtoendsupport STATIC
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
-# Tests of the installed helper on a system bus of the sandbox's own.
 foreach(name IN ITEMS ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest PromptTest)
-    add_executable(${name} endtoend/${name}.cpp)
-    target_link_libraries(${name} PRIVATE endtoendsupport)
-    add_test(NAME endtoend/${name}
-             COMMAND ${SANDBOX} --install ${PROJECT_BINARY_DIR} --bus -- $<TARGET_FILE:${name}>)
-    set_tests_properties(endtoend/${name} PROPERTIES TIMEOUT 600)
+    add_bus_test(endtoend/${name})
 endforeach()
 
 # The same tests once more on a build for another vendor: every name must follow the prefix.

@@ -1,0 +1,31 @@
+# SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+#
+# bash completion; the tool itself knows its words
+
+_accountpolicyctl()
+{
+    local typed current candidates candidate
+    read -ra typed <<<"${COMP_LINE:0:COMP_POINT}"
+    [[ ${COMP_LINE:COMP_POINT-1:1} == ' ' ]] && typed+=('')
+    current=${typed[-1]}
+    mapfile -t candidates < <(accountpolicyctl complete -- "${typed[@]:1}" 2>/dev/null)
+    if [[ ${candidates[0]-} == '<file>' ]]; then
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+    fi
+    # readline replaces only what is behind the last of its word breaks
+    local kept=
+    if [[ $COMP_WORDBREAKS == *=* && $current == *=* ]]; then
+        kept=${current%"${current##*=}"}
+    fi
+    COMPREPLY=()
+    for candidate in "${candidates[@]}"; do
+        COMPREPLY+=("${candidate#"$kept"}")
+    done
+    if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *= ]]; then
+        compopt -o nospace
+    fi
+}
+complete -F _accountpolicyctl accountpolicyctl

@@ -1,0 +1,133 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/settings/Document.h"
+#include "client/settings/Policies.h"
+#include "tests/support/TypedMap.h"
+
+#include <QTest>
+
+namespace
+{
+QString readError(const QByteArray &text)
+{
+    QMap<QString, Wishes> policies;
+    return readDocument(text, &policies);
+}
+}
+
+class DocumentTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void writesEverySetting();
+    void readsWhatItWrote();
+    void readsOnlyWhatIsNamed();
+    void readsNullAsNotSet();
+    void tellsWhatIsWrong_data();
+    void tellsWhatIsWrong();
+};
+
+void DocumentTest::writesEverySetting()
+{
+    const QByteArray text =
+        writeDocument({{QStringLiteral("expiration"),
+                        {{QStringLiteral("maxInterval"), 90LL}, {QStringLiteral("expireDate"), 20819LL}}}});
+
+    QCOMPARE(text,
+             QByteArray("{\n"
+                        "    \"policies\": {\n"
+                        "        \"expiration\": {\n"
+                        "            \"expireDate\": \"2027-01-01\",\n"
+                        "            \"inactiveInterval\": null,\n"
+                        "            \"maxInterval\": 90,\n"
+                        "            \"minInterval\": null,\n"
+                        "            \"warningInterval\": null\n"
+                        "        }\n"
+                        "    },\n"
+                        "    \"version\": 1\n"
+                        "}\n"));
+}
+
+void DocumentTest::readsWhatItWrote()
+{
+    const Policy &lockout = allPolicies().first();
+    const Settings settings = normalized(
+        lockout.schema,
+        {{QStringLiteral("deny"), 3}, {QStringLiteral("per_user"), true}, {QStringLiteral("unlock_time"), 2147483647}});
+    QMap<QString, Wishes> read;
+
+    QCOMPARE(readDocument(writeDocument({{lockout.name, settings}}), &read), QString());
+
+    QCOMPARE(read.keys(), QStringList{lockout.name});
+    QCOMPARE(typedEntries(fulfilled(lockout.schema, {}, read.value(lockout.name))), typedEntries(settings));
+}
+
+void DocumentTest::readsOnlyWhatIsNamed()
+{
+    QMap<QString, Wishes> read;
+    const QByteArray text =
+        R"({"version": 1, "policies": {"expiration": {"maxInterval": 9, "expireDate": "2027-01-01"}, "lockout": {}}})";
+
+    QCOMPARE(readDocument(text, &read), QString());
+
+    QCOMPARE(read.keys(), QStringList({QStringLiteral("expiration"), QStringLiteral("lockout")}));
+    QCOMPARE(typedEntries(read.value(QStringLiteral("expiration"))),
+             QStringList({QStringLiteral("expireDate: qlonglong 20819"), QStringLiteral("maxInterval: qlonglong 9")}));
+    QCOMPARE(read.value(QStringLiteral("lockout")), Wishes());
+}
+
+void DocumentTest::readsNullAsNotSet()
+{
+    QMap<QString, Wishes> read;
+
+    QCOMPARE(readDocument(R"({"version": 1, "policies": {"expiration": {"maxInterval": null}}})", &read), QString());
+
+    const Wishes wishes = read.value(QStringLiteral("expiration"));
+    QVERIFY(wishes.contains(QStringLiteral("maxInterval")));
+    QVERIFY(!wishes.value(QStringLiteral("maxInterval")).isValid());
+}
+
+void DocumentTest::tellsWhatIsWrong_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("wrong");
+
+    const char notADocument[] =
+        "not a policy document: needs \"version\": 1, \"policies\": an object, and nothing else";
+    QTest::newRow("no JSON") << QByteArray("policies") << "not a JSON document: illegal value (at byte 1)";
+    QTest::newRow("empty") << QByteArray() << "not a JSON document: illegal value (at byte 0)";
+    QTest::newRow("other version") << QByteArray(R"({"version": 2, "policies": {}})") << notADocument;
+    QTest::newRow("no version") << QByteArray(R"({"policies": {}})") << notADocument;
+    QTest::newRow("no policies") << QByteArray(R"({"version": 1})") << notADocument;
+    QTest::newRow("something else") << QByteArray(R"({"version": 1, "policies": {}, "x": 1})") << notADocument;
+    QTest::newRow("array") << QByteArray("[1]") << notADocument;
+    QTest::newRow("unknown policy") << QByteArray(R"({"version": 1, "policies": {"x": {}}})")
+                                    << "there is no policy \"x\"; there are lockout, complexity, expiration";
+    QTest::newRow("no object") << QByteArray(R"({"version": 1, "policies": {"lockout": 3}})")
+                               << "the lockout policy is not an object";
+    QTest::newRow("unknown key") << QByteArray(R"({"version": 1, "policies": {"lockout": {"denny": 3}}})")
+                                 << "the lockout policy has no setting \"denny\"; did you mean \"deny\"?";
+    QTest::newRow("text for number") << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": "3"}}})")
+                                     << "deny: \"\"3\"\" is not allowed; allowed is a whole number from 0 to 65535";
+    QTest::newRow("fraction") << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": 3.5}}})")
+                              << "deny: \"3.5\" is not allowed; allowed is a whole number from 0 to 65535";
+    QTest::newRow("null for switch") << QByteArray(R"({"version": 1, "policies": {"lockout": {"per_user": null}}})")
+                                     << "per_user: \"null\" is not allowed; allowed is yes or no";
+    QTest::newRow("text for switch") << QByteArray(R"({"version": 1, "policies": {"lockout": {"per_user": "yes"}}})")
+                                     << "per_user: \"\"yes\"\" is not allowed; allowed is yes or no";
+    QTest::newRow("array for number") << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": [3]}}})")
+                                      << "deny: \"[3]\" is not allowed; allowed is a whole number from 0 to 65535";
+}
+
+void DocumentTest::tellsWhatIsWrong()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, wrong);
+
+    QCOMPARE(readError(text), wrong);
+}
+
+QTEST_GUILESS_MAIN(DocumentTest)
+#include "DocumentTest.moc"

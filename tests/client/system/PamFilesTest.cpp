@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/system/PamFiles.h"
+
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+
+#include <QFile>
+#include <QTest>
+
+class PamFilesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void knowsTheFilesOfPolicies();
+    void findsModuleOutsideComments_data();
+    void findsModuleOutsideComments();
+    void findsModuleWhereItIsInstalled_data();
+    void findsModuleWhereItIsInstalled();
+    void knowsRefusedModules_data();
+    void knowsRefusedModules();
+    void tellsReason_data();
+    void tellsReason();
+};
+
+void PamFilesTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void PamFilesTest::knowsTheFilesOfPolicies()
+{
+    const PamFiles *lockout = pamFilesOf(QStringLiteral("lockout"));
+    const PamFiles *complexity = pamFilesOf(QStringLiteral("complexity"));
+
+    QCOMPARE(lockout->stack, QStringLiteral("/etc/pam.d/common-auth"));
+    QCOMPARE(lockout->profiles.size(), 1);
+    QCOMPARE(lockout->profiles.first().path, QStringLiteral("/usr/share/pam-configs/tally"));
+    QCOMPARE(lockout->profiles.first().module, QStringLiteral("pam_tally"));
+    QCOMPARE(complexity->stack, QStringLiteral("/etc/pam.d/common-password"));
+    QCOMPARE(complexity->profiles.size(), 2);
+    QCOMPARE(complexity->profiles.first().path, QStringLiteral("/usr/share/pam-configs/pwquality"));
+    QCOMPARE(complexity->profiles.first().module, QStringLiteral("pam_pwquality"));
+    QCOMPARE(complexity->profiles.last().path, QStringLiteral("/usr/share/pam-configs/cracklib"));
+    QCOMPARE(complexity->profiles.last().module, QStringLiteral("pam_cracklib"));
+    QVERIFY(!pamFilesOf(QStringLiteral("expiration")));
+}
+
+void PamFilesTest::findsModuleOutsideComments_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("named");
+    QTest::newRow("only line") << QByteArray("auth required pam_tally.so deny=3") << true;
+    QTest::newRow("later line") << QByteArray("x\n\n\tpam_tally.so\n") << true;
+    QTest::newRow("before comment") << QByteArray("pam_tally.so # x") << true;
+    QTest::newRow("in comment") << QByteArray("x # pam_tally.so") << false;
+    QTest::newRow("in comment line") << QByteArray("# pam_tally.so\n") << false;
+    QTest::newRow("other module") << QByteArray("pam_tally2.so\n") << false;
+    QTest::newRow("without .so") << QByteArray("pam_tally\n") << false;
+    QTest::newRow("empty") << QByteArray() << false;
+}
+
+void PamFilesTest::findsModuleOutsideComments()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(bool, named);
+    const QString path = QStringLiteral("/run/tmp/stack");
+    writeContent(path, content);
+
+    QCOMPARE(namesModule(path, QStringLiteral("pam_tally")), named);
+    QVERIFY(!namesModule(QStringLiteral("/run/tmp/nowhere"), QStringLiteral("pam_tally")));
+}
+
+void PamFilesTest::findsModuleWhereItIsInstalled_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("of an architecture") << "/usr/lib/some-linux-gnu/security/pam_test.so";
+    QTest::newRow("of none") << "/usr/lib/security/pam_test.so";
+}
+
+void PamFilesTest::findsModuleWhereItIsInstalled()
+{
+    QFETCH(QString, path);
+    QCOMPARE(modulePath(QStringLiteral("pam_test")), QString());
+    writeContent(path, "x");
+
+    const QString found = modulePath(QStringLiteral("pam_test"));
+    QFile::remove(path);
+
+    QCOMPARE(found, path);
+}
+
+void PamFilesTest::knowsRefusedModules_data()
+{
+    QTest::addColumn<QByteArray>("tool");
+    QTest::addColumn<bool>("refused");
+    QTest::newRow("listed") << QByteArray("my @invalid_modules = ('pam_tally');\n") << true;
+    QTest::newRow("listed with others") << QByteArray("my @invalid_modules = ('pam_x',\n  'pam_tally');\n") << true;
+    QTest::newRow("list empty") << QByteArray("my @invalid_modules = ();\n'pam_tally';\n") << false;
+    QTest::newRow("another listed") << QByteArray("my @invalid_modules = ('pam_tally2');\n") << false;
+    QTest::newRow("no list") << QByteArray("'pam_tally'\n") << false;
+}
+
+void PamFilesTest::knowsRefusedModules()
+{
+    QFETCH(QByteArray, tool);
+    QFETCH(bool, refused);
+    writeContent(pamAuthUpdatePath(), tool);
+
+    QCOMPARE(isModuleRefused(QStringLiteral("pam_tally")), refused);
+}
+
+void PamFilesTest::tellsReason_data()
+{
+    QTest::addColumn<QByteArray>("tool");
+    QTest::addColumn<QByteArray>("profile");
+    QTest::addColumn<QByteArray>("stack");
+    QTest::addColumn<QString>("reason");
+
+    const QByteArray refusing = "@invalid_modules = ('pam_tally');";
+    const QByteArray accepting = "@invalid_modules = ();";
+    QTest::newRow("refused") << refusing << QByteArray("pam_tally.so") << QByteArray("pam_tally.so")
+                             << "pam-auth-update of this system leaves out every profile that names pam_tally";
+    QTest::newRow("profile without the module")
+        << refusing << QByteArray("x") << QByteArray("x")
+        << "the profile has changed, but /etc/pam.d/common-auth does not name its module; is the profile enabled in "
+           "pam-auth-update?";
+    QTest::newRow("not in the stack")
+        << accepting << QByteArray("pam_tally.so") << QByteArray("# pam_tally.so")
+        << "the profile has changed, but /etc/pam.d/common-auth does not name its module; is the profile enabled in "
+           "pam-auth-update?";
+    QTest::newRow("stack edited")
+        << accepting << QByteArray("pam_tally.so") << QByteArray("pam_tally.so deny=1")
+        << "the profile has changed, but /etc/pam.d/common-auth has not; pam-auth-update keeps what was edited there "
+           "by hand";
+}
+
+void PamFilesTest::tellsReason()
+{
+    QFETCH(QByteArray, tool);
+    QFETCH(QByteArray, profile);
+    QFETCH(QByteArray, stack);
+    QFETCH(QString, reason);
+    writeContent(pamAuthUpdatePath(), tool);
+    writeContent(QStringLiteral("/usr/share/pam-configs/tally"), profile);
+    writeContent(QStringLiteral("/etc/pam.d/common-auth"), stack);
+
+    QCOMPARE(reasonNotInStack(*pamFilesOf(QStringLiteral("lockout"))), reason);
+}
+
+QTEST_GUILESS_MAIN(PamFilesTest)
+#include "PamFilesTest.moc"

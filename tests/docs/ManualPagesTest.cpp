@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// The manual pages as installed: well formed, complete, and with examples that work.
+
+#include "tests/endtoend/Client.h"
+#include "tests/endtoend/PamState.h"
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace
+{
+constexpr int root = 0;
+
+const QString clientPage = QStringLiteral("/usr/share/man/man1/accountpolicyctl.1");
+const QString helperPage = QStringLiteral("/usr/share/man/man8/accountpolicieshelper.8");
+
+/// The page as a reader sees it, without emphasis.
+QString readable(const QString &page)
+{
+    const ProgramResult shown =
+        runAs(nobody,
+              QStringLiteral("mandoc"),
+              {QStringLiteral("-T"), QStringLiteral("utf8"), QStringLiteral("-O"), QStringLiteral("width=200"), page});
+    return QString::fromUtf8(shown.standardOutput).remove(QRegularExpression(QStringLiteral(".\b")));
+}
+
+/// What the first capture of the pattern finds in the text, in order.
+QStringList found(const QString &text, const QString &pattern)
+{
+    QStringList all;
+    QRegularExpressionMatchIterator matches =
+        QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
+    while (matches.hasNext()) {
+        all += matches.next().captured(1);
+    }
+    return all;
+}
+
+QString help(const QString &words)
+{
+    return QString::fromUtf8(client(nobody, words).standardOutput);
+}
+
+QStringList examples()
+{
+    return found(QString::fromUtf8(contentOf(clientPage)), QStringLiteral("^\\.Dl (.+)$"));
+}
+}
+
+class ManualPagesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void areWellFormed_data();
+    void areWellFormed();
+    void nameEachCommandAndOption();
+    void nameEachSetting_data();
+    void nameEachSetting();
+    void nameEachAction();
+    void haveExamplesThatWork();
+
+private:
+    PamState m_stockPam;
+};
+
+void ManualPagesTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void ManualPagesTest::areWellFormed_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::newRow("client") << clientPage;
+    QTest::newRow("helper") << helperPage;
+}
+
+void ManualPagesTest::areWellFormed()
+{
+    QFETCH(QString, page);
+
+    const ProgramResult lint =
+        runAs(nobody,
+              QStringLiteral("mandoc"),
+              {QStringLiteral("-T"), QStringLiteral("lint"), QStringLiteral("-W"), QStringLiteral("warning"), page});
+
+    QCOMPARE(lint.standardOutput + lint.standardError, QByteArray());
+    QCOMPARE(lint.exitCode, 0);
+    QVERIFY(!contentOf(page).contains('@'));
+}
+
+void ManualPagesTest::nameEachCommandAndOption()
+{
+    const QString page = readable(clientPage);
+    const QStringList commands = found(help(QStringLiteral("--help")), QStringLiteral("^  ([a-z]+) .*  "));
+    QCOMPARE(commands.size(), 10);
+    for (const QString &command : commands) {
+        QVERIFY2(!found(page, QStringLiteral("^ +(%1)( |$)").arg(command)).isEmpty(), qPrintable(command));
+        const QStringList options = found(help(command + QStringLiteral(" --help")), QStringLiteral("(--[a-z-]+)"));
+        QVERIFY(options.contains(QStringLiteral("--help")));
+        for (const QString &option : options) {
+            QVERIFY2(!found(page, QStringLiteral("^ +(?:-h, )?(%1)( |$)").arg(option)).isEmpty(), qPrintable(option));
+        }
+    }
+}
+
+void ManualPagesTest::nameEachSetting_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::newRow("client") << clientPage;
+    QTest::newRow("helper") << helperPage;
+}
+
+void ManualPagesTest::nameEachSetting()
+{
+    QFETCH(QString, page);
+    const QString text = readable(page);
+    const QStringList keys = found(help(QStringLiteral("show")), QStringLiteral("^  (\\w+)  "));
+    QCOMPARE(keys.size(), 19);
+
+    for (const QString &key : keys) {
+        QVERIFY2(!found(text, QStringLiteral("\\b(%1)\\b").arg(key)).isEmpty(), qPrintable(key));
+    }
+}
+
+void ManualPagesTest::nameEachAction()
+{
+    const QString text = readable(helperPage);
+    for (const char *policy : {"accountslockoutpolicy", "passwordcomplexitypolicy", "passwordexpirationpolicy"}) {
+        for (const char *verb : {"read", "write"}) {
+            QVERIFY(text.contains(QString::fromLatin1(verb) + QString::fromLatin1(policy)));
+        }
+    }
+}
+
+void ManualPagesTest::haveExamplesThatWork()
+{
+    QCOMPARE(runAs(root, QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("alice")}).exitCode, 0);
+    QDir().mkpath(QStringLiteral("/run/examples"));
+    QVERIFY(QDir::setCurrent(QStringLiteral("/run/examples")));
+    qputenv("XDG_STATE_HOME", "/run/examples");
+    QCOMPARE(examples().size(), 10);
+
+    for (const QString &example : examples()) {
+        const ProgramResult run = runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), example});
+        QVERIFY2(run.exitCode == 0, (example.toUtf8() + '\n' + run.standardError).constData());
+        QCOMPARE(run.standardError, QByteArray());
+    }
+}
+
+QTEST_GUILESS_MAIN(ManualPagesTest)
+#include "ManualPagesTest.moc"
