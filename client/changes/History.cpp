@@ -38,7 +38,7 @@ QString beforeKey()
     return QStringLiteral("before");
 }
 
-/// $XDG_STATE_HOME of the XDG base directory specification, which ignores a relative path.
+/// $XDG_STATE_HOME, of which a relative path does not count.
 QString stateHome()
 {
     const QString set = QFile::decodeName(qgetenv("XDG_STATE_HOME"));

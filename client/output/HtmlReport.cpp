@@ -7,7 +7,6 @@
 #include "client/settings/SettingText.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 
 namespace
 {

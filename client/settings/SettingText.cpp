@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <QDate>
-#include <QLocale>
 
 namespace
 {
