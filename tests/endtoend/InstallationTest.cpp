@@ -68,6 +68,7 @@ void InstallationTest::installsJustTheseFiles_data()
     QTest::newRow("completion for bash") << "/usr/share/bash-completion/completions/accountpolicyctl" << data;
     QTest::newRow("completion for zsh") << "/usr/share/zsh/vendor-completions/_accountpolicyctl" << data;
     QTest::newRow("completion for fish") << "/usr/share/fish/vendor_completions.d/accountpolicyctl.fish" << data;
+    QTest::newRow("unit") << "/usr/lib/systemd/system/accountpolicieshelper.service" << data;
     QTest::newRow("polkit actions") << QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id()) << data;
 }
 
@@ -97,7 +98,7 @@ void InstallationTest::installsNothingElse()
                                        QStringLiteral("-path"),
                                        QStringLiteral("*ccountpolic*")});
     QCOMPARE(found.exitCode, 0);
-    QCOMPARE(found.standardOutput.count('\n'), 11);
+    QCOMPARE(found.standardOutput.count(QByteArray("\n")), 12);
 }
 
 void InstallationTest::tellsPolkitWhoMayDoWhat_data()
