@@ -106,6 +106,11 @@ QByteArray PseudoTerminal::output() const
     return m_output;
 }
 
+pid_t PseudoTerminal::process() const
+{
+    return m_process;
+}
+
 bool PseudoTerminal::echoes() const
 {
     termios settings = {};

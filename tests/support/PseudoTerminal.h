@@ -30,6 +30,8 @@ public:
     /// All that was read so far.
     QByteArray output() const;
 
+    pid_t process() const;
+
     /// Whether the terminal shows what is typed.
     bool echoes() const;
 

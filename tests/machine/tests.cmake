@@ -1,0 +1,20 @@
+# SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+set(MACHINE_FOLDER ${PROJECT_BINARY_DIR}/machine)
+
+add_library(machinesupport STATIC machine/Machine.cpp)
+target_link_libraries(machinesupport PUBLIC testsupport)
+target_compile_definitions(machinesupport PRIVATE MACHINE_FOLDER="${MACHINE_FOLDER}")
+
+# What the tests below stand on: a machine's root, and the packages. If it can't be made, they fail.
+add_test(NAME machine/prepare COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/prepare ${MACHINE_FOLDER})
+set_tests_properties(machine/prepare PROPERTIES FIXTURES_SETUP machine TIMEOUT 1800)
+
+foreach(name IN ITEMS MachineTest PackageTest)
+    add_executable(${name} machine/${name}.cpp)
+    target_link_libraries(${name} PRIVATE machinesupport)
+    add_test(NAME machine/${name} COMMAND ${name})
+    # one at a time: each has its machine in the same place
+    set_tests_properties(machine/${name} PROPERTIES FIXTURES_REQUIRED machine TIMEOUT 1800 RESOURCE_LOCK machine)
+endforeach()
