@@ -5,7 +5,6 @@
 
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
-#include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
 #include <QDir>
@@ -18,6 +17,13 @@ constexpr int root = 0;
 
 const QString clientPage = QStringLiteral("/usr/share/man/man1/accountpolicyctl.1");
 const QString helperPage = QStringLiteral("/usr/share/man/man8/accountpolicieshelper.8");
+
+/// The page as it was written, packed or not.
+QByteArray sourceOf(const QString &page)
+{
+    const QString unpack = QStringLiteral("zcat --force %1 || zcat %1.gz").arg(page);
+    return runAs(nobody, QStringLiteral("sh"), {QStringLiteral("-c"), unpack}).standardOutput;
+}
 
 /// The page as a reader sees it, without emphasis.
 QString readable(const QString &page)
@@ -48,7 +54,7 @@ QString help(const QString &words)
 
 QStringList examples()
 {
-    return found(QString::fromUtf8(contentOf(clientPage)), QStringLiteral("^\\.Dl (.+)$"));
+    return found(QString::fromUtf8(sourceOf(clientPage)), QStringLiteral("^\\.Dl (.+)$"));
 }
 }
 
@@ -94,7 +100,7 @@ void ManualPagesTest::areWellFormed()
 
     QCOMPARE(lint.standardOutput + lint.standardError, QByteArray());
     QCOMPARE(lint.exitCode, 0);
-    QVERIFY(!contentOf(page).contains('@'));
+    QVERIFY(!sourceOf(page).isEmpty() && !sourceOf(page).contains('@'));
 }
 
 void ManualPagesTest::nameEachCommandAndOption()
