@@ -161,9 +161,21 @@ void InstallationTest::registersNoOtherAction()
 
 void InstallationTest::namesTheHelperToTheBus()
 {
-    QCOMPARE(contentOf(QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id())),
-             QByteArray("[D-BUS Service]\nName=") + helperId
-                 + "\nExec=/usr/lib/kauth/libexec/accountpolicieshelper\nUser=root\n");
+    QByteArrayList lines;
+    for (const QByteArray &line :
+         contentOf(QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id())).split('\n')) {
+        if (!line.isEmpty() && !line.startsWith('#')) {
+            lines += line;
+        }
+    }
+    QCOMPARE(lines,
+             QByteArrayList({"[D-BUS Service]",
+                             "Name=" + QByteArray(helperId),
+                             "Exec=/usr/lib/kauth/libexec/accountpolicieshelper",
+                             "User=root",
+                             "SystemdService=accountpolicieshelper.service"}));
+    QVERIFY(contentOf(QStringLiteral("/usr/lib/systemd/system/accountpolicieshelper.service"))
+                .contains("\nBusName=" + QByteArray(helperId) + '\n'));
 }
 
 void InstallationTest::letsNobodyButRootOwnTheName()

@@ -147,7 +147,12 @@ ProgramResult Machine::run(const QString &script) const
 {
     return runAs(superuser,
                  QStringLiteral("nsenter"),
-                 QStringList{QStringLiteral("--target"), m_leader, QStringLiteral("--all"), QStringLiteral("--")}
+                 QStringList{QStringLiteral("--target"),
+                             m_leader,
+                             QStringLiteral("--all"),
+                             QStringLiteral("--root"),
+                             QStringLiteral("--wd"),
+                             QStringLiteral("--")}
                      + shell(script));
 }
 
