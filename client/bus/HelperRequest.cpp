@@ -112,6 +112,9 @@ void HelperRequest::sendSoon()
 
 void HelperRequest::receive(KAuth::ExecuteJob *job)
 {
+    if (!m_limit.isActive()) {
+        return; // answered already: this is what became of the same request, sent earlier or later
+    }
     switch (job->error()) {
     case KJob::NoError:
         receiveData(job->data());
