@@ -5,8 +5,7 @@
 
 #include "engine/CommandRunner.h"
 #include "engine/ErrorText.h"
-#include "engine/LineWalk.h"
-#include "engine/RegExpHandler.h"
+#include "engine/LineRewriting.h"
 
 #include <QFile>
 
@@ -19,25 +18,6 @@ bool openFile(QFile *file, QIODevice::OpenMode mode, QString *errorString)
     }
     appendMessage(errorString, fileErrorMessage(*file));
     return false;
-}
-
-QByteArray finishedLine(const QByteArray &setting, const QByteArray &comment)
-{
-    return comment.isEmpty() ? setting + '\n' : setting + '\t' + comment + '\n';
-}
-
-/// Writes are not checked: a full disk shows only in the copy that follows, if at all.
-void writeNewContent(QFile *target, QFile *temporary, RegExpHandler *handler)
-{
-    walkLines(target, *handler, [temporary, handler](const QByteArray &line, bool matched) {
-        QByteArray buffer = line;
-        const bool replaced = matched && handler->handleLine(&buffer);
-        temporary->write(replaced ? finishedLine(buffer, commentOf(line)) : buffer);
-    });
-    QByteArray tail;
-    if (handler->appendLines(&tail)) {
-        temporary->write(tail);
-    }
 }
 
 bool makeBackup(QFile *target, QString *errorString)
@@ -71,7 +51,8 @@ bool rewriteFile(const QString &path, RegExpHandler *handler, QString *errorStri
         || !openFile(&temporary, QIODevice::WriteOnly, errorString)) {
         return false;
     }
-    writeNewContent(&target, &temporary, handler);
+    // writes are not checked: a full disk shows only in the copy that follows, if at all
+    rewriteLines(&target, &temporary, handler);
     temporary.close();
     target.close();
     if (keepBackup && !makeBackup(&target, errorString)) {

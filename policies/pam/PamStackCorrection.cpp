@@ -4,7 +4,6 @@
 #include "policies/pam/PamStackCorrection.h"
 
 #include <QFile>
-#include <QStringList>
 
 namespace
 {
@@ -37,13 +36,11 @@ bool needsCorrection(const QString &line, const QRegularExpression &optionPatter
 }
 }
 
-void correctPamStack(const PamStackOption &option, int wanted)
+bool correctPamLines(const PamStackOption &option, int wanted, QStringList *lines)
 {
     const QRegularExpression optionPattern(QStringLiteral("\\b%1=(?<%1>\\d+)\\b").arg(option.name));
-    QFile file(option.stack);
-    QStringList lines = readLines(&file);
     bool changed = false;
-    for (QString &line : lines) {
+    for (QString &line : *lines) {
         if (!line.contains(option.module) || !needsCorrection(line, optionPattern, wanted)) {
             continue;
         }
@@ -53,7 +50,14 @@ void correctPamStack(const PamStackOption &option, int wanted)
         line = pieces.join(QString());
         changed = true;
     }
-    if (changed) {
+    return changed;
+}
+
+void correctPamStack(const PamStackOption &option, int wanted)
+{
+    QFile file(option.stack);
+    QStringList lines = readLines(&file);
+    if (correctPamLines(option, wanted, &lines)) {
         writeLines(&file, lines);
     }
 }

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <QRegularExpression>
-#include <QString>
+#include <QStringList>
 
 /// A numeric option of a module in a PAM stack, a file in the format of pam.d(5).
 struct PamStackOption {
@@ -24,3 +24,6 @@ struct PamStackOption {
  * The file is written in place, without a copy; if it can't be opened, nothing happens.
  */
 void correctPamStack(const PamStackOption &option, int wanted);
+
+/// The same for the lines of a stack, without their line ends; whether any was changed.
+bool correctPamLines(const PamStackOption &option, int wanted, QStringList *lines);
