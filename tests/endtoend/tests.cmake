@@ -12,6 +12,7 @@ add_library(endtoendsupport STATIC
     endtoend/PamState.cpp
 )
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
+add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 foreach(name IN ITEMS ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest PromptTest)

@@ -1,0 +1,149 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// The readers and rewriters of the three policies, on any file and with any arguments.
+
+#include "engine/LineRewriting.h"
+#include "engine/LineWalk.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/lockout/LocalPolicyLockoutReadTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "tests/fuzz/Fuzzing.h"
+
+#include <QBuffer>
+
+namespace
+{
+QStringList words(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+template<typename Handler>
+QVariantMap readThrough(const QByteArray &content)
+{
+    QVariantMap values;
+    Handler handler(&values);
+    QBuffer file;
+    file.setData(content);
+    file.open(QIODevice::ReadOnly);
+    walkLines(&file, handler, [&handler](const QByteArray &line, bool matched) {
+        QByteArray buffer = line;
+        if (matched) {
+            handler.handleLine(&buffer);
+        }
+    });
+    return values;
+}
+
+template<typename Handler>
+QByteArray rewrittenThrough(const QByteArray &content, const QVariantMap &arguments)
+{
+    Handler handler(&arguments);
+    QBuffer source;
+    source.setData(content);
+    source.open(QIODevice::ReadOnly);
+    QBuffer destination;
+    destination.open(QIODevice::WriteOnly);
+    rewriteLines(&source, &destination, &handler);
+    return destination.data();
+}
+
+/// The lines in which the handler finds nothing, in order.
+template<typename Handler>
+QByteArrayList unclaimedLines(const QByteArray &content, const QVariantMap &arguments)
+{
+    QByteArrayList lines;
+    Handler handler(&arguments);
+    QBuffer file;
+    file.setData(content);
+    file.open(QIODevice::ReadOnly);
+    walkLines(&file, handler, [&lines](const QByteArray &line, bool matched) {
+        if (!matched) {
+            lines += line;
+        }
+    });
+    return lines;
+}
+
+bool isInOrderIn(const QByteArrayList &lines, const QByteArray &content)
+{
+    int place = 0;
+    for (const QByteArray &line : lines) {
+        place = content.indexOf(line, place);
+        if (place < 0) {
+            return false;
+        }
+        place += line.size();
+    }
+    return true;
+}
+
+template<typename Reader, typename Rewriter>
+void check(const QByteArray &content, const QVariantMap &anything, const QVariantMap &arguments)
+{
+    readThrough<Reader>(content);
+    for (const QVariantMap &map : {anything, arguments}) {
+        const QByteArray once = rewrittenThrough<Rewriter>(content, map);
+        require(isInOrderIn(unclaimedLines<Rewriter>(content, map), once), "unclaimed lines keep their bytes", once);
+        require(rewrittenThrough<Rewriter>(once, map).size() >= 0, "what was written can be rewritten");
+    }
+}
+
+/// What the reader finds in a file whose only line of the module was written from these arguments.
+template<typename Reader, typename Rewriter>
+void checkModuleLine(const QByteArray &module, const QVariantMap &arguments)
+{
+    const QByteArray written = rewrittenThrough<Rewriter>("auth required " + module + " retry=3 x\n", arguments);
+    require(readThrough<Reader>(written) == arguments, "what was written is read", written);
+    require(rewrittenThrough<Rewriter>(written, arguments) == written, "writing again changes nothing", written);
+    require(written.startsWith("auth required " + module + " retry=3 x"), "unmanaged options stay", written);
+}
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
+{
+    FuzzInput input(data, size);
+    const uint8_t policy = input.takeByte();
+    if (policy % 4 == 0) {
+        using Reader = LocalPolicyLockoutReadTask::LoginReaderRegExpHandler;
+        using Rewriter = LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler;
+        const QStringList flags = words("per_user magic_root no_reset");
+        const QStringList numbers = words("deny lock_time unlock_time");
+        const QVariantMap arguments = input.takeFittingMap(flags, numbers, 0);
+        const QVariantMap anything = input.takeMap(flags + numbers);
+        checkModuleLine<Reader, Rewriter>("pam_tally.so", arguments);
+        check<Reader, Rewriter>(input.rest(), anything, arguments);
+    } else if (policy % 4 == 1) {
+        using Reader = LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler;
+        using Rewriter = LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler;
+        const QStringList flags = words("gecoscheck enforce_for_root reject_username");
+        const QStringList numbers = words("minlen lcredit ucredit dcredit ocredit");
+        const QVariantMap arguments = input.takeFittingMap(flags, numbers, std::numeric_limits<int>::min());
+        const QVariantMap anything = input.takeMap(flags + numbers);
+        checkModuleLine<Reader, Rewriter>(policy & 4 ? "pam_cracklib.so" : "pam_pwquality.so", arguments);
+        check<Reader, Rewriter>(input.rest(), anything, arguments);
+    } else if (policy % 4 == 2) {
+        using Reader = LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler;
+        using Rewriter = LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler;
+        const QStringList numbers = words("maxInterval minInterval warningInterval");
+        const QVariantMap arguments = input.takeFittingMap({}, numbers, std::numeric_limits<int>::min());
+        const QVariantMap anything = input.takeMap(numbers);
+        const QByteArray written = rewrittenThrough<Rewriter>("UMASK 022\nPASS_MAX_DAYS 1\n", arguments);
+        require(readThrough<Reader>(written) == arguments, "what was written is read", written);
+        check<Reader, Rewriter>(input.rest(), anything, arguments);
+    } else {
+        using Reader = LocalPolicyPasswordExpirationReadTask::UseraddReaderRegExpHandler;
+        using Rewriter = LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler;
+        QVariantMap arguments = input.takeFittingMap({}, words("inactiveInterval"), std::numeric_limits<int>::min());
+        arguments.insert(QStringLiteral("expireDate"), qAbs(input.takeNumber()) % 2932897);
+        const QVariantMap anything = input.takeMap(words("inactiveInterval expireDate"));
+        const QByteArray written = rewrittenThrough<Rewriter>("SHELL=/bin/sh\nINACTIVE=3\n", arguments);
+        require(readThrough<Reader>(written) == arguments, "what was written is read", written);
+        check<Reader, Rewriter>(input.rest(), anything, arguments);
+    }
+    return 0;
+}
