@@ -9,12 +9,16 @@
 #include "client/output/Terminal.h"
 #include "client/output/WaitingLine.h"
 
+#include <KAuth/Action>
 #include <KAuth/ActionReply>
-#include <KAuth/ExecuteJob>
 
 #include <QDBusConnection>
+#include <QDBusPendingReply>
+#include <QDataStream>
 #include <QRandomGenerator>
 #include <QUuid>
+
+#include <utility>
 
 namespace
 {
@@ -22,16 +26,12 @@ namespace
 constexpr int limit = 70000; // ms
 // a person types a password
 constexpr int limitWithPrompt = 300000; // ms
-// past the others, so that KAuth never gives up first
-constexpr int kauthLimit = 400000; // ms
-
-// no person is asked for a password and denied within this time
-constexpr int quickestPerson = 1000; // ms
-
-// after another caller's reply: the helper is free again, or will be in a moment
-constexpr int shortPause = 5; // ms
-// the earlier request was probably turned away
-constexpr int longPause = 400; // ms
+// past the others, so that the bus never gives up first
+constexpr int busLimit = 400000; // ms
+// for the answer to a request that was cancelled
+constexpr int farewell = 2000; // ms
+// until a busy helper is asked again
+constexpr int pause = 20; // ms
 
 QString keyName()
 {
@@ -39,16 +39,30 @@ QString keyName()
 }
 
 /// Up to twice the pause, so that callers who were turned away together don't come back together.
-int jittered(int pause)
+int jitteredPause()
 {
     return pause + QRandomGenerator::global()->bounded(pause);
 }
+
+/// The call that KAuth's helper side takes: action, caller, details for polkit's prompt, arguments as a data stream.
+QDBusMessage performAction(const QString &action, const QVariantMap &arguments)
+{
+    QByteArray encoded;
+    QDataStream stream(&encoded, QIODevice::WriteOnly);
+    stream << arguments;
+    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
+                                                       QStringLiteral("/"),
+                                                       QStringLiteral("org.kde.kf5auth"),
+                                                       QStringLiteral("performAction"));
+    call << action << QDBusConnection::systemBus().baseService().toUtf8() << QVariantMap() << encoded;
+    return call;
+}
 }
 
-HelperRequest::HelperRequest(Kind kind, const QString &action, const QVariantMap &arguments, bool mayAsk)
+HelperRequest::HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk)
     : m_kind(kind)
     , m_name(QLatin1String(helperId) + QLatin1Char('.') + action)
-    , m_arguments(arguments)
+    , m_arguments(std::move(arguments))
     , m_key(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , m_mayAsk(mayAsk && TextAgent::canAsk())
 {
@@ -59,7 +73,8 @@ HelperRequest::HelperRequest(Kind kind, const QString &action, const QVariantMap
     m_limit.setSingleShot(true);
     connect(&m_again, &QTimer::timeout, this, &HelperRequest::send);
     connect(&m_limit, &QTimer::timeout, this, [this] {
-        finish(ExitCode::Busy, tr("the helper is busy; try again later"));
+        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled"))
+                    : finish(ExitCode::Busy, tr("the helper is busy; try again later"));
     });
 }
 
@@ -68,25 +83,17 @@ HelperRequest::~HelperRequest() = default;
 HelperReply HelperRequest::execute()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
-        // KAuth doesn't survive this
         return {{ExitCode::Failed, tr("the system bus cannot be reached")}, {}};
     }
-    m_action.setName(m_name);
-    m_action.setHelperId(QLatin1String(helperId));
-    m_action.setArguments(m_arguments);
-    m_action.setTimeout(kauthLimit);
     const InterruptWatch watch([this] {
-        if (m_agent) {
-            err().write(QStringLiteral("\n")); // the prompt stands on the line
-        }
-        finish(ExitCode::NotAuthorized, tr("cancelled"));
+        cancel();
     });
     m_limit.start(limit);
     m_waitingLine = std::make_unique<WaitingLine>(tr("waiting for the helper…"));
-    if (m_kind == Kind::Write && m_action.status() == KAuth::Action::AuthRequiredStatus) {
+    // reading is free as shipped: asking polkit first would only cost time
+    if (m_kind == Kind::Write && needsPassword()) {
         openAgent();
     }
-    m_age.start();
     send();
     m_loop.exec();
     m_waitingLine.reset();
@@ -96,48 +103,46 @@ HelperReply HelperRequest::execute()
 
 void HelperRequest::send()
 {
-    KAuth::ExecuteJob *job = m_action.execute();
-    job->setParent(this);
-    connect(job, &KJob::result, this, [this, job] {
-        receive(job);
-    });
-    m_again.start(jittered(longPause));
-    job->start();
+    const QDBusPendingCall call = QDBusConnection::systemBus().asyncCall(performAction(m_name, m_arguments), busLimit);
+    auto *answer = new QDBusPendingCallWatcher(call, this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, &HelperRequest::receive);
 }
 
-void HelperRequest::sendSoon()
+void HelperRequest::receive(QDBusPendingCallWatcher *answer)
 {
-    m_again.start(jittered(shortPause));
-}
-
-void HelperRequest::receive(KAuth::ExecuteJob *job)
-{
-    if (!m_limit.isActive()) {
-        return; // answered already: this is what became of the same request, sent earlier or later
+    answer->deleteLater();
+    const QDBusPendingReply<QByteArray> reply = *answer;
+    if (reply.isError()) {
+        finish(ExitCode::Failed, tr("the helper does not answer\n%1").arg(reply.error().message()));
+        return;
     }
-    switch (job->error()) {
-    case KJob::NoError:
-        receiveData(job->data());
+    receiveReply(KAuth::ActionReply::deserialize(reply.value()));
+}
+
+void HelperRequest::receiveReply(const KAuth::ActionReply &reply)
+{
+    switch (reply.errorCode()) {
+    case KAuth::ActionReply::NoError:
+        receiveData(reply.data());
         break;
     case KAuth::ActionReply::HelperBusyError:
-        break; // the timer sends again
+        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled")) : m_again.start(jitteredPause());
+        break;
     case KAuth::ActionReply::AuthorizationDeniedError:
     case KAuth::ActionReply::UserCancelledError:
         receiveDenial();
         break;
-    case KAuth::ActionReply::DBusError:
-        finish(ExitCode::Failed, tr("the helper does not answer\n%1").arg(job->errorText()));
-        break;
     default:
         finish(ExitCode::Failed,
-               tr("KAuth refuses the request (error %1)\n%2").arg(job->error()).arg(job->errorText()));
+               tr("the helper refuses the request (error %1)\n%2")
+                   .arg(QString::number(reply.error()), reply.errorDescription()));
     }
 }
 
 void HelperRequest::receiveData(const QVariantMap &data)
 {
     if (m_kind == Kind::Write && data.value(keyName()) != m_key) {
-        sendSoon();
+        m_again.start(jitteredPause()); // not the answer to this
         return;
     }
     QVariantMap values = data;
@@ -156,36 +161,46 @@ void HelperRequest::receiveData(const QVariantMap &data)
 
 void HelperRequest::receiveDenial()
 {
-    switch (m_action.status()) {
-    case KAuth::Action::AuthorizedStatus:
-        sendSoon(); // another caller was denied
+    if (m_cancelled) {
+        finish(ExitCode::NotAuthorized, tr("cancelled"));
         return;
-    case KAuth::Action::AuthRequiredStatus:
-        if (m_agent && m_age.elapsed() < quickestPerson) {
-            sendSoon(); // as above: nobody has typed a password yet
-            return;
-        }
-        if (!m_agent && m_kind == Kind::Read && openAgent()) {
-            sendSoon(); // an administrator restricted reading, which is free as shipped
-            return;
-        }
-        break;
-    default:
-        break;
+    }
+    // an administrator has restricted reading
+    if (m_kind == Kind::Read && m_mayAsk && !m_agent && needsPassword()) {
+        openAgent();
+        send();
+        return;
     }
     finish(ExitCode::NotAuthorized, tr("not authorized"));
 }
 
-bool HelperRequest::openAgent()
+/// Ends the prompt, upon which polkit and so the helper answer. What was carried out already is not cancelled any more.
+void HelperRequest::cancel()
 {
-    if (!m_mayAsk) {
-        return false;
+    m_cancelled = true;
+    if (m_agent) {
+        err().write(QStringLiteral("\n")); // the prompt stands on the line
+        m_agent.reset();
     }
+    if (m_again.isActive()) {
+        m_again.stop();
+        finish(ExitCode::NotAuthorized, tr("cancelled")); // nothing is under way
+        return;
+    }
+    m_limit.start(farewell);
+}
+
+bool HelperRequest::needsPassword() const
+{
+    return m_mayAsk && KAuth::Action(m_name).status() == KAuth::Action::AuthRequiredStatus;
+}
+
+void HelperRequest::openAgent()
+{
     m_agent = std::make_unique<TextAgent>();
     m_limit.start(limitWithPrompt);
     // the prompt has the terminal from now on
     m_waitingLine->giveWay();
-    return true;
 }
 
 void HelperRequest::finish(ExitCode code, const QString &error, const QVariantMap &values)

@@ -5,9 +5,6 @@
 
 #include "client/Outcome.h"
 
-#include <KAuth/Action>
-
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <QVariantMap>
@@ -16,8 +13,9 @@
 
 namespace KAuth
 {
-class ExecuteJob;
+class ActionReply;
 }
+class QDBusPendingCallWatcher;
 class TextAgent;
 class WaitingLine;
 
@@ -31,22 +29,20 @@ struct HelperReply {
 /**
  * One action of the helper, carried out once.
  *
- * KAuth broadcasts replies and hands a caller the first one for its action, even another caller's; and while the helper
- * is at work for one caller it turns the others away without their hearing of it. So a write carries a key of its own,
- * which the helper sends back, and a request is sent again until its own reply is there. Sending again is harmless: the
- * helper turns a request away while it works on the same caller's earlier one, and writing a policy twice is writing it
- * once.
+ * This speaks to the helper as KAuth's own client library does, by the method performAction, but waits for the method's
+ * answer. The library waits for a broadcast instead: it hands a caller the first reply for its action, even another
+ * caller's, and never hears that the helper is at work for somebody else. Besides, a write carries a key of its own,
+ * which the helper must send back.
+ *
+ * A request that was sent is waited for until it is answered: the helper hangs for good if its caller is gone by the time
+ * that it asks polkit about it.
  */
 class HelperRequest : public QObject
 {
     Q_OBJECT
 
 public:
-    enum class Kind {
-        /// Any caller's reply will do: it was read after this request was made, or nothing was written in between.
-        Read,
-        Write,
-    };
+    enum class Kind { Read, Write };
 
     /**
      * @param kind      whether the action reads or writes
@@ -54,7 +50,7 @@ public:
      * @param arguments the arguments of the action
      * @param mayAsk    whether a password may be asked for on the terminal
      */
-    HelperRequest(Kind kind, const QString &action, const QVariantMap &arguments, bool mayAsk);
+    HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk);
     ~HelperRequest() override;
 
     /// Sends it and waits for the reply.
@@ -62,23 +58,22 @@ public:
 
 private:
     void send();
-    void sendSoon();
-    void receive(KAuth::ExecuteJob *job);
+    void receive(QDBusPendingCallWatcher *answer);
+    void receiveReply(const KAuth::ActionReply &reply);
     void receiveData(const QVariantMap &data);
     void receiveDenial();
-    bool openAgent();
+    void cancel();
+    bool needsPassword() const;
+    void openAgent();
     void finish(ExitCode code, const QString &error, const QVariantMap &values = QVariantMap());
 
     Kind m_kind;
     QString m_name;
     QVariantMap m_arguments;
-    /// Complete only from execute() on.
-    KAuth::Action m_action;
     QString m_key;
     bool m_mayAsk;
+    bool m_cancelled = false;
     QEventLoop m_loop;
-    /// Since it was first sent.
-    QElapsedTimer m_age;
     QTimer m_again;
     QTimer m_limit;
     std::unique_ptr<TextAgent> m_agent;

@@ -16,7 +16,9 @@ PolicyReadings readPolicies(const QStringList &names, bool mayAsk)
             readings.settings.insert(name, reading.settings);
             continue;
         }
-        readings.failures += reading.outcome;
+        if (readings.failures.isEmpty() || readings.failures.last().error != reading.outcome.error) {
+            readings.failures += reading.outcome;
+        }
         if (reading.outcome.code != ExitCode::Failed) {
             break; // a user who cancelled, or a helper that is busy: the next would end the same way
         }

@@ -716,12 +716,9 @@ void ClientTest::tellsThatHelperWasKilled()
     killer.join();
     runAs(root, QStringLiteral("pkill"), {QStringLiteral("sleep")});
 
-    // KAuth appends what its connection said last, if anything
-    const QRegularExpression error(
-        QStringLiteral("^accountpolicyctl: the helper does not answer\n"
-                       "DBus Backend error: could not contact the helper. Connection error: Message recipient "
-                       "disconnected from message bus without replying. Message error: .*\n$"));
-    QVERIFY2(error.match(QString::fromUtf8(set.standardError)).hasMatch(), set.standardError.constData());
+    QCOMPARE(set.standardError,
+             complaint("the helper does not answer\n"
+                       "Message recipient disconnected from message bus without replying"));
     QCOMPARE(set.exitCode, 1);
     writeProgram(path(tool), m_tool);
     QCOMPARE(client(root, QStringLiteral("set complexity minlen=12")).exitCode, 0);
@@ -736,8 +733,9 @@ void ClientTest::tellsThatHelperCannotStart()
     const ProgramResult show = client(nobody, QStringLiteral("show"));
     QVERIFY(QFile::rename(helper + QStringLiteral(".away"), helper));
 
-    QVERIFY2(show.standardError.startsWith("accountpolicyctl: the helper does not answer\nDBus Backend error: "),
-             show.standardError.constData());
+    // once, though three policies are asked for
+    QCOMPARE(show.standardError,
+             complaint("the helper does not answer\nCannot launch daemon, file not found or permissions invalid"));
     QCOMPARE(show.exitCode, 1);
 }
 

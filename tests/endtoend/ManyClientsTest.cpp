@@ -12,7 +12,9 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <csignal>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace
@@ -36,6 +38,13 @@ public:
                                   QStringLiteral("XDG_STATE_HOME=") + stateFolder(user),
                                   QStringLiteral("accountpolicyctl")};
         m_process.start(QStringLiteral("setpriv"), command + splitWords(words));
+    }
+
+    /// As by Ctrl-C.
+    void interrupt()
+    {
+        m_process.waitForStarted();
+        kill(static_cast<pid_t>(m_process.processId()), SIGINT);
     }
 
     ProgramResult result()
@@ -82,6 +91,7 @@ private Q_SLOTS:
 
     void writersOfOnePolicyLearnTheirOwnResults();
     void writersReadersAndRefusedUsersLearnTheirOwnResults();
+    void interruptedClientsLeaveTheHelperFree();
 
 private:
     PamState m_stockPam;
@@ -168,6 +178,22 @@ void ManyClientsTest::writersReadersAndRefusedUsersLearnTheirOwnResults()
         }
         QVERIFY(contentOf(QStringLiteral("/usr/share/pam-configs/pwquality"))
                     .contains("pam_pwquality.so retry=3 minlen=" + QByteArray::number(8 + round) + '\n'));
+    }
+}
+
+void ManyClientsTest::interruptedClientsLeaveTheHelperFree()
+{
+    // a helper whose caller is gone too early never answers anybody again
+    for (int delay = 0; delay < 60; ++delay) {
+        RunningClient writer(root, QStringLiteral("set expiration maxInterval=%1").arg(100 + delay));
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+        writer.interrupt();
+        const ProgramResult interrupted = writer.result();
+        // before the client can hear it, cancelled in between, or too late
+        QVERIFY2(interrupted.exitCode == -1 || interrupted.exitCode == 3 || interrupted.exitCode == 0,
+                 described(interrupted).constData());
+
+        QCOMPARE(described(client(nobody, QStringLiteral("show lockout"))).left(2), QByteArray("0:"));
     }
 }
 
