@@ -61,7 +61,7 @@ Outcome verify(const Change &change)
 Outcome carryOut(const Change &change)
 {
     QString saved;
-    const Outcome kept = saveBefore(change, &saved);
+    Outcome kept = saveBefore(change, &saved);
     if (!kept.succeeded()) {
         return kept;
     }

@@ -172,7 +172,7 @@ ExitCode runCommandLine(const QStringList &words)
     if (place == words.size()) {
         return runWithoutCommand(words);
     }
-    const QString name = words.at(place);
+    const QString &name = words.at(place);
     const ClientCommand *command = findCommand(name);
     if (!command) {
         const QString meant = nearest(name, commandNames());

@@ -89,7 +89,7 @@ QString badValueText(const Setting &setting, const QString &value)
 QString parseAssignments(const SettingSchema &schema, const QString &subject, const QStringList &words, Wishes *wishes)
 {
     for (const QString &word : words) {
-        const QString wrong = parseAssignment(schema, subject, word, wishes);
+        QString wrong = parseAssignment(schema, subject, word, wishes);
         if (!wrong.isEmpty()) {
             return wrong;
         }

@@ -128,7 +128,7 @@ QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
             return Text::tr("there is no policy \"%1\"; there are %2")
                 .arg(member.key(), policyNames().join(QStringLiteral(", ")));
         }
-        const QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);
+        QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);
         if (!wrong.isEmpty()) {
             return wrong;
         }

@@ -47,7 +47,7 @@ QString duration(qlonglong seconds)
 QString withUnit(Unit unit, qlonglong number)
 {
     const int plural = static_cast<int>(qBound(0LL, qAbs(number), 1000000LL));
-    const QString text = QString::number(number);
+    QString text = QString::number(number);
     switch (unit) {
     case Unit::None:
         return text;
@@ -90,7 +90,7 @@ bool inRange(const Setting &setting, qlonglong number)
 
 QString dateText(qlonglong days)
 {
-    const QString text = epoch().addDays(days).toString(Qt::ISODate);
+    QString text = epoch().addDays(days).toString(Qt::ISODate);
     return text.isEmpty() ? QString::number(days) : text;
 }
 

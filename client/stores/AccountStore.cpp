@@ -8,6 +8,7 @@
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -35,7 +36,7 @@ Outcome outcomeOf(AbstractTask *task)
 }
 }
 
-AccountStore::AccountStore(const QString &account) : m_account(account)
+AccountStore::AccountStore(QString account) : m_account(std::move(account))
 {
 }
 

@@ -11,7 +11,7 @@
 class AccountStore : public SettingsStore
 {
 public:
-    explicit AccountStore(const QString &account);
+    explicit AccountStore(QString account);
 
     QString name() const override;
     QString phrase() const override;

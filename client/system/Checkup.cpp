@@ -102,7 +102,7 @@ QStringList polkitActions()
         return {};
     }
     QStringList names;
-    const QDBusArgument actions = reply.arguments().constFirst().value<QDBusArgument>();
+    const auto actions = reply.arguments().constFirst().value<QDBusArgument>();
     actions.beginArray();
     while (!actions.atEnd()) {
         QString name;

@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace
 {
 /// Translates this file's texts.
@@ -64,12 +66,10 @@ QByteArray fileContent(const QString &path)
 bool namesModule(const QString &path, const QString &module)
 {
     const QByteArray object = module.toLatin1() + ".so";
-    for (const QByteArray &line : fileContent(path).split('\n')) {
-        if (line.split('#').constFirst().contains(object)) {
-            return true;
-        }
-    }
-    return false;
+    const QByteArrayList lines = fileContent(path).split('\n');
+    return std::any_of(lines.cbegin(), lines.cend(), [&object](const QByteArray &line) {
+        return line.split('#').constFirst().contains(object);
+    });
 }
 
 QString modulePath(const QString &module)
@@ -81,7 +81,7 @@ QString modulePath(const QString &module)
         folders += libraries.filePath(architecture) + QLatin1String("/security");
     }
     for (const QString &folder : folders) {
-        const QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
+        QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
         if (QFile::exists(path)) {
             return path;
         }
