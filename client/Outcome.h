@@ -25,6 +25,8 @@ struct Outcome {
     ExitCode code = ExitCode::Done;
     /// Empty on success. One short line, details on the lines below it.
     QString error;
+    /// For a cancelled write: whether it may be carried out all the same.
+    bool mayHappen = false;
 
     bool succeeded() const
     {

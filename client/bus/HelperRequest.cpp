@@ -72,10 +72,7 @@ HelperRequest::HelperRequest(Kind kind, const QString &action, QVariantMap argum
     m_again.setSingleShot(true);
     m_limit.setSingleShot(true);
     connect(&m_again, &QTimer::timeout, this, &HelperRequest::send);
-    connect(&m_limit, &QTimer::timeout, this, [this] {
-        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled"))
-                    : finish(ExitCode::Busy, tr("the helper is busy; try again later"));
-    });
+    connect(&m_limit, &QTimer::timeout, this, &HelperRequest::giveUp);
 }
 
 HelperRequest::~HelperRequest() = default;
@@ -83,7 +80,7 @@ HelperRequest::~HelperRequest() = default;
 HelperReply HelperRequest::execute()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
-        return {{ExitCode::Failed, tr("the system bus cannot be reached")}, {}};
+        return {{ExitCode::Failed, tr("the system bus cannot be reached"), false}, {}};
     }
     const InterruptWatch watch([this] {
         cancel();
@@ -190,6 +187,16 @@ void HelperRequest::cancel()
     m_limit.start(farewell);
 }
 
+void HelperRequest::giveUp()
+{
+    if (m_cancelled) {
+        finish(ExitCode::NotAuthorized, tr("cancelled; the helper may still carry it out"));
+        m_reply.outcome.mayHappen = true;
+        return;
+    }
+    finish(ExitCode::Busy, tr("the helper is busy; try again later"));
+}
+
 bool HelperRequest::needsPassword() const
 {
     return m_mayAsk && KAuth::Action(m_name).status() == KAuth::Action::AuthRequiredStatus;
@@ -207,6 +214,6 @@ void HelperRequest::finish(ExitCode code, const QString &error, const QVariantMa
 {
     m_again.stop();
     m_limit.stop();
-    m_reply = {{code, error}, values};
+    m_reply = {{code, error, false}, values};
     m_loop.quit();
 }

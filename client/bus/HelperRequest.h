@@ -63,6 +63,7 @@ private:
     void receiveData(const QVariantMap &data);
     void receiveDenial();
     void cancel();
+    void giveUp();
     bool needsPassword() const;
     void openAgent();
     void finish(ExitCode code, const QString &error, const QVariantMap &values = QVariantMap());

@@ -66,7 +66,7 @@ Outcome carryOut(const Change &change)
         return kept;
     }
     const Outcome written = change.store->write(change.wanted);
-    if (written.code == ExitCode::NotAuthorized) {
+    if (written.code == ExitCode::NotAuthorized && !written.mayHappen) {
         QFile::remove(saved); // nothing was changed that could be undone
     }
     return written.succeeded() ? verify(change) : written;

@@ -56,7 +56,11 @@ QStringList assignmentCandidates(const SettingSchema &schema, const QStringList 
 ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandLineParser &line)
 {
     const bool replace = line.isSet(QStringLiteral("replace"));
-    Change change{store, store->read(), {}, QLatin1String("set ") + line.positionalArguments().join(QLatin1Char(' '))};
+    const QStringList typed = QStringList{QStringLiteral("set")} + line.positionalArguments();
+    Change change{store, store->read(), {}, typed.join(QLatin1Char(' '))};
+    if (replace) {
+        change.command += QLatin1String(" --replace");
+    }
     const Outcome &read = change.before.outcome;
     if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
         const QString hint = Text::tr("what is not known cannot be kept; --replace writes just what is typed");

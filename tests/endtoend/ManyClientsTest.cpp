@@ -8,6 +8,8 @@
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
@@ -92,6 +94,7 @@ private Q_SLOTS:
     void writersOfOnePolicyLearnTheirOwnResults();
     void writersReadersAndRefusedUsersLearnTheirOwnResults();
     void interruptedClientsLeaveTheHelperFree();
+    void interruptedWriteKeepsItsWayBack();
 
 private:
     PamState m_stockPam;
@@ -195,6 +198,27 @@ void ManyClientsTest::interruptedClientsLeaveTheHelperFree()
 
         QCOMPARE(described(client(nobody, QStringLiteral("show lockout"))).left(2), QByteArray("0:"));
     }
+}
+
+void ManyClientsTest::interruptedWriteKeepsItsWayBack()
+{
+    const QString tool = QStringLiteral("/usr/sbin/pam-auth-update");
+    const QByteArray original = contentOf(tool);
+    writeProgram(tool, "#!/bin/sh\ntouch /run/tool-started\nsleep 4\n");
+    QDir(stateFolder(root)).removeRecursively();
+    client(root, QStringLiteral("--version"));
+    RunningClient writer(root, QStringLiteral("set complexity minlen=20 --replace"));
+    QTRY_VERIFY(QFile::exists(QStringLiteral("/run/tool-started")));
+
+    writer.interrupt();
+
+    QCOMPARE(described(writer.result()),
+             QByteArray("3: accountpolicyctl: cancelled; the helper may still carry it out\n"));
+    QVERIFY(client(root, QStringLiteral("history")).standardOutput.endsWith("set complexity minlen=20 --replace\n"));
+    // and so it does
+    QCOMPARE(client(nobody, QStringLiteral("show lockout")).exitCode, 0);
+    QVERIFY(contentOf(QStringLiteral("/usr/share/pam-configs/pwquality")).contains(" minlen=20\n"));
+    writeProgram(tool, original);
 }
 
 QTEST_GUILESS_MAIN(ManyClientsTest)
