@@ -299,6 +299,7 @@ private Q_SLOTS:
     void putsLockoutInForceWhereTheToolKnowsTheModule();
     void refusesToGuessWhatCannotBeRead();
     void replacesWhatCannotBeRead();
+    void tellsThatDriftCannotBeKnown();
     void appliesOnlyWhatDiffers();
     void goesBackAndForthByUndo();
     void undoesOlderChange();
@@ -515,6 +516,25 @@ void ClientTest::replacesWhatCannotBeRead()
     QCOMPARE(set.standardOutput, QByteArray("complexity: in force\n"));
     QCOMPARE(set.exitCode, 0);
     QCOMPARE(client(root, QStringLiteral("history")).standardOutput, QByteArray());
+}
+
+void ClientTest::tellsThatDriftCannotBeKnown()
+{
+    QVERIFY(QFile::remove(QStringLiteral("/etc/default/useradd")));
+
+    const QByteArray wanted = QByteArray(fullDocument).replace("\"deny\": 3", "\"deny\": 4");
+    const ProgramResult check = client(nobody, QStringLiteral("check -"), wanted);
+    const ProgramResult apply = client(root, QStringLiteral("apply -"), document(R"({"maxInterval": 30})"));
+
+    const QByteArray error = complaint("Read default password expiration policy\n\"/etc/default/useradd\" not exists");
+    QCOMPARE(check.standardError, error);
+    QCOMPARE(check.standardOutput,
+             QByteArray("policy   setting  wanted           found\n"
+                        "lockout  deny     4 failed logins  3 failed logins\n"));
+    QCOMPARE(check.exitCode, 1);
+    QCOMPARE(apply.standardError, error);
+    QCOMPARE(apply.exitCode, 1);
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
 void ClientTest::appliesOnlyWhatDiffers()
