@@ -33,7 +33,8 @@ Outcome saveBefore(const Change &change, QString *file)
 QString mismatchText(const SettingSchema &schema, const Settings &wanted, const Settings &found)
 {
     QStringList lines;
-    for (const QString &key : differingKeys(schema, wanted, found)) {
+    const auto keys = differingKeys(schema, wanted, found);
+    for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         lines += Text::tr("%1: asked for %2, found %3")
                      .arg(key, settingText(setting, wanted.value(key)), settingText(setting, found.value(key)));

@@ -107,7 +107,8 @@ Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QS
 QVector<HistoryEntry> History::entries() const
 {
     QVector<HistoryEntry> entries;
-    for (const QString &file : files()) {
+    const auto kept = files();
+    for (const QString &file : kept) {
         entries += readEntry(file);
     }
     return entries;
@@ -117,7 +118,8 @@ QStringList History::files() const
 {
     const QDir folder(m_folder);
     QStringList paths;
-    for (const QString &name : folder.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed)) {
+    const auto names = folder.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed);
+    for (const QString &name : names) {
         paths += folder.filePath(name);
     }
     return paths;
@@ -125,7 +127,8 @@ QStringList History::files() const
 
 void History::removeOldest() const
 {
-    for (const QString &path : files().mid(mostEntries)) {
+    const auto surplus = files().mid(mostEntries);
+    for (const QString &path : surplus) {
         QFile::remove(path);
     }
 }

@@ -31,8 +31,9 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
         out().write(Text::tr("%1: already in force").arg(name) + QLatin1Char('\n'));
         return ExitCode::Done;
     }
-    return performChange({store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().first()},
-                         isDryRun(line));
+    return performChange(
+        {store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().constFirst()},
+        isDryRun(line));
 }
 
 /// Whether to leave the other policies alone: what the user refused once isn't asked again.
@@ -69,7 +70,8 @@ ExitCode ApplyCommand::run(const QCommandLineParser &line) const
     if (result != ExitCode::Done) {
         return result;
     }
-    for (const QString &name : policyNames()) {
+    const auto names = policyNames();
+    for (const QString &name : names) {
         if (!document.contains(name)) {
             continue;
         }

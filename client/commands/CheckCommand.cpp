@@ -23,7 +23,8 @@ QVector<QStringList> driftRows(const Policy &policy, const Settings &found, cons
 {
     QVector<QStringList> rows;
     const Settings wanted = fulfilled(policy.schema, found, wishes);
-    for (const QString &key : differingKeys(policy.schema, found, wanted)) {
+    const auto keys = differingKeys(policy.schema, found, wanted);
+    for (const QString &key : keys) {
         const Setting &setting = *policy.schema.find(key);
         rows += {policy.name, key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key))};
     }

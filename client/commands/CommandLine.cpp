@@ -74,7 +74,8 @@ QString helpText()
     QVector<QStringList> commands;
     for (const auto &command : allCommands()) {
         QStringList syntax{command->name()};
-        for (const Argument &argument : command->arguments()) {
+        const auto arguments = command->arguments();
+        for (const Argument &argument : arguments) {
             syntax += argument.syntax;
         }
         commands += {syntax.join(QLatin1Char(' ')), command->summary()};
@@ -93,7 +94,8 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
     QCommandLineParser parser;
     parser.setApplicationDescription(command.summary());
     parser.addPositionalArgument(command.name(), command.summary(), command.name());
-    for (const Argument &argument : command.arguments()) {
+    const auto arguments = command.arguments();
+    for (const Argument &argument : arguments) {
         parser.addPositionalArgument(argument.name, argument.description, argument.syntax);
     }
     parser.addOptions(command.options());
@@ -117,7 +119,8 @@ QStringList candidatesFor(const QStringList &typed)
     if (typed.size() <= 1) {
         candidates = commandNames() + QStringList{QStringLiteral("--help"), QStringLiteral("--version")};
     } else if (command && last.startsWith(QLatin1Char('-'))) {
-        for (const QCommandLineOption &option : command->options()) {
+        const auto options = command->options();
+        for (const QCommandLineOption &option : options) {
             candidates += QLatin1String("--") + option.names().constFirst();
         }
         candidates += QStringLiteral("--help");
@@ -138,7 +141,8 @@ QStringList candidatesFor(const QStringList &typed)
 ExitCode complete(const QStringList &typed)
 {
     const QString last = typed.value(typed.size() - 1);
-    for (const QString &candidate : candidatesFor(typed)) {
+    const auto candidates = candidatesFor(typed);
+    for (const QString &candidate : candidates) {
         if (candidate.startsWith(last) || candidate == anyFile()) {
             out().write(candidate + QLatin1Char('\n'));
         }

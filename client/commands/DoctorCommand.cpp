@@ -44,10 +44,11 @@ QString DoctorCommand::summary() const
 ExitCode DoctorCommand::run(const QCommandLineParser &line) const
 {
     if (!line.positionalArguments().isEmpty()) {
-        return tooManyArguments(line.positionalArguments().first());
+        return tooManyArguments(line.positionalArguments().constFirst());
     }
     ExitCode result = ExitCode::Done;
-    for (const Finding &finding : checkInstallation()) {
+    const auto findings = checkInstallation();
+    for (const Finding &finding : findings) {
         out().write(lineOf(finding));
         if (finding.grade == Finding::Grade::Wrong) {
             result = ExitCode::Failed;

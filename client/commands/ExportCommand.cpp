@@ -26,7 +26,7 @@ QList<QCommandLineOption> ExportCommand::options() const
 ExitCode ExportCommand::run(const QCommandLineParser &line) const
 {
     if (!line.positionalArguments().isEmpty()) {
-        return tooManyArguments(line.positionalArguments().first());
+        return tooManyArguments(line.positionalArguments().constFirst());
     }
     const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
     printDocument(readings);

@@ -36,10 +36,11 @@ QString HistoryCommand::summary() const
 ExitCode HistoryCommand::run(const QCommandLineParser &line) const
 {
     if (!line.positionalArguments().isEmpty()) {
-        return tooManyArguments(line.positionalArguments().first());
+        return tooManyArguments(line.positionalArguments().constFirst());
     }
     QVector<QStringList> rows;
-    for (const HistoryEntry &entry : History().entries()) {
+    const auto entries = History().entries();
+    for (const HistoryEntry &entry : entries) {
         const QString number = QString::number(rows.size() + 1);
         const QString time = entry.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
         rows += entry.store.isEmpty() ? QStringList{number, Text::tr("cannot be read: %1").arg(cell(entry.file))}

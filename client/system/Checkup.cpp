@@ -229,8 +229,8 @@ QVector<Finding> checkLeftovers()
     QVector<Finding> findings;
     for (const QString &folder :
          {profilesFolder(), QStringLiteral("/etc"), QStringLiteral("/etc/default"), QStringLiteral("/etc/pam.d")}) {
-        for (const QString &name :
-             QDir(folder).entryList({QStringLiteral("*.tmp")}, QDir::Files | QDir::Hidden | QDir::System)) {
+        const auto names = QDir(folder).entryList({QStringLiteral("*.tmp")}, QDir::Files | QDir::Hidden | QDir::System);
+        for (const QString &name : names) {
             const QString path = folder + QLatin1Char('/') + name;
             const QString remedy = Text::tr("rm %1").arg(path);
             findings += folder == profilesFolder()

@@ -77,10 +77,11 @@ QString modulePath(const QString &module)
     // below the folder of the machine's architecture, or of none
     QStringList folders{QStringLiteral("/usr/lib/security"), QStringLiteral("/lib/security")};
     const QDir libraries(QStringLiteral("/usr/lib"));
-    for (const QString &architecture : libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs)) {
+    const auto architectures = libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs);
+    for (const QString &architecture : architectures) {
         folders += libraries.filePath(architecture) + QLatin1String("/security");
     }
-    for (const QString &folder : folders) {
+    for (const QString &folder : qAsConst(folders)) {
         QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
         if (QFile::exists(path)) {
             return path;
