@@ -51,6 +51,14 @@ void checkAssignments(const SettingSchema &schema, const QStringList &words)
 }
 }
 
+// Qt 5.15's parser of JSON loses an object whose key comes twice, so that leaks say nothing about the client. An option
+// of libFuzzer doesn't do: it leaves the check at the end on.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the sanitizer's own name
+extern "C" const char *__asan_default_options()
+{
+    return "detect_leaks=0";
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
     FuzzInput input(data, size);

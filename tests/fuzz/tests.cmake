@@ -4,8 +4,6 @@
 # The preset "fuzz" builds these with clang and libFuzzer. By hand: build/fuzz/tests/fuzz-policies CORPUS
 option(BUILD_FUZZERS "Build the fuzzers; needs clang" OFF)
 if(BUILD_FUZZERS)
-    # Qt 5.15's parser of JSON loses an object whose key comes twice, so that leaks say nothing about the client
-    set(options_client -detect_leaks=0)
     foreach(name IN ITEMS policies stack client)
         add_executable(fuzz-${name} fuzz/${name}.cpp fuzz/Fuzzing.cpp)
         target_link_libraries(fuzz-${name} PRIVATE policies client)
@@ -14,7 +12,7 @@ if(BUILD_FUZZERS)
         set(found ${CMAKE_CURRENT_BINARY_DIR}/fuzz-found/${name})
         file(MAKE_DIRECTORY ${found})
         # a fixed number of inputs from a fixed seed, after all of the corpus
-        add_test(NAME fuzz/${name} COMMAND fuzz-${name} -runs=100000 -seed=1 -max_len=512 ${options_${name}}
+        add_test(NAME fuzz/${name} COMMAND fuzz-${name} -runs=100000 -seed=1 -max_len=512
                  ${found} ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/${name})
     endforeach()
 endif()
