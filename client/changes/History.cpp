@@ -116,11 +116,11 @@ QVector<HistoryEntry> History::entries() const
 
 QStringList History::files() const
 {
-    const QDir folder(m_folder);
+    const QDir changes(m_folder);
     QStringList paths;
-    const auto names = folder.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed);
+    const auto names = changes.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed);
     for (const QString &name : names) {
-        paths += folder.filePath(name);
+        paths += changes.filePath(name);
     }
     return paths;
 }

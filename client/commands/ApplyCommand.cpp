@@ -71,11 +71,11 @@ ExitCode ApplyCommand::run(const QCommandLineParser &line) const
         return result;
     }
     const auto names = policyNames();
-    for (const QString &name : names) {
-        if (!document.contains(name)) {
+    for (const QString &policy : names) {
+        if (!document.contains(policy)) {
             continue;
         }
-        const ExitCode code = applyPolicy(name, document.value(name), line);
+        const ExitCode code = applyPolicy(policy, document.value(policy), line);
         // "written, but not in force" gives way to a worse end
         if (result == ExitCode::Done || result == ExitCode::NotInForce) {
             result = code == ExitCode::Done ? result : code;

@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 
 #include <csignal>
 #include <cstdlib>
@@ -127,7 +128,7 @@ bool PseudoTerminal::readSome(int limit)
     QByteArray buffer(4096, '\0');
     const ssize_t count = read(m_master, buffer.data(), static_cast<std::size_t>(buffer.size()));
     if (count <= 0) {
-        usleep(1000); // nobody has the terminal open (any more)
+        QThread::msleep(1); // nobody has the terminal open (any more)
         return false;
     }
     m_output += buffer.left(static_cast<int>(count));

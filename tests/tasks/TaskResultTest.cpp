@@ -103,6 +103,8 @@ void TaskResultTest::takesAnyNumberAsState()
 void TaskResultTest::becomesEmptyByAssignment()
 {
     TaskResult result = filled();
+    QVERIFY(members(result) != members(TaskResult()));
+
     result = TaskResult();
 
     QCOMPARE(members(result), QStringList({QString(), QStringLiteral("0"), QString()}));

@@ -10,7 +10,7 @@
 namespace
 {
 // names that no policy has, so that nothing but the table can bring them in
-PamReadTable table()
+PamReadTable sampleTable()
 {
     return {
         QStringLiteral(R"((?:.*pam_sample\.so)((?:\s+\S+)*))"),
@@ -23,7 +23,7 @@ PamReadTable table()
 
 PamReadTable tableWithModuleCapture()
 {
-    PamReadTable table = ::table();
+    PamReadTable table = sampleTable();
     table.linePattern = QStringLiteral(R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))");
     table.optionsCapture = 2;
     table.moduleNames = {"pam_sample.so", "pam_example.so"};
@@ -63,7 +63,7 @@ private Q_SLOTS:
 
 void PamOptionReaderTest::storesFlagsAsFalseAtOnce()
 {
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values;
     const PamOptionReader reader(table, &values);
     QCOMPARE(typedEntries(values), nothingRead);
@@ -72,7 +72,7 @@ void PamOptionReaderTest::storesFlagsAsFalseAtOnce()
 
 void PamOptionReaderTest::replacesNothingButFlagsAtOnce()
 {
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values{{QStringLiteral("quiet"), QStringLiteral("yes")},
                        {QStringLiteral("speed"), 7},
                        {QStringLiteral("other"), QStringLiteral("kept")}};
@@ -159,7 +159,7 @@ void PamOptionReaderTest::readsOptions()
     QFETCH(bool, found);
     QFETCH(bool, quiet);
     QFETCH(QStringList, numbers);
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values;
     PamOptionReader reader(table, &values);
 
@@ -187,7 +187,7 @@ void PamOptionReaderTest::takesOptionsFromCaptureOfTable()
 
 void PamOptionReaderTest::returnsTrueForEveryLine()
 {
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values;
     PamOptionReader reader(table, &values);
     QCOMPARE(readLines(&reader, "pam_sample.so\npam_sample.so speed=1\npam_sample.so other"),
@@ -196,7 +196,7 @@ void PamOptionReaderTest::returnsTrueForEveryLine()
 
 void PamOptionReaderTest::findsLineWithoutOptions()
 {
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values;
     PamOptionReader reader(table, &values);
     readLines(&reader, "pam_sample.so");
@@ -221,7 +221,7 @@ void PamOptionReaderTest::handlesLineOfMegabyte()
 {
     QFETCH(QByteArray, line);
     QFETCH(bool, matches);
-    const PamReadTable table = ::table();
+    const PamReadTable table = sampleTable();
     QVariantMap values;
     PamOptionReader reader(table, &values);
 

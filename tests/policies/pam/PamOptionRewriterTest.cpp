@@ -11,7 +11,7 @@
 namespace
 {
 // names that no policy has, so that nothing but the table can bring them in
-PamWriteTable table()
+PamWriteTable sampleTable()
 {
     return {
         QStringLiteral(R"((\s*.*pam_sample\.so)((?:\s+\S+)*))"),
@@ -24,7 +24,7 @@ PamWriteTable table()
 
 PamWriteTable tableWithModuleCapture()
 {
-    PamWriteTable table = ::table();
+    PamWriteTable table = sampleTable();
     table.linePattern = QStringLiteral(R"((.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))");
     table.optionsCapture = 3;
     table.moduleNames = {"pam_sample.so", "pam_example.so"};
@@ -40,7 +40,7 @@ QByteArray rebuilt(PamOptionRewriter *rewriter, const QByteArray &line)
 
 QByteArray rebuilt(const QVariantMap &arguments, const QByteArray &line)
 {
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     PamOptionRewriter rewriter(table, &arguments);
     return rebuilt(&rewriter, line);
 }
@@ -68,7 +68,7 @@ private Q_SLOTS:
 
 void PamOptionRewriterTest::ignoresNullLine()
 {
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     const QVariantMap arguments;
     PamOptionRewriter rewriter(table, &arguments);
     QVERIFY(rewriter.matches("pam_sample.so speed=1"));
@@ -78,7 +78,7 @@ void PamOptionRewriterTest::ignoresNullLine()
 
 void PamOptionRewriterTest::findsLineThatItRebuilds()
 {
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     const QVariantMap arguments;
     PamOptionRewriter rewriter(table, &arguments);
     QVERIFY(!rewriter.found());
@@ -208,7 +208,7 @@ void PamOptionRewriterTest::convertsArguments()
 
 void PamOptionRewriterTest::leavesArgumentsAlone()
 {
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     const QVariantMap arguments{{QStringLiteral("loud"), 0}, {QStringLiteral("speed"), QStringLiteral("5")}};
     PamOptionRewriter rewriter(table, &arguments);
     QCOMPARE(rebuilt(&rewriter, "pam_sample.so angle=2 quiet"), QByteArray("pam_sample.so speed=5"));
@@ -228,7 +228,7 @@ void PamOptionRewriterTest::takesOptionsFromCaptureOfTable()
 
 void PamOptionRewriterTest::appendsNothing()
 {
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
     PamOptionRewriter rewriter(table, &arguments);
     QByteArray tail("untouched");

@@ -18,7 +18,7 @@ constexpr char notStarted[] = "not started: %1, %2, %3";
 constexpr char notFinished[] = "not finished: %1, %2, %3";
 constexpr char exitCode[] = "exit code: %1, %2, %3, %4";
 
-PamWriteTable table()
+PamWriteTable sampleTable()
 {
     return {
         QStringLiteral(R"((.*pam_sample\.so)((?:\s+\S+)*))"),
@@ -56,7 +56,7 @@ TaskResult update(const QStringList &profiles = {first(), second()})
     for (const QString &profile : profiles) {
         update.profiles.append({profile, QStringLiteral("no module in ") + profile});
     }
-    const PamWriteTable table = ::table();
+    const PamWriteTable table = sampleTable();
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
     PamOptionRewriter rewriter(table, &arguments);
     TaskResult result;
