@@ -1,0 +1,11 @@
+# SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+add_library(differentialsupport STATIC
+    differential/FileGenerator.cpp
+    differential/SecondReadings.cpp
+)
+target_link_libraries(differentialsupport PUBLIC policies testsupport)
+target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_SOURCE_DIR}/differential")
+
+add_unit_test(differential/ReadingTest SANDBOX LIBRARIES differentialsupport)
