@@ -26,7 +26,21 @@ struct Vocabulary {
     QStringList days;
 };
 
-const QByteArrayList blanks{" ", "\t", "  ", "\t\t", " \t ", "\v", "\f", "\r", "\xc2\xa0", "\xe2\x80\x83"};
+const QByteArrayList blanks{" ", " ", "\t", "  ", "\t\t", " \t ", "\t   "};
+/// White space for some, text for others: of ASCII, of Latin 1 and of Unicode, and what only looks like it.
+const QByteArrayList oddBlanks{"\v",
+                               "\f",
+                               "\r",
+                               "\x1c",
+                               "\x1f",
+                               "\xc2\x85",
+                               "\xc2\xa0",
+                               "\xe1\xa0\x8e",
+                               "\xe2\x80\x83",
+                               "\xe2\x80\x8b",
+                               "\xe2\x80\xa8",
+                               "\xe3\x80\x80",
+                               "\xef\xbb\xbf"};
 const QByteArrayList someBlanks{"", "", "", " ", "\t", "   "};
 const QByteArrayList lineEnds{"\n", "\n", "\n", "\n", "\n", "\r\n", " \n", "\t\r\n", "\n\n", "\r"};
 const QByteArrayList comments{"",
@@ -299,6 +313,11 @@ QByteArray FileGenerator::someOf(const QByteArrayList &texts, int most)
     return result;
 }
 
+const QByteArray &FileGenerator::blank()
+{
+    return pick(oneOf(8) ? oddBlanks : blanks);
+}
+
 QByteArray FileGenerator::value(Kind kind)
 {
     if (kind == Kind::UseraddDefaults && oneOf(2)) {
@@ -318,11 +337,11 @@ QByteArray FileGenerator::setting(Kind kind)
 
 QByteArray FileGenerator::moduleLine(Kind kind)
 {
-    QByteArray line = pick(types) + pick(blanks) + pick(controls) + pick(blanks);
+    QByteArray line = pick(types) + blank() + pick(controls) + blank();
     for (int modules = oneOf(8) ? 2 : 1; modules > 0; --modules) {
         line += pick(folders) + pick(vocabularyOf(kind).modules) + (oneOf(4) ? pick(glue) : QByteArray());
         for (int options = number(0, 5); options > 0; --options) {
-            line += pick(blanks) + setting(kind);
+            line += blank() + setting(kind);
         }
         line += pick(someBlanks);
     }
@@ -341,7 +360,7 @@ QByteArray FileGenerator::line(Kind kind)
         return isPam(kind) ? "@include common-account" : pick(words.others);
     case 3: {
         const QByteArrayList pieces{"=", "#", "-", "5", QByteArray(1, '\0'), " "};
-        return someOf(words.numbers + words.modules + words.flags + pieces + pieces + blanks + glue, 12);
+        return someOf(words.numbers + words.modules + words.flags + pieces + pieces + blanks + oddBlanks + glue, 12);
     }
     case 4:
         return isPam(kind) ? "auth [success=1 default=ignore]\tpam_unix.so deny=9 minlen=9"

@@ -44,6 +44,7 @@ private:
     const QByteArray &pick(const QByteArrayList &texts);
     QByteArray someOf(const QByteArrayList &texts, int most);
 
+    const QByteArray &blank();
     QByteArray value(Kind kind);
     QByteArray setting(Kind kind);
     QByteArray moduleLine(Kind kind);

@@ -23,9 +23,10 @@ my %settingsOf = (
     useradd => [[INACTIVE => 'inactiveInterval', '='], [EXPIRE => 'expireDate', '=']],
 );
 
+# A comment keeps its bytes, of whatever encoding.
 sub commentOf ($line) {
-    my (undef, $comment) = split /#/, decoded($line), 2;
-    return defined $comment ? "\t#" . $comment =~ s/\s+\z//r : '';
+    my (undef, $comment) = split /#/, $line, 2;
+    return defined $comment ? "\t#" . $comment =~ s/[ \t\n\r\f\x0B]+\z//r : '';
 }
 
 # The name of the setting that the text is; nothing if it is none.
@@ -49,7 +50,7 @@ sub rewriteSettings ($kind, $bytes, %arguments) {
     for my $line (linesOf($bytes)) {
         my $name = nameIn($kind, textOf($line));
         $met{$name // ''} = 1;
-        $result .= defined $name ? Encode::encode('UTF-8', ($new{$name} // '') . commentOf($line) . "\n") : $line;
+        $result .= defined $name ? ($new{$name} // '') . commentOf($line) . "\n" : $line;
     }
     for my $name (grep { $new{$_} && !$met{$_} } map { $_->[0] } @{$settingsOf{$kind}}) {
         $result .= $new{$name} . ($name eq 'EXPIRE' ? '' : "\n");
@@ -73,7 +74,7 @@ sub rewriteProfile ($kind, $bytes, %arguments) {
         my ($head, $options) = moduleLine($kind, textOf($line));
         my @kept = grep { !$isManaged{(grep { $_ ne '' } split /=/)[0] // ''} } split ' ', $options // '';
         $result .= defined $head
-            ? Encode::encode('UTF-8', join(' ', $head, @kept, @managed) . commentOf($line) . "\n")
+            ? Encode::encode('UTF-8', join ' ', $head, @kept, @managed) . commentOf($line) . "\n"
             : $line;
     }
     return $result;
@@ -82,14 +83,16 @@ sub rewriteProfile ($kind, $bytes, %arguments) {
 sub correctStack ($kind, $bytes, %arguments) {
     my $option = $kind eq 'common-auth' ? 'deny' : 'minlen';
     my $wanted = $arguments{$option} // 0;
+    my $isCorrect = 1;
     my @lines = split /\n/, decoded($bytes), -1;
     for my $line (@lines) {
         next if !grep { index($line, $_) >= 0 } @{$Records::modulesOf{$kind}};
         my @numbers = $line =~ /\b$option=(\d+)\b/ag or next;
         next if @numbers == 1 && integerOf($numbers[0]) == $wanted;
         $line = join('', split /\b$option=\d+\b/a, $line) . " $option=$wanted";
+        $isCorrect = 0;
     }
-    return Encode::encode('UTF-8', join "\n", @lines);
+    return $isCorrect ? $bytes : Encode::encode('UTF-8', join "\n", @lines);
 }
 
 my %rewrite = (settings => \&rewriteSettings, profile => \&rewriteProfile, stack => \&correctStack);

@@ -9,3 +9,4 @@ target_link_libraries(differentialsupport PUBLIC policies testsupport)
 target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_SOURCE_DIR}/differential")
 
 add_unit_test(differential/ReadingTest SANDBOX LIBRARIES differentialsupport)
+add_unit_test(differential/RewritingTest SANDBOX LIBRARIES differentialsupport pamtestsupport)

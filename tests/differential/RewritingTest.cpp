@@ -1,0 +1,162 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What writes leave of made-up files, byte for byte, against a rewriting by other means. By hand, for more files or
+// other ones: scripts/sandbox -- build/dev/tests/RewritingTest --seed 7 --files 10000
+
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "tests/differential/SecondReadings.h"
+#include "tests/policies/pam/PamSystem.h"
+#include "tests/support/Files.h"
+
+#include <QTest>
+
+namespace
+{
+constexpr int shownDifferences = 5;
+
+template<typename Task>
+int stateAfter(const QVariantMap &arguments)
+{
+    Task task(nullptr, new QVariantMap(arguments));
+    task.run();
+    return task.result().state();
+}
+
+/// The words for a write in a record's head.
+QByteArray headOf(const char *what, Kind kind, const QVariantMap &arguments)
+{
+    QByteArray head = QByteArray(what) + ' ' + nameOf(kind);
+    for (auto it = arguments.cbegin(); it != arguments.cend(); ++it) {
+        head += ' ' + it.key().toLatin1() + '=' + it->toString().toLatin1();
+    }
+    return head;
+}
+
+QVariantMap merged(QVariantMap some, const QVariantMap &others)
+{
+    for (auto it = others.cbegin(); it != others.cend(); ++it) {
+        some.insert(it.key(), *it);
+    }
+    return some;
+}
+}
+
+class RewritingTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit RewritingTest(const Extent &extent);
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void rewritesSettingsAsTheSecondRewritingDoes();
+    void rewritesProfileAndStackAsTheSecondRewritingDoes_data();
+    void rewritesProfileAndStackAsTheSecondRewritingDoes();
+
+private:
+    void compare(const QVector<Record> &records, const QByteArrayList &own);
+
+    Extent m_extent;
+};
+
+RewritingTest::RewritingTest(const Extent &extent) : m_extent(extent)
+{
+}
+
+void RewritingTest::initTestCase()
+{
+    qInfo("seed %u, %d files of each kind", m_extent.seed, m_extent.files);
+}
+
+void RewritingTest::init()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void RewritingTest::compare(const QVector<Record> &records, const QByteArrayList &own)
+{
+    const QByteArrayList expected = rewritings(records);
+    int differences = 0;
+    int changed = 0;
+    for (int i = 0; i < records.size(); ++i) {
+        changed += own[i] != records[i].content ? 1 : 0;
+        if (own[i] != expected[i] && ++differences <= shownDifferences) {
+            qWarning("%s", difference(m_extent.seed, i / 2, records[i], expected[i], own[i]).constData());
+        }
+    }
+    QCOMPARE(differences, 0);
+    // writes that change nothing would agree on everything
+    QVERIFY2(changed > records.size() / 3, QByteArray::number(changed).constData());
+}
+
+void RewritingTest::rewritesSettingsAsTheSecondRewritingDoes()
+{
+    FileGenerator generator(m_extent.seed);
+    QVector<Record> records;
+    QByteArrayList own;
+    for (int i = 0; i < m_extent.files; ++i) {
+        QVariantMap arguments;
+        for (const Kind kind : {Kind::LoginDefs, Kind::UseraddDefaults}) {
+            const QVariantMap some = generator.arguments(kind);
+            arguments = merged(arguments, some);
+            records.append({kind, headOf("settings", kind, some), generator.file(kind)});
+            writeContent(pathOf(kind), records.last().content);
+        }
+
+        QCOMPARE(stateAfter<LocalPolicyPasswordExpirationUpdateTask>(arguments), TaskState::SucceededWithNotice);
+
+        for (const Kind kind : {Kind::LoginDefs, Kind::UseraddDefaults}) {
+            own += contentOf(pathOf(kind));
+        }
+    }
+    compare(records, own);
+}
+
+void RewritingTest::rewritesProfileAndStackAsTheSecondRewritingDoes_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QString>("profile");
+    QTest::newRow("lockout") << Kind::CommonAuth << QStringLiteral("tally");
+    QTest::newRow("complexity") << Kind::CommonPassword << QStringLiteral("pwquality");
+}
+
+void RewritingTest::rewritesProfileAndStackAsTheSecondRewritingDoes()
+{
+    QFETCH(Kind, kind);
+    QFETCH(QString, profile);
+    PamSystem pam;
+    FileGenerator generator(m_extent.seed);
+    QVector<Record> records;
+    QByteArrayList own;
+    for (int i = 0; i < m_extent.files; ++i) {
+        const QVariantMap arguments = generator.arguments(kind);
+        records.append({kind, headOf("profile", kind, arguments), generator.profile(kind)});
+        writeContent(PamSystem::profile(profile), records.last().content);
+        records.append({kind, headOf("stack", kind, arguments), generator.profile(kind)});
+        writeContent(pathOf(kind), records.last().content);
+
+        QCOMPARE(kind == Kind::CommonAuth ? stateAfter<LocalPolicyLockoutUpdateTask>(arguments)
+                                          : stateAfter<LocalPolicyPasswordComplexityUpdateTask>(arguments),
+                 TaskState::Succeeded);
+
+        own += contentOf(PamSystem::profile(profile));
+        own += contentOf(pathOf(kind));
+    }
+    compare(records, own);
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QStringList arguments = application.arguments();
+    RewritingTest test(takeExtent(&arguments, 200));
+    return QTest::qExec(&test, arguments);
+}
+
+#include "RewritingTest.moc"
