@@ -40,9 +40,9 @@ sub linesOf ($bytes) {
 }
 
 # The text of bytes in UTF-8. Encode takes a byte that never occurs in it for the first of a long sequence, and
-# swallows what follows.
+# swallows what follows. Qt takes a byte order mark at the beginning of any text away.
 sub decoded ($bytes) {
-    return Encode::decode('UTF-8', $bytes =~ s/[\xC0\xC1\xF5-\xFF]/\xEF\xBF\xBD/gr);
+    return Encode::decode('UTF-8', $bytes =~ s/[\xC0\xC1\xF5-\xFF]/\xEF\xBF\xBD/gr) =~ s/\A\x{FEFF}//r;
 }
 
 # A line as a setting is looked for in it: as text, without comment and surrounding white space.
