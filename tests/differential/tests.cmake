@@ -10,3 +10,4 @@ target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_
 
 add_unit_test(differential/ReadingTest SANDBOX LIBRARIES differentialsupport)
 add_unit_test(differential/RewritingTest SANDBOX LIBRARIES differentialsupport pamtestsupport)
+add_unit_test(differential/RealToolsTest SANDBOX LIBRARIES differentialsupport)

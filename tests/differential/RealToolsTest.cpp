@@ -1,0 +1,277 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// Made-up policies, judged by the programs that they are for. Each is written over the one before, as on any machine.
+// By hand, for more policies or other ones: scripts/sandbox -- build/dev/tests/RealToolsTest --seed 7 --files 200
+
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "tests/differential/SecondReadings.h"
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/TypedMap.h"
+
+#include <QDate>
+#include <QTest>
+
+namespace
+{
+constexpr int root = 0;
+constexpr int userId = 4322;
+
+// shares no character with the passwords that are tried, so that none is too similar to it
+const char firstPassword[] = "Start-Wert-1001";
+
+/// The kinds of characters that options of pam_pwquality(8) ask for.
+struct CharacterKind {
+    QString option;
+    QByteArray characters;
+};
+
+const CharacterKind characterKinds[] = {{QStringLiteral("lcredit"), "kcnbgmdhjf"},
+                                        {QStringLiteral("ucredit"), "MFHKBDGNCJ"},
+                                        {QStringLiteral("dcredit"), "73958246"},
+                                        {QStringLiteral("ocredit"), "%(?!&=*)/"}};
+
+QByteArray outputOf(const QString &program, const QStringList &arguments)
+{
+    const ProgramResult result = runAs(root, program, arguments);
+    if (result.exitCode != 0 || !result.standardError.isEmpty()) {
+        qFatal("%s: %s", qPrintable(program), result.standardError.constData());
+    }
+    return result.standardOutput;
+}
+
+template<typename Task>
+int stateAfter(const QVariantMap &arguments)
+{
+    Task task(nullptr, new QVariantMap(arguments));
+    task.run();
+    return task.result().state();
+}
+
+/// What a reading of the kind's file leaves if just these arguments are set there.
+QByteArray readingOf(const QVariantMap &arguments)
+{
+    return (QStringList{QStringLiteral("state 2"), QStringLiteral("message ")} + typedEntries(arguments))
+        .join(QLatin1String("; "))
+        .toUtf8();
+}
+
+QByteArray readingByLens(Kind kind)
+{
+    return readingsBy(QStringLiteral("lenses.pl"), {{kind, nameOf(kind), contentOf(pathOf(kind))}}).first();
+}
+
+QVariantMap only(const QVariantMap &arguments, const QStringList &keys)
+{
+    QVariantMap some;
+    for (const QString &key : keys) {
+        if (arguments.contains(key)) {
+            some.insert(key, arguments.value(key));
+        }
+    }
+    return some;
+}
+
+/// The days of a setting, -1 where there is none.
+int daysOf(const QVariantMap &policy, const char *key)
+{
+    return policy.value(QString::fromLatin1(key), -1).toInt();
+}
+
+QByteArray dateOf(int day)
+{
+    return QDate(1970, 1, 1).addDays(day).toString(Qt::ISODate).toLatin1();
+}
+
+/// As shadow(5) has it: nothing where there is no setting.
+QByteArray shadowField(int days)
+{
+    return days < 0 ? QByteArray() : QByteArray::number(days);
+}
+
+/// What stands behind the colon on the line of chage(1) that begins so.
+QByteArray shown(const QByteArray &output, const QByteArray &label)
+{
+    for (const QByteArray &line : output.split('\n')) {
+        if (line.startsWith(label)) {
+            return line.mid(line.indexOf(':') + 1).trimmed();
+        }
+    }
+    return "(not shown)";
+}
+
+/// The stack's lines but that of the policy's module.
+QByteArrayList otherLines()
+{
+    QByteArrayList lines;
+    for (const QByteArray &line : contentOf(pathOf(Kind::CommonPassword)).split('\n')) {
+        if (!line.contains("pam_pwquality.so")) {
+            lines += line;
+        }
+    }
+    return lines;
+}
+
+bool isTaken(const QByteArray &password)
+{
+    const ProgramResult reset = runAs(root,
+                                      QStringLiteral("chpasswd"),
+                                      {QStringLiteral("-c"), QStringLiteral("SHA512")},
+                                      QByteArray("judge:") + firstPassword + '\n');
+    if (reset.exitCode != 0) {
+        qFatal("chpasswd: %s", reset.standardError.constData());
+    }
+    const QByteArray typed = firstPassword + ('\n' + password + '\n' + password + '\n');
+    return runAs(userId, QStringLiteral("passwd"), {}, typed).exitCode == 0;
+}
+}
+
+class RealToolsTest : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit RealToolsTest(const Extent &extent);
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void givesNewAccountsTheExpirationPolicy();
+    void showsComplexityPolicyInTheStack();
+    void takesAndRefusesPasswordsByThePolicy();
+
+private:
+    QVariantMap expirationPolicy();
+    void judgeDefaults(const QVariantMap &policy);
+    void judgeNewAccount(const QString &name, const QVariantMap &policy);
+
+    Extent m_extent;
+    FileGenerator m_generator;
+};
+
+RealToolsTest::RealToolsTest(const Extent &extent) : m_extent(extent), m_generator(extent.seed)
+{
+}
+
+void RealToolsTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    qInfo("seed %u, %d policies of each kind", m_extent.seed, m_extent.files);
+    outputOf(QStringLiteral("useradd"),
+             {QStringLiteral("-u"), QString::number(userId), QStringLiteral("-M"), QStringLiteral("judge")});
+}
+
+QVariantMap RealToolsTest::expirationPolicy()
+{
+    QVariantMap policy = m_generator.arguments(Kind::LoginDefs);
+    const QVariantMap ofAccounts = m_generator.arguments(Kind::UseraddDefaults);
+    for (auto it = ofAccounts.cbegin(); it != ofAccounts.cend(); ++it) {
+        // useradd takes the day before 1970 for no day
+        policy.insert(it.key(), *it == -1LL && it.key() == QLatin1String("expireDate") ? QVariant(0LL) : *it);
+    }
+    return policy;
+}
+
+void RealToolsTest::judgeDefaults(const QVariantMap &policy)
+{
+    const QByteArrayList defaults = outputOf(QStringLiteral("useradd"), {QStringLiteral("-D")}).split('\n');
+    const int day = daysOf(policy, "expireDate");
+    QVERIFY(defaults.contains("INACTIVE=" + QByteArray::number(daysOf(policy, "inactiveInterval"))));
+    QVERIFY(defaults.contains("EXPIRE=" + (day < 0 ? QByteArray() : dateOf(day))));
+
+    QCOMPARE(readingByLens(Kind::LoginDefs),
+             readingOf(only(
+                 policy,
+                 {QStringLiteral("maxInterval"), QStringLiteral("minInterval"), QStringLiteral("warningInterval")})));
+    QCOMPARE(readingByLens(Kind::UseraddDefaults),
+             readingOf(only(policy, {QStringLiteral("inactiveInterval"), QStringLiteral("expireDate")})));
+}
+
+void RealToolsTest::judgeNewAccount(const QString &name, const QVariantMap &policy)
+{
+    outputOf(QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("-N"), name});
+    QByteArrayList days;
+    QByteArrayList fields;
+    for (const char *key : {"minInterval", "maxInterval", "warningInterval", "inactiveInterval"}) {
+        days += QByteArray::number(daysOf(policy, key));
+        fields += shadowField(daysOf(policy, key));
+    }
+    const int day = daysOf(policy, "expireDate");
+
+    fields << shadowField(day) << QByteArray();
+    const QByteArray entry = outputOf(QStringLiteral("getent"), {QStringLiteral("shadow"), name});
+    QCOMPARE(entry.trimmed().split(':').mid(3), fields);
+    const QByteArray status = outputOf(QStringLiteral("passwd"), {QStringLiteral("-S"), name});
+    QCOMPARE(status.trimmed().split(' ').mid(3), days);
+    const QByteArray ageing = outputOf(QStringLiteral("chage"), {QStringLiteral("-l"), QStringLiteral("-i"), name});
+    QCOMPARE(shown(ageing, "Minimum"), days[0]);
+    QCOMPARE(shown(ageing, "Maximum"), days[1]);
+    QCOMPARE(shown(ageing, "Number of days of warning"), days[2]);
+    QCOMPARE(shown(ageing, "Account expires"), day < 0 ? QByteArray("never") : dateOf(day));
+}
+
+void RealToolsTest::givesNewAccountsTheExpirationPolicy()
+{
+    for (int i = 0; i < m_extent.files; ++i) {
+        const QVariantMap policy = expirationPolicy();
+        QCOMPARE(stateAfter<LocalPolicyPasswordExpirationUpdateTask>(policy), TaskState::SucceededWithNotice);
+
+        judgeDefaults(policy);
+        judgeNewAccount(QStringLiteral("judged%1").arg(i), policy);
+        if (QTest::currentTestFailed()) {
+            QFAIL(typedEntries(policy).join(QLatin1String(", ")).toUtf8().constData());
+        }
+    }
+}
+
+void RealToolsTest::showsComplexityPolicyInTheStack()
+{
+    const QByteArrayList others = otherLines();
+    for (int i = 0; i < m_extent.files; ++i) {
+        QVariantMap policy = m_generator.arguments(Kind::CommonPassword);
+        QCOMPARE(stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy), TaskState::Succeeded);
+
+        for (const char *flag : {"enforce_for_root", "gecoscheck", "reject_username"}) {
+            policy.insert(QString::fromLatin1(flag), policy.value(QString::fromLatin1(flag)).toBool());
+        }
+        QCOMPARE(readingByLens(Kind::CommonPassword), readingOf(policy));
+        QCOMPARE(otherLines(), others);
+    }
+}
+
+void RealToolsTest::takesAndRefusesPasswordsByThePolicy()
+{
+    int taken = 0;
+    for (int i = 0; i < m_extent.files; ++i) {
+        QByteArray password;
+        QVariantMap policy{{QStringLiteral("minlen"), m_generator.number(8, 12)}};
+        bool isEnough = true;
+        for (const CharacterKind &kind : characterKinds) {
+            const int there = m_generator.number(2, 5);
+            const int asked = m_generator.number(0, 3);
+            password += kind.characters.left(there);
+            policy.insert(kind.option, -asked);
+            isEnough = isEnough && there >= asked;
+        }
+        isEnough = isEnough && password.size() >= policy.value(QStringLiteral("minlen")).toInt();
+        QCOMPARE(stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy), TaskState::Succeeded);
+
+        QVERIFY2(isTaken(password) == isEnough,
+                 (password + ' ' + typedEntries(policy).join(QLatin1String(", ")).toUtf8()).constData());
+        taken += isEnough ? 1 : 0;
+    }
+    QVERIFY2(taken > 0 && taken < m_extent.files, QByteArray::number(taken).constData());
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QStringList arguments = application.arguments();
+    RealToolsTest test(takeExtent(&arguments, 24));
+    return QTest::qExec(&test, arguments);
+}
+
+#include "RealToolsTest.moc"
