@@ -239,6 +239,15 @@ QByteArray nameOf(Kind kind)
     return vocabularyOf(kind).name;
 }
 
+QStringList flagsOf(Kind kind)
+{
+    QStringList flags;
+    for (const QByteArray &flag : vocabularyOf(kind).flags) {
+        flags += QString::fromLatin1(flag);
+    }
+    return flags;
+}
+
 FileGenerator::FileGenerator(quint32 seed) : m_random(seed)
 {
 }
@@ -270,9 +279,9 @@ QVariantMap FileGenerator::arguments(Kind kind)
 {
     QVariantMap arguments;
     const Vocabulary &words = vocabularyOf(kind);
-    for (const QByteArray &flag : words.flags) {
+    for (const QString &flag : flagsOf(kind)) {
         if (!oneOf(3)) {
-            arguments.insert(QString::fromLatin1(flag), oneOf(2));
+            arguments.insert(flag, oneOf(2));
         }
     }
     for (const QByteArray &option : isPam(kind) ? words.numbers : QByteArrayList()) {

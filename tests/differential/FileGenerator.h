@@ -17,6 +17,8 @@ inline constexpr Kind allKinds[] = {Kind::LoginDefs, Kind::UseraddDefaults, Kind
 QString pathOf(Kind kind);
 /// What the second readings call it.
 QByteArray nameOf(Kind kind);
+/// The flags that a read always gives.
+QStringList flagsOf(Kind kind);
 
 /**
  * Makes up files as people, distributions and accidents write them, and arguments of writes. The same seed makes the

@@ -121,7 +121,7 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     QStringList arguments = application.arguments();
-    ReadingTest test(takeExtent(&arguments, 2000));
+    ReadingTest test(takeExtent(&arguments, 5000));
     return QTest::qExec(&test, arguments);
 }
 

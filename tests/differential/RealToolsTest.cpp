@@ -6,6 +6,7 @@
 
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "tests/differential/SecondReadings.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
@@ -95,15 +96,27 @@ QByteArray shown(const QByteArray &output, const QByteArray &label)
 }
 
 /// The stack's lines but that of the policy's module.
-QByteArrayList otherLines()
+QByteArrayList otherLines(Kind kind, const QByteArray &module)
 {
     QByteArrayList lines;
-    for (const QByteArray &line : contentOf(pathOf(Kind::CommonPassword)).split('\n')) {
-        if (!line.contains("pam_pwquality.so")) {
+    for (const QByteArray &line : contentOf(pathOf(kind)).split('\n')) {
+        if (!line.contains(module)) {
             lines += line;
         }
     }
     return lines;
+}
+
+/// Brings back what Debian's pam-auth-update no longer has: pam_tally, and a profile that asks for it.
+void bringBackLockout()
+{
+    const QString path = QStringLiteral("/usr/sbin/pam-auth-update");
+    QByteArray tool = contentOf(path);
+    tool.replace("my @invalid_modules = ('pam_tally');", "my @invalid_modules = ();");
+    writeContent(path, tool);
+    writeContent(QStringLiteral("/usr/share/pam-configs/tally"),
+                 "Name: Lock accounts after failed logins\nDefault: yes\nPriority: 1024\nAuth-Type: Additional\nAuth:\n"
+                 "\trequired\tpam_tally.so onerr=fail\n");
 }
 
 /// By PAM, for a caller who may do everything else.
@@ -125,8 +138,9 @@ private Q_SLOTS:
     void init();
 
     void givesNewAccountsTheExpirationPolicy();
-    void showsComplexityPolicyInTheStack();
     void takesAndRefusesPasswordsByThePolicy();
+    void showsPolicyInTheStack_data();
+    void showsPolicyInTheStack();
 
 private:
     QVariantMap expirationPolicy();
@@ -237,22 +251,6 @@ void RealToolsTest::givesNewAccountsTheExpirationPolicy()
     compareWithLenses();
 }
 
-void RealToolsTest::showsComplexityPolicyInTheStack()
-{
-    const QByteArrayList others = otherLines();
-    for (int i = 0; i < m_extent.files; ++i) {
-        QVariantMap policy = m_generator.arguments(Kind::CommonPassword);
-        QCOMPARE(stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy), TaskState::Succeeded);
-
-        for (const char *flag : {"enforce_for_root", "gecoscheck", "reject_username"}) {
-            policy.insert(QString::fromLatin1(flag), policy.value(QString::fromLatin1(flag)).toBool());
-        }
-        noteForLens(Kind::CommonPassword, policy);
-        QCOMPARE(otherLines(), others);
-    }
-    compareWithLenses();
-}
-
 void RealToolsTest::takesAndRefusesPasswordsByThePolicy()
 {
     int taken = 0;
@@ -277,6 +275,40 @@ void RealToolsTest::takesAndRefusesPasswordsByThePolicy()
         taken += isEnough ? 1 : 0;
     }
     QVERIFY2(taken > 0 && taken < m_extent.files, QByteArray::number(taken).constData());
+}
+
+void RealToolsTest::showsPolicyInTheStack_data()
+{
+    QTest::addColumn<Kind>("kind");
+    QTest::addColumn<QByteArray>("module");
+    QTest::addColumn<QByteArray>("keptOption");
+    QTest::newRow("complexity") << Kind::CommonPassword << QByteArray("pam_pwquality.so") << QByteArray("retry=3");
+    QTest::newRow("lockout") << Kind::CommonAuth << QByteArray("pam_tally.so") << QByteArray("onerr=fail");
+}
+
+void RealToolsTest::showsPolicyInTheStack()
+{
+    QFETCH(Kind, kind);
+    QFETCH(QByteArray, module);
+    QFETCH(QByteArray, keptOption);
+    if (kind == Kind::CommonAuth) {
+        bringBackLockout();
+    }
+    const QByteArrayList others = otherLines(kind, module);
+    for (int i = 0; i < m_extent.files; ++i) {
+        QVariantMap policy = m_generator.arguments(kind);
+        QCOMPARE(kind == Kind::CommonAuth ? stateAfter<LocalPolicyLockoutUpdateTask>(policy)
+                                          : stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy),
+                 TaskState::Succeeded);
+
+        for (const QString &flag : flagsOf(kind)) {
+            policy.insert(flag, policy.value(flag).toBool());
+        }
+        noteForLens(kind, policy);
+        QCOMPARE(contentOf(pathOf(kind)).count(module + ' ' + keptOption), 1);
+        QCOMPARE(otherLines(kind, module), others);
+    }
+    compareWithLenses();
 }
 
 int main(int argc, char **argv)
