@@ -35,10 +35,13 @@ const QByteArrayList oddBlanks{"\v",
                                "\x1f",
                                "\xc2\x85",
                                "\xc2\xa0",
+                               "\xe1\x9a\x80",
                                "\xe1\xa0\x8e",
                                "\xe2\x80\x83",
                                "\xe2\x80\x8b",
                                "\xe2\x80\xa8",
+                               "\xe2\x80\xaf",
+                               "\xe2\x81\x9f",
                                "\xe3\x80\x80",
                                "\xef\xbb\xbf"};
 const QByteArrayList someBlanks{"", "", "", " ", "\t", "   "};
@@ -83,7 +86,9 @@ const QByteArrayList oddNumbers{"",
                                 "\xef\xbc\x95",
                                 "5\xff",
                                 "\xe2\x88\x92"
-                                "5"};
+                                "5",
+                                "\xf0\x9d\x9f\x93",
+                                "5\xf0\x9d\x9f\x93"};
 const QByteArrayList oddDates{"",
                               "-1",
                               "never",

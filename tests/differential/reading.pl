@@ -34,10 +34,11 @@ sub behind ($text, $place) {
     return substr $text, $place->[0] + length $place->[1];
 }
 
-# The digits at the beginning, after a minus where there may be one; empty if there are none.
+# The digits at the beginning, after a minus where there may be one; empty if there are none. Characters outside of
+# Unicode's first plane are no digits.
 sub numberAt ($text, $mayBeNegative) {
     my $minus = $mayBeNegative && substr($text, 0, 1) eq '-' ? '-' : '';
-    my $digits = (split /\D/, substr($text, length $minus), 2)[0] // '';
+    my $digits = (split /\D|[\x{10000}-\x{10FFFF}]/, substr($text, length $minus), 2)[0] // '';
     return $digits eq '' ? '' : $minus . $digits;
 }
 

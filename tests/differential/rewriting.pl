@@ -34,7 +34,7 @@ sub nameIn ($kind, $text) {
     my $names = join '|', map { $_->[0] } @{$settingsOf{$kind}};
     for my $part ($text =~ /(?=((?:$names).*))/gs) {
         my ($name, $value) = $part =~ /\A($names)\s*(.*)\z/s;
-        return $name if $value =~ ($kind eq 'useradd' ? qr/\A=/ : qr/\A-?\d/);
+        return $name if $value =~ ($kind eq 'useradd' ? qr/\A=/ : qr/\A-?(?![\x{10000}-\x{10FFFF}])\d/);
     }
     return;
 }
