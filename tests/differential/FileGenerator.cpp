@@ -5,7 +5,7 @@
 
 #include <QDate>
 
-#include <limits>
+#include <iterator>
 
 namespace
 {
@@ -26,113 +26,111 @@ struct Vocabulary {
     QStringList days;
 };
 
-const QByteArrayList blanks{" ", " ", "\t", "  ", "\t\t", " \t ", "\t   "};
+constexpr const char *blanks[] = {" ", " ", "\t", "  ", "\t\t", " \t ", "\t   "};
 /// White space for some, text for others: of ASCII, of Latin 1 and of Unicode, and what only looks like it.
-const QByteArrayList oddBlanks{"\v",
-                               "\f",
-                               "\r",
-                               "\x1c",
-                               "\x1f",
-                               "\xc2\x85",
-                               "\xc2\xa0",
-                               "\xe1\x9a\x80",
-                               "\xe1\xa0\x8e",
-                               "\xe2\x80\x83",
-                               "\xe2\x80\x8b",
-                               "\xe2\x80\xa8",
-                               "\xe2\x80\xaf",
-                               "\xe2\x81\x9f",
-                               "\xe3\x80\x80",
-                               "\xef\xbb\xbf"};
-const QByteArrayList someBlanks{"", "", "", " ", "\t", "   "};
-const QByteArrayList lineEnds{"\n", "\n", "\n", "\n", "\n", "\r\n", " \n", "\t\r\n", "\n\n", "\r"};
-const QByteArrayList comments{"",
-                              "",
-                              "",
-                              "",
-                              "# note",
-                              " # note",
-                              "\t#",
-                              "#PASS_MAX_DAYS 9",
-                              " # deny=9 # minlen=9 ",
-                              "#EXPIRE=2001-01-01",
-                              " # gr\xc3\xbc\xc3\x9f"
-                              "e\t",
-                              "## \xff"};
-const QByteArrayList oddNumbers{"",
-                                "007",
-                                "-0",
-                                "-007",
-                                "+5",
-                                "-",
-                                "--5",
-                                "1.5",
-                                "1e3",
-                                "0x10",
-                                "5x",
-                                "x5",
-                                "\"5\"",
-                                "'5'",
-                                "5,6",
-                                "5;",
-                                "2147483647",
-                                "2147483648",
-                                "-2147483648",
-                                "-2147483649",
-                                "4294967297",
-                                "99999999999999999999",
-                                "\xd9\xa3",
-                                "3\xd9\xa3",
-                                "\xef\xbc\x95",
-                                "5\xff",
-                                "\xe2\x88\x92"
-                                "5",
-                                "\xf0\x9d\x9f\x93",
-                                "5\xf0\x9d\x9f\x93"};
-const QByteArrayList oddDates{"",
-                              "-1",
-                              "never",
-                              "2025-1-1",
-                              "25-01-01",
-                              "2025-02-29",
-                              "2024-02-29",
-                              "1900-02-29",
-                              "2000-02-29",
-                              "1970-02-30",
-                              "2025-13-01",
-                              "2025-00-10",
-                              "2025-01-00",
-                              "20250101",
-                              "2025/01/01",
-                              "01-01-2025",
-                              "2025-01-01x",
-                              "x2025-01-01",
-                              "2025-01-01T00:00",
-                              "\"2025-01-01\"",
-                              "0000-01-01",
-                              "0001-01-01",
-                              "1582-10-10",
-                              "1969-12-31",
-                              "9999-12-31",
-                              "10000-01-01",
-                              "02025-01-01",
-                              "2025 -01-01",
-                              "2025-01-",
-                              "+2025-01-01",
-                              "-2025-01-01",
-                              "2025--1-01",
-                              "\xd9\xa2\xd9\xa0\xd9\xa2\xd9\xa5-01-01"};
-const QByteArrayList glue{"", "", "", ".1", "x", ",", "=", ";", "\"", "/", "pam_tally.so", "\xff"};
-const QByteArrayList controls{"required",
-                              "requisite",
-                              "sufficient",
-                              "optional",
-                              "[success=1 default=ignore]",
-                              "[success=ok new_authtok_reqd=ok ignore=ignore user_unknown=bad default=die]",
-                              "[default=bad]",
-                              "include"};
-const QByteArrayList types{"auth", "password", "-auth", "-password", "account", "session"};
-const QByteArrayList folders{"", "", "", "/lib/security/", "/lib/x86_64-linux-gnu/security/"};
+constexpr const char *oddBlanks[] = {"\v",
+                                     "\f",
+                                     "\r",
+                                     "\x1c",
+                                     "\x1f",
+                                     "\xc2\x85",
+                                     "\xc2\xa0",
+                                     "\xe1\x9a\x80",
+                                     "\xe1\xa0\x8e",
+                                     "\xe2\x80\x83",
+                                     "\xe2\x80\x8b",
+                                     "\xe2\x80\xa8",
+                                     "\xe2\x80\xaf",
+                                     "\xe2\x81\x9f",
+                                     "\xe3\x80\x80",
+                                     "\xef\xbb\xbf"};
+constexpr const char *someBlanks[] = {"", "", "", " ", "\t", "   "};
+constexpr const char *lineEnds[] = {"\n", "\n", "\n", "\n", "\n", "\r\n", " \n", "\t\r\n", "\n\n", "\r"};
+constexpr const char *comments[] = {"",
+                                    "",
+                                    "",
+                                    "",
+                                    "# note",
+                                    " # note",
+                                    "\t#",
+                                    "#PASS_MAX_DAYS 9",
+                                    " # deny=9 # minlen=9 ",
+                                    "#EXPIRE=2001-01-01",
+                                    " # gr\xc3\xbcn\t",
+                                    "## \xff"};
+constexpr const char *oddNumbers[] = {"",
+                                      "007",
+                                      "-0",
+                                      "-007",
+                                      "+5",
+                                      "-",
+                                      "--5",
+                                      "1.5",
+                                      "1e3",
+                                      "0x10",
+                                      "5x",
+                                      "x5",
+                                      "\"5\"",
+                                      "'5'",
+                                      "5,6",
+                                      "5;",
+                                      "2147483647",
+                                      "2147483648",
+                                      "-2147483648",
+                                      "-2147483649",
+                                      "4294967297",
+                                      "99999999999999999999",
+                                      "\xd9\xa3",
+                                      "3\xd9\xa3",
+                                      "\xef\xbc\x95",
+                                      "5\xff",
+                                      "\xe2\x88\x92\x35",
+                                      "\xf0\x9d\x9f\x93",
+                                      "5\xf0\x9d\x9f\x93"};
+constexpr const char *oddDates[] = {"",
+                                    "-1",
+                                    "never",
+                                    "2025-1-1",
+                                    "25-01-01",
+                                    "2025-02-29",
+                                    "2024-02-29",
+                                    "1900-02-29",
+                                    "2000-02-29",
+                                    "1970-02-30",
+                                    "2025-13-01",
+                                    "2025-00-10",
+                                    "2025-01-00",
+                                    "20250101",
+                                    "2025/01/01",
+                                    "01-01-2025",
+                                    "2025-01-01x",
+                                    "x2025-01-01",
+                                    "2025-01-01T00:00",
+                                    "\"2025-01-01\"",
+                                    "0000-01-01",
+                                    "0001-01-01",
+                                    "1582-10-10",
+                                    "1969-12-31",
+                                    "9999-12-31",
+                                    "10000-01-01",
+                                    "02025-01-01",
+                                    "2025 -01-01",
+                                    "2025-01-",
+                                    "+2025-01-01",
+                                    "-2025-01-01",
+                                    "2025--1-01",
+                                    "\xd9\xa2\xd9\xa0\xd9\xa2\xd9\xa5-01-01"};
+constexpr const char *glue[] = {"", "", "", ".1", "x", ",", "=", ";", "\"", "/", "pam_tally.so", "\xff"};
+constexpr const char *controls[] = {"required",
+                                    "requisite",
+                                    "sufficient",
+                                    "optional",
+                                    "[success=1 default=ignore]",
+                                    "[success=ok new_authtok_reqd=ok ignore=ignore user_unknown=bad default=die]",
+                                    "[default=bad]",
+                                    "include"};
+constexpr const char *types[] = {"auth", "password", "-auth", "-password", "account", "session"};
+constexpr const char *folders[] = {"", "", "", "/lib/security/", "/lib/x86_64-linux-gnu/security/"};
 
 const Vocabulary &vocabularyOf(Kind kind)
 {
@@ -228,6 +226,12 @@ const Vocabulary &vocabularyOf(Kind kind)
     return vocabularies[int(kind)];
 }
 
+template<std::size_t size>
+QByteArrayList listOf(const char *const (&texts)[size])
+{
+    return {std::cbegin(texts), std::cend(texts)};
+}
+
 bool isPam(Kind kind)
 {
     return !vocabularyOf(kind).modules.isEmpty();
@@ -257,6 +261,17 @@ FileGenerator::FileGenerator(quint32 seed) : m_random(seed)
 {
 }
 
+template<std::size_t size>
+QByteArray FileGenerator::pick(const char *const (&texts)[size])
+{
+    return texts[m_random.bounded(int(size))];
+}
+
+QByteArray FileGenerator::pick(const QByteArrayList &texts)
+{
+    return texts.at(m_random.bounded(texts.size()));
+}
+
 QByteArray FileGenerator::file(Kind kind)
 {
     QByteArray content;
@@ -284,7 +299,8 @@ QVariantMap FileGenerator::arguments(Kind kind)
 {
     QVariantMap arguments;
     const Vocabulary &words = vocabularyOf(kind);
-    for (const QString &flag : flagsOf(kind)) {
+    const QStringList flags = flagsOf(kind);
+    for (const QString &flag : flags) {
         if (!oneOf(3)) {
             arguments.insert(flag, oneOf(2));
         }
@@ -313,11 +329,6 @@ bool FileGenerator::oneOf(int chances)
     return m_random.bounded(chances) == 0;
 }
 
-const QByteArray &FileGenerator::pick(const QByteArrayList &texts)
-{
-    return texts.at(m_random.bounded(texts.size()));
-}
-
 QByteArray FileGenerator::someOf(const QByteArrayList &texts, int most)
 {
     QByteArray result;
@@ -327,9 +338,9 @@ QByteArray FileGenerator::someOf(const QByteArrayList &texts, int most)
     return result;
 }
 
-const QByteArray &FileGenerator::blank()
+QByteArray FileGenerator::blank()
 {
-    return pick(oneOf(8) ? oddBlanks : blanks);
+    return oneOf(8) ? pick(oddBlanks) : pick(blanks);
 }
 
 QByteArray FileGenerator::value(Kind kind)
@@ -374,7 +385,9 @@ QByteArray FileGenerator::line(Kind kind)
         return isPam(kind) ? "@include common-account" : pick(words.others);
     case 3: {
         const QByteArrayList pieces{"=", "#", "-", "5", QByteArray(1, '\0'), " "};
-        return someOf(words.numbers + words.modules + words.flags + pieces + pieces + blanks + oddBlanks + glue, 12);
+        return someOf(words.numbers + words.modules + words.flags + pieces + pieces + listOf(blanks) + listOf(oddBlanks)
+                          + listOf(glue),
+                      12);
     }
     case 4:
         return isPam(kind) ? "auth [success=1 default=ignore]\tpam_unix.so deny=9 minlen=9"
@@ -392,13 +405,13 @@ QByteArray FileGenerator::plainDate()
 QByteArray FileGenerator::plainSetting(Kind kind)
 {
     const Vocabulary &words = vocabularyOf(kind);
-    const QByteArray &name = pick(words.numbers);
+    const QByteArray name = pick(words.numbers);
     if (name == "EXPIRE") {
         return name + '=' + (oneOf(4) ? QByteArray() : plainDate());
     }
-    // the lens of login.defs takes no number behind a tab and a blank for another value, so all separators go
-    const QByteArrayList separators{" ", "\t", "    ", "\t\t", "\t "};
-    return name + (kind == Kind::LoginDefs ? pick(separators) : "=") + QByteArray::number(number(-1, 99999));
+    static constexpr const char *separators[] = {" ", "\t", "    ", "\t\t", "\t "};
+    return name + (kind == Kind::LoginDefs ? pick(separators) : QByteArray("="))
+        + QByteArray::number(number(-1, 99999));
 }
 
 QByteArray FileGenerator::plainModuleLine(Kind kind)

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <cstddef>
+
 /// The files that the policies are read from.
 enum class Kind { LoginDefs, UseraddDefaults, CommonAuth, CommonPassword };
 
@@ -43,10 +45,12 @@ public:
 
 private:
     bool oneOf(int chances);
-    const QByteArray &pick(const QByteArrayList &texts);
+    template<std::size_t size>
+    QByteArray pick(const char *const (&texts)[size]);
+    QByteArray pick(const QByteArrayList &texts);
     QByteArray someOf(const QByteArrayList &texts, int most);
 
-    const QByteArray &blank();
+    QByteArray blank();
     QByteArray value(Kind kind);
     QByteArray setting(Kind kind);
     QByteArray moduleLine(Kind kind);

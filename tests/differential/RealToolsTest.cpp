@@ -16,20 +16,21 @@
 #include <QDate>
 #include <QTest>
 
+#include <algorithm>
+
 namespace
 {
 constexpr int root = 0;
 
 /// The kinds of characters that options of pam_pwquality(8) ask for.
 struct CharacterKind {
-    QString option;
-    QByteArray characters;
+    const char *option;
+    /// In an order that makes no sequence.
+    const char *characters;
 };
 
-const CharacterKind characterKinds[] = {{QStringLiteral("lcredit"), "kcnbgmdhjf"},
-                                        {QStringLiteral("ucredit"), "MFHKBDGNCJ"},
-                                        {QStringLiteral("dcredit"), "73958246"},
-                                        {QStringLiteral("ocredit"), "%(?!&=*)/"}};
+constexpr CharacterKind characterKinds[] = {
+    {"lcredit", "kcnbg"}, {"ucredit", "MFHKB"}, {"dcredit", "73958"}, {"ocredit", "%(?!&"}};
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)
 {
@@ -87,7 +88,8 @@ QByteArray shadowField(int days)
 /// What stands behind the colon on the line of chage(1) that begins so.
 QByteArray shown(const QByteArray &output, const QByteArray &label)
 {
-    for (const QByteArray &line : output.split('\n')) {
+    const QByteArrayList lines = output.split('\n');
+    for (const QByteArray &line : lines) {
         if (line.startsWith(label)) {
             return line.mid(line.indexOf(':') + 1).trimmed();
         }
@@ -98,12 +100,11 @@ QByteArray shown(const QByteArray &output, const QByteArray &label)
 /// The stack's lines but that of the policy's module.
 QByteArrayList otherLines(Kind kind, const QByteArray &module)
 {
-    QByteArrayList lines;
-    for (const QByteArray &line : contentOf(pathOf(kind)).split('\n')) {
-        if (!line.contains(module)) {
-            lines += line;
-        }
-    }
+    QByteArrayList lines = contentOf(pathOf(kind)).split('\n');
+    const auto callsModule = [&module](const QByteArray &line) {
+        return line.contains(module);
+    };
+    lines.erase(std::remove_if(lines.begin(), lines.end(), callsModule), lines.end());
     return lines;
 }
 
@@ -143,7 +144,14 @@ private Q_SLOTS:
     void showsPolicyInTheStack();
 
 private:
+    struct PasswordCase {
+        QVariantMap policy;
+        QByteArray password;
+        bool isEnough;
+    };
+
     QVariantMap expirationPolicy();
+    PasswordCase passwordCase();
     void noteForLens(Kind kind, const QVariantMap &policy);
     void compareWithLenses();
     void judgeDefaults(const QVariantMap &policy);
@@ -251,28 +259,33 @@ void RealToolsTest::givesNewAccountsTheExpirationPolicy()
     compareWithLenses();
 }
 
+RealToolsTest::PasswordCase RealToolsTest::passwordCase()
+{
+    // without enforce_for_root the module would only warn
+    PasswordCase made{{{QStringLiteral("enforce_for_root"), true}}, {}, true};
+    for (const CharacterKind &kind : characterKinds) {
+        const int there = m_generator.number(2, 5);
+        const int asked = m_generator.number(0, 3);
+        made.password += QByteArray(kind.characters, there);
+        made.policy.insert(QString::fromLatin1(kind.option), -asked);
+        made.isEnough = made.isEnough && there >= asked;
+    }
+    const int length = m_generator.number(8, 16);
+    made.policy.insert(QStringLiteral("minlen"), length);
+    made.isEnough = made.isEnough && made.password.size() >= length;
+    return made;
+}
+
 void RealToolsTest::takesAndRefusesPasswordsByThePolicy()
 {
     int taken = 0;
     for (int i = 0; i < m_extent.files; ++i) {
-        QByteArray password;
-        // without enforce_for_root the module would only warn
-        QVariantMap policy{{QStringLiteral("enforce_for_root"), true},
-                           {QStringLiteral("minlen"), m_generator.number(8, 16)}};
-        bool isEnough = true;
-        for (const CharacterKind &kind : characterKinds) {
-            const int there = m_generator.number(2, 5);
-            const int asked = m_generator.number(0, 3);
-            password += kind.characters.left(there);
-            policy.insert(kind.option, -asked);
-            isEnough = isEnough && there >= asked;
-        }
-        isEnough = isEnough && password.size() >= policy.value(QStringLiteral("minlen")).toInt();
-        QCOMPARE(stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy), TaskState::Succeeded);
+        const PasswordCase made = passwordCase();
+        QCOMPARE(stateAfter<LocalPolicyPasswordComplexityUpdateTask>(made.policy), TaskState::Succeeded);
 
-        QVERIFY2(isTaken(password) == isEnough,
-                 (password + ' ' + typedEntries(policy).join(QLatin1String(", ")).toUtf8()).constData());
-        taken += isEnough ? 1 : 0;
+        QVERIFY2(isTaken(made.password) == made.isEnough,
+                 (made.password + ' ' + typedEntries(made.policy).join(QLatin1String(", ")).toUtf8()).constData());
+        taken += made.isEnough ? 1 : 0;
     }
     QVERIFY2(taken > 0 && taken < m_extent.files, QByteArray::number(taken).constData());
 }
@@ -295,13 +308,14 @@ void RealToolsTest::showsPolicyInTheStack()
         bringBackLockout();
     }
     const QByteArrayList others = otherLines(kind, module);
+    const QStringList flags = flagsOf(kind);
     for (int i = 0; i < m_extent.files; ++i) {
         QVariantMap policy = m_generator.arguments(kind);
         QCOMPARE(kind == Kind::CommonAuth ? stateAfter<LocalPolicyLockoutUpdateTask>(policy)
                                           : stateAfter<LocalPolicyPasswordComplexityUpdateTask>(policy),
                  TaskState::Succeeded);
 
-        for (const QString &flag : flagsOf(kind)) {
+        for (const QString &flag : flags) {
             policy.insert(flag, policy.value(flag).toBool());
         }
         noteForLens(kind, policy);
@@ -313,10 +327,7 @@ void RealToolsTest::showsPolicyInTheStack()
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
-    QStringList arguments = application.arguments();
-    RealToolsTest test(takeExtent(&arguments, 24));
-    return QTest::qExec(&test, arguments);
+    return runTest<RealToolsTest>(argc, argv, 24);
 }
 
 #include "RealToolsTest.moc"

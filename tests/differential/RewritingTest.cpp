@@ -35,12 +35,12 @@ QByteArray headOf(const char *what, Kind kind, const QVariantMap &arguments)
     return head;
 }
 
-QVariantMap merged(QVariantMap some, const QVariantMap &others)
+QVariantMap merged(QVariantMap map, const QVariantMap &others)
 {
     for (auto it = others.cbegin(); it != others.cend(); ++it) {
-        some.insert(it.key(), *it);
+        map.insert(it.key(), *it);
     }
-    return some;
+    return map;
 }
 }
 
@@ -60,7 +60,7 @@ private Q_SLOTS:
     void rewritesProfileAndStackAsTheSecondRewritingDoes();
 
 private:
-    void compare(const QVector<Record> &records, const QByteArrayList &own);
+    void compare(const QVector<Record> &records, const QByteArrayList &own) const;
 
     Extent m_extent;
 };
@@ -79,7 +79,7 @@ void RewritingTest::init()
     QVERIFY2(inSandbox(), outsideSandbox);
 }
 
-void RewritingTest::compare(const QVector<Record> &records, const QByteArrayList &own)
+void RewritingTest::compare(const QVector<Record> &records, const QByteArrayList &own) const
 {
     const QByteArrayList expected = rewritings(records);
     int differences = 0;
@@ -153,10 +153,7 @@ void RewritingTest::rewritesProfileAndStackAsTheSecondRewritingDoes()
 
 int main(int argc, char **argv)
 {
-    QCoreApplication application(argc, argv);
-    QStringList arguments = application.arguments();
-    RewritingTest test(takeExtent(&arguments, 200));
-    return QTest::qExec(&test, arguments);
+    return runTest<RewritingTest>(argc, argv, 300);
 }
 
 #include "RewritingTest.moc"

@@ -5,7 +5,9 @@
 
 #include "tests/differential/FileGenerator.h"
 
+#include <QCoreApplication>
 #include <QMetaType>
+#include <QTest>
 #include <QVector>
 
 Q_DECLARE_METATYPE(Kind)
@@ -43,3 +45,13 @@ struct Extent {
 
 /// Takes "--seed N" and "--files N" off a command line.
 Extent takeExtent(QStringList *arguments, int usualFiles);
+
+/// The main() of a test program; @p Test is made from its Extent.
+template<typename Test>
+int runTest(int argc, char **argv, int usualFiles)
+{
+    const QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments();
+    Test test(takeExtent(&arguments, usualFiles));
+    return QTest::qExec(&test, arguments);
+}
