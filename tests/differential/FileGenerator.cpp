@@ -312,8 +312,8 @@ QVariantMap FileGenerator::arguments(Kind kind)
     }
     for (const QString &key : words.days) {
         if (!oneOf(3)) {
-            const int days = number(-1, 99999);
-            arguments.insert(key, key == QLatin1String("expireDate") ? QVariant(qlonglong(days)) : QVariant(days));
+            const int value = numberOf(kind);
+            arguments.insert(key, key == QLatin1String("expireDate") ? QVariant(qlonglong(value)) : QVariant(value));
         }
     }
     return arguments;
@@ -322,6 +322,12 @@ QVariantMap FileGenerator::arguments(Kind kind)
 int FileGenerator::number(int from, int to)
 {
     return m_random.bounded(from, to + 1);
+}
+
+int FileGenerator::numberOf(Kind kind)
+{
+    // the options of pam_tally are read without a sign
+    return kind != Kind::CommonAuth && oneOf(6) ? -1 : number(0, 99999);
 }
 
 bool FileGenerator::oneOf(int chances)
@@ -410,8 +416,7 @@ QByteArray FileGenerator::plainSetting(Kind kind)
         return name + '=' + (oneOf(4) ? QByteArray() : plainDate());
     }
     static constexpr const char *separators[] = {" ", "\t", "    ", "\t\t", "\t "};
-    return name + (kind == Kind::LoginDefs ? pick(separators) : QByteArray("="))
-        + QByteArray::number(number(-1, 99999));
+    return name + (kind == Kind::LoginDefs ? pick(separators) : QByteArray("=")) + QByteArray::number(numberOf(kind));
 }
 
 QByteArray FileGenerator::plainModuleLine(Kind kind)

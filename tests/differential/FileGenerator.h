@@ -44,6 +44,8 @@ public:
     int number(int from, int to);
 
 private:
+    /// A number as plain files have it; -1 means that there is no limit.
+    int numberOf(Kind kind);
     bool oneOf(int chances);
     template<std::size_t size>
     QByteArray pick(const char *const (&texts)[size]);
