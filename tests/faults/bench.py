@@ -155,3 +155,8 @@ class Bench:
         if not self.policy.stack:
             wrong += [path + '.bak' for path in backups if content_of(path + '.bak') != backups[path]]
         return wrong + self.temporary_files()
+
+    def open_temporary_files(self):
+        """Temporary files that more people may read or write than the files that they are for."""
+        return [path for path in self.temporary_files()
+                if os.stat(path).st_mode & 0o777 & ~int(self.old.owner(path[:-len('.tmp')])[0], 8)]

@@ -3,6 +3,7 @@
 """The machine that policies are written on: its disk, its tools, and what runs on it."""
 
 import ctypes
+import grp
 import os
 import re
 import stat
@@ -15,7 +16,7 @@ TRACE = SCRATCH + '/trace'
 TOOL = '/usr/sbin/pam-auth-update'
 REAL_TOOL = SCRATCH + '/pam-auth-update'
 FOLDERS = ['/etc', '/usr/share/pam-configs', '/var/lib/pam', '/var/cache/debconf', '/run/tmp']
-TRACED = f'strace -y -o {TRACE} ${{INJECT:+-e inject="$INJECT"}}'
+TRACED = f'strace -y -ttt -o {TRACE} ${{INJECT:+-e inject="$INJECT"}}'
 ORPHANS_END_WITHIN = 60  # seconds
 
 
@@ -145,6 +146,11 @@ def fill_in_settings():
     write('/etc/default/useradd', b'# defaults of useradd\nSHELL=/bin/sh\nINACTIVE=-1 # days\nEXPIRE=\nGROUP=100\n')
     for path in ('/etc/login.defs', '/etc/default/useradd'):
         write(path + '.bak', b'an earlier backup\n')
+    # not what a new file gets by itself: a lost mode or owner must show
+    for path in ('/usr/share/pam-configs/tally', '/usr/share/pam-configs/pwquality', '/etc/login.defs',
+                 '/etc/default/useradd'):
+        os.chown(path, 0, grp.getgrnam('shadow').gr_gid)
+        os.chmod(path, 0o640)
 
 
 def is_tools_own(path):
