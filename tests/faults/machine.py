@@ -17,6 +17,7 @@ TOOL = '/usr/sbin/pam-auth-update'
 REAL_TOOL = SCRATCH + '/pam-auth-update'
 FOLDERS = ['/etc', '/usr/share/pam-configs', '/var/lib/pam', '/var/cache/debconf', '/run/tmp']
 TRACED = f'strace -y -ttt -o {TRACE} ${{INJECT:+-e inject="$INJECT"}}'
+PAGE = 4096  # bytes
 ORPHANS_END_WITHIN = 60  # seconds
 
 
@@ -143,7 +144,9 @@ def fill_in_settings():
     apply_profiles()
     edit('/etc/pam.d/common-auth', b'deny=3', b'deny=4')
     edit('/etc/pam.d/common-password', b'minlen=9', b'minlen=7 difok=2')
-    write('/etc/default/useradd', b'# defaults of useradd\nSHELL=/bin/sh\nINACTIVE=-1 # days\nEXPIRE=\nGROUP=100\n')
+    settings = b'SHELL=/bin/sh\nINACTIVE=-1 # days\nEXPIRE=\nGROUP=100\n'
+    # fills a page but for a few bytes, so that the date makes it grow into another one
+    write('/etc/default/useradd', settings + b'# defaults of useradd '.ljust(PAGE - len(settings) - 4, b'.') + b'\n')
     for path in ('/etc/login.defs', '/etc/default/useradd'):
         write(path + '.bak', b'an earlier backup\n')
     # not what a new file gets by itself: a lost mode or owner must show

@@ -1,5 +1,13 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
+set(DIE_AND_STARVE ${CMAKE_CURRENT_SOURCE_DIR}/faults/die-and-starve)
+
 add_executable(writeonce faults/writeonce.cpp)
 target_link_libraries(writeonce PRIVATE policies)
+
+# a part of the system calls only; by hand, --all tries each
+add_test(NAME faults/Writing COMMAND ${SANDBOX} -- ${DIE_AND_STARVE} $<TARGET_FILE:writeonce>)
+add_test(NAME faults/Helper
+         COMMAND ${SANDBOX} --install ${PROJECT_BINARY_DIR} --bus -- ${DIE_AND_STARVE} --helper $<TARGET_FILE:buscaller>)
+set_tests_properties(faults/Writing faults/Helper PROPERTIES TIMEOUT 900)
