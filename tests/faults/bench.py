@@ -34,7 +34,7 @@ class Bench:
         self.new = self.after_writing()
         # a stack that was corrected looks edited by hand to the tool: once more, and its options stand in order
         self.again = self.after_writing()
-        self.stages = self.stages_of_stack() if policy.stack else []
+        self.stages = self.stages_of_stack() if policy.stack else {}
         self.old.restore()
 
     def after_writing(self):
@@ -65,7 +65,7 @@ class Bench:
         made = self.stack_from({path: self.new.content(path) for path in self.policy.rewritten})
         if self.corrected(made) != self.new.content(stack) or made == self.new.content(stack):
             sys.exit(f'{stack} does not become what pam-auth-update makes and the correction corrects')
-        return [made, self.corrected(self.old.content(stack))]
+        return {made: 'made', self.corrected(self.old.content(stack)): 'corrected'}
 
     def stack_from(self, profiles):
         """The stack as the tool makes it of these profiles."""
@@ -85,7 +85,7 @@ class Bench:
         return b''.join(re.split(pattern, line)) + b' ' + self.policy.option
 
     def states(self):
-        """What each file is that may change: old, new, stage, short, of short, or whatever is wrong with it."""
+        """What each file is that may change: old, new, made, corrected, short, of short, or whatever is wrong with it."""
         changing = [path for path in self.watched if self.old.content(path) != self.new.content(path)]
         states = {path: self.state(path) for path in changing}
         self.explain_stack(states)
@@ -101,7 +101,7 @@ class Bench:
             if content == disk.content(path):
                 return name
         if path == self.policy.stack and content in self.stages:
-            return 'stage'
+            return self.stages[content]
         return 'short' if self.new.content(path).startswith(content) else 'other'
 
     def explain_stack(self, states):
