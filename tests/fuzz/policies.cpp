@@ -14,6 +14,7 @@
 #include "tests/fuzz/Fuzzing.h"
 
 #include <QBuffer>
+#include <QRegularExpression>
 
 namespace
 {
@@ -52,18 +53,24 @@ QByteArray rewrittenThrough(const QByteArray &content, const QVariantMap &argume
     return destination.data();
 }
 
-/// The lines in which the handler finds nothing, in order.
+/// What the walk finds of the file: all lines, and those in which the handler finds nothing.
+struct Lines {
+    QByteArrayList all;
+    QByteArrayList unclaimed;
+};
+
 template<typename Handler>
-QByteArrayList unclaimedLines(const QByteArray &content, const QVariantMap &arguments)
+Lines linesOf(const QByteArray &content, const QVariantMap &arguments)
 {
-    QByteArrayList lines;
+    Lines lines;
     Handler handler(&arguments);
     QBuffer file;
     file.setData(content);
     file.open(QIODevice::ReadOnly);
     walkLines(&file, handler, [&lines](const QByteArray &line, bool matched) {
+        lines.all += line;
         if (!matched) {
-            lines += line;
+            lines.unclaimed += line;
         }
     });
     return lines;
@@ -82,14 +89,61 @@ bool isInOrderIn(const QByteArrayList &lines, const QByteArray &content)
     return true;
 }
 
+/// The last line has its end, so that nothing that is added can join it.
+bool endsItsLines(const QByteArray &content)
+{
+    return content.isEmpty() || content.endsWith('\n');
+}
+
 template<typename Reader, typename Rewriter>
 void check(const QByteArray &content, const QVariantMap &anything, const QVariantMap &arguments)
 {
     readThrough<Reader>(content);
     for (const QVariantMap &map : {anything, arguments}) {
+        const Lines lines = linesOf<Rewriter>(content, map);
+        require(lines.all.join() == content, "the walk loses nothing", content);
         const QByteArray once = rewrittenThrough<Rewriter>(content, map);
-        require(isInOrderIn(unclaimedLines<Rewriter>(content, map), once), "unclaimed lines keep their bytes", once);
-        require(rewrittenThrough<Rewriter>(once, map).size() >= 0, "what was written can be rewritten");
+        require(isInOrderIn(lines.unclaimed, once), "unclaimed lines keep their bytes", once);
+        if (endsItsLines(content)) {
+            QByteArray twice = rewrittenThrough<Rewriter>(once, map);
+            if (!endsItsLines(once)) {
+                twice.chop(1); // a date that was added has no line end, one that was found has
+            }
+            require(twice == once, "rewriting again changes nothing", once + "\n---\n" + twice);
+        }
+    }
+}
+
+/// The options of a line that no policy manages, in order, with whatever stands before them.
+QStringList unmanagedWords(const QByteArray &line, const QStringList &managed)
+{
+    const QByteArray text = line.left(static_cast<int>(qstrnlen(line.constData(), static_cast<uint>(line.size()))));
+    QStringList words;
+    for (const QString &word :
+         QString::fromLocal8Bit(text.split('#').constFirst()).split(QRegExp(QStringLiteral("\\s+")))) {
+        QString name = word;
+        name.remove(QRegularExpression(QStringLiteral("^=+")))
+            .remove(QRegularExpression(QStringLiteral("=.*"), QRegularExpression::DotMatchesEverythingOption));
+        if (!word.isEmpty() && !managed.contains(name)) {
+            words += word;
+        }
+    }
+    return words;
+}
+
+/// Each line of the module, by itself: whatever else stands on it is there afterwards.
+template<typename Rewriter>
+void checkUnmanagedOptions(const QByteArray &content, const QVariantMap &arguments, const QStringList &managed)
+{
+    const Lines lines = linesOf<Rewriter>(content, arguments);
+    for (const QByteArray &line : lines.all) {
+        // text that is glued to the module's name goes with the options behind it
+        if (lines.unclaimed.contains(line)
+            || QRegularExpression(QStringLiteral("\\.so[^\\s#]")).match(QString::fromLatin1(line)).hasMatch()) {
+            continue;
+        }
+        const QByteArray once = rewrittenThrough<Rewriter>(line, arguments);
+        require(unmanagedWords(once, managed) == unmanagedWords(line, managed), "unmanaged options stay", line + once);
     }
 }
 
@@ -115,8 +169,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         const QStringList numbers = words("deny lock_time unlock_time");
         const QVariantMap arguments = input.takeFittingMap(flags, numbers, 0);
         const QVariantMap anything = input.takeMap(flags + numbers);
+        const QByteArray content = input.rest();
         checkModuleLine<Reader, Rewriter>("pam_tally.so", arguments);
-        check<Reader, Rewriter>(input.rest(), anything, arguments);
+        check<Reader, Rewriter>(content, anything, arguments);
+        checkUnmanagedOptions<Rewriter>(content, anything, flags + numbers);
     } else if (policy % 4 == 1) {
         using Reader = LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler;
         using Rewriter = LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler;
@@ -125,7 +181,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         const QVariantMap arguments = input.takeFittingMap(flags, numbers, std::numeric_limits<int>::min());
         const QVariantMap anything = input.takeMap(flags + numbers);
         checkModuleLine<Reader, Rewriter>(policy & 4 ? "pam_cracklib.so" : "pam_pwquality.so", arguments);
-        check<Reader, Rewriter>(input.rest(), anything, arguments);
+        const QByteArray content = input.rest();
+        check<Reader, Rewriter>(content, anything, arguments);
+        checkUnmanagedOptions<Rewriter>(content, anything, flags + numbers);
     } else if (policy % 4 == 2) {
         using Reader = LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler;
         using Rewriter = LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler;
