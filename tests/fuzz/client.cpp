@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// What the client reads: documents and assignments.
+// What the client reads: documents, assignments, and the words behind which a shell completes.
 
+#include "client/commands/CommandLine.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Document.h"
@@ -73,6 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         checkAssignments(policy.schema, words);
     }
     checkAssignments(accountSchema(), words);
+    const QStringList completing{QStringLiteral("accountpolicyctl"), QStringLiteral("complete")};
+    require(runCommandLine(completing + words) == ExitCode::Done, "any words can be completed");
     for (const QChar character : printable(QString::fromUtf8(text))) {
         require(character == QLatin1Char('\n') || character == QLatin1Char('\t')
                     || character.category() != QChar::Other_Control,
