@@ -32,14 +32,14 @@ bool inSandbox()
 ScopedMount ScopedMount::readOnly(const QString &path)
 {
     ScopedMount mounted = pinned(path);
-    mountOrDie({}, mounted.m_path, nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, {});
+    mountOrDie("none", mounted.m_path, "none", MS_REMOUNT | MS_BIND | MS_RDONLY, {});
     return mounted;
 }
 
 ScopedMount ScopedMount::pinned(const QString &path)
 {
     ScopedMount mounted(path);
-    mountOrDie(mounted.m_path, mounted.m_path, nullptr, MS_BIND, {});
+    mountOrDie(mounted.m_path, mounted.m_path, "none", MS_BIND, {});
     return mounted;
 }
 
