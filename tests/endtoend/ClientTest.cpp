@@ -304,6 +304,7 @@ private Q_SLOTS:
     void goesBackAndForthByUndo();
     void undoesOlderChange();
     void undoDoesNotRememberRefusedChange();
+    void refusesToUndoWhatCannotBeUnderstood();
     void writesNothingWithoutWayBack();
     void readsAndSetsAccount();
     void undoesChangeOfAccount();
@@ -593,6 +594,18 @@ void ClientTest::undoDoesNotRememberRefusedChange()
     QCOMPARE(client(nobody, QStringLiteral("history")).standardOutput, QByteArray());
 }
 
+void ClientTest::refusesToUndoWhatCannotBeUnderstood()
+{
+    const QString file = stateFolder(root) + QStringLiteral("/accountpolicyctl/20260101T000000000-1.json");
+    writeContent(file, "{\"of\": \"expiration\", \"time\": \"today\"}");
+
+    const ProgramResult undo = client(root, QStringLiteral("undo"));
+
+    QCOMPARE(undo.exitCode, 1);
+    QCOMPARE(undo.standardError, complaint(file.toUtf8() + " cannot be understood"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
 void ClientTest::writesNothingWithoutWayBack()
 {
     const ScopedVariable home("XDG_STATE_HOME", "/dev/null");
@@ -793,11 +806,16 @@ void ClientTest::obeysRuleThatRestrictsReading()
     QTRY_COMPARE(client(nobody, QStringLiteral("show")).exitCode, 3);
 
     const ProgramResult show = client(nobody, QStringLiteral("show"));
+    writeContent(stateFolder(nobody) + QStringLiteral("/accountpolicyctl/20260101T000000000-1.json"),
+                 "{\"of\": \"expiration\", \"time\": \"2026-01-01T00:00:00.000\", \"command\": \"\", \"before\": {}}");
+    const ProgramResult undo = client(nobody, QStringLiteral("undo"));
     const ProgramResult ofRoot = client(root, QStringLiteral("show"));
     QFile::remove(rule);
 
     QCOMPARE(show.standardError, complaint("not authorized"));
     QCOMPARE(show.standardOutput, QByteArray());
+    QCOMPARE(undo.exitCode, 3);
+    QCOMPARE(undo.standardError, complaint("not authorized"));
     QCOMPARE(ofRoot.exitCode, 0);
     QTRY_COMPARE(client(nobody, QStringLiteral("show")).exitCode, 0);
 }
