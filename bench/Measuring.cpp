@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QTextStream>
-#include <QVector>
 
 #include <algorithm>
 
@@ -13,7 +12,7 @@ namespace
 {
 int aboveLimit = 0;
 
-double once(const std::function<void()> &prepare, const std::function<void()> &work)
+double once(const Work &prepare, const Work &work)
 {
     if (prepare) {
         prepare();
@@ -32,11 +31,20 @@ double median(QVector<double> values)
 }
 }
 
-Medians measure(int rounds,
-                const std::function<void()> &ours,
-                const std::function<void()> &theirs,
-                const std::function<void()> &prepareOurs,
-                const std::function<void()> &prepareTheirs)
+QVector<double> measureInTurn(int rounds, const QVector<Work> &works)
+{
+    QVector<QVector<double>> times(works.size());
+    for (int i = 0; i < rounds; ++i) {
+        for (int work = 0; work < works.size(); ++work) {
+            times[work] += once({}, works[work]);
+        }
+    }
+    QVector<double> medians;
+    std::transform(times.cbegin(), times.cend(), std::back_inserter(medians), median);
+    return medians;
+}
+
+Medians measure(int rounds, const Work &ours, const Work &theirs, const Work &prepareOurs, const Work &prepareTheirs)
 {
     QVector<double> oursTimes;
     QVector<double> theirsTimes;
@@ -47,13 +55,9 @@ Medians measure(int rounds,
     return {median(oursTimes), median(theirsTimes)};
 }
 
-double measure(int rounds, const std::function<void()> &work)
+double measure(int rounds, const Work &work)
 {
-    QVector<double> times;
-    for (int i = 0; i < rounds; ++i) {
-        times += once({}, work);
-    }
-    return median(times);
+    return measureInTurn(rounds, {work}).constFirst();
 }
 
 void printHeading(const QString &heading)

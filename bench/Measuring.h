@@ -4,22 +4,25 @@
 #pragma once
 
 #include <QString>
+#include <QVector>
 
 #include <functional>
 #include <utility>
+
+using Work = std::function<void()>;
+
+/// Milliseconds that one run of each of several pieces of work takes: medians of @p rounds runs that take turns.
+QVector<double> measureInTurn(int rounds, const QVector<Work> &works);
 
 /// Milliseconds that one run of each of two pieces of work takes: medians of runs that take turns.
 using Medians = std::pair<double, double>;
 
 /// Runs @p ours and @p theirs in turn, @p rounds times, each after its preparation, which isn't measured.
-Medians measure(int rounds,
-                const std::function<void()> &ours,
-                const std::function<void()> &theirs,
-                const std::function<void()> &prepareOurs = {},
-                const std::function<void()> &prepareTheirs = {});
+Medians
+measure(int rounds, const Work &ours, const Work &theirs, const Work &prepareOurs = {}, const Work &prepareTheirs = {});
 
 /// Milliseconds of one piece of work: the median of @p rounds runs.
-double measure(int rounds, const std::function<void()> &work);
+double measure(int rounds, const Work &work);
 
 /// Prints a heading and the names of the columns.
 void printHeading(const QString &heading);

@@ -3,6 +3,7 @@
 
 // How the walk over a file grows with the number and the length of its lines, and how it compares with GNU sed.
 
+#include "bench/Inputs.h"
 #include "bench/Measuring.h"
 
 #include "engine/FileReading.h"
@@ -10,7 +11,6 @@
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -21,34 +21,6 @@ constexpr double linear = 1.25; // what noise may add to a ratio of 1
 
 using Lockout = LocalPolicyLockoutReadTask::LoginReaderRegExpHandler;
 using Ageing = LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler;
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
-        qFatal("cannot write %s", qPrintable(path));
-    }
-}
-
-/// Lines as login.defs has them: comments, other settings, and each tenth an ageing setting.
-QByteArray loginDefs(int lines)
-{
-    static const QByteArray kinds[] = {"# The maximum number of days a password may be used.\n",
-                                       "\n",
-                                       "UMASK\t\t022\n",
-                                       "PASS_MAX_DAYS\t99999\n",
-                                       "#PASS_MIN_DAYS 4\n",
-                                       "ENCRYPT_METHOD SHA512\n",
-                                       "LOGIN_RETRIES\t\t5 # tries\n",
-                                       "  UID_MIN 1000\n",
-                                       "# Min/max values for automatic uid selection in useradd\n",
-                                       "MAIL_DIR /var/mail\n"};
-    QByteArray content;
-    for (int i = 0; i < lines; ++i) {
-        content += kinds[i % 10];
-    }
-    return content;
-}
 
 QByteArray onlySettings(int lines)
 {
@@ -79,13 +51,12 @@ void run(const QString &program, const QStringList &arguments)
 
 void compareWithSed(const QString &name, const QByteArray &content, const QString &path, double limit)
 {
-    write(path, content);
-    const QString script = QStringLiteral(
-        "s/^([^#]*[[:space:]])?(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)[[:space:]]*(-?[0-9]+).*/\\2=\\3/p");
+    writeInput(path, content);
+    const QString script = ageingScript();
     const Medians medians = measure(
         rounds,
         [&path] {
-            run(QStringLiteral(WALK), {path});
+            run(QStringLiteral(WALK), {QStringLiteral("ageing"), path});
         },
         [&path, &script] {
             run(QStringLiteral("sed"), {QStringLiteral("-n"), QStringLiteral("-E"), script, path});
@@ -96,10 +67,10 @@ void compareWithSed(const QString &name, const QByteArray &content, const QStrin
 void growWithLines(const QString &path)
 {
     constexpr int base = 100000;
-    write(path, loginDefs(base));
+    writeInput(path, loginDefs(base));
     const double baseTime = walk<Ageing>(path);
     for (const int factor : {1, 2, 5, 10}) {
-        write(path, loginDefs(base * factor));
+        writeInput(path, loginDefs(base * factor));
         printRow(QStringLiteral("%1 lines").arg(base * factor), {walk<Ageing>(path), baseTime * factor}, linear);
     }
 }
@@ -112,10 +83,10 @@ void growWithLength(
     const auto line = [&](int length) {
         return head + filling.repeated(length / filling.size()) + tail + '\n';
     };
-    write(path, line(base));
+    writeInput(path, line(base));
     const double baseTime = walk<Handler>(path);
     for (const int factor : {2, 4, 10}) {
-        write(path, line(base * factor));
+        writeInput(path, line(base * factor));
         printRow(QStringLiteral("%1, %2 bytes").arg(name).arg(base * factor),
                  {walk<Handler>(path), baseTime * factor},
                  linear);
