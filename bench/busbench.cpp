@@ -14,6 +14,7 @@
 #include <QDBusConnectionInterface>
 #include <QFile>
 #include <QProcess>
+#include <QTextStream>
 #include <QThread>
 
 #include <csignal>
@@ -127,46 +128,70 @@ void measureFirstCalls(int rounds)
     }
 }
 
+void writeLockout()
+{
+    call(helperId, "writeaccountslockoutpolicy", {{QStringLiteral("deny"), 5}, {QStringLiteral("unlock_time"), 900}});
+}
+
+void writeComplexity()
+{
+    call(helperId, "writepasswordcomplexitypolicy", {{QStringLiteral("minlen"), 12}, {QStringLiteral("dcredit"), -1}});
+}
+
+void writeExpiration()
+{
+    call(helperId,
+         "writepasswordexpirationpolicy",
+         {{QStringLiteral("maxInterval"), 90},
+          {QStringLiteral("minInterval"), 1},
+          {QStringLiteral("warningInterval"), 14},
+          {QStringLiteral("inactiveInterval"), 30},
+          {QStringLiteral("expireDate"), 24000}});
+}
+
 void measureWrites(int rounds)
 {
     printHeading(
         QStringLiteral("A write (other: the same commands from a trivial program, and an action that does nothing)"));
-    const auto lockout = [] {
-        call(helperId,
-             "writeaccountslockoutpolicy",
-             {{QStringLiteral("deny"), 5}, {QStringLiteral("unlock_time"), 900}});
-    };
-    const auto complexity = [] {
-        call(helperId,
-             "writepasswordcomplexitypolicy",
-             {{QStringLiteral("minlen"), 12}, {QStringLiteral("dcredit"), -1}});
-    };
-    const auto expiration = [] {
-        call(helperId,
-             "writepasswordexpirationpolicy",
-             {{QStringLiteral("maxInterval"), 90},
-              {QStringLiteral("minInterval"), 1},
-              {QStringLiteral("warningInterval"), 7}});
-    };
     const auto bareLockout = [] {
         barePamWrite(QStringLiteral("/usr/share/pam-configs/tally"));
     };
     const auto bareComplexity = [] {
         barePamWrite(QStringLiteral("/usr/share/pam-configs/pwquality"));
     };
-    lockout();
-    complexity();
-    printRow(QStringLiteral("writeaccountslockoutpolicy"), measure(rounds, lockout, bareLockout), actionLimit);
-    printRow(QStringLiteral("writepasswordcomplexitypolicy"), measure(rounds, complexity, bareComplexity), actionLimit);
+    writeLockout();
+    writeComplexity();
+    printRow(QStringLiteral("writeaccountslockoutpolicy"), measure(rounds, writeLockout, bareLockout), actionLimit);
+    printRow(
+        QStringLiteral("writepasswordcomplexitypolicy"), measure(rounds, writeComplexity, bareComplexity), actionLimit);
     printRow(QStringLiteral("writepasswordexpirationpolicy"),
-             measure(rounds * 10, expiration, bareExpirationWrite),
+             measure(rounds * 10, writeExpiration, bareExpirationWrite),
              expirationWriteLimit);
+}
+
+/// For a program: the milliseconds of an action that does nothing and of each write.
+void printWholeActions(int rounds)
+{
+    const QVector<Work> actions{callNothing, writeLockout, writeComplexity, writeExpiration};
+    for (const Work &action : actions) {
+        action();
+    }
+    const QVector<double> medians = measureInTurn(rounds, actions);
+    QTextStream(stdout) << QStringLiteral("nothing %1\nlockout %2\ncomplexity %3\nexpiration %4\n")
+                               .arg(medians[0])
+                               .arg(medians[1])
+                               .arg(medians[2])
+                               .arg(medians[3]);
 }
 }
 
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().contains(QStringLiteral("--whole-actions"))) {
+        printWholeActions(40);
+        return 0;
+    }
     measureReads(1000);
     measureFirstCalls(40);
     measureWrites(40);
