@@ -6,7 +6,7 @@
 set terminal pngcairo size 1000,650 enhanced font 'DejaVu Sans,13'
 set output ARG2
 set datafile missing '-'
-set title ARG3 font ',15'
+set title ARG3 noenhanced font ',15'
 set xlabel ARG4
 set ylabel 'time of the whole process (ms)'
 set logscale xy
