@@ -12,6 +12,8 @@
 #include <QTextStream>
 #include <QVector>
 
+#include <utility>
+
 namespace
 {
 // a small file's time is mostly the start of the process, which varies
@@ -149,7 +151,7 @@ int main(int argc, char *argv[])
     }
     Plot plot = what == QLatin1String("lines") ? byLines(path) : byLength(path);
     QTextStream(stdout) << QString::asprintf("%10s%10s%10s%10s%10s\n", plot.unit, "ours", "sed", "perl", "augtool");
-    for (const int size : plot.sizes) {
+    for (const int size : std::as_const(plot.sizes)) {
         writeInput(path, plot.content(size));
         const QVector<Work> inTurn = works(&plot.tools);
         printRow(size, plot.tools, measureInTurn(size <= smallSize ? roundsOfSmall : roundsOfLarge, inTurn));
