@@ -23,15 +23,20 @@ QStringList words(const char *text)
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
+void walk(const QByteArray &content, const RegExpHandler &handler, const LineVisitor &visit)
+{
+    QBuffer file;
+    file.setData(content);
+    file.open(QIODevice::ReadOnly);
+    walkLines(&file, handler, visit);
+}
+
 template<typename Handler>
 QVariantMap readThrough(const QByteArray &content)
 {
     QVariantMap values;
     Handler handler(&values);
-    QBuffer file;
-    file.setData(content);
-    file.open(QIODevice::ReadOnly);
-    walkLines(&file, handler, [&handler](const QByteArray &line, bool matched) {
+    walk(content, handler, [&handler](const QByteArray &line, bool matched) {
         QByteArray buffer = line;
         if (matched) {
             handler.handleLine(&buffer);
@@ -63,11 +68,7 @@ template<typename Handler>
 Lines linesOf(const QByteArray &content, const QVariantMap &arguments)
 {
     Lines lines;
-    Handler handler(&arguments);
-    QBuffer file;
-    file.setData(content);
-    file.open(QIODevice::ReadOnly);
-    walkLines(&file, handler, [&lines](const QByteArray &line, bool matched) {
+    walk(content, Handler(&arguments), [&lines](const QByteArray &line, bool matched) {
         lines.all += line;
         if (!matched) {
             lines.unclaimed += line;
