@@ -25,9 +25,9 @@ function(add_fuzzer name runs)
 endfunction()
 
 if(BUILD_FUZZERS)
-    add_fuzzer(policies 50000)
-    add_fuzzer(stack 100000)
+    add_fuzzer(policies 30000)
+    add_fuzzer(stack 50000)
     # it prints what completes a word
-    add_fuzzer(client 50000 OPTIONS -close_fd_mask=1)
-    add_fuzzer(tasks 1000 SANDBOX)
+    add_fuzzer(client 30000 OPTIONS -close_fd_mask=1)
+    add_fuzzer(tasks 800 SANDBOX)
 endif()
