@@ -312,8 +312,8 @@ QVariantMap FileGenerator::arguments(Kind kind)
     }
     for (const QString &key : words.days) {
         if (!oneOf(3)) {
-            const int value = numberOf(kind);
-            arguments.insert(key, key == QLatin1String("expireDate") ? QVariant(qlonglong(value)) : QVariant(value));
+            const int days = numberOf(kind);
+            arguments.insert(key, key == QLatin1String("expireDate") ? QVariant(qlonglong(days)) : QVariant(days));
         }
     }
     return arguments;
@@ -368,15 +368,15 @@ QByteArray FileGenerator::setting(Kind kind)
 
 QByteArray FileGenerator::moduleLine(Kind kind)
 {
-    QByteArray line = pick(types) + blank() + pick(controls) + blank();
+    QByteArray text = pick(types) + blank() + pick(controls) + blank();
     for (int modules = oneOf(8) ? 2 : 1; modules > 0; --modules) {
-        line += pick(folders) + pick(vocabularyOf(kind).modules) + (oneOf(4) ? pick(glue) : QByteArray());
+        text += pick(folders) + pick(vocabularyOf(kind).modules) + (oneOf(4) ? pick(glue) : QByteArray());
         for (int options = number(0, 5); options > 0; --options) {
-            line += blank() + setting(kind);
+            text += blank() + setting(kind);
         }
-        line += pick(someBlanks);
+        text += pick(someBlanks);
     }
-    return line;
+    return text;
 }
 
 QByteArray FileGenerator::line(Kind kind)
@@ -422,21 +422,21 @@ QByteArray FileGenerator::plainSetting(Kind kind)
 QByteArray FileGenerator::plainModuleLine(Kind kind)
 {
     const Vocabulary &words = vocabularyOf(kind);
-    QByteArray line = pick(types) + '\t' + pick(controls) + "\t\t" + pick(folders) + pick(words.modules);
+    QByteArray text = pick(types) + '\t' + pick(controls) + "\t\t" + pick(folders) + pick(words.modules);
     for (int options = number(0, 6); options > 0; --options) {
-        line += oneOf(3) ? "  " : " ";
+        text += oneOf(3) ? "  " : " ";
         switch (number(0, 2)) {
         case 0:
-            line += pick(words.plainOthers);
+            text += pick(words.plainOthers);
             break;
         case 1:
-            line += pick(words.flags);
+            text += pick(words.flags);
             break;
         default:
-            line += plainSetting(kind);
+            text += plainSetting(kind);
         }
     }
-    return oneOf(4) ? line + " # note" : line;
+    return oneOf(4) ? text + " # note" : text;
 }
 
 QByteArray FileGenerator::plainLine(Kind kind)

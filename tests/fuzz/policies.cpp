@@ -119,17 +119,17 @@ void check(const QByteArray &content, const QVariantMap &anything, const QVarian
 QStringList unmanagedWords(const QByteArray &line, const QStringList &managed)
 {
     const QByteArray text = line.left(static_cast<int>(qstrnlen(line.constData(), static_cast<uint>(line.size()))));
-    QStringList words;
+    QStringList unmanaged;
     for (const QString &word :
          QString::fromLocal8Bit(text.split('#').constFirst()).split(QRegExp(QStringLiteral("\\s+")))) {
         QString name = word;
         name.remove(QRegularExpression(QStringLiteral("^=+")))
             .remove(QRegularExpression(QStringLiteral("=.*"), QRegularExpression::DotMatchesEverythingOption));
         if (!word.isEmpty() && !managed.contains(name)) {
-            words += word;
+            unmanaged += word;
         }
     }
-    return words;
+    return unmanaged;
 }
 
 /// Each line of the module, by itself: whatever else stands on it is there afterwards.
