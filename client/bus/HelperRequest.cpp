@@ -28,7 +28,7 @@ constexpr int limit = 70000; // ms
 constexpr int limitWithPrompt = 300000; // ms
 // past the others, so that the bus never gives up first
 constexpr int busLimit = 400000; // ms
-// for the answer to a request that was cancelled
+// for the answer to a request that was cancelled, or that came too late
 constexpr int farewell = 2000; // ms
 // until a busy helper is asked again
 constexpr int pause = 20; // ms
@@ -123,7 +123,7 @@ void HelperRequest::receiveReply(const KAuth::ActionReply &reply)
         receiveData(reply.data());
         break;
     case KAuth::ActionReply::HelperBusyError:
-        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled")) : m_again.start(jitteredPause());
+        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled")) : tryAgain();
         break;
     case KAuth::ActionReply::AuthorizationDeniedError:
     case KAuth::ActionReply::UserCancelledError:
@@ -139,7 +139,7 @@ void HelperRequest::receiveReply(const KAuth::ActionReply &reply)
 void HelperRequest::receiveData(const QVariantMap &data)
 {
     if (m_kind == Kind::Write && data.value(keyName()) != m_key) {
-        m_again.start(jitteredPause()); // not the answer to this
+        tryAgain(); // not the answer to this
         return;
     }
     QVariantMap values = data;
@@ -187,6 +187,11 @@ void HelperRequest::cancel()
     m_limit.start(farewell);
 }
 
+void HelperRequest::tryAgain()
+{
+    m_late ? finishBusy() : m_again.start(jitteredPause());
+}
+
 void HelperRequest::giveUp()
 {
     if (m_cancelled) {
@@ -194,6 +199,17 @@ void HelperRequest::giveUp()
         m_reply.outcome.mayHappen = true;
         return;
     }
+    if (!m_late && !m_again.isActive()) {
+        // one more moment for the answer to the last call: a caller that leaves before it can bring the helper to a halt
+        m_late = true;
+        m_limit.start(farewell);
+        return;
+    }
+    finishBusy();
+}
+
+void HelperRequest::finishBusy()
+{
     finish(ExitCode::Busy, tr("the helper is busy; try again later"));
 }
 

@@ -63,7 +63,9 @@ private:
     void receiveData(const QVariantMap &data);
     void receiveDenial();
     void cancel();
+    void tryAgain();
     void giveUp();
+    void finishBusy();
     bool needsPassword() const;
     void openAgent();
     void finish(ExitCode code, const QString &error, const QVariantMap &values = QVariantMap());
@@ -74,6 +76,8 @@ private:
     QString m_key;
     bool m_mayAsk;
     bool m_cancelled = false;
+    /// The limit is over; only the answer to the last call is waited for.
+    bool m_late = false;
     QEventLoop m_loop;
     QTimer m_again;
     QTimer m_limit;
