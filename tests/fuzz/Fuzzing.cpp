@@ -3,8 +3,6 @@
 
 #include "tests/fuzz/Fuzzing.h"
 
-#include <QStringList>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -91,6 +89,11 @@ QVariantMap FuzzInput::takeFittingMap(const QStringList &flags, const QStringLis
         }
     }
     return map;
+}
+
+QStringList wordsOf(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
 void require(bool property, const char *what, const QByteArray &shown)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QStringList>
 #include <QVariantMap>
 
 #include <cstddef>
@@ -34,6 +35,9 @@ private:
     QByteArray m_bytes;
     int m_place = 0;
 };
+
+/// The words of a text, cut at blanks.
+QStringList wordsOf(const char *text);
 
 /// Ends the fuzzer with its report unless the property holds.
 void require(bool property, const char *what, const QByteArray &shown = QByteArray());

@@ -18,11 +18,6 @@
 
 namespace
 {
-QStringList words(const char *text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 void walk(const QByteArray &content, const RegExpHandler &handler, const LineVisitor &visit)
 {
     QBuffer file;
@@ -166,8 +161,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     if (policy % 4 == 0) {
         using Reader = LocalPolicyLockoutReadTask::LoginReaderRegExpHandler;
         using Rewriter = LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList flags = words("per_user magic_root no_reset");
-        const QStringList numbers = words("deny lock_time unlock_time");
+        const QStringList flags = wordsOf("per_user magic_root no_reset");
+        const QStringList numbers = wordsOf("deny lock_time unlock_time");
         const QVariantMap arguments = input.takeFittingMap(flags, numbers, 0);
         const QVariantMap anything = input.takeMap(flags + numbers);
         const QByteArray content = input.rest();
@@ -177,8 +172,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     } else if (policy % 4 == 1) {
         using Reader = LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler;
         using Rewriter = LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList flags = words("gecoscheck enforce_for_root reject_username");
-        const QStringList numbers = words("minlen lcredit ucredit dcredit ocredit");
+        const QStringList flags = wordsOf("gecoscheck enforce_for_root reject_username");
+        const QStringList numbers = wordsOf("minlen lcredit ucredit dcredit ocredit");
         const QVariantMap arguments = input.takeFittingMap(flags, numbers, std::numeric_limits<int>::min());
         const QVariantMap anything = input.takeMap(flags + numbers);
         checkModuleLine<Reader, Rewriter>(policy & 4 ? "pam_cracklib.so" : "pam_pwquality.so", arguments);
@@ -188,7 +183,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     } else if (policy % 4 == 2) {
         using Reader = LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler;
         using Rewriter = LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList numbers = words("maxInterval minInterval warningInterval");
+        const QStringList numbers = wordsOf("maxInterval minInterval warningInterval");
         const QVariantMap arguments = input.takeFittingMap({}, numbers, std::numeric_limits<int>::min());
         const QVariantMap anything = input.takeMap(numbers);
         const QByteArray written = rewrittenThrough<Rewriter>("UMASK 022\nPASS_MAX_DAYS 1\n", arguments);
@@ -197,9 +192,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     } else {
         using Reader = LocalPolicyPasswordExpirationReadTask::UseraddReaderRegExpHandler;
         using Rewriter = LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler;
-        QVariantMap arguments = input.takeFittingMap({}, words("inactiveInterval"), std::numeric_limits<int>::min());
+        QVariantMap arguments = input.takeFittingMap({}, wordsOf("inactiveInterval"), std::numeric_limits<int>::min());
         arguments.insert(QStringLiteral("expireDate"), qAbs(input.takeNumber()) % 2932897);
-        const QVariantMap anything = input.takeMap(words("inactiveInterval expireDate"));
+        const QVariantMap anything = input.takeMap(wordsOf("inactiveInterval expireDate"));
         const QByteArray written = rewrittenThrough<Rewriter>("SHELL=/bin/sh\nINACTIVE=3\n", arguments);
         require(readThrough<Reader>(written) == arguments, "what was written is read", written);
         check<Reader, Rewriter>(input.rest(), anything, arguments);

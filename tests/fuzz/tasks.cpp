@@ -29,18 +29,13 @@ struct PamPolicy {
     QString corrected;
 };
 
-QStringList words(const char *text)
-{
-    return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
 const PamPolicy &lockout()
 {
     static const PamPolicy policy{QStringLiteral("/usr/share/pam-configs/tally"),
                                   QStringLiteral("/etc/pam.d/common-auth"),
                                   "pam_tally.so",
-                                  words("per_user magic_root no_reset"),
-                                  words("deny lock_time unlock_time"),
+                                  wordsOf("per_user magic_root no_reset"),
+                                  wordsOf("deny lock_time unlock_time"),
                                   QStringLiteral("deny")};
     return policy;
 }
@@ -50,8 +45,8 @@ const PamPolicy &complexity()
     static const PamPolicy policy{QStringLiteral("/usr/share/pam-configs/pwquality"),
                                   QStringLiteral("/etc/pam.d/common-password"),
                                   "pam_pwquality.so",
-                                  words("gecoscheck enforce_for_root reject_username"),
-                                  words("minlen lcredit ucredit dcredit ocredit"),
+                                  wordsOf("gecoscheck enforce_for_root reject_username"),
+                                  wordsOf("minlen lcredit ucredit dcredit ocredit"),
                                   QStringLiteral("minlen")};
     return policy;
 }
@@ -129,7 +124,7 @@ void checkExpiration(const QVariantMap &arguments)
 
     LocalPolicyPasswordExpirationReadTask reading(nullptr);
     reading.run();
-    for (const QString &key : words("maxInterval minInterval warningInterval")) {
+    for (const QString &key : wordsOf("maxInterval minInterval warningInterval")) {
         require(reading.values()->contains(key) == arguments.contains(key), "what was asked for is there");
         require(reading.values()->value(key).toInt() == arguments.value(key).toInt(), "with its value");
     }
@@ -195,11 +190,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
                                                           input.takeMap(complexity().flags + complexity().numbers));
         break;
     case 2:
-        checkExpiration(input.takeMap(words("maxInterval minInterval warningInterval inactiveInterval expireDate")));
+        checkExpiration(input.takeMap(wordsOf("maxInterval minInterval warningInterval inactiveInterval expireDate")));
         break;
     case 3: {
         QVariantMap arguments =
-            input.takeMap(words("name maxInterval minInterval warningInterval inactiveInterval expireDate"));
+            input.takeMap(wordsOf("name maxInterval minInterval warningInterval inactiveInterval expireDate"));
         if (input.takeByte() & 1) {
             arguments.insert(QStringLiteral("name"), QStringLiteral("fuzzed"));
         }
@@ -207,7 +202,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
         break;
     }
     default:
-        checkExport(input.takeMap(words("filePath htmlText")));
+        checkExport(input.takeMap(wordsOf("filePath htmlText")));
     }
     return 0;
 }
