@@ -20,15 +20,8 @@ QByteArray textBeforeComment(const QByteArray &line)
 
 void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisitor &visit)
 {
-    // one read of the whole, and then no copy of a line but its own
-    const QByteArray content = device->readAll();
-    int begin = 0;
-    while (begin < content.size()) {
-        const int lineEnd = content.indexOf('\n', begin);
-        const int next = lineEnd == -1 ? content.size() : lineEnd + 1;
-        const QByteArray line = content.mid(begin, next - begin);
+    for (QByteArray line = device->readLine(); !line.isNull(); line = device->readLine()) {
         visit(line, handler.matches(textBeforeComment(line)));
-        begin = next;
     }
 }
 

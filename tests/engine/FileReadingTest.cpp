@@ -15,6 +15,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <limits>
+
 namespace
 {
 constexpr int megabyte = 1024 * 1024;
@@ -93,6 +95,7 @@ private Q_SLOTS:
     void keepsTheFile();
     void closesTheFile();
     void readsFilesWithoutASize();
+    void readsMoreThanTwoGigabytes();
     void searchesFromTheStart();
     void keepsEarlierMessages_data();
     void keepsEarlierMessages();
@@ -274,6 +277,28 @@ void FileReadingTest::readsFilesWithoutASize()
     QString error;
     QVERIFY(readFile(QStringLiteral("/proc/self/status"), &handler, &error));
     QCOMPARE(handler.values, QList<QByteArray>{QByteArray::number(QCoreApplication::applicationPid())});
+}
+
+// more than a QByteArray holds; a file with holes, so that the disk needn't
+void FileReadingTest::readsMoreThanTwoGigabytes()
+{
+    constexpr qint64 lineLength = megabyte;
+    constexpr qint64 lines = 2100;
+    QFile file(path());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("KEY 1\n");
+    for (qint64 i = 1; i <= lines; ++i) {
+        file.seek(i * lineLength);
+        file.write("\n");
+    }
+    file.write("KEY 2\n");
+    file.close();
+    QVERIFY(file.size() > std::numeric_limits<int>::max());
+
+    Collector collector;
+    QString error;
+    QVERIFY(readFile(path(), &collector, &error));
+    QCOMPARE(collector.values, (QList<QByteArray>{"1", "2"}));
 }
 
 void FileReadingTest::searchesFromTheStart()
