@@ -50,11 +50,12 @@ public:
     {
         ++appends;
         *text = tail;
-        return !tail.isNull();
+        return appendsTail && !tail.isNull();
     }
 
     QList<QByteArray> lines;
     QByteArray tail;
+    bool appendsTail = true;
     int appends = 0;
 
 private:
@@ -94,6 +95,19 @@ struct stat statusOf(const QString &path)
     return status;
 }
 
+int openFiles()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+}
+
+void makeLink(const QString &path, const QString &destination)
+{
+    QFile::remove(path);
+    if (!QFile::link(destination, path)) {
+        qFatal("no link %s", qPrintable(path));
+    }
+}
+
 QString copyFailure(const QString &from, const QString &to, const QString &reason)
 {
     return QStringLiteral("Process: \"cp --force --preserve=mode,ownership %1 %2\". %3").arg(from, to, reason);
@@ -114,11 +128,19 @@ private Q_SLOTS:
     void handsOverRawLines();
     void appendsOnceAtTheEnd_data();
     void appendsOnceAtTheEnd();
+    void appendsNothingUnlessTheHandlerSaysSo();
     void keepsInodeModeAndOwner();
     void keepsBackupOnlyIfAsked();
     void replacesEarlierBackup();
     void keepsModeOfBackup();
     void overwritesTemporaryFileOfEarlierFailure();
+    void writesThroughLinkInPlaceOfTemporaryFile();
+    void refusesLinkToNothingInPlaceOfTemporaryFile();
+    void refusesLinkToTheFileInPlaceOfTemporaryFile();
+    void replacesLinkInPlaceOfBackup();
+    void closesFilesBeforeItCopiesThem();
+    void leavesNoFileOpen_data();
+    void leavesNoFileOpen();
     void addsNothingToErrorTextOnSuccess();
     void reportsMissingFile_data();
     void reportsMissingFile();
@@ -257,6 +279,18 @@ void FileRewritingTest::appendsOnceAtTheEnd()
     QCOMPARE(handler.appends, 1);
 }
 
+void FileRewritingTest::appendsNothingUnlessTheHandlerSaysSo()
+{
+    Days handler;
+    handler.tail = "a\nb\n";
+    handler.appendsTail = false;
+
+    QVERIFY(rewriteWith(&handler).succeeded);
+
+    QCOMPARE(contentOf(target), QByteArray(after));
+    QCOMPARE(handler.appends, 1);
+}
+
 void FileRewritingTest::keepsInodeModeAndOwner()
 {
     QCOMPARE(::chown(qPrintable(target), 1234, 4321), 0);
@@ -313,6 +347,112 @@ void FileRewritingTest::overwritesTemporaryFileOfEarlierFailure()
 
     QCOMPARE(contentOf(target), QByteArray(after));
     QCOMPARE(filesThere(), QStringList{QStringLiteral("settings")});
+}
+
+void FileRewritingTest::writesThroughLinkInPlaceOfTemporaryFile()
+{
+    const QString other = folder + QStringLiteral("/other");
+    writeContent(other, "other's");
+    QCOMPARE(::chown(qPrintable(other), 1234, 4321), 0);
+    QCOMPARE(::chmod(qPrintable(other), 0600), 0);
+    makeLink(temporary, other);
+
+    const Outcome outcome = rewrite();
+
+    // only root can have put it there: what root's cp does with a link is meant for it
+    QVERIFY(outcome.succeeded);
+    QCOMPARE(contentOf(target), QByteArray(after));
+    QCOMPARE(contentOf(other), QByteArray(after));
+    QCOMPARE(statusOf(other).st_mode & 07777U, statusOf(target).st_mode & 07777U);
+    QCOMPARE(statusOf(other).st_uid, 0U);
+    // the link itself is what is removed in the end
+    QCOMPARE(filesThere(), QStringList({QStringLiteral("other"), QStringLiteral("settings")}));
+}
+
+void FileRewritingTest::refusesLinkToNothingInPlaceOfTemporaryFile()
+{
+    makeLink(temporary, folder + QStringLiteral("/nothing"));
+
+    const Outcome outcome = rewrite();
+
+    QVERIFY(!outcome.succeeded);
+    QCOMPARE(outcome.error,
+             copyFailure(target,
+                         temporary,
+                         QStringLiteral("Exit code: 1.\n\"/usr/bin/cp: not writing through dangling symlink '%1'\"")
+                             .arg(temporary)));
+    QCOMPARE(contentOf(target), QByteArray(before));
+    QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/nothing")));
+}
+
+void FileRewritingTest::refusesLinkToTheFileInPlaceOfTemporaryFile()
+{
+    makeLink(temporary, target);
+
+    const Outcome outcome = rewrite();
+
+    QVERIFY(!outcome.succeeded);
+    QCOMPARE(
+        outcome.error,
+        copyFailure(
+            target,
+            temporary,
+            QStringLiteral("Exit code: 1.\n\"/usr/bin/cp: '%1' and '%2' are the same file\"").arg(target, temporary)));
+    // before it is opened for writing, which would have emptied it
+    QCOMPARE(contentOf(target), QByteArray(before));
+}
+
+void FileRewritingTest::replacesLinkInPlaceOfBackup()
+{
+    const QString other = folder + QStringLiteral("/other");
+    writeContent(other, "other's");
+    makeLink(backup, other);
+
+    QVERIFY(rewrite(true).succeeded);
+
+    QCOMPARE(contentOf(other), QByteArray("other's"));
+    QVERIFY(!QFileInfo(backup).isSymLink());
+    QCOMPARE(contentOf(backup), QByteArray(before));
+}
+
+void FileRewritingTest::closesFilesBeforeItCopiesThem()
+{
+    // the real cp, which first notes what its caller has open
+    writeProgram(QStringLiteral("/run/tmp/fake/cp"),
+                 "#!/bin/sh\n"
+                 "find /proc/$PPID/fd -lname '*/settings*' -printf '%l\\n' >>/run/tmp/open\n"
+                 "echo copied >>/run/tmp/open\n"
+                 "exec /usr/bin/cp \"$@\"\n");
+    QFile::remove(QStringLiteral("/run/tmp/open"));
+    const ScopedVariable path("PATH", "/run/tmp/fake:/usr/bin");
+
+    QVERIFY(rewrite().succeeded);
+
+    QCOMPARE(contentOf(QStringLiteral("/run/tmp/open")), QByteArray("copied\ncopied\n"));
+}
+
+void FileRewritingTest::leavesNoFileOpen_data()
+{
+    QTest::addColumn<QString>("folderInTheWay");
+    QTest::addColumn<bool>("succeeds");
+
+    QTest::newRow("success") << QString() << true;
+    QTest::newRow("no temporary file") << temporary << false;
+    QTest::newRow("no backup") << backup + QStringLiteral("/x") << false;
+}
+
+void FileRewritingTest::leavesNoFileOpen()
+{
+    QFETCH(QString, folderInTheWay);
+    QFETCH(bool, succeeds);
+    if (!folderInTheWay.isEmpty()) {
+        QVERIFY(QDir().mkpath(folderInTheWay));
+    }
+    const int filesBefore = openFiles();
+
+    QCOMPARE(rewrite(true).succeeded, succeeds);
+
+    QCOMPARE(openFiles(), filesBefore);
 }
 
 void FileRewritingTest::addsNothingToErrorTextOnSuccess()
