@@ -68,6 +68,20 @@ QVariantMap allArguments()
             {key("expireDate"), 365}};
 }
 
+/// Finds each of the lines in turn, then appends to "last line"; whether it says that it did, and the text.
+QList<QByteArray> tailAfter(ExpirationRewriter *handler, const QStringList &lines)
+{
+    for (const QString &text : lines) {
+        QByteArray line = text.toLatin1();
+        if (handler->regExp().indexIn(text) < 0 || !handler->handleLine(&line)) {
+            return {"not found: " + line};
+        }
+    }
+    QByteArray tail = "last line";
+    const bool appends = handler->appendLines(&tail);
+    return {appends ? "true" : "false", tail};
+}
+
 /// What is where the two files and their companions are: the names, "+" where there is a file or folder.
 QStringList filesThere()
 {
@@ -97,6 +111,10 @@ private Q_SLOTS:
     void translatesDescription();
     void handlersHaveTheirPatterns();
     void handlersClearTheTailTheyFill();
+    void appendsAgeingUnlessAllWereSeen_data();
+    void appendsAgeingUnlessAllWereSeen();
+    void appendsDefaultsUnlessBothWereSeen_data();
+    void appendsDefaultsUnlessBothWereSeen();
     void writesLoginDefs_data();
     void writesLoginDefs();
     void writesUseraddDefaults_data();
@@ -177,6 +195,74 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::handlersClearTheTailTheyFill()
     QCOMPARE(tail, QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
     QVERIFY(defaults.appendLines(&tail));
     QCOMPARE(tail, QByteArray("INACTIVE=30\nEXPIRE=1971-01-01"));
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::appendsAgeingUnlessAllWereSeen_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<QList<QByteArray>>("tail");
+
+    const QString max = QStringLiteral("PASS_MAX_DAYS 5");
+    const QString min = QStringLiteral("PASS_MIN_DAYS 6");
+    const QString warn = QStringLiteral("PASS_WARN_AGE 7");
+    const auto row = [](const char *name, const QStringList &lines, const QByteArray &tail) {
+        QTest::newRow(name) << allArguments() << lines << QList<QByteArray>{"true", tail};
+    };
+    row("none", {}, "PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n");
+    row("maximum", {max}, "PASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n");
+    row("minimum", {min}, "PASS_MAX_DAYS 90\nPASS_WARN_AGE 14\n");
+    row("maximum, minimum", {max, min}, "PASS_WARN_AGE 14\n");
+    row("warning", {warn}, "PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\n");
+    row("maximum, warning", {max, warn}, "PASS_MIN_DAYS 1\n");
+    row("minimum, warning", {min, warn}, "PASS_MAX_DAYS 90\n");
+    QTest::newRow("all") << allArguments() << QStringList{warn, min, max} << QList<QByteArray>{"false", "last line"};
+    // a line whose argument is absent was not seen, and there is nothing to append for it
+    QTest::newRow("all, without arguments")
+        << QVariantMap() << QStringList{max, min, warn} << QList<QByteArray>{"true", ""};
+    QTest::newRow("all, with two arguments") << QVariantMap{{key("maxInterval"), 90}, {key("minInterval"), 1}}
+                                             << QStringList{max, min, warn} << QList<QByteArray>{"true", ""};
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::appendsAgeingUnlessAllWereSeen()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QStringList, lines);
+    QFETCH(QList<QByteArray>, tail);
+    LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler handler(&arguments);
+
+    QCOMPARE(tailAfter(&handler, lines), tail);
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::appendsDefaultsUnlessBothWereSeen_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<QList<QByteArray>>("tail");
+
+    const QString inactive = QStringLiteral("INACTIVE=1");
+    const QString expire = QStringLiteral("EXPIRE=");
+    const auto row = [](const char *name, const QStringList &lines, const QByteArray &tail) {
+        QTest::newRow(name) << allArguments() << lines << QList<QByteArray>{"true", tail};
+    };
+    row("none", {}, "INACTIVE=30\nEXPIRE=1971-01-01");
+    row("inactivity", {inactive}, "EXPIRE=1971-01-01");
+    row("date", {expire}, "INACTIVE=30\n");
+    QTest::newRow("both") << allArguments() << QStringList{expire, inactive} << QList<QByteArray>{"false", "last line"};
+    QTest::newRow("both, without arguments")
+        << QVariantMap() << QStringList{inactive, expire} << QList<QByteArray>{"true", ""};
+    QTest::newRow("both, with one argument")
+        << QVariantMap{{key("inactiveInterval"), 30}} << QStringList{inactive, expire} << QList<QByteArray>{"true", ""};
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::appendsDefaultsUnlessBothWereSeen()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QStringList, lines);
+    QFETCH(QList<QByteArray>, tail);
+    LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler handler(&arguments);
+
+    QCOMPARE(tailAfter(&handler, lines), tail);
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::writesLoginDefs_data()

@@ -10,6 +10,7 @@
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
+#include "tests/support/SpacingTranslator.h"
 #include "tests/support/TypedMap.h"
 #include "tests/support/WatchedMap.h"
 
@@ -132,17 +133,6 @@ QByteArray recordOf(const QByteArray &max,
     return recordOf(
         {"--maxdays", max, "--mindays", min, "--warndays", warn, "--inactive", inactive, "--expiredate", expire, name});
 }
-
-/// Translates each text into itself with white space around it.
-class SpacingTranslator : public RecordingTranslator
-{
-public:
-    QString translate(const char *context, const char *sourceText, const char *disambiguation, int n) const override
-    {
-        RecordingTranslator::translate(context, sourceText, disambiguation, n);
-        return QLatin1String("\n\t ") + QString::fromUtf8(sourceText) + QLatin1String(" \t\n");
-    }
-};
 }
 
 class LocalUserPolicyPasswordExpirationUpdateTaskTest : public QObject

@@ -8,6 +8,7 @@
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/SpacingTranslator.h"
 
 #include <QDir>
 #include <QTest>
@@ -119,6 +120,8 @@ private Q_SLOTS:
     void saysWhyToolWasNotStarted();
     void keepsPlaceholdersOfToolsText();
     void looksUpTextsInTheirContext();
+    void trimsJustTheMessageOfAnExitCode_data();
+    void trimsJustTheMessageOfAnExitCode();
     void givesToolNoInput();
     void ignoresStandardOutput();
 };
@@ -340,6 +343,36 @@ void PamPolicyUpdateTest::looksUpTextsInTheirContext()
                    TaskState::Failed,
                    QStringLiteral("[exit code: /usr/sbin/pam-auth-update, --force --package, 1, broken\n]"));
     QCOMPARE(translator.contextsOf(exitCode), QList<QByteArray>({"SampleContext"}));
+}
+
+void PamPolicyUpdateTest::trimsJustTheMessageOfAnExitCode_data()
+{
+    QTest::addColumn<QByteArray>("script"); // null for no tool at all
+    QTest::addColumn<QString>("message");
+
+    const QString command = QStringLiteral("/usr/sbin/pam-auth-update, --force --package");
+    QTest::newRow("exit code") << QByteArray("echo ' broken' >&2; exit 1\n")
+                               << QStringLiteral("exit code: %1, 1,  broken").arg(command);
+    QTest::newRow("signal") << QByteArray("kill -9 $$\n")
+                            << QStringLiteral("\n\t not finished: %1, \n\t Process crashed \t\n \t\n").arg(command);
+    QTest::newRow("no tool")
+        << QByteArray() << QStringLiteral("\n\t not started: %1, execvp: No such file or directory \t\n").arg(command);
+}
+
+void PamPolicyUpdateTest::trimsJustTheMessageOfAnExitCode()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QString, message);
+    const PamSystem system;
+    if (script.isNull()) {
+        QVERIFY(QFile::remove(system.tool()));
+    } else {
+        system.setToolScript(script);
+    }
+    writeAll(oldLine, oldLine);
+    const SpacingTranslator translator;
+
+    COMPARE_RESULT(update(), TaskState::Failed, message);
 }
 
 void PamPolicyUpdateTest::givesToolNoInput()
