@@ -3,6 +3,8 @@
 
 #include "tests/machine/Machine.h"
 
+#include "tests/support/Files.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -42,6 +44,16 @@ QByteArray lowerFolders(MachineRoot::Contents contents)
     return contents == MachineRoot::Contents::WithOurPackages
         ? QFile::encodeName(machineFolder()) + "/installed:" + base
         : base;
+}
+
+/// Ends the test program with one line. The last thing that the console said is most often the reason; all of it is kept.
+[[noreturn]] void endWithoutMachine(const QByteArray &console)
+{
+    const QString file = machineFolder() + QStringLiteral("/console.log");
+    writeContent(file, console);
+    qFatal("systemd-nspawn cannot boot a machine here: %s (its console: %s)",
+           console.trimmed().split('\n').constLast().trimmed().constData(),
+           qPrintable(file));
 }
 
 QStringList shell(const QString &script)
@@ -101,15 +113,17 @@ ProgramResult MachineRoot::run(const QString &script) const
     return runAs(superuser, QStringLiteral("chroot"), QStringList{path()} + shell(script));
 }
 
-Machine::Machine() : m_root(MachineRoot::Contents::WithOurPackages)
+Machine::Machine(MachineRoot::Contents contents) : m_root(contents)
 {
     const ProgramResult accounts =
         m_root.run(QStringLiteral("set -e\n"
                                   "useradd -m -s /bin/bash -G sudo admin; useradd -m -s /bin/bash guest\n"
                                   "printf '%s:%1\\n' root admin guest | chpasswd -c SHA512\n"
-                                  "echo 'PS1=\"ready> \"; bind \"set enable-bracketed-paste off\"; TERM=dumb' | "
-                                  "tee /home/admin/.bashrc /home/guest/.bashrc > /dev/null\n"
-                                  "touch /home/admin/.hushlogin /home/guest/.hushlogin")
+                                  "for home in /root /home/admin /home/guest; do\n"
+                                  "echo 'PS1=\"ready> \"; bind \"set enable-bracketed-paste off\"; TERM=dumb' "
+                                  ">$home/.bashrc\n"
+                                  "touch $home/.hushlogin\n"
+                                  "done")
                        .arg(QString::fromLatin1(password)));
     if (accounts.exitCode != 0) {
         qFatal("cannot add accounts: %s", accounts.standardError.constData());
@@ -123,7 +137,7 @@ Machine::Machine() : m_root(MachineRoot::Contents::WithOurPackages)
                                                              QStringLiteral("--private-network"),
                                                              QStringLiteral("--boot")});
     if (!m_console->waitFor("login: ", bootLimit)) {
-        qFatal("systemd-nspawn cannot boot a machine here: %s", m_console->output().constData());
+        endWithoutMachine(m_console->output());
     }
     const QString parent = QString::number(m_console->process());
     m_leader = QString::fromLatin1(
@@ -145,15 +159,23 @@ const MachineRoot &Machine::root() const
 
 ProgramResult Machine::run(const QString &script) const
 {
-    return runAs(superuser,
-                 QStringLiteral("nsenter"),
-                 QStringList{QStringLiteral("--target"),
-                             m_leader,
-                             QStringLiteral("--all"),
-                             QStringLiteral("--root"),
-                             QStringLiteral("--wd"),
-                             QStringLiteral("--")}
-                     + shell(script));
+    return runAs(superuser, QStringLiteral("nsenter"), entered(script));
+}
+
+std::unique_ptr<PseudoTerminal> Machine::onTerminal(const QString &script) const
+{
+    return std::make_unique<PseudoTerminal>(superuser, QStringLiteral("nsenter"), entered(script));
+}
+
+QStringList Machine::entered(const QString &script) const
+{
+    return QStringList{QStringLiteral("--target"),
+                       m_leader,
+                       QStringLiteral("--all"),
+                       QStringLiteral("--root"),
+                       QStringLiteral("--wd"),
+                       QStringLiteral("--")}
+    + shell(script);
 }
 
 PseudoTerminal *Machine::console()

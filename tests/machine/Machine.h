@@ -37,7 +37,7 @@ private:
 };
 
 /**
- * A machine with our packages, booted. It has the accounts "root", "admin" (of the group sudo) and "guest", all with the
+ * A machine, booted. It has the accounts "root", "admin" (of the group sudo) and "guest", all with the
  * same password.
  */
 class Machine
@@ -46,13 +46,16 @@ public:
     static const QByteArray password;
 
     /// Boots; ends the test program if the machine doesn't come up.
-    Machine();
+    explicit Machine(MachineRoot::Contents contents = MachineRoot::Contents::WithOurPackages);
     ~Machine();
 
     const MachineRoot &root() const;
 
     /// Runs a shell script as root, in no session of the machine's.
     ProgramResult run(const QString &script) const;
+
+    /// Runs a shell script as root, on a terminal of its own.
+    std::unique_ptr<PseudoTerminal> onTerminal(const QString &script) const;
 
     /// The machine's console, where people log in.
     PseudoTerminal *console();
@@ -62,6 +65,8 @@ public:
 
 private:
     Q_DISABLE_COPY(Machine)
+
+    QStringList entered(const QString &script) const;
 
     MachineRoot m_root;
     std::unique_ptr<PseudoTerminal> m_console;

@@ -5,8 +5,10 @@
 
 #include "tests/machine/Machine.h"
 #include "tests/support/Files.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
@@ -118,15 +120,27 @@ private Q_SLOTS:
     void asksAdministratorOnTheConsole();
     void refusesWrongPassword();
     void refusesUserOutsideTheGroup();
+    void letsRootWriteInRemoteSession();
+    void asksAdministratorInRemoteSessionEachTime();
     void makesPasswdRefuseShortPasswords();
     void makesUseraddGiveTheSettings();
     void confinesTheHelper();
     void isLessExposedThanOthers();
     void waitsForDebconf();
+    void keepsFilesInFoldersOfRootAlone();
+    void readsWhereNoToolOfPamIsInstalled();
+    void tellsOfFileWithSetIdBit_data();
+    void tellsOfFileWithSetIdBit();
+    void tellsInOneLineWhereNoMachineBoots();
 
 private:
     /// Types a command on the console and waits for its end; what it printed, and its exit code.
     QByteArray typed(const QByteArray &command);
+    static QByteArray typed(PseudoTerminal *terminal, const QByteArray &command);
+
+    /// Logs in as from another machine, by login(1) and PAM, on a terminal that belongs to no seat; null if that fails.
+    std::unique_ptr<PseudoTerminal> logInFromAfar(const QByteArray &account) const;
+    static void answerPassword(PseudoTerminal *terminal);
 
     /// Whether the probe has printed its last line; what it has printed.
     bool probeEnded(QByteArray *output) const;
@@ -146,13 +160,34 @@ void MachineTest::cleanup()
 
 QByteArray MachineTest::typed(const QByteArray &command)
 {
-    PseudoTerminal *console = m_machine->console();
-    console->type(command + "; echo exit''ed $?\r");
-    const int start = console->output().size();
-    if (!console->waitFor("exited ") || !console->waitFor("ready> ")) {
-        return "nothing: " + console->output();
+    return typed(m_machine->console(), command);
+}
+
+QByteArray MachineTest::typed(PseudoTerminal *terminal, const QByteArray &command)
+{
+    terminal->type(command + "; echo exit''ed $?\r");
+    const int start = terminal->output().size();
+    if (!terminal->waitFor("exited ") || !terminal->waitFor("ready> ")) {
+        return "nothing: " + terminal->output();
     }
-    return console->output().mid(start);
+    return terminal->output().mid(start);
+}
+
+std::unique_ptr<PseudoTerminal> MachineTest::logInFromAfar(const QByteArray &account) const
+{
+    auto terminal = m_machine->onTerminal(
+        QStringLiteral("systemd-run --quiet --pty /bin/login -h far.example.org %1").arg(QString::fromLatin1(account)));
+    if (!terminal->waitFor("Password: ")) {
+        return nullptr;
+    }
+    answerPassword(terminal.get());
+    return terminal->waitFor("ready> ") ? std::move(terminal) : nullptr;
+}
+
+void MachineTest::answerPassword(PseudoTerminal *terminal)
+{
+    QThread::msleep(300); // until what was typed too early has been thrown away
+    terminal->type(Machine::password + '\r');
 }
 
 void MachineTest::startsHelperByItsUnit()
@@ -288,6 +323,43 @@ void MachineTest::refusesUserOutsideTheGroup()
              QByteArray("0: PASS_MAX_DAYS\t99999\n"));
 }
 
+void MachineTest::letsRootWriteInRemoteSession()
+{
+    const std::unique_ptr<PseudoTerminal> terminal = logInFromAfar("root");
+    QVERIFY(terminal);
+    const QByteArray session =
+        typed(terminal.get(), "loginctl show-session $XDG_SESSION_ID -p Name -p Remote -p RemoteHost -p Seat -p State");
+    QVERIFY2(
+        session.contains("Name=root\r\nSeat=\r\nRemote=yes\r\nRemoteHost=far.example.org\r\nState=active\r\nexited 0"),
+        session.constData());
+
+    const QByteArray set = typed(terminal.get(), "accountpolicyctl set expiration maxInterval=77");
+
+    QVERIFY2(set.contains("expiration: in force\r\nexited 0"), set.constData());
+    QVERIFY2(!set.contains("Password"), set.constData());
+    QCOMPARE(described(m_machine->run(QStringLiteral("grep ^PASS_MAX_DAYS /etc/login.defs"))),
+             QByteArray("0: PASS_MAX_DAYS 77\n"));
+}
+
+void MachineTest::asksAdministratorInRemoteSessionEachTime()
+{
+    const std::unique_ptr<PseudoTerminal> terminal = logInFromAfar("admin");
+    QVERIFY(terminal);
+    const QByteArray shown = typed(terminal.get(), "accountpolicyctl show expiration");
+    QVERIFY2(shown.contains("  maxInterval       99999 days\r\n"), shown.constData());
+
+    // a password is not remembered for who is not at the machine
+    for (const char *days : {"77", "78"}) {
+        terminal->type(QByteArray("accountpolicyctl set expiration maxInterval=") + days + "; echo exit''ed $?\r");
+        QVERIFY2(terminal->waitFor("Password: "), terminal->output().constData());
+        answerPassword(terminal.get());
+        QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
+        QVERIFY(terminal->waitFor("exited 0"));
+    }
+    QCOMPARE(described(m_machine->run(QStringLiteral("grep ^PASS_MAX_DAYS /etc/login.defs"))),
+             QByteArray("0: PASS_MAX_DAYS 78\n"));
+}
+
 void MachineTest::makesPasswdRefuseShortPasswords()
 {
     const auto change = [this](const QByteArray &present, const QByteArray &next) {
@@ -385,6 +457,86 @@ void MachineTest::waitsForDebconf()
                  QByteArray("0: complexity: in force\n"));
     QCOMPARE(described(m_machine->run(QStringLiteral("ls /usr/share/pam-configs"))),
              QByteArray("0: mkhomedir\npwquality\nsystemd\nunix\n"));
+}
+
+void MachineTest::keepsFilesInFoldersOfRootAlone()
+{
+    QCOMPARE(described(m_machine->run(
+                 QStringLiteral("stat -c '%a %U:%G %F' / /etc /etc/default /usr /usr/share /usr/share/pam-configs"))),
+             QByteArray("0: 755 root:root directory\n").append(QByteArray("755 root:root directory\n").repeated(5)));
+}
+
+void MachineTest::readsWhereNoToolOfPamIsInstalled()
+{
+    QCOMPARE(m_machine->run(QStringLiteral("rm -r /usr/share/pam-configs /var/lib/pam /var/cache/debconf")).exitCode,
+             0);
+
+    QCOMPARE(m_machine->run(QStringLiteral("accountpolicyctl show")).exitCode, 0);
+    QCOMPARE(described(m_machine->run(QStringLiteral("accountpolicyctl set expiration maxInterval=90"))),
+             QByteArray("0: expiration: in force\n"));
+    QCOMPARE(described(m_machine->run(QStringLiteral("accountpolicyctl set complexity minlen=12"))),
+             QByteArray("1: accountpolicyctl: Update default password complexity policy\n"
+                        "Both profiles of supported PAM modules do not exist (/usr/share/pam-configs/cracklib, "
+                        "/usr/share/pam-configs/pwquality)\n"));
+}
+
+void MachineTest::tellsOfFileWithSetIdBit_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QByteArray>("tried");
+
+    QTest::newRow("profile") << "/usr/share/pam-configs/pwquality"
+                             << "accountpolicyctl set complexity minlen=12"
+                             << QByteArray("Update default password complexity policy");
+    QTest::newRow("login.defs") << "/etc/login.defs"
+                                << "accountpolicyctl set expiration maxInterval=90"
+                                << QByteArray("Update default password expiration policy");
+}
+
+void MachineTest::tellsOfFileWithSetIdBit()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, command);
+    QFETCH(QByteArray, tried);
+    const QByteArray content = contentOf(m_machine->root().file(file));
+    QCOMPARE(m_machine->run(QStringLiteral("chmod u+s ") + file).exitCode, 0);
+
+    // the unit forbids to make such a file, and without its mode the copy would be another file
+    const QByteArray path = file.toLatin1();
+    QCOMPARE(described(m_machine->run(command)),
+             "1: accountpolicyctl: " + tried + "\nProcess: \"cp --force --preserve=mode,ownership " + path + ' ' + path
+                 + ".tmp\". Exit code: 1.\n\"/usr/bin/cp: preserving permissions for \u2018" + path
+                 + ".tmp\u2019: Operation not permitted\"\n");
+
+    QCOMPARE(contentOf(m_machine->root().file(file)), content);
+    QCOMPARE(contentOf(m_machine->root().file(file + QStringLiteral(".tmp"))), content);
+}
+
+void MachineTest::tellsInOneLineWhereNoMachineBoots()
+{
+    QTemporaryDir folder;
+    writeProgram(folder.filePath(QStringLiteral("systemd-nspawn")),
+                 "#!/bin/sh\necho first\necho 'Failed to do what it should: no reason'\nexit 1\n");
+    const ScopedVariable path("PATH", QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
+
+    const ProgramResult run =
+        runAs(0, QCoreApplication::applicationFilePath(), {QStringLiteral("startsHelperByItsUnit")});
+
+    QVERIFY(run.exitCode != 0);
+    QByteArrayList told;
+    for (const QByteArray &line : (run.standardOutput + run.standardError).split('\n')) {
+        if (line.startsWith("QFATAL") || line.contains("first")) {
+            told += line;
+        }
+    }
+    const QByteArray console = QFile::encodeName(machineFolder()) + "/console.log";
+    QCOMPARE(told,
+             QByteArrayList{"QFATAL : MachineTest::startsHelperByItsUnit() systemd-nspawn cannot boot a machine here: "
+                            "Failed to do what it should: no reason (its console: "
+                            + console + ")"});
+    QCOMPARE(contentOf(QString::fromLocal8Bit(console)),
+             QByteArray("first\r\nFailed to do what it should: no reason\r\n"));
 }
 
 QTEST_GUILESS_MAIN(MachineTest)

@@ -11,6 +11,12 @@ target_compile_definitions(machinesupport PRIVATE MACHINE_FOLDER="${MACHINE_FOLD
 add_test(NAME machine/prepare COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/prepare ${MACHINE_FOLDER})
 set_tests_properties(machine/prepare PROPERTIES FIXTURES_SETUP machine TIMEOUT 1800)
 
+# what is installed, once more: here not by cmake but as packages
+add_test(NAME machine/InstallationTest
+         COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/with-packages ${MACHINE_FOLDER}/packages
+                 ${SANDBOX} --bus -- $<TARGET_FILE:InstallationTest>)
+set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine TIMEOUT 600)
+
 foreach(name IN ITEMS MachineTest PackageTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)

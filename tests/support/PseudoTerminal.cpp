@@ -72,11 +72,19 @@ bool PseudoTerminal::waitFor(const QByteArray &text, int limit)
             m_seen = place + text.size();
             return true;
         }
-        if (clock.elapsed() > limit) {
+        // asked before the last output is read
+        const bool ended = hasEnded();
+        if (clock.elapsed() > limit || (!readSome(pollPause) && ended)) {
             return false;
         }
-        readSome(pollPause);
     }
+}
+
+bool PseudoTerminal::hasEnded() const
+{
+    siginfo_t ended = {};
+    return m_process < 0
+        || (waitid(P_PID, static_cast<id_t>(m_process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid != 0);
 }
 
 void PseudoTerminal::type(const QByteArray &keys)

@@ -18,7 +18,8 @@ public:
     PseudoTerminal(int user, const QString &program, const QStringList &arguments);
     ~PseudoTerminal();
 
-    /// Reads until the text has come since the last call that found one; false if it doesn't come within @p limit ms.
+    /// Reads until the text has come since the last call that found one; false if it doesn't come within @p limit ms,
+    /// or before the program ends.
     bool waitFor(const QByteArray &text, int limit = 20000);
 
     /// Types these bytes; "\r" is the enter key, "\x03" Ctrl-C, "\t" the tabulator.
@@ -38,6 +39,7 @@ public:
 private:
     Q_DISABLE_COPY(PseudoTerminal)
 
+    bool hasEnded() const;
     bool readSome(int limit);
 
     int m_master = -1;
