@@ -6,10 +6,14 @@
 #include "client/changes/Change.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/output/Terminal.h"
+#include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
+#include "client/settings/SettingText.h"
 #include "client/stores/Stores.h"
 
 #include <QCoreApplication>
+
+#include <algorithm>
 
 namespace
 {
@@ -18,6 +22,45 @@ struct Text {
     Q_DECLARE_TR_FUNCTIONS(ApplyCommand)
 };
 
+/// The first value that would be set and may not be; what is in force already may be any value.
+QString disallowedText(const SettingSchema &schema, const Settings &before, const Wishes &wishes)
+{
+    const auto keys = differingKeys(schema, before, fulfilled(schema, before, wishes));
+    for (const QString &key : keys) {
+        const Setting &setting = *schema.find(key);
+        if (!isAllowed(setting, wishes.value(key))) {
+            return badValueText(setting, settingText(setting, wishes.value(key)));
+        }
+    }
+    return {};
+}
+
+bool allowsAll(const SettingSchema &schema, const Wishes &wishes)
+{
+    const QStringList keys = wishes.keys();
+    return std::all_of(keys.begin(), keys.end(), [&](const QString &key) {
+        return isAllowed(*schema.find(key), wishes.value(key));
+    });
+}
+
+/// What may not be set, in any policy of the document: to be known before the first of them is written.
+QString disallowedText(const QMap<QString, Wishes> &document, bool mayAsk)
+{
+    for (auto policy = document.cbegin(); policy != document.cend(); ++policy) {
+        const SettingSchema &schema = findPolicy(policy.key())->schema;
+        if (allowsAll(schema, policy.value())) {
+            continue;
+        }
+        const Reading reading = makeStore(policy.key(), mayAsk)->read();
+        QString wrong =
+            reading.outcome.succeeded() ? disallowedText(schema, reading.settings, policy.value()) : QString();
+        if (!wrong.isEmpty()) {
+            return wrong;
+        }
+    }
+    return {};
+}
+
 ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line)
 {
     const std::unique_ptr<SettingsStore> store = makeStore(name, mayAskPassword(line));
@@ -25,6 +68,11 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     if (!before.outcome.succeeded()) {
         printError(before.outcome.error);
         return before.outcome.code;
+    }
+    // once more: it may have changed since all were looked at
+    const QString wrong = disallowedText(store->schema(), before.settings, wishes);
+    if (!wrong.isEmpty()) {
+        return documentError(line, wrong);
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
@@ -69,6 +117,10 @@ ExitCode ApplyCommand::run(const QCommandLineParser &line) const
     ExitCode result = readDocumentArgument(line, &document);
     if (result != ExitCode::Done) {
         return result;
+    }
+    const QString wrong = disallowedText(document, mayAskPassword(line));
+    if (!wrong.isEmpty()) {
+        return documentError(line, wrong);
     }
     const auto names = policyNames();
     for (const QString &policy : names) {

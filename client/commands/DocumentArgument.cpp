@@ -39,9 +39,11 @@ ExitCode readDocumentArgument(const QCommandLineParser &line, QMap<QString, Wish
         return read.code;
     }
     const QString wrong = readDocument(content, policies);
-    if (!wrong.isEmpty()) {
-        printError(words.first() + QStringLiteral(": ") + wrong);
-        return ExitCode::Usage;
-    }
-    return ExitCode::Done;
+    return wrong.isEmpty() ? ExitCode::Done : documentError(line, wrong);
+}
+
+ExitCode documentError(const QCommandLineParser &line, const QString &wrong)
+{
+    printError(line.positionalArguments().constFirst() + QStringLiteral(": ") + wrong);
+    return ExitCode::Usage;
 }

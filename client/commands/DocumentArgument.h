@@ -18,3 +18,6 @@ QList<Argument> documentArguments();
  * @return Done; otherwise what is wrong has been printed
  */
 ExitCode readDocumentArgument(const QCommandLineParser &line, QMap<QString, Wishes> *policies);
+
+/// Prints what is wrong with the document that the command line names.
+ExitCode documentError(const QCommandLineParser &line, const QString &wrong);

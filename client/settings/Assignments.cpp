@@ -50,7 +50,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
         return Text::tr("%1 is given twice").arg(key);
     }
     QVariant value;
-    if (!text.isEmpty() && !parseSettingText(*setting, text, &value)) {
+    if (!text.isEmpty() && !(parseSettingText(*setting, text, &value) && isAllowed(*setting, value))) {
         return badValueText(*setting, text);
     }
     wishes->insert(key, value);

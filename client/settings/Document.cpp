@@ -28,8 +28,8 @@ QJsonValue toJson(const Setting &setting, const QVariant &value)
     if (setting.kind == SettingKind::Flag) {
         return value.toBool();
     }
-    return setting.kind == SettingKind::Date ? QJsonValue(dateText(value.toLongLong()))
-                                             : QJsonValue(value.toLongLong());
+    const qlonglong number = value.toLongLong();
+    return setting.kind == SettingKind::Date && hasDate(number) ? QJsonValue(dateText(number)) : QJsonValue(number);
 }
 
 /// As it stands in the document.
@@ -61,8 +61,21 @@ bool fromJson(const Setting &setting, const QJsonValue &value, QVariant *wish)
     if (!hasFittingType(setting, value)) {
         return false;
     }
-    // the same rules as for what is typed
+    // the same forms as for what is typed
     return parseSettingText(setting, value.isString() ? value.toString() : jsonText(value), wish);
+}
+
+/// The first value that no policy can have: the helper's numbers have 32 bits.
+QString impossibleValueText(const SettingSchema &schema, const Wishes &wishes)
+{
+    for (auto wish = wishes.cbegin(); wish != wishes.cend(); ++wish) {
+        const qlonglong number = wish.value().toLongLong();
+        if (number != static_cast<int>(number)) {
+            const Setting &setting = *schema.find(wish.key());
+            return badValueText(setting, settingText(setting, number));
+        }
+    }
+    return {};
 }
 
 QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wishes)
@@ -70,7 +83,8 @@ QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wi
     if (!value.isObject()) {
         return Text::tr("%1 is not an object").arg(policy.phrase());
     }
-    return settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
+    QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
+    return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
 }
 }
 

@@ -24,6 +24,15 @@ QStringList SettingSchema::keys() const
     return keys;
 }
 
+bool isAllowed(const Setting &setting, const QVariant &value)
+{
+    if (!value.isValid() || setting.kind == SettingKind::Flag) {
+        return true;
+    }
+    const qlonglong number = value.toLongLong();
+    return setting.minimum <= number && number <= setting.maximum;
+}
+
 Settings normalized(const SettingSchema &schema, const QVariantMap &values)
 {
     Settings settings;

@@ -54,6 +54,9 @@ using Settings = QVariantMap;
  */
 using Wishes = QVariantMap;
 
+/// Whether the value may be set: it is within the range, or not set. What is in force may be something else.
+bool isAllowed(const Setting &setting, const QVariant &value);
+
 /// Brings a values map of the helper, or of a task, into the form of Settings; drops what isn't in the schema.
 Settings normalized(const SettingSchema &schema, const QVariantMap &values);
 

@@ -15,12 +15,15 @@ QString settingWords(const Setting &setting, const QVariant &value);
 QString allowedText(const Setting &setting);
 
 /**
- * Understands what was typed.
+ * Understands what was typed, whether or not it is within the setting's range.
  *
  * @param value receives the value, an invalid variant for "never" where that means not set
- * @return whether it was understood and is within the setting's range
+ * @return whether it was understood
  */
 bool parseSettingText(const Setting &setting, const QString &text, QVariant *value);
+
+/// Whether the calendar of four-digit years has that day.
+bool hasDate(qlonglong days);
 
 /// The date of a day count, as YYYY-MM-DD; the count itself where the calendar ends.
 QString dateText(qlonglong days);

@@ -44,6 +44,7 @@ private Q_SLOTS:
 
     void describesWhatIsPrinted_data();
     void describesWhatIsPrinted();
+    void describesWhatMayNotBeSet();
     void agreesWithTheClient_data();
     void agreesWithTheClient();
 
@@ -95,16 +96,42 @@ void SchemaTest::describesWhatIsPrinted()
     QVERIFY2(isValid(printed.standardOutput), printed.standardOutput.constData());
 }
 
+void SchemaTest::describesWhatMayNotBeSet()
+{
+    writeContent(QStringLiteral("/etc/pam.d/common-auth"),
+                 "auth required pam_tally.so deny=70000 lock_time=2147483647\n");
+    writeContent(QStringLiteral("/etc/pam.d/common-password"),
+                 "password requisite pam_pwquality.so minlen=4 lcredit=-600 ucredit=600\n");
+    writeContent(QStringLiteral("/etc/login.defs"), "PASS_MAX_DAYS -2\nPASS_MIN_DAYS -2147483648\n");
+    writeContent(QStringLiteral("/etc/default/useradd"), "INACTIVE=-7\nEXPIRE=1969-01-01\n");
+
+    const ProgramResult printed = client(nobody, QStringLiteral("export"));
+
+    QCOMPARE(printed.exitCode, 0);
+    for (const char *value : {"70000", "-600", "600", "4,", "-2,", "-2147483648", "-7", "\"1969-01-01\""}) {
+        QVERIFY2(printed.standardOutput.contains(QByteArray(": ") + value), value);
+    }
+    QVERIFY2(isValid(printed.standardOutput), printed.standardOutput.constData());
+    const ProgramResult check = client(nobody, QStringLiteral("check -"), printed.standardOutput);
+    QCOMPARE(check.standardError, QByteArray());
+    QCOMPARE(check.exitCode, 0);
+}
+
 void SchemaTest::agreesWithTheClient_data()
 {
     QTest::addColumn<QByteArray>("document");
     QTest::addColumn<bool>("accepted");
+    QTest::addColumn<bool>("settable");
 
     const auto document = [](const char *name, const char *text, bool accepted) {
-        QTest::newRow(name) << QByteArray(text) << accepted;
+        QTest::newRow(name) << QByteArray(text) << accepted << accepted;
     };
     const auto policy = [](const char *name, const char *text, bool accepted) {
-        QTest::newRow(name) << QByteArray("{\"version\": 1, \"policies\": {") + text + "}}" << accepted;
+        QTest::newRow(name) << QByteArray("{\"version\": 1, \"policies\": {") + text + "}}" << accepted << accepted;
+    };
+    // a machine may have it, but it is never put in force anew
+    const auto found = [](const char *name, const char *text) {
+        QTest::newRow(name) << QByteArray("{\"version\": 1, \"policies\": {") + text + "}}" << true << false;
     };
     document("no policies", R"({"version": 1, "policies": {}})", true);
     document("no version", R"({"policies": {}})", false);
@@ -130,31 +157,36 @@ void SchemaTest::agreesWithTheClient_data()
     policy("fraction", R"("lockout": {"deny": 3.5})", false);
     policy("whole fraction", R"("lockout": {"deny": 3.0})", true);
     policy("smallest deny", R"("lockout": {"deny": 0})", true);
-    policy("deny below", R"("lockout": {"deny": -1})", false);
+    found("deny below", R"("lockout": {"deny": -1})");
     policy("largest deny", R"("lockout": {"deny": 65535})", true);
-    policy("deny above", R"("lockout": {"deny": 65536})", false);
+    found("deny above", R"("lockout": {"deny": 65536})");
     policy("largest lock_time", R"("lockout": {"lock_time": 2147483647})", true);
     policy("lock_time above", R"("lockout": {"lock_time": 2147483648})", false);
-    policy("unlock_time below", R"("lockout": {"unlock_time": -1})", false);
+    found("unlock_time below", R"("lockout": {"unlock_time": -1})");
     policy("smallest minlen", R"("complexity": {"minlen": 6})", true);
-    policy("minlen below", R"("complexity": {"minlen": 5})", false);
+    found("minlen below", R"("complexity": {"minlen": 5})");
     policy("largest minlen", R"("complexity": {"minlen": 512})", true);
-    policy("minlen above", R"("complexity": {"minlen": 513})", false);
+    found("minlen above", R"("complexity": {"minlen": 513})");
     policy("smallest credit", R"("complexity": {"dcredit": -512})", true);
-    policy("credit below", R"("complexity": {"ucredit": -513})", false);
+    found("credit below", R"("complexity": {"ucredit": -513})");
     policy("largest credit", R"("complexity": {"lcredit": 512})", true);
-    policy("credit above", R"("complexity": {"ocredit": 513})", false);
+    found("credit above", R"("complexity": {"ocredit": 513})");
     policy("interval -1", R"("expiration": {"maxInterval": -1})", true);
-    policy("interval below", R"("expiration": {"minInterval": -2})", false);
+    found("interval below", R"("expiration": {"minInterval": -2})");
     policy("interval above", R"("expiration": {"warningInterval": 2147483648})", false);
     policy("date", R"("expiration": {"expireDate": "2027-12-31"})", true);
     policy("date null", R"("expiration": {"expireDate": null})", true);
     policy("date as days", R"("expiration": {"expireDate": 20819})", true);
-    policy("date before 1970", R"("expiration": {"expireDate": -1})", false);
+    found("date before 1970", R"("expiration": {"expireDate": -1})");
     policy("last day", R"("expiration": {"expireDate": 2932896})", true);
-    policy("day after", R"("expiration": {"expireDate": 2932897})", false);
+    found("day after", R"("expiration": {"expireDate": 2932897})");
     policy("month 13", R"("expiration": {"expireDate": "2027-13-01"})", false);
     policy("date with time", R"("expiration": {"expireDate": "2027-12-31T00:00:00"})", false);
+    found("smallest number", R"("complexity": {"dcredit": -2147483648})");
+    policy("number below all", R"("complexity": {"dcredit": -2147483649})", false);
+    found("largest number", R"("complexity": {"minlen": 2147483647})");
+    found("largest day", R"("expiration": {"expireDate": 2147483647})");
+    policy("day above all", R"("expiration": {"expireDate": 2147483648})", false);
     policy("date as switch", R"("expiration": {"expireDate": true})", false);
 }
 
@@ -162,11 +194,15 @@ void SchemaTest::agreesWithTheClient()
 {
     QFETCH(QByteArray, document);
     QFETCH(bool, accepted);
+    QFETCH(bool, settable);
 
+    const ProgramResult check = client(nobody, QStringLiteral("check -"), document);
     const ProgramResult apply = client(nobody, QStringLiteral("apply - --dry-run"), document);
 
     QCOMPARE(isValid(document), accepted);
-    QVERIFY2(apply.exitCode == (accepted ? 0 : 2), apply.standardError.constData());
+    const QVector<int> ends = accepted ? QVector<int>{0, 6} : QVector<int>{2};
+    QVERIFY2(ends.contains(check.exitCode), check.standardError.constData());
+    QVERIFY2(apply.exitCode == (settable ? 0 : 2), apply.standardError.constData());
 }
 
 QTEST_GUILESS_MAIN(SchemaTest)

@@ -74,6 +74,8 @@ void AssignmentsTest::tellsWhatIsWrong_data()
                            << "deny is given twice";
     QTest::newRow("first mistake counts") << "deny=x denny=5"
                                           << "deny: \"x\" is not allowed; allowed is a whole number from 0 to 65535";
+    QTest::newRow("out of range") << "deny=65536"
+                                  << "deny: \"65536\" is not allowed; allowed is a whole number from 0 to 65535";
     QTest::newRow("value with equals sign")
         << "deny=5=6"
         << "deny: \"5=6\" is not allowed; allowed is a whole number from 0 to 65535";

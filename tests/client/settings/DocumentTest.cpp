@@ -25,6 +25,8 @@ private Q_SLOTS:
     void readsWhatItWrote();
     void readsOnlyWhatIsNamed();
     void readsNullAsNotSet();
+    void writesDaysWithoutDateAsNumber();
+    void takesValuesThatMayNotBeSet();
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
 };
@@ -89,6 +91,33 @@ void DocumentTest::readsNullAsNotSet()
     QVERIFY(!wishes.value(QStringLiteral("maxInterval")).isValid());
 }
 
+void DocumentTest::writesDaysWithoutDateAsNumber()
+{
+    const auto json = [](qlonglong days) {
+        return settingsToJson(accountSchema(), {{QStringLiteral("expireDate"), days}})
+            .value(QStringLiteral("expireDate"));
+    };
+
+    QCOMPARE(json(2932896), QJsonValue(QStringLiteral("9999-12-31")));
+    QCOMPARE(json(2932897), QJsonValue(2932897));
+    QCOMPARE(json(-719163), QJsonValue(-719163));
+}
+
+void DocumentTest::takesValuesThatMayNotBeSet()
+{
+    QMap<QString, Wishes> read;
+    const QByteArray text = R"({"version": 1, "policies": {"complexity": {"minlen": 4, "dcredit": -2147483648},)"
+                            R"("expiration": {"maxInterval": -2, "expireDate": 2147483647}}})";
+
+    QCOMPARE(readDocument(text, &read), QString());
+
+    QCOMPARE(typedEntries(read.value(QStringLiteral("complexity"))),
+             QStringList({QStringLiteral("dcredit: qlonglong -2147483648"), QStringLiteral("minlen: qlonglong 4")}));
+    QCOMPARE(
+        typedEntries(read.value(QStringLiteral("expiration"))),
+        QStringList({QStringLiteral("expireDate: qlonglong 2147483647"), QStringLiteral("maxInterval: qlonglong -2")}));
+}
+
 void DocumentTest::tellsWhatIsWrong_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -113,6 +142,14 @@ void DocumentTest::tellsWhatIsWrong_data()
                                      << "deny: \"\"3\"\" is not allowed; allowed is a whole number from 0 to 65535";
     QTest::newRow("fraction") << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": 3.5}}})")
                               << "deny: \"3.5\" is not allowed; allowed is a whole number from 0 to 65535";
+    QTest::newRow("more than 32 bits")
+        << QByteArray(R"({"version": 1, "policies": {"lockout": {"lock_time": 2147483648}}})")
+        << "lock_time: \"2147483648\" is not allowed; allowed is a whole number from 0 to 2147483647";
+    QTest::newRow("less than 32 bits")
+        << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": -2147483649}}})")
+        << "deny: \"-2147483649\" is not allowed; allowed is a whole number from 0 to 65535";
+    QTest::newRow("more than 64 bits") << QByteArray(R"({"version": 1, "policies": {"lockout": {"deny": 1e30}}})")
+                                       << "deny: \"1e+30\" is not allowed; allowed is a whole number from 0 to 65535";
     QTest::newRow("null for switch") << QByteArray(R"({"version": 1, "policies": {"lockout": {"per_user": null}}})")
                                      << "per_user: \"null\" is not allowed; allowed is yes or no";
     QTest::newRow("text for switch") << QByteArray(R"({"version": 1, "policies": {"lockout": {"per_user": "yes"}}})")

@@ -32,6 +32,8 @@ private Q_SLOTS:
     void fulfilsWishesAndKeepsTheRest();
     void dropsWhatIsWishedAway();
     void listsDifferingKeysInOrder();
+    void allowsWhatIsInTheRange_data();
+    void allowsWhatIsInTheRange();
 };
 
 void SettingTest::findsSettingByItsKey()
@@ -113,6 +115,28 @@ void SettingTest::listsDifferingKeysInOrder()
     QCOMPARE(differingKeys(lockout(), left, right),
              QStringList({QStringLiteral("per_user"), QStringLiteral("lock_time"), QStringLiteral("unlock_time")}));
     QCOMPARE(differingKeys(lockout(), left, left), QStringList());
+}
+
+void SettingTest::allowsWhatIsInTheRange_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("allowed");
+    QTest::newRow("least") << "deny" << QVariant(0LL) << true;
+    QTest::newRow("below") << "deny" << QVariant(-1LL) << false;
+    QTest::newRow("most") << "deny" << QVariant(65535LL) << true;
+    QTest::newRow("above") << "deny" << QVariant(65536LL) << false;
+    QTest::newRow("not set") << "deny" << QVariant() << true;
+    QTest::newRow("switch") << "per_user" << QVariant(true) << true;
+}
+
+void SettingTest::allowsWhatIsInTheRange()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(bool, allowed);
+
+    QCOMPARE(isAllowed(*lockout().find(key), value), allowed);
 }
 
 QTEST_GUILESS_MAIN(SettingTest)

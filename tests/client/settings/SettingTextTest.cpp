@@ -150,6 +150,14 @@ void SettingTextTest::refusesWhatIsNotAllowed_data()
     row("deny", "3.5");
     row("deny", "0x10");
     row("deny", "3 logins");
+    row("deny", "5 ");
+    row("deny", " 5");
+    row("deny", "5\n");
+    row("deny", "+5");
+    row("deny", "--5");
+    row("deny", "-");
+    row("dcredit", "- 1");
+    row("dcredit", "+1");
     row("deny", "never");
     row("deny", "99999999999999999999");
     row("minlen", "5");
@@ -166,6 +174,9 @@ void SettingTextTest::refusesWhatIsNotAllowed_data()
     row("expireDate", "2027-1-1");
     row("expireDate", "01.01.2027");
     row("expireDate", "2027-01-01T00:00");
+    row("expireDate", "+20819");
+    row("expireDate", " 2027-01-01");
+    row("expireDate", "2027-01-01 ");
 }
 
 void SettingTextTest::refusesWhatIsNotAllowed()
@@ -174,7 +185,7 @@ void SettingTextTest::refusesWhatIsNotAllowed()
     QFETCH(QString, text);
 
     QVariant parsed;
-    QVERIFY(!parseSettingText(settingOf(key), text, &parsed));
+    QVERIFY(!parseSettingText(settingOf(key), text, &parsed) || !isAllowed(settingOf(key), parsed));
 }
 
 void SettingTextTest::tellsWhatIsAllowed_data()
@@ -216,6 +227,8 @@ void SettingTextTest::writesDatesOfAllDays()
     QCOMPARE(dateText(-719162), QStringLiteral("0001-01-01"));
     // past the years that have four digits there is no date in this form
     QCOMPARE(dateText(2932897), QStringLiteral("2932897"));
+    QVERIFY(hasDate(2932896) && !hasDate(2932897));
+    QVERIFY(hasDate(-719162) && !hasDate(-719163));
     QCOMPARE(dateText(std::numeric_limits<qlonglong>::max()), QStringLiteral("9223372036854775807"));
 }
 
