@@ -12,6 +12,9 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <pwd.h>
+#include <unistd.h>
+
 namespace
 {
 constexpr int mostEntries = 100;
@@ -38,11 +41,34 @@ QString beforeKey()
     return QStringLiteral("before");
 }
 
-/// $XDG_STATE_HOME, of which a relative path does not count.
+/// Empty for a relative path, which doesn't count.
+QString absoluteFolder(const char *path)
+{
+    const QString folder = QFile::decodeName(path);
+    return QDir::isAbsolutePath(folder) ? folder : QString();
+}
+
+/// $HOME or, as for a unit of the system, what the account database says: QDir would take the root folder then.
+QString home()
+{
+    const QString set = absoluteFolder(qgetenv("HOME").constData());
+    const passwd *account = set.isEmpty() ? getpwuid(geteuid()) : nullptr;
+    return account ? absoluteFolder(account->pw_dir) : set;
+}
+
+/// Empty where there is none.
 QString stateHome()
 {
-    const QString set = QFile::decodeName(qgetenv("XDG_STATE_HOME"));
-    return QDir::isAbsolutePath(set) ? set : QDir::homePath() + QLatin1String("/.local/state");
+    const QString set = absoluteFolder(qgetenv("XDG_STATE_HOME").constData());
+    const QString fallback = set.isEmpty() ? home() : QString();
+    return fallback.isEmpty() ? set : fallback + QLatin1String("/.local/state");
+}
+
+Outcome noWayBack(const QString &reason)
+{
+    return {ExitCode::Failed,
+            Text::tr("nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours")
+                + QLatin1Char('\n') + reason};
 }
 
 QByteArray textOf(const HistoryEntry &entry, const SettingSchema &schema)
@@ -75,8 +101,12 @@ HistoryEntry readEntry(const QString &path)
 }
 }
 
-History::History() : m_folder(stateHome() + QLatin1String("/accountpolicyctl"))
+History::History()
 {
+    const QString parent = stateHome();
+    if (!parent.isEmpty()) {
+        m_folder = QDir::cleanPath(parent + QLatin1String("/accountpolicyctl"));
+    }
 }
 
 QString History::folder() const
@@ -86,19 +116,17 @@ QString History::folder() const
 
 Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const
 {
+    if (m_folder.isEmpty()) {
+        return noWayBack(Text::tr("this account has no home folder"));
+    }
     QDir().mkpath(m_folder);
     // names sort by time; the process tells apart what happens at the same one
-    *file = QStringLiteral("%1/%2-%3.json")
-                .arg(m_folder, entry.time.toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz")))
-                .arg(QCoreApplication::applicationPid());
+    *file = m_folder + entry.time.toString(QStringLiteral("/yyyyMMdd'T'HHmmsszzz-"))
+        + QString::number(QCoreApplication::applicationPid()) + QLatin1String(".json");
     QSaveFile target(*file);
     const QByteArray text = textOf(entry, schema);
     if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() || !target.commit()) {
-        return {ExitCode::Failed,
-                Text::tr(
-                    "nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours\n"
-                    "%1: %2")
-                    .arg(*file, target.errorString())};
+        return noWayBack(*file + QLatin1String(": ") + target.errorString());
     }
     removeOldest();
     return {};
@@ -116,6 +144,9 @@ QVector<HistoryEntry> History::entries() const
 
 QStringList History::files() const
 {
+    if (m_folder.isEmpty()) {
+        return {}; // for QDir that is the current folder
+    }
     const QDir changes(m_folder);
     QStringList paths;
     const auto names = changes.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed);

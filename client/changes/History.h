@@ -23,13 +23,15 @@ struct HistoryEntry {
 
 /**
  * The changes that this user has made, as JSON files in "accountpolicyctl" below $XDG_STATE_HOME (or ~/.local/state),
- * one for each change. The oldest go when there are more than a hundred.
+ * one for each change. The oldest go when there are more than a hundred. Without a folder there is no entry, and none
+ * can be saved.
  */
 class History
 {
 public:
     History();
 
+    /// Empty for an account that has no home.
     QString folder() const;
 
     /**

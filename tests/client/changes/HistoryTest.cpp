@@ -3,6 +3,7 @@
 
 #include "client/changes/History.h"
 #include "client/settings/Policies.h"
+#include "client/stores/Stores.h"
 #include "tests/support/Files.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/TypedMap.h"
@@ -10,6 +11,9 @@
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <pwd.h>
+#include <unistd.h>
 
 namespace
 {
@@ -50,6 +54,9 @@ private Q_SLOTS:
     void listsWhatCannotBeUnderstood_data();
     void listsWhatCannotBeUnderstood();
     void failsWhereNothingCanBeKept();
+    void takesFolderByItsName();
+    void understandsValuesThatMayNotBeSet_data();
+    void understandsValuesThatMayNotBeSet();
 
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -64,19 +71,29 @@ void HistoryTest::init()
 void HistoryTest::isInTheStateFolder_data()
 {
     QTest::addColumn<QByteArray>("stateHome");
+    QTest::addColumn<QByteArray>("home");
     QTest::addColumn<QString>("folder");
-    QTest::newRow("as set") << QByteArray("/some/state") << "/some/state/accountpolicyctl";
-    QTest::newRow("not set") << QByteArray() << "/some/home/.local/state/accountpolicyctl";
-    QTest::newRow("empty") << QByteArray("") << "/some/home/.local/state/accountpolicyctl";
-    QTest::newRow("relative") << QByteArray("state") << "/some/home/.local/state/accountpolicyctl";
+    const QByteArray home("/some/home");
+    QTest::newRow("as set") << QByteArray("/some/state") << home << "/some/state/accountpolicyctl";
+    QTest::newRow("not set") << QByteArray() << home << "/some/home/.local/state/accountpolicyctl";
+    QTest::newRow("empty") << QByteArray("") << home << "/some/home/.local/state/accountpolicyctl";
+    QTest::newRow("relative") << QByteArray("state") << home << "/some/home/.local/state/accountpolicyctl";
+    QTest::newRow("slash at its end") << QByteArray("/some/state/") << home << "/some/state/accountpolicyctl";
+    const QString ofAccount = QFile::decodeName(getpwuid(geteuid())->pw_dir);
+    const QString fallback = QDir::cleanPath(ofAccount + QStringLiteral("/.local/state/accountpolicyctl"));
+    QTest::newRow("no home") << QByteArray() << QByteArray() << fallback;
+    QTest::newRow("empty home") << QByteArray() << QByteArray("") << fallback;
+    QTest::newRow("relative home") << QByteArray() << QByteArray("home") << fallback;
+    QTest::newRow("as set without home") << QByteArray("/some/state") << QByteArray() << "/some/state/accountpolicyctl";
 }
 
 void HistoryTest::isInTheStateFolder()
 {
     QFETCH(QByteArray, stateHome);
+    QFETCH(QByteArray, home);
     QFETCH(QString, folder);
-    const ScopedVariable home("HOME", "/some/home");
-    const ScopedVariable state("XDG_STATE_HOME", stateHome);
+    const ScopedVariable homeVariable("HOME", home);
+    const ScopedVariable stateVariable("XDG_STATE_HOME", stateHome);
 
     QCOMPARE(History().folder(), folder);
 }
@@ -157,7 +174,7 @@ void HistoryTest::listsWhatCannotBeUnderstood_data()
     QTest::newRow("no JSON") << QByteArray("x");
     QTest::newRow("unknown policy") << QByteArray(start) + R"("of": "x", "before": {}})";
     QTest::newRow("unknown key") << QByteArray(start) + R"("of": "lockout", "before": {"x": 1}})";
-    QTest::newRow("value out of range") << QByteArray(start) + R"("of": "lockout", "before": {"deny": -1}})";
+    QTest::newRow("value of another type") << QByteArray(start) + R"("of": "lockout", "before": {"deny": "3"}})";
     QTest::newRow("nothing before") << QByteArray(start) + R"("of": "lockout"})";
     QTest::newRow("no time") << QByteArray(R"({"command": "x", "of": "lockout", "before": {}})");
 }
@@ -189,6 +206,60 @@ void HistoryTest::failsWhereNothingCanBeKept()
         QStringLiteral("nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of "
                        "yours"));
     QVERIFY(outcome.error.section(QLatin1Char('\n'), 1).startsWith(file + QStringLiteral(": ")));
+}
+
+void HistoryTest::takesFolderByItsName()
+{
+    const QString folder = m_folder->filePath(QStringLiteral("%1 %2 %3"));
+    qputenv("XDG_STATE_HOME", QFile::encodeName(folder));
+
+    const QString file = save(entryOf(6, 90));
+
+    QCOMPARE(file,
+             folder + QStringLiteral("/accountpolicyctl/20261121T040506678-")
+                 + QString::number(QCoreApplication::applicationPid()) + QStringLiteral(".json"));
+    QVERIFY(QFile::exists(file));
+    QCOMPARE(History().entries().size(), 1);
+}
+
+void HistoryTest::understandsValuesThatMayNotBeSet_data()
+{
+    QTest::addColumn<QString>("store");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<qlonglong>("value");
+    const auto row = [](const char *store, const char *key, qlonglong value) {
+        QTest::addRow("%s %s=%lld", store, key, value)
+            << QString::fromLatin1(store) << QString::fromLatin1(key) << value;
+    };
+    row("lockout", "deny", -1);
+    row("lockout", "deny", 65536);
+    row("complexity", "minlen", 4);
+    row("complexity", "dcredit", -2147483648LL);
+    row("expiration", "maxInterval", -2);
+    row("expiration", "inactiveInterval", -7);
+    row("expiration", "expireDate", -365);
+    row("user alice", "expireDate", 3000000);
+    row("user alice", "expireDate", -800000);
+    // the shadow database's numbers have 64 bits
+    row("user alice", "maxInterval", 4294967296LL);
+}
+
+void HistoryTest::understandsValuesThatMayNotBeSet()
+{
+    QFETCH(QString, store);
+    QFETCH(QString, key);
+    QFETCH(qlonglong, value);
+    const SettingSchema &schemaOf = *schemaOfStore(store);
+    HistoryEntry entry = entryOf(6, 1);
+    entry.store = store;
+    entry.before = normalized(schemaOf, {{key, value}});
+    QString file;
+
+    QVERIFY(History().save(entry, schemaOf, &file).succeeded());
+
+    QCOMPARE(History().entries().constFirst().store, store);
+    QCOMPARE(typedEntries(History().entries().constFirst().before), typedEntries(entry.before));
+    QCOMPARE(entry.before.value(key), QVariant(value));
 }
 
 QTEST_GUILESS_MAIN(HistoryTest)
