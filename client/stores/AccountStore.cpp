@@ -7,6 +7,7 @@
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
+#include <pwd.h>
 #include <unistd.h>
 #include <utility>
 
@@ -53,6 +54,11 @@ QString AccountStore::phrase() const
 const SettingSchema &AccountStore::schema() const
 {
     return accountSchema();
+}
+
+bool AccountStore::exists() const
+{
+    return getpwnam(m_account.toLocal8Bit().constData()) != nullptr;
 }
 
 Reading AccountStore::read()

@@ -16,6 +16,8 @@ public:
     QString name() const override;
     QString phrase() const override;
     const SettingSchema &schema() const override;
+    /// Whether the account database has the name: chage(1) would take one like "-l" for an option.
+    bool exists() const override;
     Reading read() override;
     Outcome write(const Settings &settings) override;
 

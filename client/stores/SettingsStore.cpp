@@ -5,6 +5,11 @@
 
 SettingsStore::~SettingsStore() = default;
 
+bool SettingsStore::exists() const
+{
+    return true;
+}
+
 QString SettingsStore::reasonNotInForce() const
 {
     return {};

@@ -27,6 +27,9 @@ public:
     virtual QString phrase() const = 0;
     virtual const SettingSchema &schema() const = 0;
 
+    /// Whether there is such a place.
+    virtual bool exists() const;
+
     virtual Reading read() = 0;
     /// Makes these the settings; one that isn't set there is removed.
     virtual Outcome write(const Settings &settings) = 0;
