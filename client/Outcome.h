@@ -25,7 +25,7 @@ struct Outcome {
     ExitCode code = ExitCode::Done;
     /// Empty on success. One short line, details on the lines below it.
     QString error;
-    /// For a cancelled write: whether it may be carried out all the same.
+    /// For a write that was cancelled or got no answer in time: whether it may be carried out all the same.
     bool mayHappen = false;
 
     bool succeeded() const

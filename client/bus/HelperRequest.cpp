@@ -205,7 +205,9 @@ void HelperRequest::giveUp()
         m_limit.start(farewell);
         return;
     }
+    const bool unanswered = !m_again.isActive();
     finishBusy();
+    m_reply.outcome.mayHappen = unanswered;
 }
 
 void HelperRequest::finishBusy()

@@ -57,8 +57,21 @@ Outcome verify(const Change &change)
     const QStringList lines{written, mismatch, change.store->reasonNotInForce()};
     return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
 }
+
+/// Whether a write that failed has left everything as it was; false where that cannot be known.
+bool hasChangedNothing(const Change &change, const Outcome &written)
+{
+    if (written.mayHappen) {
+        return false;
+    }
+    if (written.code == ExitCode::NotAuthorized || written.code == ExitCode::Busy) {
+        return true; // the helper, or the tool that puts its files in force, has not begun
+    }
+    const Reading after = change.store->read();
+    return after.outcome.succeeded() && after.settings == change.before.settings;
 }
 
+/// A success only if everything that was asked for is in force.
 Outcome carryOut(const Change &change)
 {
     QString saved;
@@ -66,13 +79,17 @@ Outcome carryOut(const Change &change)
     if (!kept.succeeded()) {
         return kept;
     }
-    const Outcome written = change.store->write(change.wanted);
-    if (written.code == ExitCode::NotAuthorized && !written.mayHappen) {
-        QFile::remove(saved); // nothing was changed that could be undone
+    Outcome written = change.store->write(change.wanted);
+    if (written.succeeded()) {
+        return verify(change);
     }
-    return written.succeeded() ? verify(change) : written;
+    if (!saved.isEmpty() && hasChangedNothing(change, written)) {
+        QFile::remove(saved); // undo is to reach the last change that was one
+    }
+    return written;
 }
 
+/// A table of key, now and then: one row for each setting that the change would make another.
 QString previewText(const Change &change)
 {
     const SettingSchema &schema = change.store->schema();
@@ -89,9 +106,14 @@ QString previewText(const Change &change)
     }
     return table(rows, 0);
 }
+}
 
 ExitCode performChange(const Change &change, bool dryRun)
 {
+    if (!change.store->exists()) {
+        printError(Text::tr("%1 does not exist").arg(change.store->phrase()));
+        return ExitCode::Failed;
+    }
     if (dryRun) {
         out().write(printable(previewText(change)));
         return ExitCode::Done;

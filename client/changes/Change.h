@@ -16,18 +16,10 @@ struct Change {
 };
 
 /**
- * Saves the settings as they were, writes, reads back and compares.
- *
- * @return a success only if everything that was asked for is in force
- */
-Outcome carryOut(const Change &change);
-
-/// A table of key, now and then: one row for each setting that the change would make another.
-QString previewText(const Change &change);
-
-/**
- * Carries the change out, or previews it, and says so.
+ * Carries the change out, or previews it, and says so: saves the settings as they were, writes, reads back and compares.
+ * What was saved goes again where a write has failed and changed nothing.
  *
  * @param dryRun whether only to show the change
+ * @return Done only if everything that was asked for is in force
  */
 ExitCode performChange(const Change &change, bool dryRun);

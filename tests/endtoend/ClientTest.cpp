@@ -25,6 +25,7 @@ namespace
 {
 constexpr int root = 0;
 constexpr int accountId = 4321;
+const char home[] = "/run/home-of-policytester";
 
 const char tool[] = "/usr/sbin/pam-auth-update";
 
@@ -249,6 +250,31 @@ void addDocumentRows()
             {},
             complaint("-: maxInterval: \"\"x\"\" is not allowed; allowed is a whole number from -1 to 2147483647, or "
                       "\"never\"")});
+    addRow({"check value that may not be set",
+            nobody,
+            "check -",
+            document(R"({"maxInterval": -2})"),
+            6,
+            "policy      setting      wanted   found\n"
+            "expiration  maxInterval  -2 days  90 days\n",
+            {}});
+    addRow({"apply value that may not be set",
+            root,
+            "apply -",
+            document(R"({"minInterval": 1, "maxInterval": -2})"),
+            2,
+            {},
+            complaint("-: maxInterval: \"-2\" is not allowed; allowed is a whole number from -1 to 2147483647, or "
+                      "\"never\"")});
+    addRow(
+        {"apply day that may not be set",
+         root,
+         "apply -",
+         document(R"({"expireDate": -1})"),
+         2,
+         {},
+         complaint("-: expireDate: \"1969-12-31\" is not allowed; allowed is a date from 1970-01-01 to 9999-12-31, as "
+                   "YYYY-MM-DD or in days since 1970-01-01, or \"never\"")});
     addRow({"check missing file",
             root,
             "check /run/none.json",
@@ -275,6 +301,37 @@ void addRefusalRows()
             1,
             {},
             complaint("Read user password expiration policy\nInternal error: getpwnum() == 0\nSuccess")});
+    const QByteArray missing = complaint("the account -l does not exist");
+    addRow({"option for account", root, "set user --replace -- -l maxInterval=9", {}, 1, {}, missing});
+    addRow({"option for account, dry", root, "set user --replace --dry-run -- -l maxInterval=9", {}, 1, {}, missing});
+    addRow({"option for account, kept",
+            root,
+            "set user -- -l maxInterval=9",
+            {},
+            1,
+            {},
+            complaint("Read user password expiration policy\nInternal error: getpwnum() == 0\nSuccess\n"
+                      "what is not known cannot be kept; --replace writes just what is typed")});
+    addRow({"replacing for unknown account",
+            root,
+            "set user nosuchaccount --replace maxInterval=9",
+            {},
+            1,
+            {},
+            complaint("the account nosuchaccount does not exist")});
+}
+
+/// The commands of a history, without numbers and times.
+QByteArray commandsIn(const QByteArray &history)
+{
+    static const QRegularExpression start(QStringLiteral("^\\d+  \\S+ \\S+  "), QRegularExpression::MultilineOption);
+    return QString::fromUtf8(history).remove(start).toUtf8();
+}
+
+QByteArray shadowEntry()
+{
+    return runAs(root, QStringLiteral("getent"), {QStringLiteral("shadow"), QStringLiteral("policytester")})
+        .standardOutput;
 }
 }
 
@@ -304,8 +361,23 @@ private Q_SLOTS:
     void goesBackAndForthByUndo();
     void undoesOlderChange();
     void undoDoesNotRememberRefusedChange();
+    void undoReachesTheLastChangeAfterRefusal();
+    void undoReachesTheLastChangeAfterFailure();
+    void failedUndoLeavesTheChangeToUndo();
+    void keepsWayBackFromFailureThatChangedSomething();
+    void keepsWayBackWhereNothingCanBeReadAfterFailure();
+    void keepsWayBackFromWriteWithoutAnswer();
+    void keepsWayBackFromWhatIsNotInForce();
+    void undoBringsBackTheStackNotTheProfile();
+    void keepsValuesThatMayNotBeSet();
+    void bringsBackValuesThatMayNotBeSet();
+    void bringsBackDayBehindTheCalendar();
+    void appliesNothingWhereOneValueMayNotBeSet();
     void refusesToUndoWhatCannotBeUnderstood();
+    void refusesToUndoForUnknownAccount();
     void writesNothingWithoutWayBack();
+    void writesNothingWithoutHome();
+    void keepsHistoryInTheHomeOfTheAccount();
     void readsAndSetsAccount();
     void undoesChangeOfAccount();
     void writesReport();
@@ -328,7 +400,9 @@ void ClientTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
     const ProgramResult added =
-        runAs(root, QStringLiteral("useradd"), splitWords(QStringLiteral("-u %1 -M policytester").arg(accountId)));
+        runAs(root,
+              QStringLiteral("useradd"),
+              splitWords(QStringLiteral("-u %1 -M -d %2 policytester").arg(accountId).arg(path(home))));
     QVERIFY2(added.exitCode == 0, added.standardError.constData());
 }
 
@@ -594,6 +668,192 @@ void ClientTest::undoDoesNotRememberRefusedChange()
     QCOMPARE(client(nobody, QStringLiteral("history")).standardOutput, QByteArray());
 }
 
+void ClientTest::undoReachesTheLastChangeAfterRefusal()
+{
+    const QString rule = QStringLiteral("/etc/polkit-1/rules.d/10-admit.rules");
+    writeContent(rule,
+                 "polkit.addRule(function(action, subject) {\n"
+                 "    if (action.id.indexOf(\"writepasswordexpirationpolicy\") >= 0 && subject.user == \"nobody\") {\n"
+                 "        return polkit.Result.YES;\n    }\n});\n");
+    QTRY_COMPARE(client(nobody, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+    QCOMPARE(client(nobody, QStringLiteral("set expiration maxInterval=7")).exitCode, 0);
+
+    QCOMPARE(client(nobody, QStringLiteral("set complexity minlen=12")).exitCode, 3);
+    QCOMPARE(client(nobody, QStringLiteral("set lockout deny=5")).exitCode, 3);
+    const ProgramResult undo = client(nobody, QStringLiteral("undo"));
+    QFile::remove(rule);
+
+    QCOMPARE(undo.standardError, QByteArray());
+    QCOMPARE(undo.standardOutput, QByteArray("expiration: in force\n"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 8\n"));
+}
+
+void ClientTest::undoReachesTheLastChangeAfterFailure()
+{
+    QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=30")).exitCode, 0);
+    QCOMPARE(client(root, QStringLiteral("set lockout deny=5")).exitCode, 1); // there is no profile
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("set expiration maxInterval=30\n"));
+
+    const ProgramResult undo = client(root, QStringLiteral("undo"));
+
+    QCOMPARE(undo.standardError, QByteArray());
+    QCOMPARE(undo.standardOutput, QByteArray("expiration: in force\n"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void ClientTest::failedUndoLeavesTheChangeToUndo()
+{
+    QCOMPARE(client(root, QStringLiteral("set complexity minlen=12")).exitCode, 0);
+    writeProgram(path(tool), "#!/bin/sh\nexit 1\n");
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(client(root, QStringLiteral("undo")).exitCode, 1);
+    }
+    writeProgram(path(tool), m_tool);
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("set complexity minlen=12\n"));
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("complexity: in force\n"));
+    QCOMPARE(client(root, QStringLiteral("show complexity")).standardOutput, QByteArray(complexityTable));
+}
+
+void ClientTest::keepsWayBackFromFailureThatChangedSomething()
+{
+    {
+        const ScopedMount pinned = ScopedMount::readOnly(QStringLiteral("/etc/default/useradd"));
+        QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=7 inactiveInterval=3")).exitCode, 1);
+    }
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 7\n"));
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("expiration: in force\n"));
+
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/default/useradd")), QByteArray("INACTIVE=-1\nEXPIRE=1970-01-02\n"));
+}
+
+void ClientTest::keepsWayBackWhereNothingCanBeReadAfterFailure()
+{
+    writeProgram(path(tool), "#!/bin/sh\nrm /etc/pam.d/common-password\nexit 1\n");
+
+    QCOMPARE(client(root, QStringLiteral("set complexity minlen=12")).exitCode, 1);
+
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("set complexity minlen=12\n"));
+}
+
+void ClientTest::keepsWayBackFromWriteWithoutAnswer()
+{
+    writeProgram(path(tool), "#!/bin/sh\nkill -STOP $PPID\n"); // the helper
+
+    const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12"));
+    kill(static_cast<pid_t>(helperProcess()), SIGCONT);
+
+    QCOMPARE(set.standardError, complaint("the helper is busy; try again later"));
+    QCOMPARE(set.exitCode, 5);
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("set complexity minlen=12\n"));
+    QCOMPARE(client(root, QStringLiteral("show")).exitCode, 0);
+}
+
+void ClientTest::keepsWayBackFromWhatIsNotInForce()
+{
+    m_stockPam.restore();
+    writeContent(QStringLiteral("/usr/share/pam-configs/tally"), tallyProfile());
+
+    QCOMPARE(client(root, QStringLiteral("set lockout deny=5")).exitCode, 4);
+
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput), QByteArray("set lockout deny=5\n"));
+}
+
+void ClientTest::undoBringsBackTheStackNotTheProfile()
+{
+    const QString profile = QStringLiteral("/usr/share/pam-configs/tally");
+    m_stockPam.restore();
+    writeContent(profile, tallyProfile());
+
+    QCOMPARE(client(root, QStringLiteral("set lockout deny=5")).exitCode, 4);
+    QVERIFY(contentOf(profile).endsWith("required pam_tally.so onerr=fail deny=5\n"));
+    QCOMPARE(client(root, QStringLiteral("set lockout unlock_time=900")).exitCode, 4);
+    QVERIFY(contentOf(profile).endsWith("required pam_tally.so onerr=fail unlock_time=900\n"));
+
+    // there was no deny in the stack, which is all that is read
+    QCOMPARE(client(root, QStringLiteral("undo 2")).standardOutput, QByteArray("lockout: in force\n"));
+    QVERIFY(contentOf(profile).endsWith("required pam_tally.so onerr=fail\n"));
+}
+
+void ClientTest::keepsValuesThatMayNotBeSet()
+{
+    writeContent(QStringLiteral("/etc/pam.d/common-password"), "password requisite pam_pwquality.so minlen=4\n");
+    writeContent(QStringLiteral("/etc/login.defs"), "PASS_MAX_DAYS -2\n");
+    writeContent(QStringLiteral("/etc/default/useradd"), "INACTIVE=-7\nEXPIRE=1969-01-01\n");
+    const QByteArray exported = client(root, QStringLiteral("export")).standardOutput;
+    QVERIFY(exported.contains("\"minlen\": 4,") && exported.contains("\"maxInterval\": -2,"));
+
+    const ProgramResult check = client(root, QStringLiteral("check -"), exported);
+    const ProgramResult apply = client(root, QStringLiteral("apply -"), exported);
+    QByteArray wanted = exported;
+    const ProgramResult change =
+        client(root, QStringLiteral("apply -"), wanted.replace("\"minInterval\": null", "\"minInterval\": 1"));
+
+    QCOMPARE(check.standardError, QByteArray());
+    QCOMPARE(check.exitCode, 0);
+    QCOMPARE(apply.standardError, QByteArray());
+    QCOMPARE(apply.standardOutput,
+             QByteArray("lockout: already in force\ncomplexity: already in force\nexpiration: already in force\n"));
+    QCOMPARE(change.standardError, QByteArray());
+    QCOMPARE(change.exitCode, 0);
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS -2\nPASS_MIN_DAYS 1\n"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/default/useradd")), QByteArray("INACTIVE=-7\nEXPIRE=1969-01-01\n"));
+}
+
+void ClientTest::bringsBackValuesThatMayNotBeSet()
+{
+    const QByteArray loginDefs = "PASS_MAX_DAYS -2\n";
+    const QByteArray useradd = "INACTIVE=-7\nEXPIRE=1969-01-01\n";
+    writeContent(QStringLiteral("/etc/login.defs"), loginDefs);
+    writeContent(QStringLiteral("/etc/default/useradd"), useradd);
+    const QString words = QStringLiteral("set expiration maxInterval=30 inactiveInterval=5 expireDate=2030-01-01");
+    QCOMPARE(client(root, words).exitCode, 0);
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput), words.toUtf8() + '\n');
+
+    const ProgramResult undo = client(root, QStringLiteral("undo"));
+
+    QCOMPARE(undo.standardError, QByteArray());
+    QCOMPARE(undo.standardOutput, QByteArray("expiration: in force\n"));
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), loginDefs);
+    QCOMPARE(contentOf(QStringLiteral("/etc/default/useradd")), useradd);
+}
+
+void ClientTest::bringsBackDayBehindTheCalendar()
+{
+    QCOMPARE(runAs(root, QStringLiteral("chage"), splitWords(QStringLiteral("-E 3000000 policytester"))).exitCode, 0);
+    const QByteArray before = shadowEntry();
+    QVERIFY(before.contains(":3000000:"));
+    QCOMPARE(client(root, QStringLiteral("set user policytester expireDate=2030-01-01")).exitCode, 0);
+    QVERIFY(shadowEntry() != before);
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("user policytester: in force\n"));
+
+    QCOMPARE(shadowEntry(), before);
+}
+
+void ClientTest::appliesNothingWhereOneValueMayNotBeSet()
+{
+    const QByteArray profile = contentOf(QStringLiteral("/usr/share/pam-configs/pwquality"));
+    const QByteArray wanted =
+        R"({"version": 1, "policies": {"complexity": {"minlen": 12}, "expiration": {"maxInterval": -2}}})";
+
+    const ProgramResult apply = client(root, QStringLiteral("apply -"), wanted);
+
+    QCOMPARE(apply.standardError,
+             complaint("-: maxInterval: \"-2\" is not allowed; allowed is a whole number from -1 to 2147483647, or "
+                       "\"never\""));
+    QCOMPARE(apply.standardOutput, QByteArray());
+    QCOMPARE(apply.exitCode, 2);
+    QCOMPARE(contentOf(QStringLiteral("/usr/share/pam-configs/pwquality")), profile);
+    QCOMPARE(client(root, QStringLiteral("history")).standardOutput, QByteArray());
+}
+
 void ClientTest::refusesToUndoWhatCannotBeUnderstood()
 {
     const QString file = stateFolder(root) + QStringLiteral("/accountpolicyctl/20260101T000000000-1.json");
@@ -604,6 +864,17 @@ void ClientTest::refusesToUndoWhatCannotBeUnderstood()
     QCOMPARE(undo.exitCode, 1);
     QCOMPARE(undo.standardError, complaint(file.toUtf8() + " cannot be understood"));
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void ClientTest::refusesToUndoForUnknownAccount()
+{
+    writeContent(stateFolder(root) + QStringLiteral("/accountpolicyctl/20260101T000000000-1.json"),
+                 "{\"of\": \"user -l\", \"time\": \"2026-01-01T00:00:00.000\", \"command\": \"\", \"before\": {}}");
+
+    const ProgramResult undo = client(root, QStringLiteral("undo"));
+
+    QCOMPARE(undo.standardError, complaint("the account -l does not exist"));
+    QCOMPARE(undo.exitCode, 1);
 }
 
 void ClientTest::writesNothingWithoutWayBack()
@@ -620,6 +891,42 @@ void ClientTest::writesNothingWithoutWayBack()
     QVERIFY2(error.match(QString::fromUtf8(set.standardError)).hasMatch(), set.standardError.constData());
     QCOMPARE(set.exitCode, 1);
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void ClientTest::writesNothingWithoutHome()
+{
+    const QString folder = QStringLiteral("/run/without-home");
+    writeContent(folder + QStringLiteral("/1.json"), "{}");
+    const QString database = QStringLiteral("/etc/passwd");
+    const QByteArray accounts = contentOf(database);
+    writeContent(database, QByteArray(accounts).replace(home, "nowhere"));
+    const QStringList bare{QStringLiteral("-i"), QStringLiteral("-C"), folder, QStringLiteral("accountpolicyctl")};
+    const auto run = [&](const char *words) {
+        return runAs(accountId, QStringLiteral("env"), bare + splitWords(QString::fromLatin1(words)));
+    };
+
+    const ProgramResult set = run("set expiration maxInterval=7");
+    const ProgramResult history = run("history");
+    writeContent(database, accounts);
+
+    QCOMPARE(
+        set.standardError,
+        complaint("nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours\n"
+                  "this account has no home folder"));
+    QCOMPARE(set.exitCode, 1);
+    QCOMPARE(history.standardOutput, QByteArray());
+    QCOMPARE(history.exitCode, 0);
+}
+
+void ClientTest::keepsHistoryInTheHomeOfTheAccount()
+{
+    QVERIFY(QDir().mkpath(path(home)) && chown(home, accountId, accountId) == 0);
+    const ProgramResult set = runAs(accountId,
+                                    QStringLiteral("env"),
+                                    splitWords(QStringLiteral("-i accountpolicyctl set expiration maxInterval=7")));
+
+    QCOMPARE(set.standardError, complaint("not authorized"));
+    QVERIFY(QDir(path(home) + QStringLiteral("/.local/state/accountpolicyctl")).exists());
 }
 
 void ClientTest::readsAndSetsAccount()
@@ -642,15 +949,13 @@ void ClientTest::readsAndSetsAccount()
                         "  warningInterval   7 days\n"
                         "  inactiveInterval  not set\n"
                         "  expireDate        2030-01-01\n"));
-    const QByteArray entry =
-        runAs(root, QStringLiteral("getent"), splitWords(QStringLiteral("shadow policytester"))).standardOutput;
+    const QByteArray entry = shadowEntry();
     QCOMPARE(entry.mid(entry.indexOf(":1:90:")), QByteArray(":1:90:7::21915:\n"));
 
     QCOMPARE(
         client(root, QStringLiteral("set user policytester expireDate=never minInterval= warningInterval=-1")).exitCode,
         0);
-    const QByteArray after =
-        runAs(root, QStringLiteral("getent"), splitWords(QStringLiteral("shadow policytester"))).standardOutput;
+    const QByteArray after = shadowEntry();
     QCOMPARE(after.mid(after.indexOf("::90:")), QByteArray("::90::::\n"));
 }
 
@@ -661,8 +966,7 @@ void ClientTest::undoesChangeOfAccount()
 
     QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("user policytester: in force\n"));
 
-    const QByteArray entry =
-        runAs(root, QStringLiteral("getent"), splitWords(QStringLiteral("shadow policytester"))).standardOutput;
+    const QByteArray entry = shadowEntry();
     QCOMPARE(entry.mid(entry.indexOf("::60:")), QByteArray("::60::::\n"));
 }
 
@@ -728,6 +1032,7 @@ void ClientTest::tellsThatDebconfIsBusy()
                        "\"debconf: DbDriver \"config\": /var/cache/debconf/config.dat is locked by another process: "
                        "Resource temporarily unavailable\n\""));
     QCOMPARE(set.exitCode, 5);
+    QCOMPARE(client(root, QStringLiteral("history")).standardOutput, QByteArray());
     QCOMPARE(client(root, QStringLiteral("set complexity minlen=12")).exitCode, 0);
 }
 
