@@ -43,22 +43,25 @@ bool allowsAll(const SettingSchema &schema, const Wishes &wishes)
     });
 }
 
-/// What may not be set, in any policy of the document: to be known before the first of them is written.
-QString disallowedText(const QMap<QString, Wishes> &document, bool mayAsk)
+/// Looks for what may not be set in all policies of the document, before the first of them is written.
+ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLineParser &line)
 {
     for (auto policy = document.cbegin(); policy != document.cend(); ++policy) {
         const SettingSchema &schema = findPolicy(policy.key())->schema;
         if (allowsAll(schema, policy.value())) {
             continue;
         }
-        const Reading reading = makeStore(policy.key(), mayAsk)->read();
-        QString wrong =
-            reading.outcome.succeeded() ? disallowedText(schema, reading.settings, policy.value()) : QString();
+        const Reading reading = makeStore(policy.key(), mayAskPassword(line))->read();
+        if (!reading.outcome.succeeded()) {
+            printError(reading.outcome.error);
+            return reading.outcome.code;
+        }
+        const QString wrong = disallowedText(schema, reading.settings, policy.value());
         if (!wrong.isEmpty()) {
-            return wrong;
+            return documentError(line, wrong);
         }
     }
-    return {};
+    return ExitCode::Done;
 }
 
 ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line)
@@ -68,11 +71,6 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     if (!before.outcome.succeeded()) {
         printError(before.outcome.error);
         return before.outcome.code;
-    }
-    // once more: it may have changed since all were looked at
-    const QString wrong = disallowedText(store->schema(), before.settings, wishes);
-    if (!wrong.isEmpty()) {
-        return documentError(line, wrong);
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
@@ -115,12 +113,11 @@ ExitCode ApplyCommand::run(const QCommandLineParser &line) const
 {
     QMap<QString, Wishes> document;
     ExitCode result = readDocumentArgument(line, &document);
+    if (result == ExitCode::Done) {
+        result = checkValues(document, line);
+    }
     if (result != ExitCode::Done) {
         return result;
-    }
-    const QString wrong = disallowedText(document, mayAskPassword(line));
-    if (!wrong.isEmpty()) {
-        return documentError(line, wrong);
     }
     const auto names = policyNames();
     for (const QString &policy : names) {
