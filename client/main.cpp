@@ -2,14 +2,49 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "client/commands/CommandLine.h"
+#include "client/output/Terminal.h"
 
 #include <QCoreApplication>
 #include <QLocale>
 #include <QLoggingCategory>
 #include <QTranslator>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+/**
+ * Where a standard stream was closed, the next file or socket would get its number, and the texts meant for the stream.
+ * Opened the wrong way round, so that reading and printing fail as they would on a closed one.
+ */
+void openClosedStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) == -1) {
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
+    }
+}
+
+/// A result that didn't arrive is none; but a reader that has seen enough, such as head(1), is no failure.
+ExitCode closeOutput(ExitCode code)
+{
+    const int error = out().close();
+    if (error == 0 || error == EPIPE) {
+        return code;
+    }
+    printError(
+        QCoreApplication::translate("main", "cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(error))));
+    return code == ExitCode::Done ? ExitCode::Failed : code;
+}
+}
+
 int main(int argc, char *argv[])
 {
+    openClosedStreams();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(VERSION));
     // what KAuth has to say of a failure is part of the error that the user gets
@@ -19,5 +54,5 @@ int main(int argc, char *argv[])
             QLocale(), QStringLiteral("accountpolicyctl"), QStringLiteral("_"), QStringLiteral(TRANSLATIONS))) {
         QCoreApplication::installTranslator(&translator);
     }
-    return static_cast<int>(runCommandLine(QCoreApplication::arguments()));
+    return static_cast<int>(closeOutput(runCommandLine(QCoreApplication::arguments())));
 }

@@ -3,6 +3,7 @@
 
 #include "client/output/Terminal.h"
 
+#include <cerrno>
 #include <unistd.h>
 
 namespace
@@ -34,11 +35,26 @@ bool Terminal::isTerminal() const
     return m_isTerminal;
 }
 
-void Terminal::write(const QString &text) const
+void Terminal::write(const QString &text)
 {
-    // nobody can be told that nobody can be told anything
-    static_cast<void>(std::fputs(text.toLocal8Bit().constData(), m_stream));
-    static_cast<void>(std::fflush(m_stream));
+    if (std::fputs(text.toLocal8Bit().constData(), m_stream) < 0 || std::fflush(m_stream) != 0) {
+        noteError();
+    }
+}
+
+int Terminal::close()
+{
+    if (std::fclose(m_stream) != 0) {
+        noteError();
+    }
+    return m_error;
+}
+
+void Terminal::noteError()
+{
+    if (m_error == 0) {
+        m_error = errno;
+    }
 }
 
 QString Terminal::bold(const QString &text) const
@@ -61,15 +77,15 @@ QString Terminal::styled(const char *code, const QString &text) const
     return m_hasColour ? QStringLiteral("\033[%1m%2\033[0m").arg(QLatin1String(code), text) : text;
 }
 
-const Terminal &out()
+Terminal &out()
 {
-    static const Terminal terminal(stdout);
+    static Terminal terminal(stdout);
     return terminal;
 }
 
-const Terminal &err()
+Terminal &err()
 {
-    static const Terminal terminal(stderr);
+    static Terminal terminal(stderr);
     return terminal;
 }
 

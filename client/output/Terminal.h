@@ -20,7 +20,10 @@ public:
     bool isTerminal() const;
 
     /// Writes the text as it is, in the local 8-bit encoding, at once.
-    void write(const QString &text) const;
+    void write(const QString &text);
+
+    /// Closes the stream; 0 if all that was ever written arrived, otherwise the number of the first error.
+    int close();
 
     QString bold(const QString &text) const;
     QString good(const QString &text) const;
@@ -29,15 +32,18 @@ public:
 private:
     QString styled(const char *code, const QString &text) const;
 
+    void noteError();
+
     FILE *m_stream;
+    int m_error = 0;
     bool m_isTerminal;
     bool m_hasColour;
 };
 
 /// The standard output.
-const Terminal &out();
+Terminal &out();
 /// The standard error.
-const Terminal &err();
+Terminal &err();
 
 /**
  * Makes a text that comes from elsewhere safe for a terminal: each control character other than a line end or tab, and

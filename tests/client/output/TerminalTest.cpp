@@ -6,6 +6,7 @@
 
 #include <QTest>
 
+#include <cerrno>
 #include <pty.h>
 #include <unistd.h>
 
@@ -51,6 +52,8 @@ private Q_SLOTS:
     void coloursNothingWhereDeclined();
     void coloursNothingElsewhere();
     void writesLocalEncoding();
+    void remembersFirstError();
+    void closesWithoutErrorWhereAllArrived();
     void makesTextSafe_data();
     void makesTextSafe();
 };
@@ -110,7 +113,7 @@ void TerminalTest::coloursNothingElsewhere()
 void TerminalTest::writesLocalEncoding()
 {
     FILE *file = std::tmpfile();
-    const Terminal terminal(file);
+    Terminal terminal(file);
 
     terminal.write(QStringLiteral("\u00e4\n"));
 
@@ -119,6 +122,28 @@ void TerminalTest::writesLocalEncoding()
     content.resize(static_cast<int>(std::fread(content.data(), 1, 8, file)));
     QCOMPARE(content, QStringLiteral("\u00e4\n").toLocal8Bit());
     std::fclose(file);
+}
+
+void TerminalTest::remembersFirstError()
+{
+    FILE *stream = std::fopen("/dev/full", "w");
+    QVERIFY(stream);
+    Terminal terminal(stream);
+
+    terminal.write(QStringLiteral("x"));
+    close(fileno(stream)); // the next error is another
+    terminal.write(QStringLiteral("x"));
+
+    QCOMPARE(terminal.close(), ENOSPC);
+}
+
+void TerminalTest::closesWithoutErrorWhereAllArrived()
+{
+    Terminal terminal(std::fopen("/dev/null", "w"));
+
+    terminal.write(QStringLiteral("x"));
+
+    QCOMPARE(terminal.close(), 0);
 }
 
 void TerminalTest::makesTextSafe_data()
