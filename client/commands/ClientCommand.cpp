@@ -103,9 +103,11 @@ Outcome readInput(const QString &path, QByteArray *content)
     QFile file(path);
     const bool isOpen =
         path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!isOpen) {
+    if (isOpen) {
+        *content = file.readAll();
+    }
+    if (file.error() != QFileDevice::NoError) {
         return {ExitCode::Failed, Text::tr("%1 cannot be read\n%2").arg(path, file.errorString())};
     }
-    *content = file.readAll();
     return {};
 }

@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QSysInfo>
 
 #include <memory>
@@ -53,16 +54,35 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
     return {};
 }
 
+Outcome notWritten(const QString &path, const QString &reason)
+{
+    return {ExitCode::Failed, Text::tr("%1 could not be written").arg(path) + QLatin1Char('\n') + reason};
+}
+
+/// Into a pipe or a device, which can't be read back: what the task leaves unchecked is checked byte by byte.
+Outcome writeStream(const QString &path, const QByteArray &page)
+{
+    QFile stream(path);
+    if (!stream.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || stream.write(page) != page.size()) {
+        return notWritten(path, stream.errorString());
+    }
+    return {};
+}
+
 /// Writes the page and looks whether all of it is there, which the task itself doesn't.
 Outcome writePage(const QString &path, const QString &html)
 {
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile() && !target.isDir()) {
+        return writeStream(path, html.toUtf8());
+    }
     auto values = std::make_unique<QVariantMap>();
     values->insert(QStringLiteral("filePath"), path);
     values->insert(QStringLiteral("htmlText"), html);
     ExportHtmlTask task(values.release());
     task.run();
     if (task.result().state() == TaskState::Failed) {
-        return {ExitCode::Failed, task.result().description() + QLatin1Char('\n') + task.result().message()};
+        return notWritten(path, task.result().description() + QLatin1Char('\n') + task.result().message());
     }
     QFile written(path);
     if (!written.open(QIODevice::ReadOnly) || written.readAll() != html.toUtf8()) {
