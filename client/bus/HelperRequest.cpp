@@ -14,6 +14,7 @@
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QDataStream>
 #include <QRandomGenerator>
 #include <QUuid>
@@ -22,10 +23,6 @@
 
 namespace
 {
-// the helper waits for a tool for two limits of 30 s
-constexpr int limit = 70000; // ms
-// a person types a password
-constexpr int limitWithPrompt = 300000; // ms
 // past the others, so that the bus never gives up first
 constexpr int busLimit = 400000; // ms
 // for the answer to a request that was cancelled, or that came too late
@@ -59,12 +56,13 @@ QDBusMessage performAction(const QString &action, const QVariantMap &arguments)
 }
 }
 
-HelperRequest::HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk)
+HelperRequest::HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk, HelperLimits limits)
     : m_kind(kind)
     , m_name(QLatin1String(helperId) + QLatin1Char('.') + action)
     , m_arguments(std::move(arguments))
     , m_key(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , m_mayAsk(mayAsk && TextAgent::canAsk())
+    , m_limits(limits)
 {
     if (kind == Kind::Write) {
         m_arguments.insert(keyName(), m_key);
@@ -85,7 +83,7 @@ HelperReply HelperRequest::execute()
     const InterruptWatch watch([this] {
         cancel();
     });
-    m_limit.start(limit);
+    m_limit.start(m_limits.answer);
     m_waitingLine = std::make_unique<WaitingLine>(tr("waiting for the helper…"));
     // reading is free as shipped: asking polkit first would only cost time
     if (m_kind == Kind::Write && needsPassword()) {
@@ -154,12 +152,17 @@ void HelperRequest::receiveData(const QVariantMap &data)
     finish(busy ? ExitCode::Busy : ExitCode::Failed,
            data.value(QStringLiteral("description")).toString() + QLatin1Char('\n') + message,
            values);
+    m_reply.taskFailed = true;
 }
 
 void HelperRequest::receiveDenial()
 {
     if (m_cancelled) {
         finish(ExitCode::NotAuthorized, tr("cancelled"));
+        return;
+    }
+    if (m_promptEnded) {
+        finish(ExitCode::NotAuthorized, tr("not authorized: nobody has answered the question for a password in time"));
         return;
     }
     // an administrator has restricted reading
@@ -175,10 +178,7 @@ void HelperRequest::receiveDenial()
 void HelperRequest::cancel()
 {
     m_cancelled = true;
-    if (m_agent) {
-        err().write(QStringLiteral("\n")); // the prompt stands on the line
-        m_agent.reset();
-    }
+    closeAgent();
     if (m_again.isActive()) {
         m_again.stop();
         finish(ExitCode::NotAuthorized, tr("cancelled")); // nothing is under way
@@ -202,17 +202,24 @@ void HelperRequest::giveUp()
     if (!m_late && !m_again.isActive()) {
         // one more moment for the answer to the last call: a caller that leaves before it can bring the helper to a halt
         m_late = true;
+        // without its agent polkit refuses, and the answer tells whether the question was open still
+        m_promptEnded = m_agent && !m_agent->isAnswered();
+        closeAgent();
         m_limit.start(farewell);
         return;
     }
-    const bool unanswered = !m_again.isActive();
-    finishBusy();
-    m_reply.outcome.mayHappen = unanswered;
+    m_kind == Kind::Write && !m_again.isActive() ? finishUnanswered() : finishBusy();
 }
 
 void HelperRequest::finishBusy()
 {
     finish(ExitCode::Busy, tr("the helper is busy; try again later"));
+}
+
+void HelperRequest::finishUnanswered()
+{
+    finish(ExitCode::Busy, tr("the helper has not answered in time; it may still carry the change out"));
+    m_reply.outcome.mayHappen = true;
 }
 
 bool HelperRequest::needsPassword() const
@@ -222,10 +229,49 @@ bool HelperRequest::needsPassword() const
 
 void HelperRequest::openAgent()
 {
-    m_agent = std::make_unique<TextAgent>();
-    m_limit.start(limitWithPrompt);
+    m_polkit = std::make_unique<QDBusServiceWatcher>(QStringLiteral("org.freedesktop.PolicyKit1"),
+                                                     QDBusConnection::systemBus(),
+                                                     QDBusServiceWatcher::WatchForUnregistration);
+    connect(m_polkit.get(), &QDBusServiceWatcher::serviceUnregistered, this, &HelperRequest::losePolkit);
+    m_agent = std::make_unique<TextAgent>([this] {
+        goOnAfterPrompt();
+    });
+    m_limit.start(m_limits.prompt);
     // the prompt has the terminal from now on
     m_waitingLine->giveWay();
+}
+
+void HelperRequest::closeAgent()
+{
+    if (!m_agent) {
+        return;
+    }
+    if (!m_agent->isAnswered()) {
+        err().write(QStringLiteral("\n")); // the prompt stands on the line
+    }
+    m_agent.reset();
+}
+
+/// Whatever the answer was, the helper is at work now, on the change or on its refusal.
+void HelperRequest::goOnAfterPrompt()
+{
+    m_limit.start(m_limits.answer);
+    m_waitingLine->comeBack();
+}
+
+/// The helper waits for polkit's answer for good then, and its own would never come.
+void HelperRequest::losePolkit()
+{
+    if (!m_agent || m_agent->isAnswered()) {
+        return;
+    }
+    // otherwise the session's own agent may have had the answer already
+    const bool open = m_agent->isAsking();
+    closeAgent();
+    finish(ExitCode::NotAuthorized,
+           open ? tr("not authorized: polkit has ended before it could decide")
+                : tr("polkit has ended; the helper may still carry it out"));
+    m_reply.outcome.mayHappen = !open;
 }
 
 void HelperRequest::finish(ExitCode code, const QString &error, const QVariantMap &values)

@@ -16,6 +16,7 @@ namespace KAuth
 class ActionReply;
 }
 class QDBusPendingCallWatcher;
+class QDBusServiceWatcher;
 class TextAgent;
 class WaitingLine;
 
@@ -24,6 +25,16 @@ struct HelperReply {
     Outcome outcome;
     /// The values read, or the arguments of a write.
     QVariantMap values;
+    /// Whether the error is that of the helper's task, which tells what was tried and why not.
+    bool taskFailed = false;
+};
+
+/// How long a request waits for its answer, in milliseconds.
+struct HelperLimits {
+    /// The helper waits for a tool for two limits of 30 s.
+    int answer = 70000;
+    /// A person types a password.
+    int prompt = 300000;
 };
 
 /**
@@ -49,8 +60,9 @@ public:
      * @param action    without the helper's name, such as "readaccountslockoutpolicy"
      * @param arguments the arguments of the action
      * @param mayAsk    whether a password may be asked for on the terminal
+     * @param limits    how long to wait
      */
-    HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk);
+    HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk, HelperLimits limits = {});
     ~HelperRequest() override;
 
     /// Sends it and waits for the reply.
@@ -66,8 +78,12 @@ private:
     void tryAgain();
     void giveUp();
     void finishBusy();
+    void finishUnanswered();
     bool needsPassword() const;
     void openAgent();
+    void closeAgent();
+    void goOnAfterPrompt();
+    void losePolkit();
     void finish(ExitCode code, const QString &error, const QVariantMap &values = QVariantMap());
 
     Kind m_kind;
@@ -75,13 +91,17 @@ private:
     QVariantMap m_arguments;
     QString m_key;
     bool m_mayAsk;
+    HelperLimits m_limits;
     bool m_cancelled = false;
     /// The limit is over; only the answer to the last call is waited for.
     bool m_late = false;
+    /// The limit ended the question for the password.
+    bool m_promptEnded = false;
     QEventLoop m_loop;
     QTimer m_again;
     QTimer m_limit;
     std::unique_ptr<TextAgent> m_agent;
+    std::unique_ptr<QDBusServiceWatcher> m_polkit;
     std::unique_ptr<WaitingLine> m_waitingLine;
     HelperReply m_reply;
 };

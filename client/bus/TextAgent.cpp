@@ -3,17 +3,23 @@
 
 #include "client/bus/TextAgent.h"
 
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <systemd/sd-login.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
 constexpr int registrationLimit = 10000; // ms
 constexpr int endLimit = 5000; // ms
+constexpr int lookPause = 100; // ms
 
 /// Waits until the other end of the pipe is closed.
 void waitForClose(int descriptor, int limit)
@@ -38,6 +44,28 @@ bool hasSession()
     return found;
 }
 
+/// The agent has a child, polkit's own, for as long as a question is open, and tells nobody about it.
+bool hasChild(qint64 process)
+{
+    // whichever of its threads has started it
+    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    return std::any_of(names.cbegin(), names.cend(), [&threads](const QString &name) {
+        QFile children(threads.filePath(name + QStringLiteral("/children")));
+        return children.open(QIODevice::ReadOnly) && !children.readAll().isEmpty();
+    });
+}
+
+bool canOpenTerminal()
+{
+    const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0) {
+        return false;
+    }
+    close(terminal);
+    return true;
+}
+
 QStringList agentArguments(int notification)
 {
     QStringList arguments{QStringLiteral("--notify-fd"), QString::number(notification)};
@@ -49,7 +77,7 @@ QStringList agentArguments(int notification)
 }
 }
 
-TextAgent::TextAgent()
+TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answered))
 {
     int notification[2] = {-1, -1};
     if (pipe(notification) != 0) {
@@ -66,6 +94,10 @@ TextAgent::TextAgent()
         waitForClose(notification[0], registrationLimit);
     }
     close(notification[0]);
+    QObject::connect(&m_look, &QTimer::timeout, &m_look, [this] {
+        look();
+    });
+    m_look.start(lookPause);
 }
 
 TextAgent::~TextAgent()
@@ -79,7 +111,28 @@ TextAgent::~TextAgent()
     m_agent.waitForFinished(endLimit);
 }
 
+void TextAgent::look()
+{
+    const bool asked = std::exchange(m_asks, hasChild(m_agent.processId()));
+    if (asked && !m_asks) {
+        m_look.stop();
+        m_answered = true;
+        m_callback();
+    }
+}
+
+bool TextAgent::isAsking() const
+{
+    return hasChild(m_agent.processId());
+}
+
+bool TextAgent::isAnswered() const
+{
+    return m_answered;
+}
+
 bool TextAgent::canAsk()
 {
-    return geteuid() != 0 && isatty(STDIN_FILENO) == 1;
+    const bool seesTerminal = isatty(STDIN_FILENO) == 1 || isatty(STDERR_FILENO) == 1;
+    return geteuid() != 0 && seesTerminal && canOpenTerminal();
 }

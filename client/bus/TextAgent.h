@@ -4,6 +4,9 @@
 #pragma once
 
 #include <QProcess>
+#include <QTimer>
+
+#include <functional>
 
 /**
  * A polkit agent that asks for passwords on the terminal: pkttyagent(1), started for this process.
@@ -12,15 +15,33 @@
 class TextAgent
 {
 public:
-    /// Starts it and waits until polkit knows it. Where it can't be started, polkit goes without.
-    TextAgent();
+    /**
+     * Starts it and waits until polkit knows it. Where it can't be started, polkit goes without.
+     *
+     * @param answered called from the event loop once its question has been asked and is over
+     */
+    explicit TextAgent(std::function<void()> answered);
     ~TextAgent();
 
-    /// Whether it makes sense: the user is not root, whom polkit doesn't ask, and sits at a terminal.
+    /// Whether it waits for a password here; not while it waits for the choice between several administrators.
+    bool isAsking() const;
+    /// Whether a question was asked here and is over, whatever the answer.
+    bool isAnswered() const;
+
+    /**
+     * Whether it makes sense: the user is not root, whom polkit doesn't ask, and sits at the terminal of this process.
+     * The agent speaks to that one itself; the standard input may come from elsewhere.
+     */
     static bool canAsk();
 
 private:
     Q_DISABLE_COPY(TextAgent)
 
+    void look();
+
     QProcess m_agent;
+    QTimer m_look;
+    std::function<void()> m_callback;
+    bool m_asks = false;
+    bool m_answered = false;
 };

@@ -5,22 +5,16 @@
 
 #include "client/output/Terminal.h"
 
+#include <chrono>
+
 namespace
 {
-constexpr int patience = 1000; // ms
+constexpr std::chrono::seconds patience(1);
 }
 
-WaitingLine::WaitingLine(const QString &text)
+WaitingLine::WaitingLine(const QString &text) : m_text(text)
 {
-    if (!err().isTerminal()) {
-        return;
-    }
-    m_timer.setSingleShot(true);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this, text] {
-        m_shown = true;
-        err().write(text);
-    });
-    m_timer.start(patience);
+    comeBack();
 }
 
 WaitingLine::~WaitingLine()
@@ -30,10 +24,39 @@ WaitingLine::~WaitingLine()
 
 void WaitingLine::giveWay()
 {
-    m_timer.stop();
+    if (!m_thread.joinable()) {
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_over = true;
+    }
+    m_end.notify_one();
+    m_thread.join();
     if (m_shown) {
         m_shown = false;
         // to the line's begin, and clear it
         err().write(QStringLiteral("\r\033[K"));
+    }
+}
+
+void WaitingLine::comeBack()
+{
+    if (m_thread.joinable() || !err().isTerminal()) {
+        return;
+    }
+    m_over = false;
+    m_thread = std::thread(&WaitingLine::showUnlessOver, this);
+}
+
+void WaitingLine::showUnlessOver()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const bool over = m_end.wait_for(lock, patience, [this] {
+        return m_over;
+    });
+    if (!over) {
+        m_shown = true;
+        err().write(m_text);
     }
 }

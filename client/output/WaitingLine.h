@@ -3,11 +3,17 @@
 
 #pragma once
 
-#include <QTimer>
+#include <QString>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 /**
  * A line on the terminal that says that something is being waited for, from a second after its construction until its
  * end. Nothing where the standard error is no terminal.
+ *
+ * It comes from a thread of its own, so that the wait may be one that blocks.
  */
 class WaitingLine
 {
@@ -18,9 +24,18 @@ public:
     /// Takes the line away, or keeps it from coming: somebody else needs the terminal.
     void giveWay();
 
+    /// After giveWay(): the terminal is free again, the wait goes on, and the second starts anew.
+    void comeBack();
+
 private:
     Q_DISABLE_COPY(WaitingLine)
 
-    QTimer m_timer;
+    void showUnlessOver();
+
+    QString m_text;
+    std::thread m_thread;
+    std::mutex m_mutex;
+    std::condition_variable m_end;
+    bool m_over = false;
     bool m_shown = false;
 };

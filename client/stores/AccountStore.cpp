@@ -3,6 +3,7 @@
 
 #include "client/stores/AccountStore.h"
 
+#include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
@@ -29,6 +30,7 @@ Outcome outcomeOf(AbstractTask *task)
     if (geteuid() != 0) {
         return {ExitCode::NotAuthorized, Text::tr("the settings of accounts are for root alone; try sudo")};
     }
+    const WaitingLine line(Text::tr("waiting for the accounts…"));
     task->run();
     if (task->result().state() == TaskState::Failed) {
         return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};

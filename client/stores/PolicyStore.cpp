@@ -3,10 +3,10 @@
 
 #include "client/stores/PolicyStore.h"
 
-#include "client/bus/HelperRequest.h"
 #include "client/system/PamFiles.h"
 
-PolicyStore::PolicyStore(const Policy &policy, bool mayAsk) : m_policy(policy), m_mayAsk(mayAsk)
+PolicyStore::PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits)
+    : m_policy(policy), m_mayAsk(mayAsk), m_limits(limits)
 {
 }
 
@@ -27,14 +27,15 @@ const SettingSchema &PolicyStore::schema() const
 
 Reading PolicyStore::read()
 {
-    HelperRequest request(HelperRequest::Kind::Read, QLatin1String(m_policy.readAction), {}, m_mayAsk);
+    HelperRequest request(HelperRequest::Kind::Read, QLatin1String(m_policy.readAction), {}, m_mayAsk, m_limits);
     const HelperReply reply = request.execute();
     return {reply.outcome, normalized(m_policy.schema, reply.values)};
 }
 
 Outcome PolicyStore::write(const Settings &settings)
 {
-    HelperRequest request(HelperRequest::Kind::Write, QLatin1String(m_policy.writeAction), settings, m_mayAsk);
+    HelperRequest request(
+        HelperRequest::Kind::Write, QLatin1String(m_policy.writeAction), settings, m_mayAsk, m_limits);
     return request.execute().outcome;
 }
 

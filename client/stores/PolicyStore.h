@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "client/bus/HelperRequest.h"
 #include "client/settings/Policies.h"
 #include "client/stores/SettingsStore.h"
 
@@ -13,8 +14,9 @@ public:
     /**
      * @param policy outlives the store
      * @param mayAsk whether a password may be asked for on the terminal
+     * @param limits how long to wait for the helper
      */
-    PolicyStore(const Policy &policy, bool mayAsk);
+    PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits = {});
 
     QString name() const override;
     QString phrase() const override;
@@ -26,4 +28,5 @@ public:
 private:
     const Policy &m_policy;
     bool m_mayAsk;
+    HelperLimits m_limits;
 };

@@ -4,6 +4,7 @@
 #include "client/system/Checkup.h"
 
 #include "HelperId.h"
+#include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/system/PamFiles.h"
 
@@ -148,6 +149,7 @@ QVector<Finding> checkBus()
     if (!QDBusConnection::systemBus().isConnected()) {
         return {wrong(Text::tr("the system bus cannot be reached"), Text::tr("start the service dbus"))};
     }
+    const WaitingLine line(Text::tr("waiting for the helper…"));
     return {good(Text::tr("system bus")), checkStart(), checkActions()};
 }
 

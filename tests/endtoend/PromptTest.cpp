@@ -3,6 +3,7 @@
 
 // The client on a terminal: a password prompt of polkit's own agent, answered by a person.
 
+#include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
 #include "tests/support/Files.h"
@@ -10,11 +11,15 @@
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 
 #include <atomic>
+#include <csignal>
 #include <thread>
 
 namespace
@@ -49,11 +54,58 @@ void answer(PseudoTerminal *terminal, const QByteArray &typed)
     terminal->type(typed + '\r');
 }
 
-void slowDown(const QString &tool)
+/// As people do, who need a moment; they may need longer than the waiting line.
+void answerSlowly(PseudoTerminal *terminal)
 {
-    const QByteArray moved = tool.toLatin1() + ".real";
-    writeProgram(QString::fromLatin1(moved), contentOf(tool));
-    writeProgram(tool, "#!/bin/sh\nsleep 3\nexec " + moved + " \"$@\"\n");
+    QTest::qWait(1500);
+    answer(terminal, password);
+}
+
+void putIntoGroups(const QString &account, const QString &groups)
+{
+    QCOMPARE(runAs(root, QStringLiteral("usermod"), {QStringLiteral("-G"), groups, account}).exitCode, 0);
+}
+
+/// A program that takes some seconds more, until this object ends.
+class SlowProgram
+{
+public:
+    explicit SlowProgram(const QString &path, int seconds = 3) : m_path(path), m_program(contentOf(path))
+    {
+        const QByteArray moved = path.toLatin1() + ".real";
+        writeProgram(QString::fromLatin1(moved), m_program);
+        // by a new file: the old one may be running
+        QFile::remove(path);
+        writeProgram(path, "#!/bin/sh\nsleep " + QByteArray::number(seconds) + "\nexec " + moved + " \"$@\"\n");
+    }
+    ~SlowProgram()
+    {
+        QFile::remove(m_path);
+        writeProgram(m_path, m_program);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(SlowProgram)
+
+    QString m_path;
+    QByteArray m_program;
+};
+
+QString pamAuthUpdate()
+{
+    return QStringLiteral("/usr/sbin/pam-auth-update");
+}
+
+/// A line that came and was taken away again.
+QByteArray waitedFor(const QByteArray &whom)
+{
+    return "waiting for the " + whom + "\xe2\x80\xa6\r\033[K";
+}
+
+/// A client with these limits, in ms: for the answer, and for a person at the prompt.
+QStringList setImpatiently(int answerLimit, int promptLimit, const QString &words)
+{
+    return QStringList{QString::number(answerLimit), QString::number(promptLimit)} + splitWords(words);
 }
 }
 
@@ -68,22 +120,31 @@ private Q_SLOTS:
     void asksAndWrites();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
+    void asksOnTheTerminalOfRedirectedClient_data();
+    void asksOnTheTerminalOfRedirectedClient();
+    void asksNothingWithoutTerminal();
+    void givesUpAPromptThatNobodyAnswers();
+    void givesUpAPromptWhenPolkitIsGone_data();
+    void givesUpAPromptWhenPolkitIsGone();
+    void tellsThatAnAnsweredChangeMayStillCome();
     void asksNothingIfToldSo();
     void asksNothingToRead();
     void asksOnceAmidRefusalsOfOthers();
     void asksForReadingWhereARuleWantsIt();
+    void showsThatItWaits_data();
     void showsThatItWaits();
+    void showsThatItWaitsAfterAPrompt();
     void showsNoWaitingOffTheTerminal();
     void tellsThatHelperIsBusyAtAPrompt();
 
 private:
     PamState m_stockPam;
-    QByteArray m_tool = contentOf(QStringLiteral("/usr/sbin/pam-auth-update"));
 };
 
 void PromptTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
+    QCOMPARE(runAs(root, QStringLiteral("useradd"), splitWords(QStringLiteral("-M otheradmin"))).exitCode, 0);
     const QString add = QStringLiteral("-u %1 -M -G sudo policyadmin").arg(administrator);
     QCOMPARE(runAs(root, QStringLiteral("useradd"), splitWords(add)).exitCode, 0);
     const QByteArray line = "policyadmin:" + QByteArray(password) + '\n';
@@ -95,8 +156,9 @@ void PromptTest::initTestCase()
 
 void PromptTest::init()
 {
+    putIntoGroups(QStringLiteral("otheradmin"), QString());
     m_stockPam.restore();
-    writeProgram(QStringLiteral("/usr/sbin/pam-auth-update"), m_tool);
+    QDir(stateFolder(administrator) + QStringLiteral("/accountpolicyctl")).removeRecursively();
     writeContent(QStringLiteral("/etc/login.defs"), "PASS_MAX_DAYS 90\n");
     writeContent(QStringLiteral("/etc/default/useradd"), "INACTIVE=-1\n");
 }
@@ -147,6 +209,116 @@ void PromptTest::ctrlCAtThePromptChangesNothing()
     }
     // and the helper is free for the next
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::asksOnTheTerminalOfRedirectedClient_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::newRow("document from a file") << QStringLiteral("accountpolicyctl apply - </run/wanted.json");
+    QTest::newRow("document from a pipe") << QStringLiteral("cat /run/wanted.json | accountpolicyctl apply -");
+    QTest::newRow("without input") << QStringLiteral("accountpolicyctl apply /run/wanted.json <&-");
+    QTest::newRow("output into a file") << QStringLiteral(
+        "accountpolicyctl apply /run/wanted.json >/dev/null 2>/dev/null");
+}
+
+void PromptTest::asksOnTheTerminalOfRedirectedClient()
+{
+    QFETCH(QString, script);
+    writeContent(QStringLiteral("/run/wanted.json"),
+                 R"({"version": 1, "policies": {"expiration": {"maxInterval": 7}}})");
+
+    PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answer(&terminal, password);
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QVERIFY(terminal.echoes());
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
+}
+
+void PromptTest::asksNothingWithoutTerminal()
+{
+    const QString script = QStringLiteral("accountpolicyctl set expiration maxInterval=7 </dev/null 2>/dev/null");
+
+    PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(terminal.output(), QByteArray());
+}
+
+void PromptTest::givesUpAPromptThatNobodyAnswers()
+{
+    PseudoTerminal terminal(administrator,
+                            QStringLiteral(IMPATIENT_CLIENT),
+                            setImpatiently(70000, 3000, QStringLiteral("expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QVERIFY2(terminal.output().endsWith(
+                 "\r\naccountpolicyctl: not authorized: nobody has answered the question for a password in time\r\n"),
+             terminal.output().constData());
+    QVERIFY(terminal.echoes());
+    QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput, QByteArray());
+    // and the helper is free for the next
+    QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 8\n"));
+}
+
+void PromptTest::givesUpAPromptWhenPolkitIsGone_data()
+{
+    QTest::addColumn<QString>("otherGroups");
+    QTest::addColumn<QByteArray>("prompt");
+    QTest::addColumn<QByteArray>("error");
+    QTest::addColumn<int>("changesKept");
+    QTest::newRow("for a password") << QString() << QByteArray("Password: ")
+                                    << QByteArray("not authorized: polkit has ended before it could decide") << 0;
+    QTest::newRow("for one of two administrators")
+        << QStringLiteral("sudo") << QByteArray("Choose identity to authenticate as")
+        << QByteArray("polkit has ended; the helper may still carry it out") << 1;
+}
+
+void PromptTest::givesUpAPromptWhenPolkitIsGone()
+{
+    QFETCH(QString, otherGroups);
+    QFETCH(QByteArray, prompt);
+    QFETCH(QByteArray, error);
+    QFETCH(int, changesKept);
+    putIntoGroups(QStringLiteral("otheradmin"), otherGroups);
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor(prompt), terminal.output().constData());
+    const QDBusReply<uint> polkit =
+        QDBusConnection::systemBus().interface()->servicePid(QStringLiteral("org.freedesktop.PolicyKit1"));
+    QVERIFY(polkit.isValid() && kill(static_cast<pid_t>(polkit.value()), SIGKILL) == 0);
+
+    const int exitCode = terminal.waitForEnd(20000);
+    endHelper(); // it waits for polkit's answer for good
+
+    QCOMPARE(exitCode, 3);
+    QVERIFY2(terminal.output().contains("\r\naccountpolicyctl: " + error + "\r\n"), terminal.output().constData());
+    QVERIFY(terminal.echoes());
+    QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput.count('\n'), changesKept);
+    QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::tellsThatAnAnsweredChangeMayStillCome()
+{
+    const SlowProgram slow(pamAuthUpdate(), 8);
+    PseudoTerminal terminal(administrator,
+                            QStringLiteral(IMPATIENT_CLIENT),
+                            setImpatiently(1000, 60000, QStringLiteral("complexity minlen=12")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+
+    const int exitCode = terminal.waitForEnd();
+    QVERIFY2(exitCode == 5, terminal.output().constData());
+    QCOMPARE(
+        lastLine(terminal.output()).split('\r').constLast(),
+        QByteArray("\033[Kaccountpolicyctl: the helper has not answered in time; it may still carry the change out"));
+    QVERIFY(client(administrator, QStringLiteral("history")).standardOutput.endsWith("  set\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        client(root, QStringLiteral("show complexity")).standardOutput.contains("minlen            12 characters"),
+        20000);
 }
 
 void PromptTest::asksNothingIfToldSo()
@@ -218,19 +390,57 @@ void PromptTest::asksForReadingWhereARuleWantsIt()
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
 }
 
+void PromptTest::showsThatItWaits_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QByteArray>("whom");
+    QTest::addColumn<QByteArray>("result");
+    QTest::newRow("for a write") << pamAuthUpdate() << QStringLiteral("set complexity minlen=12 --replace")
+                                 << QByteArray("helper") << QByteArray("complexity: in force\r\n");
+    QTest::newRow("for an account") << QStringLiteral("/usr/bin/chage")
+                                    << QStringLiteral("set user policyadmin maxInterval=40") << QByteArray("accounts")
+                                    << QByteArray("user policyadmin: in force\r\n");
+    QTest::newRow("for the helper's start")
+        << QStringLiteral("/usr/lib/kauth/libexec/accountpolicieshelper") << QStringLiteral("doctor")
+        << QByteArray("helper") << QByteArray("ok    nothing was left behind\r\n");
+}
+
 void PromptTest::showsThatItWaits()
 {
-    slowDown(QStringLiteral("/usr/sbin/pam-auth-update"));
-    PseudoTerminal terminal(root, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12 --replace")));
+    QFETCH(QString, program);
+    QFETCH(QString, words);
+    QFETCH(QByteArray, whom);
+    QFETCH(QByteArray, result);
+    const SlowProgram slow(program);
+    endHelper();
+
+    PseudoTerminal terminal(root, accountpolicyctl, splitWords(words));
 
     QCOMPARE(terminal.waitForEnd(), 0);
     // the line comes, and goes before the result is printed
-    QCOMPARE(terminal.output(), QByteArray("waiting for the helper\xe2\x80\xa6\r\033[Kcomplexity: in force\r\n"));
+    QVERIFY2(terminal.output().startsWith(waitedFor(whom)), terminal.output().constData());
+    QVERIFY2(terminal.output().endsWith(result), terminal.output().constData());
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+}
+
+void PromptTest::showsThatItWaitsAfterAPrompt()
+{
+    const SlowProgram slow(pamAuthUpdate());
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12 --replace")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+    QVERIFY2(terminal.output().endsWith(waitedFor("helper") + "complexity: in force\r\n"),
+             terminal.output().constData());
 }
 
 void PromptTest::showsNoWaitingOffTheTerminal()
 {
-    slowDown(QStringLiteral("/usr/sbin/pam-auth-update"));
+    const SlowProgram slow(pamAuthUpdate());
 
     const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12 --replace"));
 

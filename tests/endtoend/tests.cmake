@@ -6,6 +6,9 @@ find_package(Qt5 5.15 REQUIRED COMPONENTS DBus)
 add_executable(buscaller endtoend/buscaller.cpp)
 target_link_libraries(buscaller PRIVATE helperid KF5::AuthCore)
 
+add_executable(impatientclient endtoend/impatientclient.cpp)
+target_link_libraries(impatientclient PRIVATE client)
+
 add_library(endtoendsupport STATIC
     endtoend/Bus.cpp
     endtoend/Client.cpp
@@ -18,6 +21,9 @@ target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:busc
 foreach(name IN ITEMS ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest PromptTest)
     add_bus_test(endtoend/${name})
 endforeach()
+
+add_dependencies(PromptTest impatientclient)
+target_compile_definitions(PromptTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:impatientclient>")
 
 # The same tests once more on a build for another vendor: every name must follow the prefix.
 if(VENDOR_PREFIX STREQUAL "org.accountpolicies")
