@@ -67,7 +67,10 @@ Reading AccountStore::read()
 {
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
     task.values()->insert(nameKey(), m_account);
-    const Outcome outcome = outcomeOf(&task);
+    Outcome outcome = outcomeOf(&task);
+    if (outcome.code == ExitCode::Failed) {
+        outcome.error = readFailure(outcome.error);
+    }
     return {outcome, normalized(schema(), *task.values())};
 }
 
@@ -76,5 +79,9 @@ Outcome AccountStore::write(const Settings &settings)
     auto arguments = std::make_unique<QVariantMap>(settings);
     arguments->insert(nameKey(), m_account);
     LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, arguments.release());
-    return outcomeOf(&task);
+    Outcome outcome = outcomeOf(&task);
+    if (outcome.code == ExitCode::Failed) {
+        outcome.error = writeFailure(outcome.error);
+    }
+    return outcome;
 }

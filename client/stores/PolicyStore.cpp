@@ -28,7 +28,10 @@ const SettingSchema &PolicyStore::schema() const
 Reading PolicyStore::read()
 {
     HelperRequest request(HelperRequest::Kind::Read, QLatin1String(m_policy.readAction), {}, m_mayAsk, m_limits);
-    const HelperReply reply = request.execute();
+    HelperReply reply = request.execute();
+    if (reply.taskFailed) {
+        reply.outcome.error = readFailure(reply.outcome.error);
+    }
     return {reply.outcome, normalized(m_policy.schema, reply.values)};
 }
 
@@ -36,7 +39,11 @@ Outcome PolicyStore::write(const Settings &settings)
 {
     HelperRequest request(
         HelperRequest::Kind::Write, QLatin1String(m_policy.writeAction), settings, m_mayAsk, m_limits);
-    return request.execute().outcome;
+    HelperReply reply = request.execute();
+    if (reply.taskFailed) {
+        reply.outcome.error = writeFailure(reply.outcome.error);
+    }
+    return reply.outcome;
 }
 
 QString PolicyStore::reasonNotInForce() const

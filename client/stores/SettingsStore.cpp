@@ -3,6 +3,16 @@
 
 #include "client/stores/SettingsStore.h"
 
+#include <QCoreApplication>
+
+namespace
+{
+/// Translates this file's texts.
+struct Text {
+    Q_DECLARE_TR_FUNCTIONS(SettingsStore)
+};
+}
+
 SettingsStore::~SettingsStore() = default;
 
 bool SettingsStore::exists() const
@@ -13,4 +23,15 @@ bool SettingsStore::exists() const
 QString SettingsStore::reasonNotInForce() const
 {
     return {};
+}
+
+QString SettingsStore::readFailure(const QString &told) const
+{
+    return Text::tr("%1 could not be read").arg(phrase()) + QLatin1Char('\n') + told;
+}
+
+QString SettingsStore::writeFailure(const QString &told) const
+{
+    // no word of what is in force now: a task may fail halfway
+    return Text::tr("%1 could not be changed").arg(phrase()) + QLatin1Char('\n') + told;
 }

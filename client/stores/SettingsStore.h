@@ -36,4 +36,9 @@ public:
 
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;
+
+protected:
+    /// The error for what a task tells, which names what was tried, but not that it failed.
+    QString readFailure(const QString &told) const;
+    QString writeFailure(const QString &told) const;
 };

@@ -32,13 +32,27 @@ QString stateFolder(int user)
     return QStringLiteral("/run/state-%1").arg(user);
 }
 
-ProgramResult client(int user, const QString &words, const QByteArray &input)
+namespace
+{
+/// With a state folder of the account's own.
+ProgramResult runWithState(int user, const QStringList &command, const QByteArray &input)
 {
     const QString folder = stateFolder(user);
     QDir().mkpath(folder);
     if (chown(QFile::encodeName(folder).constData(), static_cast<uid_t>(user), static_cast<gid_t>(user)) != 0) {
         qFatal("cannot give %s away", qPrintable(folder));
     }
-    const QStringList command{QStringLiteral("XDG_STATE_HOME=") + folder, QStringLiteral("accountpolicyctl")};
-    return runAs(user, QStringLiteral("env"), command + splitWords(words), input);
+    const QStringList state{QStringLiteral("XDG_STATE_HOME=") + folder};
+    return runAs(user, QStringLiteral("env"), state + command, input);
+}
+}
+
+ProgramResult client(int user, const QString &words, const QByteArray &input)
+{
+    return runWithState(user, QStringList{QStringLiteral("accountpolicyctl")} + splitWords(words), input);
+}
+
+ProgramResult shell(int user, const QString &script, const QByteArray &input)
+{
+    return runWithState(user, {QStringLiteral("bash"), QStringLiteral("-c"), script}, input);
 }

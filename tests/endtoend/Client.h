@@ -14,6 +14,9 @@ QByteArray tallyProfile();
 /// Runs the client as the account of number @p user, with a state folder of that account's own.
 ProgramResult client(int user, const QString &words, const QByteArray &input = QByteArray());
 
+/// Runs a script of bash in the client's place, with the same state folder.
+ProgramResult shell(int user, const QString &script, const QByteArray &input = QByteArray());
+
 /// The words of a command line, cut at blanks.
 QStringList splitWords(const QString &words);
 

@@ -109,6 +109,10 @@ const char expirationDocument[] = R"({
 }
 )";
 
+const char unreadableExpiration[] = "the expiration policy could not be read\n"
+                                    "Read default password expiration policy\n"
+                                    "\"/etc/default/useradd\" not exists";
+
 const char help[] = "see accountpolicyctl --help\n";
 
 QByteArray complaint(const QByteArray &text)
@@ -300,7 +304,8 @@ void addRefusalRows()
             {},
             1,
             {},
-            complaint("Read user password expiration policy\nInternal error: getpwnum() == 0\nSuccess")});
+            complaint("the account nosuchaccount could not be read\nRead user password expiration policy\nInternal "
+                      "error: getpwnum() == 0\nSuccess")});
     const QByteArray missing = complaint("the account -l does not exist");
     addRow({"option for account", root, "set user --replace -- -l maxInterval=9", {}, 1, {}, missing});
     addRow({"option for account, dry", root, "set user --replace --dry-run -- -l maxInterval=9", {}, 1, {}, missing});
@@ -310,7 +315,8 @@ void addRefusalRows()
             {},
             1,
             {},
-            complaint("Read user password expiration policy\nInternal error: getpwnum() == 0\nSuccess\n"
+            complaint("the account -l could not be read\nRead user password expiration policy\nInternal error: "
+                      "getpwnum() == 0\nSuccess\n"
                       "what is not known cannot be kept; --replace writes just what is typed")});
     addRow({"replacing for unknown account",
             root,
@@ -384,6 +390,18 @@ private Q_SLOTS:
     void writesReport();
     void tellsThatReportCannotBeWritten();
     void tellsThatReportIsIncomplete();
+    void tellsThatReportIsCutOff();
+    void writesReportIntoPipe_data();
+    void writesReportIntoPipe();
+    void tellsThatOutputCannotBeWritten_data();
+    void tellsThatOutputCannotBeWritten();
+    void tellsThatDiskIsFull();
+    void needsNoOutputToSayNothing();
+    void leavesBrokenPipeUnsaid_data();
+    void leavesBrokenPipeUnsaid();
+    void worksWithoutStandardStreams();
+    void tellsThatInputCannotBeRead_data();
+    void tellsThatInputCannotBeRead();
     void tellsThatDebconfIsBusy();
     void tellsThatHelperWasKilled();
     void tellsThatHelperCannotStart();
@@ -574,7 +592,8 @@ void ClientTest::refusesToGuessWhatCannotBeRead()
     const ProgramResult set = client(root, QStringLiteral("set expiration maxInterval=7"));
 
     QCOMPARE(set.standardError,
-             complaint("Read default password expiration policy\n"
+             complaint("the expiration policy could not be read\n"
+                       "Read default password expiration policy\n"
                        "\"/etc/default/useradd\" not exists\n"
                        "what is not known cannot be kept; --replace writes just what is typed"));
     QCOMPARE(set.exitCode, 1);
@@ -602,7 +621,7 @@ void ClientTest::tellsThatDriftCannotBeKnown()
     const ProgramResult check = client(nobody, QStringLiteral("check -"), wanted);
     const ProgramResult apply = client(root, QStringLiteral("apply -"), document(R"({"maxInterval": 30})"));
 
-    const QByteArray error = complaint("Read default password expiration policy\n\"/etc/default/useradd\" not exists");
+    const QByteArray error = complaint(unreadableExpiration);
     QCOMPARE(check.standardError, error);
     QCOMPARE(check.standardOutput,
              QByteArray("policy   setting  wanted           found\n"
@@ -1012,7 +1031,8 @@ void ClientTest::tellsThatReportCannotBeWritten()
     const ProgramResult report = client(root, QStringLiteral("report /nowhere/report.html"));
 
     QCOMPARE(report.standardError,
-             complaint("Export to HTML\n\"/nowhere/report.html\" error 5\nNo such file or directory"));
+             complaint("/nowhere/report.html could not be written\nExport to HTML\n\"/nowhere/report.html\" error "
+                       "5\nNo such file or directory"));
     QCOMPARE(report.exitCode, 1);
 }
 
@@ -1022,16 +1042,164 @@ void ClientTest::tellsThatReportIsIncomplete()
 
     const ProgramResult report = client(root, QStringLiteral("report /run/report.html"));
 
-    QCOMPARE(report.standardError,
-             complaint("Read default password expiration policy\n\"/etc/default/useradd\" not exists"));
+    QCOMPARE(report.standardError, complaint(unreadableExpiration));
     QCOMPARE(report.exitCode, 1);
     QVERIFY(contentOf(QStringLiteral("/run/report.html"))
-                .contains("<p class=\"failure\" role=\"alert\">Read default password expiration policy\n"
+                .contains("<p class=\"failure\" role=\"alert\">the expiration policy could not be read\nRead default "
+                          "password expiration policy\n"
                           "&quot;/etc/default/useradd&quot; not exists</p>\n"));
+}
+
+void ClientTest::tellsThatReportIsCutOff()
+{
     // /dev/full takes an open and no byte
-    const ProgramResult full = client(root, QStringLiteral("report /dev/full"));
-    QCOMPARE(full.standardError, complaint("/dev/full was not written completely"));
-    QCOMPARE(full.exitCode, 1);
+    const ProgramResult device = client(root, QStringLiteral("report /dev/full"));
+    QCOMPARE(device.standardError, complaint("/dev/full could not be written\nNo space left on device"));
+    QCOMPARE(device.exitCode, 1);
+
+    const QString folder = QStringLiteral("/run/small");
+    QDir().mkpath(folder);
+    const ScopedMount disk = ScopedMount::smallDisk(folder, 4);
+    writeContent(folder + QStringLiteral("/other"), "takes the one page");
+    const ProgramResult file = client(root, QStringLiteral("report /run/small/report.html"));
+    QCOMPARE(file.standardError, complaint("/run/small/report.html was not written completely"));
+    QCOMPARE(file.exitCode, 1);
+}
+
+void ClientTest::writesReportIntoPipe_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::newRow("standard output") << QStringLiteral("timeout 20 accountpolicyctl report /dev/stdout | cat");
+    QTest::newRow("named pipe") << QStringLiteral(
+        "mkfifo /run/pipe; timeout 20 accountpolicyctl report /run/pipe & timeout 20 cat /run/pipe; wait $!");
+}
+
+void ClientTest::writesReportIntoPipe()
+{
+    QFETCH(QString, script);
+
+    // without pipefail the pipe's status would be cat's
+    const ProgramResult report = shell(root, QStringLiteral("set -o pipefail; ") + script);
+
+    QCOMPARE(report.standardError, QByteArray());
+    QCOMPARE(report.exitCode, 0);
+    QVERIFY(report.standardOutput.startsWith("<!DOCTYPE html>\n"));
+    QVERIFY(report.standardOutput.endsWith("</html>\n"));
+}
+
+void ClientTest::tellsThatOutputCannotBeWritten_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<int>("exitCode");
+    const QString drift = QStringLiteral("/run/drift.json");
+    const QStringList succeeding{QStringLiteral("--help"),
+                                 QStringLiteral("--version"),
+                                 QStringLiteral("show --help"),
+                                 QStringLiteral("complete sh"),
+                                 QStringLiteral("show"),
+                                 QStringLiteral("show lockout --json"),
+                                 QStringLiteral("export"),
+                                 QStringLiteral("history"),
+                                 QStringLiteral("doctor"),
+                                 QStringLiteral("user root"),
+                                 QStringLiteral("set expiration maxInterval=7 --dry-run"),
+                                 QStringLiteral("set expiration maxInterval=7"),
+                                 QStringLiteral("undo --dry-run"),
+                                 QStringLiteral("apply --dry-run ") + drift};
+    for (const QString &words : succeeding) {
+        QTest::newRow(qPrintable(words)) << words << 1;
+    }
+    QTest::newRow("check with drift") << QStringLiteral("check ") + drift << 6;
+}
+
+void ClientTest::tellsThatOutputCannotBeWritten()
+{
+    QFETCH(QString, words);
+    QFETCH(int, exitCode);
+    writeContent(QStringLiteral("/run/drift.json"), document(R"({"maxInterval": 30})"));
+    QCOMPARE(client(root, QStringLiteral("set expiration minInterval=1")).exitCode, 0); // something for the history
+
+    const ProgramResult full = shell(root, QStringLiteral("exec accountpolicyctl %1 >/dev/full").arg(words));
+    QCOMPARE(full.standardError, complaint("cannot write: No space left on device"));
+    QCOMPARE(full.exitCode, exitCode);
+
+    const ProgramResult closed = shell(root, QStringLiteral("exec accountpolicyctl %1 >&-").arg(words));
+    QCOMPARE(closed.standardError, complaint("cannot write: Bad file descriptor"));
+    QCOMPARE(closed.exitCode, exitCode);
+}
+
+void ClientTest::tellsThatDiskIsFull()
+{
+    const QString folder = QStringLiteral("/run/small");
+    QDir().mkpath(folder);
+    const ScopedMount disk = ScopedMount::smallDisk(folder, 4);
+    writeContent(folder + QStringLiteral("/other"), "takes the one page");
+
+    const ProgramResult result = shell(root, QStringLiteral("exec accountpolicyctl export >/run/small/policies.json"));
+
+    QCOMPARE(result.standardError, complaint("cannot write: No space left on device"));
+    QCOMPARE(result.exitCode, 1);
+}
+
+void ClientTest::needsNoOutputToSayNothing()
+{
+    const ProgramResult check = shell(nobody, QStringLiteral("exec accountpolicyctl check - >&-"), fullDocument);
+
+    QCOMPARE(check.standardError, QByteArray());
+    QCOMPARE(check.exitCode, 0);
+}
+
+void ClientTest::leavesBrokenPipeUnsaid_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QByteArray>("exitCode");
+    QTest::newRow("from a shell") << QString() << QByteArray::number(128 + SIGPIPE);
+    QTest::newRow("from a program that ignores the signal") << QStringLiteral("trap '' PIPE; ") << QByteArray("0");
+}
+
+void ClientTest::leavesBrokenPipeUnsaid()
+{
+    QFETCH(QString, before);
+    QFETCH(QByteArray, exitCode);
+    const QString script = QStringLiteral("{ sleep 1; accountpolicyctl show; echo $? >&2; } | exec true");
+
+    const ProgramResult show = shell(nobody, before + script);
+
+    QCOMPARE(show.standardError, exitCode + '\n');
+}
+
+void ClientTest::worksWithoutStandardStreams()
+{
+    // the first says something to the standard output, the second to the standard error, the third has to work still
+    writeContent(QStringLiteral("/etc/pam.d/common-password"), "password required pam_unix.so\n");
+    writeContent(QStringLiteral("/run/wanted.json"),
+                 R"({"version": 1, "policies": {"lockout": {"deny": 3}, "complexity": {"minlen": 12},
+                     "expiration": {"maxInterval": 7}}})");
+
+    const ProgramResult apply =
+        shell(root, QStringLiteral("exec accountpolicyctl apply /run/wanted.json <&- >&- 2>&-"));
+
+    QCOMPARE(apply.exitCode, 1);
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 7\n"));
+}
+
+void ClientTest::tellsThatInputCannotBeRead_data()
+{
+    QTest::addColumn<QString>("redirection");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("folder") << QStringLiteral("</") << QByteArray("Is a directory");
+    QTest::newRow("closed") << QStringLiteral("<&-") << QByteArray("Bad file descriptor");
+}
+
+void ClientTest::tellsThatInputCannotBeRead()
+{
+    QFETCH(QString, redirection);
+    QFETCH(QByteArray, reason);
+
+    const ProgramResult apply = shell(root, QStringLiteral("exec accountpolicyctl apply - ") + redirection);
+
+    QCOMPARE(apply.standardError, complaint("- cannot be read\n" + reason));
+    QCOMPARE(apply.exitCode, 1);
 }
 
 void ClientTest::tellsThatDebconfIsBusy()
@@ -1043,7 +1211,8 @@ void ClientTest::tellsThatDebconfIsBusy()
     close(database);
 
     QCOMPARE(set.standardError,
-             complaint("Update default password complexity policy\n"
+             complaint("the complexity policy could not be changed\n"
+                       "Update default password complexity policy\n"
                        "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
                        "\"debconf: DbDriver \"config\": /var/cache/debconf/config.dat is locked by another process: "
                        "Resource temporarily unavailable\n\""));
@@ -1111,7 +1280,8 @@ void ClientTest::keepsControlCharactersFromTheTerminal()
     const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12"));
 
     QCOMPARE(set.standardError,
-             complaint("Update default password complexity policy\n"
+             complaint("the complexity policy could not be changed\n"
+                       "Update default password complexity policy\n"
                        "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
                        "\"red \xef\xbf\xbd[31m bell \xef\xbf\xbd\""));
     QCOMPARE(set.exitCode, 1);

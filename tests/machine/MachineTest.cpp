@@ -445,7 +445,8 @@ void MachineTest::waitsForDebconf()
     QVERIFY(!holder.isEmpty());
 
     QCOMPARE(described(m_machine->run(QStringLiteral("accountpolicyctl set complexity minlen=12"))),
-             QByteArray("5: accountpolicyctl: Update default password complexity policy\n"
+             QByteArray("5: accountpolicyctl: the complexity policy could not be changed\n"
+                        "Update default password complexity policy\n"
                         "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
                         "\"debconf: DbDriver \"config\": /var/cache/debconf/config.dat is locked by another process: "
                         "Resource temporarily unavailable\n\"\n"));
