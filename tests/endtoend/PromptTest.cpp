@@ -122,6 +122,7 @@ private Q_SLOTS:
     void ctrlCAtThePromptChangesNothing();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
+    void asksNothingWithoutTerminal_data();
     void asksNothingWithoutTerminal();
     void givesUpAPromptThatNobodyAnswers();
     void givesUpAPromptWhenPolkitIsGone_data();
@@ -236,14 +237,27 @@ void PromptTest::asksOnTheTerminalOfRedirectedClient()
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
 }
 
+void PromptTest::asksNothingWithoutTerminal_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QByteArray>("output");
+    QTest::newRow("redirected") << QStringLiteral(
+        "accountpolicyctl set expiration maxInterval=7 </dev/null 2>/dev/null")
+                                << QByteArray();
+    QTest::newRow("on a terminal of somebody else")
+        << QStringLiteral("setsid -w accountpolicyctl set expiration maxInterval=7")
+        << QByteArray("accountpolicyctl: not authorized\r\n");
+}
+
 void PromptTest::asksNothingWithoutTerminal()
 {
-    const QString script = QStringLiteral("accountpolicyctl set expiration maxInterval=7 </dev/null 2>/dev/null");
+    QFETCH(QString, script);
+    QFETCH(QByteArray, output);
 
     PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
 
     QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(terminal.output(), QByteArray());
+    QCOMPARE(terminal.output(), output);
 }
 
 void PromptTest::givesUpAPromptThatNobodyAnswers()
