@@ -16,17 +16,22 @@
 
 namespace
 {
-/**
- * Where a standard stream was closed, the next file or socket would get its number, and the texts meant for the stream.
- * Opened the wrong way round, so that reading and printing fail as they would on a closed one.
- */
-void openClosedStreams()
+/// Opened the wrong way round, so that reading and printing fail as they would on a closed one.
+bool openIfClosed(int stream)
 {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(stream, F_GETFD) == -1) {
-            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
-        }
+    if (fcntl(stream, F_GETFD) != -1) {
+        return true;
     }
+    const int opened = open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    // cppcheck-suppress resourceLeak // open until the end
+    return opened == stream;
+}
+
+/// Where a standard stream was closed, the next file or socket would get its number, and the texts meant for the stream.
+bool openClosedStreams()
+{
+    // in the order in which free numbers are given out
+    return openIfClosed(STDIN_FILENO) && openIfClosed(STDOUT_FILENO) && openIfClosed(STDERR_FILENO);
 }
 
 /// A result that didn't arrive is none; but a reader that has seen enough, such as head(1), is no failure.
@@ -44,7 +49,10 @@ ExitCode closeOutput(ExitCode code)
 
 int main(int argc, char *argv[])
 {
-    openClosedStreams();
+    if (!openClosedStreams()) {
+        printError(QStringLiteral("/dev/null cannot be opened")); // too early for a translation
+        return static_cast<int>(ExitCode::Failed);
+    }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(VERSION));
     // what KAuth has to say of a failure is part of the error that the user gets

@@ -6,13 +6,14 @@
 #include "client/output/Terminal.h"
 
 #include <chrono>
+#include <utility>
 
 namespace
 {
 constexpr std::chrono::seconds patience(1);
 }
 
-WaitingLine::WaitingLine(const QString &text) : m_text(text)
+WaitingLine::WaitingLine(QString text) : m_text(std::move(text))
 {
     comeBack();
 }

@@ -18,7 +18,7 @@
 class WaitingLine
 {
 public:
-    explicit WaitingLine(const QString &text);
+    explicit WaitingLine(QString text);
     ~WaitingLine();
 
     /// Takes the line away, or keeps it from coming: somebody else needs the terminal.

@@ -400,6 +400,7 @@ private Q_SLOTS:
     void leavesBrokenPipeUnsaid_data();
     void leavesBrokenPipeUnsaid();
     void worksWithoutStandardStreams();
+    void startsNotWithoutAllStreams();
     void tellsThatInputCannotBeRead_data();
     void tellsThatInputCannotBeRead();
     void tellsThatDebconfIsBusy();
@@ -1181,6 +1182,18 @@ void ClientTest::worksWithoutStandardStreams()
 
     QCOMPARE(apply.exitCode, 1);
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 7\n"));
+}
+
+void ClientTest::startsNotWithoutAllStreams()
+{
+    const QString script =
+        QStringLiteral("unshare --mount sh -c 'mount -t tmpfs none /dev && exec accountpolicyctl --version <&-'");
+
+    const ProgramResult version = shell(root, script);
+
+    QCOMPARE(version.standardError, complaint("/dev/null cannot be opened"));
+    QCOMPARE(version.standardOutput, QByteArray());
+    QCOMPARE(version.exitCode, 1);
 }
 
 void ClientTest::tellsThatInputCannotBeRead_data()
