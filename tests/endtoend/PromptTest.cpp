@@ -264,7 +264,7 @@ void PromptTest::givesUpAPromptThatNobodyAnswers()
 {
     PseudoTerminal terminal(administrator,
                             QStringLiteral(IMPATIENT_CLIENT),
-                            setImpatiently(70000, 3000, QStringLiteral("expiration maxInterval=7")));
+                            setImpatiently(70000, 8000, QStringLiteral("expiration maxInterval=7")));
     QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
 
     QCOMPARE(terminal.waitForEnd(), 3);
@@ -317,10 +317,10 @@ void PromptTest::givesUpAPromptWhenPolkitIsGone()
 
 void PromptTest::tellsThatAnAnsweredChangeMayStillCome()
 {
-    const SlowProgram slow(pamAuthUpdate(), 8);
+    const SlowProgram slow(pamAuthUpdate(), 12);
     PseudoTerminal terminal(administrator,
                             QStringLiteral(IMPATIENT_CLIENT),
-                            setImpatiently(1000, 60000, QStringLiteral("complexity minlen=12")));
+                            setImpatiently(3000, 60000, QStringLiteral("complexity minlen=12")));
     QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
     answerSlowly(&terminal);
 

@@ -179,7 +179,7 @@ void HelperRequestTest::neverTakesAnothersAnswer()
         return answerOf(foreign);
     });
 
-    const HelperReply reply = write({300, 300});
+    const HelperReply reply = write({1000, 1000});
 
     QVERIFY(m_helper.calls() > 1);
     QCOMPARE(reply.outcome.error, QStringLiteral("the helper is busy; try again later"));
@@ -193,7 +193,7 @@ void HelperRequestTest::tellsThatTheHelperIsBusy()
         return KAuth::ActionReply::HelperBusyReply().serialized();
     });
 
-    const HelperReply reply = write({300, 300});
+    const HelperReply reply = write({1000, 1000});
 
     QVERIFY(m_helper.calls() > 1);
     QCOMPARE(reply.outcome.error, QStringLiteral("the helper is busy; try again later"));
@@ -207,7 +207,7 @@ void HelperRequestTest::tellsThatAWriteMayStillBeCarriedOut()
         return QByteArray();
     });
 
-    const HelperReply reply = write({300, 300});
+    const HelperReply reply = write({1000, 1000});
 
     QCOMPARE(m_helper.calls(), 1);
     QCOMPARE(reply.outcome.error,
@@ -222,7 +222,7 @@ void HelperRequestTest::tellsThatAReadWasNotAnswered()
         return QByteArray();
     });
     HelperRequest request(
-        HelperRequest::Kind::Read, QStringLiteral("readpasswordexpirationpolicy"), {}, false, {300, 300});
+        HelperRequest::Kind::Read, QStringLiteral("readpasswordexpirationpolicy"), {}, false, {1000, 1000});
 
     const HelperReply reply = request.execute();
 
