@@ -198,6 +198,7 @@ private Q_SLOTS:
     void pleasesLintian();
     void isBuiltReproducibly();
     void hardensPrograms();
+    void fortifiesSources();
     void addsOnlyItsFiles();
     void leavesNothingBehind();
     void leavesJustWhatTheAdministratorSet();
@@ -257,6 +258,11 @@ void PackageTest::hardensPrograms()
                     .hasMatch());
         QVERIFY(read.standardOutput.contains("__stack_chk_fail"));
     }
+}
+
+void PackageTest::fortifiesSources()
+{
+    const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
     for (const char *package : {"accountpolicies-ctl", "accountpolicies-helper"}) {
         const QByteArray lines = lineTables(machine, QString::fromLatin1(package));
         // only with _FORTIFY_SOURCE does a source that includes <cstdio> get the header with the checked functions; no
