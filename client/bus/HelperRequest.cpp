@@ -80,7 +80,7 @@ HelperReply HelperRequest::execute()
     if (!QDBusConnection::systemBus().isConnected()) {
         return {{ExitCode::Failed, tr("the system bus cannot be reached"), false}, {}};
     }
-    const InterruptWatch watch([this] {
+    m_interrupts = std::make_unique<InterruptWatch>([this] {
         cancel();
     });
     m_limit.start(m_limits.answer);
@@ -93,6 +93,7 @@ HelperReply HelperRequest::execute()
     m_loop.exec();
     m_waitingLine.reset();
     m_agent.reset();
+    m_interrupts.reset();
     return m_reply;
 }
 
@@ -157,7 +158,9 @@ void HelperRequest::receiveData(const QVariantMap &data)
 
 void HelperRequest::receiveDenial()
 {
-    if (m_cancelled) {
+    // Ctrl-C ends the agent, too, and polkit's answer to that may come first
+    if (m_interrupts->isInterrupted()) {
+        closeAgent();
         finish(ExitCode::NotAuthorized, tr("cancelled"));
         return;
     }

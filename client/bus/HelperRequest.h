@@ -15,6 +15,7 @@ namespace KAuth
 {
 class ActionReply;
 }
+class InterruptWatch;
 class QDBusPendingCallWatcher;
 class QDBusServiceWatcher;
 class TextAgent;
@@ -101,6 +102,7 @@ private:
     QTimer m_again;
     QTimer m_limit;
     std::unique_ptr<TextAgent> m_agent;
+    std::unique_ptr<InterruptWatch> m_interrupts;
     std::unique_ptr<QDBusServiceWatcher> m_polkit;
     std::unique_ptr<WaitingLine> m_waitingLine;
     HelperReply m_reply;

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace
@@ -50,4 +51,11 @@ InterruptWatch::~InterruptWatch()
     m_notifier.reset();
     close(m_pipe[0]);
     close(m_pipe[1]);
+}
+
+bool InterruptWatch::isInterrupted() const
+{
+    // nobody reads what the signal has written
+    pollfd watched = {m_pipe[0], POLLIN, 0};
+    return poll(&watched, 1, 0) > 0;
 }

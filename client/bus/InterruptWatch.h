@@ -18,6 +18,9 @@ public:
     explicit InterruptWatch(const std::function<void()> &interrupted);
     ~InterruptWatch();
 
+    /// Whether there was an interrupt, even if the event loop has not come to it yet.
+    bool isInterrupted() const;
+
 private:
     Q_DISABLE_COPY(InterruptWatch)
 

@@ -120,6 +120,7 @@ private Q_SLOTS:
     void asksAndWrites();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
+    void tellsCtrlCFromARefusalThatComesFirst();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
     void asksNothingWithoutTerminal_data();
@@ -210,6 +211,22 @@ void PromptTest::ctrlCAtThePromptChangesNothing()
     }
     // and the helper is free for the next
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::tellsCtrlCFromARefusalThatComesFirst()
+{
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    QTRY_VERIFY(!terminal.echoes());
+
+    kill(static_cast<pid_t>(terminal.process()), SIGSTOP);
+    terminal.type("\x03");
+    QTest::qWait(1000); // the agent ends, and the helper answers
+    kill(static_cast<pid_t>(terminal.process()), SIGCONT);
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
 }
 
 void PromptTest::asksOnTheTerminalOfRedirectedClient_data()
