@@ -10,6 +10,8 @@
 namespace
 {
 constexpr char commentMark = '#';
+// no whole files, which may be larger than a QByteArray; no single lines, which would leave gaps in the heap
+constexpr qint64 pieceSize = 1024 * 1024;
 
 /// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.
 QByteArray textBeforeComment(const QByteArray &line)
@@ -20,8 +22,22 @@ QByteArray textBeforeComment(const QByteArray &line)
 
 void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisitor &visit)
 {
-    for (QByteArray line = device->readLine(); !line.isNull(); line = device->readLine()) {
+    QByteArray line;
+    const auto visitLine = [&] {
         visit(line, handler.matches(textBeforeComment(line)));
+        line.clear();
+    };
+    for (QByteArray piece = device->read(pieceSize); !piece.isEmpty(); piece = device->read(pieceSize)) {
+        int begin = 0;
+        for (int end = piece.indexOf('\n'); end != -1; end = piece.indexOf('\n', begin)) {
+            line += piece.mid(begin, end + 1 - begin);
+            visitLine();
+            begin = end + 1;
+        }
+        line += piece.mid(begin);
+    }
+    if (!line.isEmpty()) {
+        visitLine();
     }
 }
 

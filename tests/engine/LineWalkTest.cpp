@@ -156,6 +156,14 @@ void LineWalkTest::visitsEveryLine_data()
                                << Lines{QByteArray("\0\n", 2), QByteArray("a\0b\n", 4), QByteArray("c\0", 2)};
     QTest::newRow("no valid text") << QByteArray("\xff\n\xc3\n") << Lines{"\xff\n", "\xc3\n"};
     QTest::newRow("blanks and comments") << QByteArray("  \n#\n # b\n") << Lines{"  \n", "#\n", " # b\n"};
+    // the file is read by megabytes
+    for (const int length : {-2, -1, 0, 1}) {
+        const QByteArray line = QByteArray(1024 * 1024 + length, 'a') + '\n';
+        QTest::addRow("line end %d behind a megabyte", length) << line + "b\nc" << Lines{line, "b\n", "c"};
+    }
+    const QByteArray megabytes = QByteArray(3 * 1024 * 1024, 'b') + '\n';
+    QTest::newRow("three megabytes in a line") << "a\n" + megabytes + "c\n" << Lines{"a\n", megabytes, "c\n"};
+    QTest::newRow("a megabyte without line end") << megabytes.left(1024 * 1024) << Lines{megabytes.left(1024 * 1024)};
 }
 
 void LineWalkTest::visitsEveryLine()
