@@ -473,7 +473,8 @@ void MachineTest::readsWhereNoToolOfPamIsInstalled()
     QCOMPARE(described(m_machine->run(QStringLiteral("accountpolicyctl set expiration maxInterval=90"))),
              QByteArray("0: expiration: in force\n"));
     QCOMPARE(described(m_machine->run(QStringLiteral("accountpolicyctl set complexity minlen=12"))),
-             QByteArray("1: accountpolicyctl: Update default password complexity policy\n"
+             QByteArray("1: accountpolicyctl: the complexity policy could not be changed\n"
+                        "Update default password complexity policy\n"
                         "Both profiles of supported PAM modules do not exist (/usr/share/pam-configs/cracklib, "
                         "/usr/share/pam-configs/pwquality)\n"));
 }
@@ -486,10 +487,12 @@ void MachineTest::tellsOfFileWithSetIdBit_data()
 
     QTest::newRow("profile") << "/usr/share/pam-configs/pwquality"
                              << "accountpolicyctl set complexity minlen=12"
-                             << QByteArray("Update default password complexity policy");
+                             << QByteArray("the complexity policy could not be changed\n"
+                                           "Update default password complexity policy");
     QTest::newRow("login.defs") << "/etc/login.defs"
                                 << "accountpolicyctl set expiration maxInterval=90"
-                                << QByteArray("Update default password expiration policy");
+                                << QByteArray("the expiration policy could not be changed\n"
+                                              "Update default password expiration policy");
 }
 
 void MachineTest::tellsOfFileWithSetIdBit()
