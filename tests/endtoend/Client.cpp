@@ -10,9 +10,14 @@
 
 #include <unistd.h>
 
+QString toolPath()
+{
+    return QStringLiteral("/usr/sbin/pam-auth-update");
+}
+
 void acceptRetiredModules()
 {
-    const QString tool = QStringLiteral("/usr/sbin/pam-auth-update");
+    const QString tool = toolPath();
     writeProgram(tool, contentOf(tool).replace("@invalid_modules = ('pam_tally')", "@invalid_modules = ()"));
 }
 

@@ -5,6 +5,9 @@
 
 #include "tests/support/Program.h"
 
+/// pam-auth-update(8), which tests replace.
+QString toolPath();
+
 /// A file whose lines pam-auth-update of this system can put in force: its list of retired modules emptied.
 void acceptRetiredModules();
 

@@ -12,13 +12,15 @@ target_link_libraries(impatientclient PRIVATE client)
 add_library(endtoendsupport STATIC
     endtoend/Bus.cpp
     endtoend/Client.cpp
+    endtoend/ClientFixture.cpp
     endtoend/PamState.cpp
 )
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
-foreach(name IN ITEMS ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest PromptTest)
+foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest
+                      PromptTest ReportTest StreamsTest UndoTest)
     add_bus_test(endtoend/${name})
 endforeach()
 

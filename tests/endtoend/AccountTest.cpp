@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// The client at the settings of one account.
+
+#include "tests/endtoend/Client.h"
+#include "tests/endtoend/ClientFixture.h"
+
+#include <QTest>
+
+namespace
+{
+QByteArray shadowEntry()
+{
+    return runAs(root, QStringLiteral("getent"), {QStringLiteral("shadow"), QStringLiteral("policytester")})
+        .standardOutput;
+}
+}
+
+class AccountTest : public ClientFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void bringsBackDayBehindTheCalendar();
+    void readsAndSetsAccount();
+    void undoesChangeOfAccount();
+};
+
+void AccountTest::bringsBackDayBehindTheCalendar()
+{
+    QCOMPARE(runAs(root, QStringLiteral("chage"), splitWords(QStringLiteral("-E 3000000 policytester"))).exitCode, 0);
+    const QByteArray before = shadowEntry();
+    QVERIFY(before.contains(":3000000:"));
+    QCOMPARE(client(root, QStringLiteral("set user policytester expireDate=2030-01-01")).exitCode, 0);
+    QVERIFY(shadowEntry() != before);
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("user policytester: in force\n"));
+
+    QCOMPARE(shadowEntry(), before);
+}
+
+void AccountTest::readsAndSetsAccount()
+{
+    QCOMPARE(
+        runAs(root, QStringLiteral("chage"), splitWords(QStringLiteral("-m 1 -M 60 -W 7 -I -1 -E -1 policytester")))
+            .exitCode,
+        0);
+
+    const ProgramResult set =
+        client(root, QStringLiteral("set user policytester maxInterval=90 expireDate=2030-01-01"));
+    QCOMPARE(set.standardError, QByteArray());
+    QCOMPARE(set.standardOutput, QByteArray("user policytester: in force\n"));
+    QCOMPARE(set.exitCode, 0);
+
+    QCOMPARE(client(root, QStringLiteral("user policytester")).standardOutput,
+             QByteArray("policytester\n"
+                        "  maxInterval       90 days\n"
+                        "  minInterval       1 day\n"
+                        "  warningInterval   7 days\n"
+                        "  inactiveInterval  not set\n"
+                        "  expireDate        2030-01-01\n"));
+    const QByteArray entry = shadowEntry();
+    QCOMPARE(entry.mid(entry.indexOf(":1:90:")), QByteArray(":1:90:7::21915:\n"));
+
+    QCOMPARE(
+        client(root, QStringLiteral("set user policytester expireDate=never minInterval= warningInterval=-1")).exitCode,
+        0);
+    const QByteArray after = shadowEntry();
+    QCOMPARE(after.mid(after.indexOf("::90:")), QByteArray("::90::::\n"));
+}
+
+void AccountTest::undoesChangeOfAccount()
+{
+    QCOMPARE(client(root, QStringLiteral("set user policytester --replace maxInterval=60")).exitCode, 0);
+    QCOMPARE(client(root, QStringLiteral("set user policytester maxInterval=61")).exitCode, 0);
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("user policytester: in force\n"));
+
+    const QByteArray entry = shadowEntry();
+    QCOMPARE(entry.mid(entry.indexOf("::60:")), QByteArray("::60::::\n"));
+}
+
+QTEST_GUILESS_MAIN(AccountTest)
+#include "AccountTest.moc"
