@@ -20,6 +20,9 @@
 
 namespace
 {
+/// For env(1): as a unit of the system has it.
+const QStringList withoutHome{QStringLiteral("--unset=HOME"), QStringLiteral("--unset=XDG_STATE_HOME")};
+
 /// The commands of a history, without numbers and times.
 QByteArray commandsIn(const QByteArray &history)
 {
@@ -269,7 +272,8 @@ void UndoTest::writesNothingWithoutHome()
     const QString database = QStringLiteral("/etc/passwd");
     const QByteArray accounts = contentOf(database);
     writeContent(database, QByteArray(accounts).replace(accountHome, "nowhere"));
-    const QStringList bare{QStringLiteral("-i"), QStringLiteral("-C"), folder, QStringLiteral("accountpolicyctl")};
+    const QStringList bare =
+        withoutHome + QStringList{QStringLiteral("-C"), folder, QStringLiteral("accountpolicyctl")};
     const auto run = [&](const char *words) {
         return runAs(accountId, QStringLiteral("env"), bare + splitWords(QString::fromLatin1(words)));
     };
@@ -290,9 +294,10 @@ void UndoTest::writesNothingWithoutHome()
 void UndoTest::keepsHistoryInTheHomeOfTheAccount()
 {
     QVERIFY(QDir().mkpath(QString::fromLatin1(accountHome)) && chown(accountHome, accountId, accountId) == 0);
-    const ProgramResult set = runAs(accountId,
-                                    QStringLiteral("env"),
-                                    splitWords(QStringLiteral("-i accountpolicyctl set expiration maxInterval=7")));
+    const ProgramResult set =
+        runAs(accountId,
+              QStringLiteral("env"),
+              withoutHome + splitWords(QStringLiteral("accountpolicyctl set expiration maxInterval=7")));
 
     QCOMPARE(set.standardError, complaint("not authorized"));
     QVERIFY(QDir(QString::fromLatin1(accountHome) + QStringLiteral("/.local/state/accountpolicyctl")).exists());
