@@ -11,7 +11,7 @@ namespace
 {
 constexpr char commentMark = '#';
 // no whole files, which may be larger than a QByteArray; no single lines, which would leave gaps in the heap
-constexpr qint64 pieceSize = 1024 * 1024;
+constexpr qint64 pieceSize = 1048576;
 
 /// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.
 QByteArray textBeforeComment(const QByteArray &line)
