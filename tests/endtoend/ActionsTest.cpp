@@ -6,12 +6,15 @@
 #include "HelperId.h"
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/PamState.h"
+#include "tests/endtoend/PolkitRule.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TypedMap.h"
 
 #include <QFile>
 #include <QTest>
+
+#include <memory>
 
 namespace
 {
@@ -24,7 +27,6 @@ const char tallyProfile[] = "/usr/share/pam-configs/tally";
 const char pwqualityProfile[] = "/usr/share/pam-configs/pwquality";
 const char loginDefs[] = "/etc/login.defs";
 const char useraddDefaults[] = "/etc/default/useradd";
-const char ruleFile[] = "/etc/polkit-1/rules.d/10-admit.rules";
 
 QString path(const char *name)
 {
@@ -59,18 +61,6 @@ QList<QByteArray> policyFiles()
         contents += contentOf(path(name));
     }
     return contents;
-}
-
-void admitNobody()
-{
-    const QByteArray rule = "polkit.addRule(function(action, subject) {\n"
-                            "    if (action.id.indexOf(\""
-        + QByteArray(helperId)
-        + ".\") == 0 && subject.user == \"nobody\") {\n"
-          "        return polkit.Result.YES;\n"
-          "    }\n"
-          "});\n";
-    writeContent(path(ruleFile), rule);
 }
 
 int errorOfWrite()
@@ -360,15 +350,14 @@ void ActionsTest::writesForUsersWhomARuleAdmits()
 {
     QCOMPARE(errorOfWrite(), notAuthorized);
 
-    admitNobody();
-    // polkitd takes its time to see the file
+    auto rule = std::make_unique<PolkitRule>(QByteArray(helperId) + '.', "nobody", "YES");
     QTRY_COMPARE_WITH_TIMEOUT(errorOfWrite(), 0, 20000);
     QCOMPARE(contentOf(path(loginDefs)),
              QByteArray("UMASK 022\nPASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\t# no minimum\nPASS_WARN_AGE 14\n"));
     QCOMPARE(callAs(nobody, QStringLiteral("writeaccountslockoutpolicy"), lockoutArguments()).error, 0);
     QCOMPARE(callAs(nobody, QStringLiteral("writepasswordcomplexitypolicy"), complexityArguments()).error, 0);
 
-    QVERIFY(QFile::remove(path(ruleFile)));
+    rule.reset();
     QTRY_COMPARE_WITH_TIMEOUT(errorOfWrite(), notAuthorized, 20000);
 }
 

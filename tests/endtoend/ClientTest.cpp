@@ -6,6 +6,7 @@
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/ClientFixture.h"
+#include "tests/endtoend/PolkitRule.h"
 #include "tests/support/Files.h"
 #include "tests/support/ScopedVariable.h"
 
@@ -15,6 +16,7 @@
 #include <QTest>
 
 #include <fcntl.h>
+#include <memory>
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
@@ -646,11 +648,7 @@ void ClientTest::keepsControlCharactersFromTheTerminal()
 
 void ClientTest::obeysRuleThatRestrictsReading()
 {
-    const QString rule = QStringLiteral("/etc/polkit-1/rules.d/10-restrict.rules");
-    writeContent(rule,
-                 "polkit.addRule(function(action, subject) {\n"
-                 "    if (action.id.indexOf(\"accountpolicieshelper.read\") >= 0 && subject.user == \"nobody\") {\n"
-                 "        return polkit.Result.NO;\n    }\n});\n");
+    auto rule = std::make_unique<PolkitRule>("accountpolicieshelper.read", "nobody", "NO");
     QTRY_COMPARE(client(nobody, QStringLiteral("show")).exitCode, 3);
 
     const ProgramResult show = client(nobody, QStringLiteral("show"));
@@ -658,7 +656,7 @@ void ClientTest::obeysRuleThatRestrictsReading()
                  "{\"of\": \"expiration\", \"time\": \"2026-01-01T00:00:00.000\", \"command\": \"\", \"before\": {}}");
     const ProgramResult undo = client(nobody, QStringLiteral("undo"));
     const ProgramResult ofRoot = client(root, QStringLiteral("show"));
-    QFile::remove(rule);
+    rule.reset();
 
     QCOMPARE(show.standardError, complaint("not authorized"));
     QCOMPARE(show.standardOutput, QByteArray());

@@ -6,6 +6,7 @@
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
+#include "tests/endtoend/PolkitRule.h"
 #include "tests/support/Files.h"
 #include "tests/support/PseudoTerminal.h"
 #include "tests/support/Sandbox.h"
@@ -20,6 +21,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <memory>
 #include <thread>
 
 namespace
@@ -401,19 +403,14 @@ void PromptTest::asksOnceAmidRefusalsOfOthers()
 
 void PromptTest::asksForReadingWhereARuleWantsIt()
 {
-    const QString rule = QStringLiteral("/etc/polkit-1/rules.d/10-restrict.rules");
-    writeContent(
-        rule,
-        "polkit.addRule(function(action, subject) {\n"
-        "    if (action.id.indexOf(\"accountpolicieshelper.read\") >= 0 && subject.user == \"policyadmin\") {\n"
-        "        return polkit.Result.AUTH_ADMIN;\n    }\n});\n");
+    auto rule = std::make_unique<PolkitRule>("accountpolicieshelper.read", "policyadmin", "AUTH_ADMIN");
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 3);
 
     PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("show expiration")));
     const bool asked = terminal.waitFor("Password: ");
     answer(&terminal, password);
     const int exitCode = terminal.waitForEnd();
-    QFile::remove(rule);
+    rule.reset();
 
     QVERIFY2(asked, terminal.output().constData());
     QCOMPARE(exitCode, 0);

@@ -6,6 +6,7 @@
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/ClientFixture.h"
+#include "tests/endtoend/PolkitRule.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
@@ -97,18 +98,13 @@ void UndoTest::undoDoesNotRememberRefusedChange()
 
 void UndoTest::undoReachesTheLastChangeAfterRefusal()
 {
-    const QString rule = QStringLiteral("/etc/polkit-1/rules.d/10-admit.rules");
-    writeContent(rule,
-                 "polkit.addRule(function(action, subject) {\n"
-                 "    if (action.id.indexOf(\"writepasswordexpirationpolicy\") >= 0 && subject.user == \"nobody\") {\n"
-                 "        return polkit.Result.YES;\n    }\n});\n");
+    const PolkitRule rule("writepasswordexpirationpolicy", "nobody", "YES");
     QTRY_COMPARE(client(nobody, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
     QCOMPARE(client(nobody, QStringLiteral("set expiration maxInterval=7")).exitCode, 0);
 
     QCOMPARE(client(nobody, QStringLiteral("set complexity minlen=12")).exitCode, 3);
     QCOMPARE(client(nobody, QStringLiteral("set lockout deny=5")).exitCode, 3);
     const ProgramResult undo = client(nobody, QStringLiteral("undo"));
-    QFile::remove(rule);
 
     QCOMPARE(undo.standardError, QByteArray());
     QCOMPARE(undo.standardOutput, QByteArray("expiration: in force\n"));

@@ -14,6 +14,7 @@ add_library(endtoendsupport STATIC
     endtoend/Client.cpp
     endtoend/ClientFixture.cpp
     endtoend/PamState.cpp
+    endtoend/PolkitRule.cpp
 )
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 add_dependencies(endtoendsupport buscaller)
