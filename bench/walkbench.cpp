@@ -14,6 +14,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <functional>
+
 namespace
 {
 constexpr int rounds = 9;
@@ -28,16 +30,14 @@ QByteArray onlySettings(int lines)
 }
 
 template<typename Handler>
-double walk(const QString &path)
+void walk(const QString &path)
 {
-    return measure(rounds, [&path] {
-        QVariantMap values;
-        QString error;
-        Handler handler(&values);
-        if (!readFile(path, &handler, &error)) {
-            qFatal("%s", qPrintable(error));
-        }
-    });
+    QVariantMap values;
+    QString error;
+    Handler handler(&values);
+    if (!readFile(path, &handler, &error)) {
+        qFatal("%s", qPrintable(error));
+    }
 }
 
 void run(const QString &program, const QStringList &arguments)
@@ -64,33 +64,34 @@ void compareWithSed(const QString &name, const QByteArray &content, const QStrin
     printRow(name, medians, limit);
 }
 
-void growWithLines(const QString &path)
+/// Walks in turn over inputs of growing size; each row compares one with what the first takes, in proportion.
+template<typename Handler>
+void grow(const QString &rowName,
+          int base,
+          const QVector<int> &factors,
+          const std::function<QByteArray(int size)> &input)
 {
-    constexpr int base = 100000;
-    writeInput(path, loginDefs(base));
-    const double baseTime = walk<Ageing>(path);
-    for (const int factor : {1, 2, 5, 10}) {
-        writeInput(path, loginDefs(base * factor));
-        printRow(QStringLiteral("%1 lines").arg(base * factor), {walk<Ageing>(path), baseTime * factor}, linear);
+    const QTemporaryDir folder;
+    QVector<Work> walks;
+    for (const int factor : factors) {
+        const QString path = folder.filePath(QString::number(factor));
+        writeInput(path, input(base * factor));
+        walks += [path] {
+            walk<Handler>(path);
+        };
+    }
+    const QVector<double> times = measureInTurn(rounds, walks);
+    for (int i = 1; i < factors.size(); ++i) {
+        printRow(rowName.arg(base * factors.at(i)), {times.at(i), times.constFirst() * factors.at(i)}, linear);
     }
 }
 
 template<typename Handler>
-void growWithLength(
-    const QString &name, const QByteArray &head, const QByteArray &filling, const QByteArray &tail, const QString &path)
+void growWithLength(const QString &name, const QByteArray &head, const QByteArray &filling, const QByteArray &tail)
 {
-    constexpr int base = 500000;
-    const auto line = [&](int length) {
+    grow<Handler>(name + QStringLiteral(", %1 bytes"), 1000000, {1, 2, 5}, [&](int length) {
         return head + filling.repeated(length / filling.size()) + tail + '\n';
-    };
-    writeInput(path, line(base));
-    const double baseTime = walk<Handler>(path);
-    for (const int factor : {2, 4, 10}) {
-        writeInput(path, line(base * factor));
-        printRow(QStringLiteral("%1, %2 bytes").arg(name).arg(base * factor),
-                 {walk<Handler>(path), baseTime * factor},
-                 linear);
-    }
+    });
 }
 }
 
@@ -105,15 +106,15 @@ int main(int argc, char *argv[])
     compareWithSed(QStringLiteral("each line a setting"), onlySettings(250000), path, 1.0);
 
     printHeading(QStringLiteral("The walk by the number of lines (other: the time for 100,000 lines, in proportion)"));
-    growWithLines(path);
+    grow<Ageing>(QStringLiteral("%1 lines"), 100000, {1, 2, 5, 10}, loginDefs);
 
-    printHeading(QStringLiteral("The walk by the length of a line (other: the time for 500,000 bytes, in proportion)"));
-    growWithLength<Lockout>(QStringLiteral("without the module"), "auth ", "x", "", path);
-    growWithLength<Lockout>(QStringLiteral("options of the module"), "auth required pam_tally.so", " deny=3", "", path);
-    growWithLength<Lockout>(QStringLiteral("one long option"), "auth required pam_tally.so ", "x", "", path);
-    growWithLength<Ageing>(QStringLiteral("blanks before a setting"), "x", " ", "PASS_MAX_DAYS 5", path);
-    growWithLength<Ageing>(QStringLiteral("blanks behind a setting"), "PASS_MAX_DAYS", " ", "x", path);
-    growWithLength<Ageing>(QStringLiteral("settings without number"), "", "PASS_MAX_DAYS ", "", path);
+    printHeading(QStringLiteral("The walk by the length of a line (other: the time for 1,000,000 bytes, in proportion)"));
+    growWithLength<Lockout>(QStringLiteral("without the module"), "auth ", "x", "");
+    growWithLength<Lockout>(QStringLiteral("options of the module"), "auth required pam_tally.so", " deny=3", "");
+    growWithLength<Lockout>(QStringLiteral("one long option"), "auth required pam_tally.so ", "x", "");
+    growWithLength<Ageing>(QStringLiteral("blanks before a setting"), "x", " ", "PASS_MAX_DAYS 5");
+    growWithLength<Ageing>(QStringLiteral("blanks behind a setting"), "PASS_MAX_DAYS", " ", "x");
+    growWithLength<Ageing>(QStringLiteral("settings without number"), "", "PASS_MAX_DAYS ", "");
 
     return rowsAboveLimit() == 0 ? 0 : 1;
 }
