@@ -9,6 +9,7 @@
 #include "tests/endtoend/PamState.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <QDir>
 #include <QFile>
@@ -145,6 +146,16 @@ QVector<Case> fileCases()
          1,
          {"WRONG others than root may replace the helper: " + helper.toLatin1(),
           "      chown root " + helper.toLatin1() + "; chmod 755 " + helper.toLatin1()}},
+        {"helper of another owner",
+         [helper] {
+             const QVector<Fault> faults{with(helper, contentOf(helper))};
+             QFile::setPermissions(helper, QFile::Permissions(0x7755));
+             runAs(root, QStringLiteral("chown"), {QString::number(nobody), helper});
+             return faults;
+         },
+         1,
+         {"WRONG others than root may replace the helper: " + helper.toLatin1(),
+          "      chown root " + helper.toLatin1() + "; chmod 755 " + helper.toLatin1()}},
     };
 }
 
@@ -221,22 +232,43 @@ QVector<Case> pamCases()
          },
          1,
          {"WRONG defaults of passwords is missing: /etc/login.defs", "      apt install --reinstall login"}},
-        {"leftovers",
+        {"no defaults of useradd",
          [] {
-             return QVector<Fault>{with(QStringLiteral("/usr/share/pam-configs/tally.tmp"), ""),
-                                   with(QStringLiteral("/etc/login.defs.tmp"), "")};
+             return QVector<Fault>{without(QStringLiteral("/etc/default/useradd"))};
          },
          1,
-         {"WRONG left behind: /usr/share/pam-configs/tally.tmp, which pam-auth-update takes for a profile",
+         {"WRONG defaults of useradd is missing: /etc/default/useradd", "      apt install --reinstall passwd"}},
+        {"leftovers",
+         [] {
+             return QVector<Fault>{with(QStringLiteral("/usr/share/pam-configs/.hidden.tmp"), ""),
+                                   with(QStringLiteral("/usr/share/pam-configs/tally.tmp"), ""),
+                                   with(QStringLiteral("/etc/login.defs.tmp"), ""),
+                                   with(QStringLiteral("/etc/default/useradd.tmp"), ""),
+                                   with(QStringLiteral("/etc/pam.d/common-auth.tmp"), "")};
+         },
+         1,
+         {"WRONG left behind: /usr/share/pam-configs/.hidden.tmp, which pam-auth-update takes for a profile",
+          "      rm /usr/share/pam-configs/.hidden.tmp",
+          "WRONG left behind: /usr/share/pam-configs/tally.tmp, which pam-auth-update takes for a profile",
           "      rm /usr/share/pam-configs/tally.tmp",
           "note  left behind: /etc/login.defs.tmp",
-          "      rm /etc/login.defs.tmp"}},
+          "      rm /etc/login.defs.tmp",
+          "note  left behind: /etc/default/useradd.tmp",
+          "      rm /etc/default/useradd.tmp",
+          "note  left behind: /etc/pam.d/common-auth.tmp",
+          "      rm /etc/pam.d/common-auth.tmp"}},
     };
 }
 
 QVector<Case> cases()
 {
     return fileCases() + pamCases();
+}
+
+/// The bus looks into its folders when it is told to, or notices by itself.
+void reloadBus()
+{
+    QCOMPARE(runAs(root, QStringLiteral("pkill"), {QStringLiteral("-HUP"), QStringLiteral("dbus-daemon")}).exitCode, 0);
 }
 
 /// Two findings, each with its remedy: the one that is given, and what follows from it.
@@ -265,7 +297,10 @@ private Q_SLOTS:
     void findsWhatIsWrong();
     void findsHelperThatCannotStart();
     void findsMissingBusService();
+    void findsMissingActions_data();
     void findsMissingActions();
+    void findsPolkitThatDoesNotAnswer();
+    void findsNoBus();
 };
 
 void DoctorTest::initTestCase()
@@ -315,24 +350,65 @@ void DoctorTest::findsMissingBusService()
     const QString service = QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id());
     endHelper();
     const Fault fault = without(service);
-    // the bus looks into its folders when it is told to, or notices by itself
-    QCOMPARE(runAs(root, QStringLiteral("pkill"), {QStringLiteral("-HUP"), QStringLiteral("dbus-daemon")}).exitCode, 0);
+    reloadBus();
 
     checkThatBusCannotStart("WRONG bus service is missing: " + service.toLatin1());
 }
 
+void DoctorTest::findsMissingActions_data()
+{
+    QTest::addColumn<QByteArray>("action");
+    for (const char *verb : {"read", "write"}) {
+        for (const char *policy : {"accountslockout", "passwordcomplexity", "passwordexpiration"}) {
+            const QByteArray action = QByteArray(verb) + policy + "policy";
+            QTest::newRow(action.constData()) << action;
+        }
+    }
+}
+
 void DoctorTest::findsMissingActions()
 {
+    QFETCH(QByteArray, action);
     const QString policy = QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id());
     {
-        const Fault fault = with(policy, contentOf(policy).replace("writepasswordexpirationpolicy", "writenothing"));
+        const Fault fault = with(policy, contentOf(policy).replace(action, "otheraction"));
         // polkit notices new files by itself
         QTRY_COMPARE(unusualLines(client(root, QStringLiteral("doctor")).standardOutput),
-                     QByteArrayList(
-                         {"WRONG polkit does not know the action " + id().toLatin1() + ".writepasswordexpirationpolicy",
-                          "      install the helper again"}));
+                     QByteArrayList({"WRONG polkit does not know the action " + id().toLatin1() + '.' + action,
+                                     "      install the helper again"}));
     }
     QTRY_COMPARE(client(root, QStringLiteral("doctor")).exitCode, 0);
+}
+
+void DoctorTest::findsPolkitThatDoesNotAnswer()
+{
+    const QString service = QStringLiteral("/usr/share/dbus-1/system-services/org.freedesktop.PolicyKit1.service");
+    {
+        const Fault fault = without(service);
+        reloadBus();
+        QCOMPARE(runAs(root, QStringLiteral("pkill"), {QStringLiteral("polkitd")}).exitCode, 0);
+
+        QTRY_COMPARE(unusualLines(client(root, QStringLiteral("doctor")).standardOutput),
+                     QByteArrayList({"WRONG polkit does not answer", "      apt install polkitd"}));
+        QCOMPARE(client(root, QStringLiteral("doctor")).exitCode, 1);
+    }
+    reloadBus();
+    QTRY_COMPARE(client(root, QStringLiteral("doctor")).exitCode, 0);
+}
+
+void DoctorTest::findsNoBus()
+{
+    const ScopedVariable address("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
+    QByteArrayList lines = stockLines();
+    const int bus = lines.indexOf("ok    system bus");
+    lines.replace(bus, "WRONG the system bus cannot be reached");
+    lines.replace(bus + 1, "      start the service dbus");
+    lines.removeAt(bus + 2);
+
+    const ProgramResult doctor = client(root, QStringLiteral("doctor"));
+
+    QCOMPARE(doctor.standardOutput.trimmed().split('\n'), lines);
+    QCOMPARE(doctor.exitCode, 1);
 }
 
 QTEST_GUILESS_MAIN(DoctorTest)
