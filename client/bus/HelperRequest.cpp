@@ -78,7 +78,7 @@ HelperRequest::~HelperRequest() = default;
 HelperReply HelperRequest::execute()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
-        return {{ExitCode::Failed, tr("the system bus cannot be reached"), false}, {}};
+        return {{ExitCode::Failed, tr("the system bus cannot be reached")}, {}};
     }
     m_interrupts = std::make_unique<InterruptWatch>([this] {
         cancel();
@@ -281,6 +281,6 @@ void HelperRequest::finish(ExitCode code, const QString &error, const QVariantMa
 {
     m_again.stop();
     m_limit.stop();
-    m_reply = {{code, error, false}, values};
+    m_reply = {{code, error}, values};
     m_loop.quit();
 }
