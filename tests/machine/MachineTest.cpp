@@ -350,6 +350,9 @@ void MachineTest::asksAdministratorInRemoteSession()
 
     terminal->type("accountpolicyctl set expiration maxInterval=77; echo exit''ed $?\r");
     QVERIFY2(terminal->waitFor("Password: "), terminal->output().constData());
+    // an agent that the session has already would be asked before this one
+    QCOMPARE(described(m_machine->run(QStringLiteral("ps -C pkttyagent -o args= | sed 's/[0-9][0-9]*/N/'"))),
+             QByteArray("0: /usr/bin/pkttyagent --notify-fd N --fallback\n"));
     answerPassword(terminal.get());
     QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
     QVERIFY(terminal->waitFor("exited 0"));
