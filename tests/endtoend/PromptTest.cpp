@@ -130,6 +130,7 @@ private Q_SLOTS:
     void givesUpAPromptThatNobodyAnswers();
     void givesUpAPromptWhenPolkitIsGone_data();
     void givesUpAPromptWhenPolkitIsGone();
+    void goesOnWithoutAnAgentThatDoesNotRegister();
     void tellsThatAnAnsweredChangeMayStillCome();
     void asksNothingIfToldSo();
     void asksNothingToRead();
@@ -332,6 +333,21 @@ void PromptTest::givesUpAPromptWhenPolkitIsGone()
     QVERIFY(terminal.echoes());
     QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput.count('\n'), changesKept);
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::goesOnWithoutAnAgentThatDoesNotRegister()
+{
+    const SlowProgram agent(QStringLiteral("/usr/bin/pkttyagent"), 100);
+    QElapsedTimer clock;
+    clock.start();
+
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(lastLine(terminal.output()), waitedFor("helper") + "accountpolicyctl: not authorized");
+    QVERIFY2(clock.elapsed() >= 10000 && clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
 void PromptTest::tellsThatAnAnsweredChangeMayStillCome()
