@@ -136,6 +136,8 @@ private Q_SLOTS:
     void asksNothingToRead();
     void asksOnceAmidRefusalsOfOthers();
     void asksForReadingWhereARuleWantsIt();
+    void asksOnceForReading_data();
+    void asksOnceForReading();
     void showsThatItWaits_data();
     void showsThatItWaits();
     void showsThatItWaitsAfterAPrompt();
@@ -172,8 +174,10 @@ void PromptTest::asksAndWrites()
 {
     PseudoTerminal terminal(
         administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Authentication is required to change when passwords and accounts of new users expire"),
-             terminal.output().constData());
+    // sooner than the limit for an agent that does not register
+    QVERIFY2(
+        terminal.waitFor("Authentication is required to change when passwords and accounts of new users expire", 9000),
+        terminal.output().constData());
     QVERIFY(terminal.waitFor("Password: "));
     answer(&terminal, password);
 
@@ -431,6 +435,35 @@ void PromptTest::asksForReadingWhereARuleWantsIt()
     QVERIFY2(asked, terminal.output().constData());
     QCOMPARE(exitCode, 0);
     QVERIFY(terminal.output().contains("  maxInterval       90 days\r\n"));
+    QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
+}
+
+void PromptTest::asksOnceForReading_data()
+{
+    QTest::addColumn<QByteArray>("decision");
+    QTest::addColumn<int>("questions");
+    QTest::newRow("wrong password") << QByteArray("AUTH_ADMIN") << 1;
+    QTest::newRow("no password would help") << QByteArray("NO") << 0;
+}
+
+void PromptTest::asksOnceForReading()
+{
+    QFETCH(QByteArray, decision);
+    QFETCH(int, questions);
+    auto rule = std::make_unique<PolkitRule>("accountpolicieshelper.read", "policyadmin", decision);
+    QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 3);
+
+    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("show expiration")));
+    if (questions > 0) {
+        QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+        answer(&terminal, "wrong");
+    }
+    const int exitCode = terminal.waitForEnd();
+    rule.reset();
+
+    QCOMPARE(exitCode, 3);
+    QCOMPARE(terminal.output().count("Password: "), questions);
+    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: not authorized"));
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
 }
 
