@@ -122,7 +122,7 @@ void HelperRequest::receiveReply(const KAuth::ActionReply &reply)
         receiveData(reply.data());
         break;
     case KAuth::ActionReply::HelperBusyError:
-        m_cancelled ? finish(ExitCode::NotAuthorized, tr("cancelled")) : tryAgain();
+        m_interrupts->isInterrupted() ? finish(ExitCode::NotAuthorized, tr("cancelled")) : tryAgain();
         break;
     case KAuth::ActionReply::AuthorizationDeniedError:
     case KAuth::ActionReply::UserCancelledError:
@@ -180,7 +180,6 @@ void HelperRequest::receiveDenial()
 /// Ends the prompt, upon which polkit and so the helper answer. What was carried out already is not cancelled any more.
 void HelperRequest::cancel()
 {
-    m_cancelled = true;
     closeAgent();
     if (m_again.isActive()) {
         m_again.stop();
@@ -197,7 +196,7 @@ void HelperRequest::tryAgain()
 
 void HelperRequest::giveUp()
 {
-    if (m_cancelled) {
+    if (m_interrupts->isInterrupted()) {
         finish(ExitCode::NotAuthorized, tr("cancelled; the helper may still carry it out"));
         m_reply.outcome.mayHappen = true;
         return;

@@ -93,7 +93,6 @@ private:
     QString m_key;
     bool m_mayAsk;
     HelperLimits m_limits;
-    bool m_cancelled = false;
     /// The limit is over; only the answer to the last call is waited for.
     bool m_late = false;
     /// The limit ended the question for the password.
