@@ -269,6 +269,8 @@ private Q_SLOTS:
     void answers();
     void helps_data();
     void helps();
+    void printsCandidates_data();
+    void printsCandidates();
     void changesOnlyWhatIsNamed();
     void replacesIfAsked();
     void dropsSettingWithoutValue();
@@ -346,6 +348,31 @@ void ClientTest::helps()
         QCOMPARE(help.standardError, QByteArray());
         QCOMPARE(help.exitCode, 0);
     }
+}
+
+void ClientTest::printsCandidates_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QByteArray>("candidates");
+    QTest::newRow("command") << QStringLiteral("complete -- sh") << QByteArray("show\n");
+    QTest::newRow("command, without mark") << QStringLiteral("complete sh") << QByteArray("show\n");
+    QTest::newRow("behind no command") << QStringLiteral("complete -- se s") << QByteArray();
+    QTest::newRow("option") << QStringLiteral("complete -- set --re") << QByteArray("--replace\n");
+    QTest::newRow("switch") << QStringLiteral("complete -- set lockout per_user=")
+                            << QByteArray("per_user=yes\nper_user=no\n");
+    QTest::newRow("not twice") << QStringLiteral("complete -- set lockout deny=3 de") << QByteArray();
+}
+
+void ClientTest::printsCandidates()
+{
+    QFETCH(QString, typed);
+    QFETCH(QByteArray, candidates);
+
+    const ProgramResult complete = client(nobody, typed);
+
+    QCOMPARE(complete.standardOutput, candidates);
+    QCOMPARE(complete.standardError, QByteArray());
+    QCOMPARE(complete.exitCode, 0);
 }
 
 void ClientTest::changesOnlyWhatIsNamed()
