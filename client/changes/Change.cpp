@@ -14,14 +14,14 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct ChangeText {
     Q_DECLARE_TR_FUNCTIONS(Change)
 };
 
 Outcome saveBefore(const Change &change, QString *file)
 {
     if (!change.before.outcome.succeeded()) {
-        printError(Text::tr("%1 could not be read, so that there is no way back from this change")
+        printError(ChangeText::tr("%1 could not be read, so that there is no way back from this change")
                        .arg(change.store->phrase()));
         return {};
     }
@@ -36,7 +36,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
     const auto keys = differingKeys(schema, wanted, found);
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
-        lines += Text::tr("%1: asked for %2, found %3")
+        lines += ChangeText::tr("%1: asked for %2, found %3")
                      .arg(key, settingText(setting, wanted.value(key)), settingText(setting, found.value(key)));
     }
     return lines.join(QLatin1Char('\n'));
@@ -44,7 +44,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
 
 Outcome verify(const Change &change)
 {
-    const QString written = Text::tr("%1 was written, but is not in force").arg(change.store->phrase());
+    const QString written = ChangeText::tr("%1 was written, but is not in force").arg(change.store->phrase());
     const Reading after = change.store->read();
     if (!after.outcome.succeeded()) {
         const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
@@ -95,9 +95,9 @@ QString previewText(const Change &change)
     const SettingSchema &schema = change.store->schema();
     const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
     if (keys.isEmpty()) {
-        return Text::tr("%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
+        return ChangeText::tr("%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
     }
-    QVector<QStringList> rows{{change.store->name(), Text::tr("now"), Text::tr("then")}};
+    QVector<QStringList> rows{{change.store->name(), ChangeText::tr("now"), ChangeText::tr("then")}};
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         rows += {key,
@@ -111,7 +111,7 @@ QString previewText(const Change &change)
 ExitCode performChange(const Change &change, bool dryRun)
 {
     if (!change.store->exists()) {
-        printError(Text::tr("%1 does not exist").arg(change.store->phrase()));
+        printError(ChangeText::tr("%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
     if (dryRun) {
@@ -123,6 +123,6 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(outcome.error);
         return outcome.code;
     }
-    out().write(printable(Text::tr("%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
+    out().write(printable(ChangeText::tr("%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
     return ExitCode::Done;
 }

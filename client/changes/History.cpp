@@ -20,7 +20,7 @@ namespace
 constexpr int mostEntries = 100;
 
 /// Translates this file's texts.
-struct Text {
+struct HistoryText {
     Q_DECLARE_TR_FUNCTIONS(History)
 };
 
@@ -67,7 +67,8 @@ QString stateHome()
 Outcome noWayBack(const QString &reason)
 {
     return {ExitCode::Failed,
-            Text::tr("nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours")
+            HistoryText::tr(
+                "nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours")
                 + QLatin1Char('\n') + reason};
 }
 
@@ -117,7 +118,7 @@ QString History::folder() const
 Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const
 {
     if (m_folder.isEmpty()) {
-        return noWayBack(Text::tr("this account has no home folder"));
+        return noWayBack(HistoryText::tr("this account has no home folder"));
     }
     QDir().mkpath(m_folder);
     // names sort by time; the process tells apart what happens at the same one

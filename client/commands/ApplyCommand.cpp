@@ -18,7 +18,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct ApplyCommandText {
     Q_DECLARE_TR_FUNCTIONS(ApplyCommand)
 };
 
@@ -74,7 +74,7 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
-        out().write(Text::tr("%1: already in force").arg(name) + QLatin1Char('\n'));
+        out().write(ApplyCommandText::tr("%1: already in force").arg(name) + QLatin1Char('\n'));
         return ExitCode::Done;
     }
     return performChange(
@@ -96,7 +96,7 @@ QString ApplyCommand::name() const
 
 QString ApplyCommand::summary() const
 {
-    return Text::tr("Put the policies of a document in force.");
+    return ApplyCommandText::tr("Put the policies of a document in force.");
 }
 
 QList<Argument> ApplyCommand::arguments() const

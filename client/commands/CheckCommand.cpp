@@ -15,7 +15,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct CheckCommandText {
     Q_DECLARE_TR_FUNCTIONS(CheckCommand)
 };
 
@@ -39,7 +39,7 @@ QString CheckCommand::name() const
 
 QString CheckCommand::summary() const
 {
-    return Text::tr("Tell where the policies in force differ from a document.");
+    return CheckCommandText::tr("Tell where the policies in force differ from a document.");
 }
 
 QList<Argument> CheckCommand::arguments() const
@@ -65,7 +65,10 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
         rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
     }
     if (!rows.isEmpty()) {
-        rows.prepend({Text::tr("policy"), Text::tr("setting"), Text::tr("wanted"), Text::tr("found")});
+        rows.prepend({CheckCommandText::tr("policy"),
+                      CheckCommandText::tr("setting"),
+                      CheckCommandText::tr("wanted"),
+                      CheckCommandText::tr("found")});
         out().write(table(rows, 0));
     }
     const ExitCode read = printFailures(readings);

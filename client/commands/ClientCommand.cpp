@@ -15,7 +15,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct ClientCommandText {
     Q_DECLARE_TR_FUNCTIONS(ClientCommand)
 };
 }
@@ -40,17 +40,17 @@ QStringList ClientCommand::candidates(const QStringList &before) const
 
 QCommandLineOption jsonOption()
 {
-    return {QStringLiteral("json"), Text::tr("Print a JSON document.")};
+    return {QStringLiteral("json"), ClientCommandText::tr("Print a JSON document.")};
 }
 
 QCommandLineOption dryRunOption()
 {
-    return {QStringLiteral("dry-run"), Text::tr("Show what would change, and change nothing.")};
+    return {QStringLiteral("dry-run"), ClientCommandText::tr("Show what would change, and change nothing.")};
 }
 
 QCommandLineOption noAskPasswordOption()
 {
-    return {QStringLiteral("no-ask-password"), Text::tr("Do not ask for a password on the terminal.")};
+    return {QStringLiteral("no-ask-password"), ClientCommandText::tr("Do not ask for a password on the terminal.")};
 }
 
 bool isDryRun(const QCommandLineParser &line)
@@ -81,21 +81,22 @@ QStringList accountNames()
 
 ExitCode usageError(const QString &text)
 {
-    printError(text + QLatin1Char('\n') + Text::tr("see accountpolicyctl --help"));
+    printError(text + QLatin1Char('\n') + ClientCommandText::tr("see accountpolicyctl --help"));
     return ExitCode::Usage;
 }
 
 ExitCode tooManyArguments(const QString &unexpected)
 {
-    return usageError(Text::tr("\"%1\" is not expected here").arg(unexpected));
+    return usageError(ClientCommandText::tr("\"%1\" is not expected here").arg(unexpected));
 }
 
 ExitCode unknownPolicy(const QString &name)
 {
     const QString meant = nearest(name, policyNames());
-    const QString known = meant.isEmpty() ? Text::tr("there are %1").arg(policyNames().join(QStringLiteral(", ")))
-                                          : Text::tr("did you mean \"%1\"?").arg(meant);
-    return usageError(Text::tr("there is no policy \"%1\"; %2").arg(name, known));
+    const QString known = meant.isEmpty()
+        ? ClientCommandText::tr("there are %1").arg(policyNames().join(QStringLiteral(", ")))
+        : ClientCommandText::tr("did you mean \"%1\"?").arg(meant);
+    return usageError(ClientCommandText::tr("there is no policy \"%1\"; %2").arg(name, known));
 }
 
 Outcome readInput(const QString &path, QByteArray *content)
@@ -107,7 +108,7 @@ Outcome readInput(const QString &path, QByteArray *content)
         *content = file.readAll();
     }
     if (file.error() != QFileDevice::NoError) {
-        return {ExitCode::Failed, Text::tr("%1 cannot be read\n%2").arg(path, file.errorString())};
+        return {ExitCode::Failed, ClientCommandText::tr("%1 cannot be read\n%2").arg(path, file.errorString())};
     }
     return {};
 }

@@ -27,7 +27,7 @@ namespace
 using Commands = std::vector<std::unique_ptr<ClientCommand>>;
 
 /// Translates this file's texts.
-struct Text {
+struct CommandLineText {
     Q_DECLARE_TR_FUNCTIONS(CommandLine)
 };
 
@@ -80,13 +80,14 @@ QString helpText()
         }
         commands += {syntax.join(QLatin1Char(' ')), command->summary()};
     }
-    const QVector<QStringList> options{{QStringLiteral("--help"), Text::tr("Show this, or the help of a command.")},
-                                       {QStringLiteral("--version"), Text::tr("Show the version.")}};
-    return Text::tr("Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
-        + Text::tr("Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
-        + Text::tr("Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n') + Text::tr("Options:")
-        + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
-        + Text::tr("Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
+    const QVector<QStringList> options{
+        {QStringLiteral("--help"), CommandLineText::tr("Show this, or the help of a command.")},
+        {QStringLiteral("--version"), CommandLineText::tr("Show the version.")}};
+    return CommandLineText::tr("Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
+        + CommandLineText::tr("Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
+        + CommandLineText::tr("Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n')
+        + CommandLineText::tr("Options:") + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
+        + CommandLineText::tr("Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
 }
 
 ExitCode runClientCommand(const ClientCommand &command, const QStringList &words)
@@ -99,7 +100,7 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
         parser.addPositionalArgument(argument.name, argument.description, argument.syntax);
     }
     parser.addOptions(command.options());
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Text::tr("Show this."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, CommandLineText::tr("Show this."));
     parser.addOption(help);
     if (!parser.parse(words)) {
         return usageError(parser.errorText());
@@ -180,9 +181,9 @@ ExitCode runCommandLine(const QStringList &words)
     const ClientCommand *command = findCommand(name);
     if (!command) {
         const QString meant = nearest(name, commandNames());
-        return usageError(meant.isEmpty()
-                              ? Text::tr("there is no command \"%1\"").arg(name)
-                              : Text::tr("there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));
+        return usageError(
+            meant.isEmpty() ? CommandLineText::tr("there is no command \"%1\"").arg(name)
+                            : CommandLineText::tr("there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));
     }
     QStringList rest = words;
     rest.removeAt(place);

@@ -11,7 +11,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct DoctorCommandText {
     Q_DECLARE_TR_FUNCTIONS(DoctorCommand)
 };
 
@@ -19,14 +19,15 @@ QString lineOf(const Finding &finding)
 {
     switch (finding.grade) {
     case Finding::Grade::Good:
-        return out().good(Text::tr("ok   ")) + QLatin1Char(' ') + printable(finding.text) + QLatin1Char('\n');
+        return out().good(DoctorCommandText::tr("ok   ")) + QLatin1Char(' ') + printable(finding.text)
+            + QLatin1Char('\n');
     case Finding::Grade::Note:
         break;
     case Finding::Grade::Wrong:
-        return out().bad(Text::tr("WRONG")) + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
-            + printable(finding.remedy) + QLatin1Char('\n');
+        return out().bad(DoctorCommandText::tr("WRONG")) + QLatin1Char(' ') + printable(finding.text)
+            + QStringLiteral("\n      ") + printable(finding.remedy) + QLatin1Char('\n');
     }
-    return Text::tr("note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
+    return DoctorCommandText::tr("note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
         + printable(finding.remedy) + QLatin1Char('\n');
 }
 }
@@ -38,7 +39,7 @@ QString DoctorCommand::name() const
 
 QString DoctorCommand::summary() const
 {
-    return Text::tr("Check the installation, and tell how to mend it.");
+    return DoctorCommandText::tr("Check the installation, and tell how to mend it.");
 }
 
 ExitCode DoctorCommand::run(const QCommandLineParser &line) const

@@ -11,7 +11,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct DocumentArgumentText {
     Q_DECLARE_TR_FUNCTIONS(DocumentArgument)
 };
 }
@@ -19,7 +19,7 @@ struct Text {
 QList<Argument> documentArguments()
 {
     return {{QStringLiteral("FILE"),
-             Text::tr("A document as printed by export; - for the standard input."),
+             DocumentArgumentText::tr("A document as printed by export; - for the standard input."),
              QStringLiteral("FILE")}};
 }
 
@@ -27,7 +27,7 @@ ExitCode readDocumentArgument(const QCommandLineParser &line, QMap<QString, Wish
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(Text::tr("which document? FILE, or - for the standard input"));
+        return usageError(DocumentArgumentText::tr("which document? FILE, or - for the standard input"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

@@ -12,7 +12,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct HistoryCommandText {
     Q_DECLARE_TR_FUNCTIONS(HistoryCommand)
 };
 
@@ -30,7 +30,7 @@ QString HistoryCommand::name() const
 
 QString HistoryCommand::summary() const
 {
-    return Text::tr("List the changes that can be undone.");
+    return HistoryCommandText::tr("List the changes that can be undone.");
 }
 
 ExitCode HistoryCommand::run(const QCommandLineParser &line) const
@@ -43,8 +43,9 @@ ExitCode HistoryCommand::run(const QCommandLineParser &line) const
     for (const HistoryEntry &entry : entries) {
         const QString number = QString::number(rows.size() + 1);
         const QString time = entry.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-        rows += entry.store.isEmpty() ? QStringList{number, Text::tr("cannot be read: %1").arg(cell(entry.file))}
-                                      : QStringList{number, time, cell(entry.command)};
+        rows += entry.store.isEmpty()
+            ? QStringList{number, HistoryCommandText::tr("cannot be read: %1").arg(cell(entry.file))}
+            : QStringList{number, time, cell(entry.command)};
     }
     out().write(table(rows, 0));
     return ExitCode::Done;

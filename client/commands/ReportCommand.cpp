@@ -21,7 +21,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct ReportCommandText {
     Q_DECLARE_TR_FUNCTIONS(ReportCommand)
 };
 
@@ -49,14 +49,14 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
         if (!reading.outcome.succeeded()) {
             return reading.outcome;
         }
-        sections->append({Text::tr("Account %1").arg(account), &store.schema(), reading.settings});
+        sections->append({ReportCommandText::tr("Account %1").arg(account), &store.schema(), reading.settings});
     }
     return {};
 }
 
 Outcome notWritten(const QString &path, const QString &reason)
 {
-    return {ExitCode::Failed, Text::tr("%1 could not be written").arg(path) + QLatin1Char('\n') + reason};
+    return {ExitCode::Failed, ReportCommandText::tr("%1 could not be written").arg(path) + QLatin1Char('\n') + reason};
 }
 
 /// Into a pipe or a device, which can't be read back: what the task leaves unchecked is checked byte by byte.
@@ -86,7 +86,7 @@ Outcome writePage(const QString &path, const QString &html)
     }
     QFile written(path);
     if (!written.open(QIODevice::ReadOnly) || written.readAll() != html.toUtf8()) {
-        return {ExitCode::Failed, Text::tr("%1 was not written completely").arg(path)};
+        return {ExitCode::Failed, ReportCommandText::tr("%1 was not written completely").arg(path)};
     }
     return {};
 }
@@ -105,20 +105,20 @@ QString ReportCommand::name() const
 
 QString ReportCommand::summary() const
 {
-    return Text::tr("Write the policies in force as an HTML page.");
+    return ReportCommandText::tr("Write the policies in force as an HTML page.");
 }
 
 QList<Argument> ReportCommand::arguments() const
 {
     return {{QStringLiteral("FILE"),
-             Text::tr("The file to write; one that is there is replaced."),
+             ReportCommandText::tr("The file to write; one that is there is replaced."),
              QStringLiteral("FILE")}};
 }
 
 QList<QCommandLineOption> ReportCommand::options() const
 {
     return {{userOption(),
-             Text::tr("Report this account too (root only). May be given several times."),
+             ReportCommandText::tr("Report this account too (root only). May be given several times."),
              QStringLiteral("NAME")},
             noAskPasswordOption()};
 }
@@ -127,7 +127,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(Text::tr("into which file?"));
+        return usageError(ReportCommandText::tr("into which file?"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

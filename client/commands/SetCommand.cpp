@@ -16,7 +16,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct SetCommandText {
     Q_DECLARE_TR_FUNCTIONS(SetCommand)
 };
 
@@ -63,7 +63,8 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     }
     const Outcome &read = change.before.outcome;
     if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
-        const QString hint = Text::tr("what is not known cannot be kept; --replace writes just what is typed");
+        const QString hint =
+            SetCommandText::tr("what is not known cannot be kept; --replace writes just what is typed");
         printError(read.code == ExitCode::Failed ? read.error + QLatin1Char('\n') + hint : read.error);
         return read.code;
     }
@@ -79,22 +80,22 @@ QString SetCommand::name() const
 
 QString SetCommand::summary() const
 {
-    return Text::tr("Change settings of a policy, or of an account.");
+    return SetCommandText::tr("Change settings of a policy, or of an account.");
 }
 
 QList<Argument> SetCommand::arguments() const
 {
     QStringList subjects = policyNames();
-    subjects += Text::tr("or \"user NAME\" for an account (root only)");
+    subjects += SetCommandText::tr("or \"user NAME\" for an account (root only)");
     return {{QStringLiteral("POLICY"), subjects.join(QStringLiteral(", ")), QStringLiteral("POLICY|user NAME")},
             {QStringLiteral("KEY=VALUE"),
-             Text::tr("A setting; KEY= drops it. Those that are not named stay as they are."),
+             SetCommandText::tr("A setting; KEY= drops it. Those that are not named stay as they are."),
              QStringLiteral("KEY=VALUE...")}};
 }
 
 QList<QCommandLineOption> SetCommand::options() const
 {
-    return {{QStringLiteral("replace"), Text::tr("Drop all settings that are not named.")},
+    return {{QStringLiteral("replace"), SetCommandText::tr("Drop all settings that are not named.")},
             dryRunOption(),
             noAskPasswordOption()};
 }
@@ -103,7 +104,7 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.size() < subjectLength(words)) {
-        return usageError(Text::tr("what is to be set? a policy (%1), or \"user NAME\"")
+        return usageError(SetCommandText::tr("what is to be set? a policy (%1), or \"user NAME\"")
                               .arg(policyNames().join(QStringLiteral(", "))));
     }
     const std::unique_ptr<SettingsStore> store = makeStore(storeName(words), mayAskPassword(line));
@@ -112,7 +113,8 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     }
     const QStringList assignments = words.mid(subjectLength(words));
     if (assignments.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
-        return usageError(Text::tr("which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
+        return usageError(
+            SetCommandText::tr("which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
     }
     Wishes wishes;
     const QString wrong = parseAssignments(store->schema(), store->phrase(), assignments, &wishes);

@@ -13,7 +13,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct ShowCommandText {
     Q_DECLARE_TR_FUNCTIONS(ShowCommand)
 };
 
@@ -37,14 +37,15 @@ QString ShowCommand::name() const
 
 QString ShowCommand::summary() const
 {
-    return Text::tr("Show the policies in force.");
+    return ShowCommandText::tr("Show the policies in force.");
 }
 
 QList<Argument> ShowCommand::arguments() const
 {
-    return {{QStringLiteral("POLICY"),
-             Text::tr("The policy: %1. All where none is given.").arg(policyNames().join(QStringLiteral(", "))),
-             QStringLiteral("[POLICY]")}};
+    return {
+        {QStringLiteral("POLICY"),
+         ShowCommandText::tr("The policy: %1. All where none is given.").arg(policyNames().join(QStringLiteral(", "))),
+         QStringLiteral("[POLICY]")}};
 }
 
 QList<QCommandLineOption> ShowCommand::options() const

@@ -13,7 +13,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct UndoCommandText {
     Q_DECLARE_TR_FUNCTIONS(UndoCommand)
 };
 
@@ -27,14 +27,14 @@ ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
 {
     const std::unique_ptr<SettingsStore> store = makeStore(entry.store, mayAskPassword(line));
     if (!store) {
-        return fail(Text::tr("%1 cannot be understood").arg(entry.file));
+        return fail(UndoCommandText::tr("%1 cannot be understood").arg(entry.file));
     }
     const Reading before = store->read();
     if (before.outcome.code != ExitCode::Done && before.outcome.code != ExitCode::Failed) {
         printError(before.outcome.error);
         return before.outcome.code;
     }
-    return performChange({store.get(), before, entry.before, Text::tr("undo of: %1").arg(entry.command)},
+    return performChange({store.get(), before, entry.before, UndoCommandText::tr("undo of: %1").arg(entry.command)},
                          isDryRun(line));
 }
 }
@@ -46,13 +46,13 @@ QString UndoCommand::name() const
 
 QString UndoCommand::summary() const
 {
-    return Text::tr("Bring back the settings from before a change.");
+    return UndoCommandText::tr("Bring back the settings from before a change.");
 }
 
 QList<Argument> UndoCommand::arguments() const
 {
     return {{QStringLiteral("NUMBER"),
-             Text::tr("Which change, as listed by history; 1, the newest, if not given."),
+             UndoCommandText::tr("Which change, as listed by history; 1, the newest, if not given."),
              QStringLiteral("[NUMBER]")}};
 }
 
@@ -69,15 +69,15 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
     }
     const int number = words.isEmpty() ? 1 : words.first().toInt();
     if (number < 1) {
-        return usageError(
-            Text::tr("\"%1\" is not the number of a change; see accountpolicyctl history").arg(words.first()));
+        return usageError(UndoCommandText::tr("\"%1\" is not the number of a change; see accountpolicyctl history")
+                              .arg(words.first()));
     }
     const QVector<HistoryEntry> entries = History().entries();
     if (entries.isEmpty()) {
-        return fail(Text::tr("there is nothing to undo"));
+        return fail(UndoCommandText::tr("there is nothing to undo"));
     }
     if (number > entries.size()) {
-        return fail(Text::tr("there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
+        return fail(UndoCommandText::tr("there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
     }
     return undo(entries.at(number - 1), line);
 }

@@ -12,7 +12,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct UserCommandText {
     Q_DECLARE_TR_FUNCTIONS(UserCommand)
 };
 }
@@ -24,19 +24,19 @@ QString UserCommand::name() const
 
 QString UserCommand::summary() const
 {
-    return Text::tr("Show the expiration settings of an account (root only).");
+    return UserCommandText::tr("Show the expiration settings of an account (root only).");
 }
 
 QList<Argument> UserCommand::arguments() const
 {
-    return {{QStringLiteral("NAME"), Text::tr("The account's login name."), QStringLiteral("NAME")}};
+    return {{QStringLiteral("NAME"), UserCommandText::tr("The account's login name."), QStringLiteral("NAME")}};
 }
 
 ExitCode UserCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(Text::tr("which account?"));
+        return usageError(UserCommandText::tr("which account?"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

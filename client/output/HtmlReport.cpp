@@ -25,7 +25,7 @@ const char style[] =
     "}\n";
 
 /// Translates this file's texts.
-struct Text {
+struct HtmlReportText {
     Q_DECLARE_TR_FUNCTIONS(HtmlReport)
 };
 
@@ -50,7 +50,8 @@ QString sectionHtml(const ReportSection &section)
     return QStringLiteral("<table>\n<caption>%1</caption>\n"
                           "<thead><tr><th scope=\"col\">%2</th><th scope=\"col\">%3</th></tr></thead>\n"
                           "<tbody>\n%4</tbody>\n</table>\n")
-        .arg(escaped(section.title), escaped(Text::tr("Setting")), escaped(Text::tr("Value")), rows);
+        .arg(
+            escaped(section.title), escaped(HtmlReportText::tr("Setting")), escaped(HtmlReportText::tr("Value")), rows);
 }
 
 QString failureHtml(const QString &failure)
@@ -76,11 +77,11 @@ QString bodyHtml(const Report &report, const QString &title)
 
 QString htmlReport(const Report &report)
 {
-    const QString title = escaped(Text::tr("Account policies of %1").arg(report.machine));
+    const QString title = escaped(HtmlReportText::tr("Account policies of %1").arg(report.machine));
     const QString head = QStringLiteral("<meta charset=\"utf-8\">\n"
                                         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                                         "<title>%1</title>\n<style>\n%2</style>\n")
                              .arg(title, QLatin1String(style));
     return QStringLiteral("<!DOCTYPE html>\n<html lang=\"%1\">\n<head>\n%2</head>\n<body>\n%3</body>\n</html>\n")
-        .arg(Text::tr("en"), head, bodyHtml(report, title));
+        .arg(HtmlReportText::tr("en"), head, bodyHtml(report, title));
 }

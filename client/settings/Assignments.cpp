@@ -14,7 +14,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct AssignmentsText {
     Q_DECLARE_TR_FUNCTIONS(Assignments)
 };
 
@@ -38,7 +38,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
 {
     const int equals = word.indexOf(QLatin1Char('='));
     if (equals < 1) {
-        return Text::tr("\"%1\" is not of the form KEY=VALUE").arg(word);
+        return AssignmentsText::tr("\"%1\" is not of the form KEY=VALUE").arg(word);
     }
     const QString key = word.left(equals);
     const QString text = word.mid(equals + 1);
@@ -47,7 +47,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
         return unknownKeyText(schema, subject, key);
     }
     if (wishes->contains(key)) {
-        return Text::tr("%1 is given twice").arg(key);
+        return AssignmentsText::tr("%1 is given twice").arg(key);
     }
     QVariant value;
     if (!text.isEmpty() && !(parseSettingText(*setting, text, &value) && isAllowed(*setting, value))) {
@@ -76,14 +76,16 @@ QString unknownKeyText(const SettingSchema &schema, const QString &subject, cons
 {
     const QString meant = nearest(key, schema.keys());
     if (!meant.isEmpty()) {
-        return Text::tr("%1 has no setting \"%2\"; did you mean \"%3\"?").arg(subject, key, meant);
+        return AssignmentsText::tr("%1 has no setting \"%2\"; did you mean \"%3\"?").arg(subject, key, meant);
     }
-    return Text::tr("%1 has no setting \"%2\"; it has %3").arg(subject, key, schema.keys().join(QStringLiteral(", ")));
+    return AssignmentsText::tr("%1 has no setting \"%2\"; it has %3")
+        .arg(subject, key, schema.keys().join(QStringLiteral(", ")));
 }
 
 QString badValueText(const Setting &setting, const QString &value)
 {
-    return Text::tr("%1: \"%2\" is not allowed; allowed is %3").arg(setting.key, value, allowedText(setting));
+    return AssignmentsText::tr("%1: \"%2\" is not allowed; allowed is %3")
+        .arg(setting.key, value, allowedText(setting));
 }
 
 QString parseAssignments(const SettingSchema &schema, const QString &subject, const QStringList &words, Wishes *wishes)

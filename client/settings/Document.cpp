@@ -16,7 +16,7 @@ namespace
 constexpr int formatVersion = 1;
 
 /// Translates this file's texts.
-struct Text {
+struct DocumentText {
     Q_DECLARE_TR_FUNCTIONS(Document)
 };
 
@@ -81,7 +81,7 @@ QString impossibleValueText(const SettingSchema &schema, const Wishes &wishes)
 QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wishes)
 {
     if (!value.isObject()) {
-        return Text::tr("%1 is not an object").arg(policy.phrase());
+        return DocumentText::tr("%1 is not an object").arg(policy.phrase());
     }
     QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
     return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
@@ -128,18 +128,20 @@ QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
     QJsonParseError error;
     const QJsonObject document = QJsonDocument::fromJson(text, &error).object();
     if (error.error != QJsonParseError::NoError) {
-        return Text::tr("not a JSON document: %1 (at byte %2)").arg(error.errorString(), QString::number(error.offset));
+        return DocumentText::tr("not a JSON document: %1 (at byte %2)")
+            .arg(error.errorString(), QString::number(error.offset));
     }
     if (document.value(QStringLiteral("version")) != QJsonValue(formatVersion)
         || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {
-        return Text::tr("not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
+        return DocumentText::tr(
+                   "not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
             .arg(formatVersion);
     }
     const QJsonObject all = document.value(QStringLiteral("policies")).toObject();
     for (auto member = all.begin(); member != all.end(); ++member) {
         const Policy *policy = findPolicy(member.key());
         if (!policy) {
-            return Text::tr("there is no policy \"%1\"; there are %2")
+            return DocumentText::tr("there is no policy \"%1\"; there are %2")
                 .arg(member.key(), policyNames().join(QStringLiteral(", ")));
         }
         QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);

@@ -15,7 +15,7 @@ QDate epoch()
 }
 
 /// Translates this file's texts.
-struct Text {
+struct DisplayText {
     Q_DECLARE_TR_FUNCTIONS(SettingText)
 };
 
@@ -38,7 +38,7 @@ QString duration(qlonglong seconds)
     QStringList words;
     for (const Part &part : parts) {
         if (seconds >= part.length) {
-            words += Text::tr(part.text).arg(seconds / part.length);
+            words += DisplayText::tr(part.text).arg(seconds / part.length);
             seconds %= part.length;
         }
     }
@@ -53,21 +53,23 @@ QString withUnit(Unit unit, qlonglong number)
     case Unit::None:
         return text;
     case Unit::FailedLogins:
-        return (plural == 1 ? Text::tr("%1 failed login") : Text::tr("%1 failed logins")).arg(text);
+        return (plural == 1 ? DisplayText::tr("%1 failed login") : DisplayText::tr("%1 failed logins")).arg(text);
     case Unit::Seconds:
-        return number < 60 ? Text::tr("%1 s").arg(text) : Text::tr("%1 s (%2)").arg(text, duration(number));
+        return number < 60 ? DisplayText::tr("%1 s").arg(text)
+                           : DisplayText::tr("%1 s (%2)").arg(text, duration(number));
     case Unit::Characters:
-        return (plural == 1 ? Text::tr("%1 character") : Text::tr("%1 characters")).arg(text);
+        return (plural == 1 ? DisplayText::tr("%1 character") : DisplayText::tr("%1 characters")).arg(text);
     case Unit::Credits:
         if (number < 0) {
-            return (plural == 1 ? Text::tr("%1 (at least %2 character)") : Text::tr("%1 (at least %2 characters)"))
+            return (plural == 1 ? DisplayText::tr("%1 (at least %2 character)")
+                                : DisplayText::tr("%1 (at least %2 characters)"))
                 .arg(text, QString::number(-number));
         }
-        return (plural == 1 ? Text::tr("%1 (a credit of at most %1 character)")
-                            : Text::tr("%1 (a credit of at most %1 characters)"))
+        return (plural == 1 ? DisplayText::tr("%1 (a credit of at most %1 character)")
+                            : DisplayText::tr("%1 (a credit of at most %1 characters)"))
             .arg(text);
     case Unit::Days:
-        return (plural == 1 ? Text::tr("%1 day") : Text::tr("%1 days")).arg(text);
+        return (plural == 1 ? DisplayText::tr("%1 day") : DisplayText::tr("%1 days")).arg(text);
     }
     return text;
 }
@@ -113,7 +115,7 @@ bool parseDate(const QString &text, qlonglong *days)
 QString settingText(const Setting &setting, const QVariant &value)
 {
     if (!value.isValid()) {
-        return Text::tr("not set");
+        return DisplayText::tr("not set");
     }
     if (setting.kind == SettingKind::Flag) {
         return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
@@ -137,17 +139,17 @@ QString allowedText(const Setting &setting)
     QString allowed;
     switch (setting.kind) {
     case SettingKind::Flag:
-        return Text::tr("yes or no");
+        return DisplayText::tr("yes or no");
     case SettingKind::Number:
-        allowed = Text::tr("a whole number from %1 to %2")
+        allowed = DisplayText::tr("a whole number from %1 to %2")
                       .arg(QString::number(setting.minimum), QString::number(setting.maximum));
         break;
     case SettingKind::Date:
-        allowed = Text::tr("a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
+        allowed = DisplayText::tr("a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
                       .arg(dateText(setting.minimum), dateText(setting.maximum));
         break;
     }
-    return setting.never == Never::NoWord ? allowed : Text::tr("%1, or \"never\"").arg(allowed);
+    return setting.never == Never::NoWord ? allowed : DisplayText::tr("%1, or \"never\"").arg(allowed);
 }
 
 bool parseSettingText(const Setting &setting, const QString &text, QVariant *value)

@@ -15,7 +15,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct AccountStoreText {
     Q_DECLARE_TR_FUNCTIONS(AccountStore)
 };
 
@@ -28,9 +28,9 @@ QString nameKey()
 Outcome outcomeOf(AbstractTask *task)
 {
     if (geteuid() != 0) {
-        return {ExitCode::NotAuthorized, Text::tr("the settings of accounts are for root alone; try sudo")};
+        return {ExitCode::NotAuthorized, AccountStoreText::tr("the settings of accounts are for root alone; try sudo")};
     }
-    const WaitingLine line(Text::tr("waiting for the accounts…"));
+    const WaitingLine line(AccountStoreText::tr("waiting for the accounts…"));
     task->run();
     if (task->result().state() == TaskState::Failed) {
         return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
@@ -50,7 +50,7 @@ QString AccountStore::name() const
 
 QString AccountStore::phrase() const
 {
-    return Text::tr("the account %1").arg(m_account);
+    return AccountStoreText::tr("the account %1").arg(m_account);
 }
 
 const SettingSchema &AccountStore::schema() const

@@ -8,7 +8,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct SettingsStoreText {
     Q_DECLARE_TR_FUNCTIONS(SettingsStore)
 };
 }
@@ -27,11 +27,11 @@ QString SettingsStore::reasonNotInForce() const
 
 QString SettingsStore::readFailure(const QString &told) const
 {
-    return Text::tr("%1 could not be read").arg(phrase()) + QLatin1Char('\n') + told;
+    return SettingsStoreText::tr("%1 could not be read").arg(phrase()) + QLatin1Char('\n') + told;
 }
 
 QString SettingsStore::writeFailure(const QString &told) const
 {
     // no word of what is in force now: a task may fail halfway
-    return Text::tr("%1 could not be changed").arg(phrase()) + QLatin1Char('\n') + told;
+    return SettingsStoreText::tr("%1 could not be changed").arg(phrase()) + QLatin1Char('\n') + told;
 }

@@ -13,7 +13,7 @@
 namespace
 {
 /// Translates this file's texts.
-struct Text {
+struct PamFilesText {
     Q_DECLARE_TR_FUNCTIONS(PamFiles)
 };
 
@@ -102,18 +102,18 @@ QString reasonNotInStack(const PamFiles &files)
 {
     for (const PamProfileFile &profile : files.profiles) {
         if (namesModule(profile.path, profile.module) && isModuleRefused(profile.module)) {
-            return Text::tr("pam-auth-update of this system leaves out every profile that names %1")
+            return PamFilesText::tr("pam-auth-update of this system leaves out every profile that names %1")
                 .arg(profile.module);
         }
     }
     for (const PamProfileFile &profile : files.profiles) {
         if (namesModule(files.stack, profile.module)) {
-            return Text::tr(
+            return PamFilesText::tr(
                        "the profile has changed, but %1 has not; pam-auth-update keeps what was edited there by hand")
                 .arg(files.stack);
         }
     }
-    return Text::tr(
+    return PamFilesText::tr(
                "the profile has changed, but %1 does not name its module; is the profile enabled in pam-auth-update?")
         .arg(files.stack);
 }

@@ -7,7 +7,7 @@
 
 namespace
 {
-const PamReadTable &table()
+const PamReadTable &complexityReadTable()
 {
     static const PamReadTable table{
         QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
@@ -22,7 +22,7 @@ const PamReadTable &table()
 }
 
 LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
-    : PamOptionReader(table(), values)
+    : PamOptionReader(complexityReadTable(), values)
 {
 }
 

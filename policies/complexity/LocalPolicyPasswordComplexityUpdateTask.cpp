@@ -14,7 +14,7 @@ namespace
 // NOLINTNEXTLINE(cert-err58-cpp)
 const QRegularExpression modulePattern(QStringLiteral("(pam_cracklib|pam_pwquality)\\.so"));
 
-const PamWriteTable &table()
+const PamWriteTable &complexityWriteTable()
 {
     static const PamWriteTable table{
         QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
@@ -30,7 +30,7 @@ const PamWriteTable &table()
     return table;
 }
 
-constexpr CommandFailureTexts commandTexts = {
+constexpr CommandFailureTexts complexityCommandTexts = {
     "LocalPolicyPasswordComplexityUpdateTask",
     QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
     QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
@@ -40,7 +40,7 @@ constexpr CommandFailureTexts commandTexts = {
 
 LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(
     const QVariantMap *arguments)
-    : PamOptionRewriter(table(), arguments)
+    : PamOptionRewriter(complexityWriteTable(), arguments)
 {
 }
 
@@ -76,7 +76,7 @@ void LocalPolicyPasswordComplexityUpdateTask::update()
     updatePamPolicy(
         {
             profiles,
-            commandTexts,
+            complexityCommandTexts,
             {QStringLiteral("/etc/pam.d/common-password"), modulePattern, minlen},
             values()->value(minlen).toInt(),
         },

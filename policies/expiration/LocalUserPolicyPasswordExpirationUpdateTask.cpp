@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr CommandFailureTexts commandTexts = {
+constexpr CommandFailureTexts chageTexts = {
     "LocalUserPolicyPasswordExpirationUpdateTask",
     QT_TRANSLATE_NOOP("LocalUserPolicyPasswordExpirationUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
     QT_TRANSLATE_NOOP("LocalUserPolicyPasswordExpirationUpdateTask",
@@ -32,7 +32,7 @@ QString failureMessage(const Command &command, const CommandOutcome &outcome)
     // unlike the other policies: the number of the error, not its text, and nothing from behind a NUL byte
     const QString error = QString::number(outcome.error);
     const QString standardError = outcome.standardError.left(outcome.standardError.indexOf(QChar::Null));
-    const QString message = commandFailureMessage(commandTexts, command, outcome, error, standardError);
+    const QString message = commandFailureMessage(chageTexts, command, outcome, error, standardError);
     // as a whole: a line end of the tool's own stays inside the closing quote
     return outcome.end == CommandOutcome::End::Exited ? message.trimmed() : message;
 }

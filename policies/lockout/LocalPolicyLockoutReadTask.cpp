@@ -7,7 +7,7 @@
 
 namespace
 {
-const PamReadTable &table()
+const PamReadTable &lockoutReadTable()
 {
     static const PamReadTable table{
         QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))"),
@@ -21,7 +21,7 @@ const PamReadTable &table()
 }
 
 LocalPolicyLockoutReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
-    : PamOptionReader(table(), values)
+    : PamOptionReader(lockoutReadTable(), values)
 {
 }
 

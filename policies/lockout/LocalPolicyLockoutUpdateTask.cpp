@@ -7,7 +7,7 @@
 
 namespace
 {
-const PamWriteTable &table()
+const PamWriteTable &lockoutWriteTable()
 {
     static const PamWriteTable table{
         QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))"),
@@ -19,7 +19,7 @@ const PamWriteTable &table()
     return table;
 }
 
-constexpr CommandFailureTexts commandTexts = {
+constexpr CommandFailureTexts lockoutCommandTexts = {
     "LocalPolicyLockoutUpdateTask",
     QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
     QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
@@ -28,7 +28,7 @@ constexpr CommandFailureTexts commandTexts = {
 }
 
 LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(const QVariantMap *arguments)
-    : PamOptionRewriter(table(), arguments)
+    : PamOptionRewriter(lockoutWriteTable(), arguments)
 {
 }
 
@@ -52,7 +52,7 @@ void LocalPolicyLockoutUpdateTask::update()
     updatePamPolicy(
         {
             {{profile, tr("\"%1\" not contain \"pam_tally\"").arg(profile)}},
-            commandTexts,
+            lockoutCommandTexts,
             {QStringLiteral("/etc/pam.d/common-auth"), QRegularExpression(QStringLiteral("pam_tally\\.so")), deny},
             values()->value(deny).toInt(),
         },
