@@ -5,7 +5,9 @@
 
 #include "tests/support/Program.h"
 
+#include <QDirIterator>
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QXmlStreamReader>
@@ -40,6 +42,20 @@ QStringList textsIn(const QString &tsFile)
     }
     texts.sort();
     return texts;
+}
+
+/// What lupdate(1) finds in these folders, as textsIn() has it; in case of failure what it says.
+QStringList textsOf(const QStringList &folders)
+{
+    const QTemporaryDir folder;
+    const QString tsFile = folder.filePath(QStringLiteral("all.ts"));
+    QStringList arguments;
+    for (const QString &part : folders) {
+        arguments += QStringLiteral(SOURCES "/") + part;
+    }
+    arguments += {QStringLiteral("-I"), QStringLiteral(SOURCES), QStringLiteral("-ts"), tsFile};
+    const ProgramResult lupdate = runAs(0, QStringLiteral("/usr/lib/qt5/bin/lupdate"), arguments);
+    return lupdate.exitCode == 0 ? textsIn(tsFile) : QStringList{QString::fromLocal8Bit(lupdate.standardError)};
 }
 
 QStringList commandTexts(const QString &context)
@@ -94,22 +110,35 @@ class SourceTextsTest : public QObject
 
 private Q_SLOTS:
     void areJustTheSystemsOwn();
+    void ofTheClientAreInTheContextOfTheirFile();
 };
 
 void SourceTextsTest::areJustTheSystemsOwn()
 {
-    const QTemporaryDir folder;
-    const QString tsFile = folder.filePath(QStringLiteral("all.ts"));
-    QStringList arguments;
-    for (const char *part : {"tasks", "engine", "policies", "helper", "tests", "bench"}) {
-        arguments += QStringLiteral(SOURCES "/") + QString::fromLatin1(part);
+    const QString folders = QStringLiteral("tasks engine policies helper tests bench");
+
+    QCOMPARE(textsOf(folders.split(QLatin1Char(' '))), expectedTexts());
+}
+
+void SourceTextsTest::ofTheClientAreInTheContextOfTheirFile()
+{
+    QSet<QString> files;
+    QDirIterator sources(
+        QStringLiteral(SOURCES "/client"), {QStringLiteral("*.cpp")}, QDir::Files, QDirIterator::Subdirectories);
+    while (sources.hasNext()) {
+        sources.next();
+        files += sources.fileInfo().completeBaseName();
     }
-    arguments += {QStringLiteral("-I"), QStringLiteral(SOURCES), QStringLiteral("-ts"), tsFile};
+    const QStringList texts = textsOf({QStringLiteral("client")});
+    QVERIFY(!texts.isEmpty());
+    QStringList astray;
+    for (const QString &text : texts) {
+        if (!files.contains(text.section(QLatin1Char(':'), 0, 0))) {
+            astray += text;
+        }
+    }
 
-    const ProgramResult lupdate = runAs(0, QStringLiteral("/usr/lib/qt5/bin/lupdate"), arguments);
-
-    QVERIFY2(lupdate.exitCode == 0, lupdate.standardError.constData());
-    QCOMPARE(textsIn(tsFile), expectedTexts());
+    QCOMPARE(astray, QStringList());
 }
 
 QTEST_GUILESS_MAIN(SourceTextsTest)

@@ -94,31 +94,34 @@ void AssignmentsTest::tellsWhatIsWrong()
 void AssignmentsTest::findsNearest_data()
 {
     QTest::addColumn<QString>("word");
+    QTest::addColumn<QStringList>("candidates");
     QTest::addColumn<QString>("meant");
-    QTest::newRow("same") << "lock_time"
-                          << "lock_time";
-    QTest::newRow("letter missing") << "lock_tme"
-                                    << "lock_time";
-    QTest::newRow("letter too much") << "unlock_timee"
-                                     << "unlock_time";
-    QTest::newRow("letter replaced") << "demy"
-                                     << "deny";
-    QTest::newRow("letters swapped") << "dney"
-                                     << "deny";
-    QTest::newRow("half of it") << "lock"
-                                << "";
-    QTest::newRow("nothing alike") << "zzzz"
-                                   << "";
-    QTest::newRow("empty") << ""
-                           << "";
+    const QStringList keys = lockout().keys();
+    QTest::newRow("same") << "lock_time" << keys << "lock_time";
+    QTest::newRow("letter missing") << "lock_tme" << keys << "lock_time";
+    QTest::newRow("letter too much") << "unlock_timee" << keys << "unlock_time";
+    QTest::newRow("letter replaced") << "demy" << keys << "deny";
+    QTest::newRow("letters swapped") << "dney" << keys << "deny";
+    QTest::newRow("half of it") << "lock" << keys << "";
+    QTest::newRow("nothing alike") << "zzzz" << keys << "";
+    QTest::newRow("empty") << "" << keys << "";
+    // half of a word's letters may be wrong, here one
+    QTest::newRow("of two letters one replaced") << "ab" << QStringList{QStringLiteral("ax")} << "ax";
+    QTest::newRow("of two letters one missing") << "ab" << QStringList{QStringLiteral("abc")} << "abc";
+    QTest::newRow("of two letters one too much") << "ab" << QStringList{QStringLiteral("a")} << "a";
+    QTest::newRow("of two letters both replaced") << "ab" << QStringList{QStringLiteral("xy")} << "";
+    QTest::newRow("two equally near") << "ab" << QStringList{QStringLiteral("ax"), QStringLiteral("ay")} << "ax";
+    QTest::newRow("a nearer one later") << "abcd" << QStringList{QStringLiteral("abxy"), QStringLiteral("abcx")}
+                                        << "abcx";
 }
 
 void AssignmentsTest::findsNearest()
 {
     QFETCH(QString, word);
+    QFETCH(QStringList, candidates);
     QFETCH(QString, meant);
 
-    QCOMPARE(nearest(word, lockout().keys()), meant);
+    QCOMPARE(nearest(word, candidates), meant);
 }
 
 QTEST_GUILESS_MAIN(AssignmentsTest)

@@ -3,6 +3,8 @@
 
 #include "client/settings/Policies.h"
 
+#include "tests/support/RecordingTranslator.h"
+
 #include <QTest>
 
 namespace
@@ -47,6 +49,7 @@ private Q_SLOTS:
     void accountHasTheseSettings();
     void areInOrder();
     void knowNoOtherPolicy();
+    void translateWhatTheyAreCalled();
 };
 
 void PoliciesTest::haveTheseSettings_data()
@@ -123,6 +126,17 @@ void PoliciesTest::knowNoOtherPolicy()
 {
     QVERIFY(!findPolicy(QStringLiteral("Lockout")));
     QVERIFY(!findPolicy(QString()));
+}
+
+void PoliciesTest::translateWhatTheyAreCalled()
+{
+    const Policy &policy = *findPolicy(QStringLiteral("complexity"));
+    const RecordingTranslator translator;
+
+    QCOMPARE(policy.titleText(), QStringLiteral("[Password complexity]"));
+    QCOMPARE(policy.phrase(), QStringLiteral("[the complexity policy]"));
+    QCOMPARE(translator.texts(),
+             (QList<TranslatedText>{{"Policies", "Password complexity"}, {"Policies", "the %1 policy"}}));
 }
 
 QTEST_GUILESS_MAIN(PoliciesTest)
