@@ -48,9 +48,9 @@ bool hasFittingType(const Setting &setting, const QJsonValue &value)
     case SettingKind::Number:
         return value.isDouble();
     case SettingKind::Date:
-        return value.isDouble() || value.isString();
+        break;
     }
-    return false;
+    return value.isDouble() || value.isString();
 }
 
 bool fromJson(const Setting &setting, const QJsonValue &value, QVariant *wish)

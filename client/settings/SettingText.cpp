@@ -51,7 +51,7 @@ QString withUnit(Unit unit, qlonglong number)
     QString text = QString::number(number);
     switch (unit) {
     case Unit::None:
-        return text;
+        break;
     case Unit::FailedLogins:
         return (plural == 1 ? DisplayText::tr("%1 failed login") : DisplayText::tr("%1 failed logins")).arg(text);
     case Unit::Seconds:

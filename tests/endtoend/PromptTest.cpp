@@ -120,6 +120,7 @@ private Q_SLOTS:
     void init();
 
     void asksAndWrites();
+    void givesTheAgentNoPipeOfItsOwn();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
     void tellsCtrlCFromARefusalThatComesFirst();
@@ -186,6 +187,27 @@ void PromptTest::asksAndWrites()
     QVERIFY(!terminal.output().contains(password));
     QVERIFY(terminal.echoes());
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
+}
+
+void PromptTest::givesTheAgentNoPipeOfItsOwn()
+{
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+
+    // a pipe is the agent's and its child's, or came from whoever started the client
+    const ProgramResult pipes =
+        runAs(root,
+              QStringLiteral("bash"),
+              {QStringLiteral("-c"),
+               QStringLiteral("pipes() { find \"${@/%//fd}\" -lname 'pipe:*' -printf '%l\\n' | sort -u; }; "
+                              "agent=$(pgrep -x pkttyagent) && child=$(pgrep -P $agent) && cd /proc && "
+                              "comm -12 <(pipes $agent) <(pipes $child) | wc -l && "
+                              "comm -23 <(pipes $agent) <(pipes $child $(pgrep -x accountpolicyct)) | wc -l")});
+
+    QCOMPARE(pipes.standardOutput + pipes.standardError, QByteArray("2\n0\n"));
+    answer(&terminal, password);
+    QCOMPARE(terminal.waitForEnd(), 0);
 }
 
 void PromptTest::refusesWrongPassword()

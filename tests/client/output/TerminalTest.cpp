@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <pty.h>
 #include <unistd.h>
 
@@ -54,6 +55,7 @@ private Q_SLOTS:
     void writesLocalEncoding();
     void remembersFirstError();
     void closesWithoutErrorWhereAllArrived();
+    void returnsErrorOfClosing();
     void makesTextSafe_data();
     void makesTextSafe();
 };
@@ -144,6 +146,17 @@ void TerminalTest::closesWithoutErrorWhereAllArrived()
     terminal.write(QStringLiteral("x"));
 
     QCOMPARE(terminal.close(), 0);
+}
+
+void TerminalTest::returnsErrorOfClosing()
+{
+    const int descriptor = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    Terminal terminal(fdopen(descriptor, "w"));
+    terminal.write(QStringLiteral("x"));
+
+    close(descriptor);
+
+    QCOMPARE(terminal.close(), EBADF);
 }
 
 void TerminalTest::makesTextSafe_data()

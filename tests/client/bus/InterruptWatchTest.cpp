@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/InterruptWatch.h"
+
+#include <QTest>
+
+#include <csignal>
+
+namespace
+{
+void handleOtherwise(int)
+{
+}
+
+void setHandler(int signal, void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigaction(signal, &action, nullptr);
+}
+
+auto handlerOf(int signal) -> void (*)(int)
+{
+    struct sigaction now = {};
+    sigaction(signal, nullptr, &now);
+    return now.sa_handler;
+}
+}
+
+class InterruptWatchTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void callsFromTheEventLoop_data();
+    void callsFromTheEventLoop();
+    void bringsTheFormerHandlersBack();
+};
+
+void InterruptWatchTest::callsFromTheEventLoop_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("Ctrl-C") << SIGINT;
+    QTest::newRow("kill") << SIGTERM;
+}
+
+void InterruptWatchTest::callsFromTheEventLoop()
+{
+    QFETCH(int, signal);
+    int calls = 0;
+    const InterruptWatch watch([&calls] {
+        ++calls;
+    });
+    QVERIFY(!watch.isInterrupted());
+
+    raise(signal);
+    raise(signal);
+
+    QVERIFY(watch.isInterrupted());
+    QCOMPARE(calls, 0);
+    QTRY_COMPARE(calls, 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(calls, 1);
+}
+
+void InterruptWatchTest::bringsTheFormerHandlersBack()
+{
+    const auto interrupt = handlerOf(SIGINT);
+    const auto terminate = handlerOf(SIGTERM);
+    setHandler(SIGINT, SIG_IGN);
+    setHandler(SIGTERM, handleOtherwise);
+
+    {
+        const InterruptWatch watch([] {});
+        QVERIFY(handlerOf(SIGINT) != SIG_IGN);
+        QVERIFY(handlerOf(SIGTERM) != handleOtherwise);
+    }
+
+    QVERIFY(handlerOf(SIGINT) == SIG_IGN);
+    QVERIFY(handlerOf(SIGTERM) == handleOtherwise);
+    setHandler(SIGINT, interrupt);
+    setHandler(SIGTERM, terminate);
+}
+
+QTEST_GUILESS_MAIN(InterruptWatchTest)
+#include "InterruptWatchTest.moc"
