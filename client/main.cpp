@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QLocale>
-#include <QLoggingCategory>
 #include <QTranslator>
 
 #include <cerrno>
@@ -55,8 +54,6 @@ int main(int argc, char *argv[])
     }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(VERSION));
-    // what KAuth has to say of a failure is part of the error that the user gets
-    QLoggingCategory::setFilterRules(QStringLiteral("kf.auth*=false"));
     QTranslator translator;
     if (translator.load(
             QLocale(), QStringLiteral("accountpolicyctl"), QStringLiteral("_"), QStringLiteral(TRANSLATIONS))) {
