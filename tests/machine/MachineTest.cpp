@@ -25,6 +25,12 @@ QByteArray described(const ProgramResult &result)
     return QByteArray::number(result.exitCode) + ": " + result.standardOutput + result.standardError;
 }
 
+/// The command that tells how agents were started.
+QString agentsArguments()
+{
+    return QStringLiteral("ps -C pkttyagent -o args= | sed 's/[0-9][0-9]*/N/'");
+}
+
 double exposure(const QByteArray &analysis)
 {
     const QRegularExpression line(QStringLiteral("Overall exposure level for .*: ([0-9.]+) "));
@@ -122,6 +128,7 @@ private Q_SLOTS:
     void refusesUserOutsideTheGroup();
     void letsRootWriteInRemoteSession();
     void asksAdministratorInRemoteSession();
+    void asksAdministratorBesideTheSession();
     void makesPasswdRefuseShortPasswords();
     void makesUseraddGiveTheSettings();
     void confinesTheHelper();
@@ -351,11 +358,29 @@ void MachineTest::asksAdministratorInRemoteSession()
     terminal->type("accountpolicyctl set expiration maxInterval=77; echo exit''ed $?\r");
     QVERIFY2(terminal->waitFor("Password: "), terminal->output().constData());
     // an agent that the session has already would be asked before this one
-    QCOMPARE(described(m_machine->run(QStringLiteral("ps -C pkttyagent -o args= | sed 's/[0-9][0-9]*/N/'"))),
+    QCOMPARE(described(m_machine->run(agentsArguments())),
              QByteArray("0: /usr/bin/pkttyagent --notify-fd N --fallback\n"));
     answerPassword(terminal.get());
     QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
     QVERIFY(terminal->waitFor("exited 0"));
+    QCOMPARE(described(m_machine->run(QStringLiteral("grep ^PASS_MAX_DAYS /etc/login.defs"))),
+             QByteArray("0: PASS_MAX_DAYS 77\n"));
+}
+
+void MachineTest::asksAdministratorBesideTheSession()
+{
+    const std::unique_ptr<PseudoTerminal> session = logInFromAfar("admin");
+    QVERIFY(session);
+
+    // as in a unit of the user's own systemd, which belongs to no session, while polkit knows the user's
+    const std::unique_ptr<PseudoTerminal> terminal =
+        m_machine->onTerminal(QStringLiteral("systemd-run --quiet --pty --uid=admin --slice=user-$(id -u admin).slice "
+                                             "accountpolicyctl set expiration maxInterval=77"));
+    QVERIFY2(terminal->waitFor("Password: "), terminal->output().constData());
+    QCOMPARE(described(m_machine->run(agentsArguments())),
+             QByteArray("0: /usr/bin/pkttyagent --notify-fd N --fallback\n"));
+    answerPassword(terminal.get());
+    QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
     QCOMPARE(described(m_machine->run(QStringLiteral("grep ^PASS_MAX_DAYS /etc/login.defs"))),
              QByteArray("0: PASS_MAX_DAYS 77\n"));
 }
