@@ -161,6 +161,13 @@ void addDocumentRows()
             "expiration  expireDate   2027-01-31  1970-01-02\n",
             {}});
     addRow({"check exported document", nobody, "check -", fullDocument, 0, {}, {}});
+    addRow({"preview of what is in force",
+            nobody,
+            "set --dry-run expiration maxInterval=90",
+            {},
+            0,
+            "expiration: already in force\n",
+            {}});
     addRow({"apply what is in force", root, "apply -", same, 0, "expiration: already in force\n", {}});
     addRow({"apply dry",
             nobody,
