@@ -92,8 +92,6 @@ HelperReply HelperRequest::execute()
     send();
     m_loop.exec();
     m_waitingLine.reset();
-    m_agent.reset();
-    m_interrupts.reset();
     return m_reply;
 }
 

@@ -100,8 +100,9 @@ private:
     QEventLoop m_loop;
     QTimer m_again;
     QTimer m_limit;
-    std::unique_ptr<TextAgent> m_agent;
+    // before the agent, whose end it outlives: Ctrl-C meanwhile would leave the terminal as the agent had it
     std::unique_ptr<InterruptWatch> m_interrupts;
+    std::unique_ptr<TextAgent> m_agent;
     std::unique_ptr<QDBusServiceWatcher> m_polkit;
     std::unique_ptr<WaitingLine> m_waitingLine;
     HelperReply m_reply;
