@@ -5,7 +5,9 @@
 
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/ClientFixture.h"
+#include "tests/support/Files.h"
 
+#include <QFile>
 #include <QTest>
 
 namespace
@@ -25,6 +27,8 @@ private Q_SLOTS:
     void bringsBackDayBehindTheCalendar();
     void readsAndSetsAccount();
     void undoesChangeOfAccount();
+    void tellsThatAccountCannotBeRead();
+    void tellsThatAccountCannotBeChanged();
 };
 
 void AccountTest::bringsBackDayBehindTheCalendar()
@@ -79,6 +83,41 @@ void AccountTest::undoesChangeOfAccount()
 
     const QByteArray entry = shadowEntry();
     QCOMPARE(entry.mid(entry.indexOf("::60:")), QByteArray("::60::::\n"));
+}
+
+void AccountTest::tellsThatAccountCannotBeRead()
+{
+    const QByteArray shadow = contentOf(QStringLiteral("/etc/shadow"));
+    QByteArray without = shadow;
+    writeContent(QStringLiteral("/etc/shadow"), without.remove(shadow.indexOf(shadowEntry()), shadowEntry().size()));
+
+    const ProgramResult shown = client(root, QStringLiteral("user policytester"));
+    writeContent(QStringLiteral("/etc/shadow"), shadow);
+
+    QCOMPARE(shown.standardError,
+             complaint("the account policytester could not be read\n"
+                       "Read user password expiration policy\n"
+                       "Internal error: getspnam() == 0\nSuccess"));
+    QCOMPARE(shown.standardOutput, QByteArray());
+    QCOMPARE(shown.exitCode, 1);
+}
+
+void AccountTest::tellsThatAccountCannotBeChanged()
+{
+    const QByteArray before = shadowEntry();
+    QVERIFY(QFile::rename(QStringLiteral("/usr/bin/chage"), QStringLiteral("/usr/bin/chage.off")));
+
+    const ProgramResult set = client(root, QStringLiteral("set user policytester --replace maxInterval=9"));
+    QVERIFY(QFile::rename(QStringLiteral("/usr/bin/chage.off"), QStringLiteral("/usr/bin/chage")));
+
+    QCOMPARE(set.standardError,
+             complaint("the account policytester could not be changed\n"
+                       "Update user password expiration policy\n"
+                       "Process: \"chage --maxdays 9 --mindays -1 --warndays -1 --inactive -1 --expiredate -1 "
+                       "policytester\". Error: 0.\n"
+                       "\"Not started\""));
+    QCOMPARE(set.exitCode, 1);
+    QCOMPARE(shadowEntry(), before);
 }
 
 QTEST_GUILESS_MAIN(AccountTest)
