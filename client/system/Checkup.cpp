@@ -111,10 +111,7 @@ QStringList polkitActions()
         QString name;
         actions.beginStructure();
         actions >> name;
-        while (!actions.atEnd()) {
-            actions.asVariant(); // texts and defaults
-        }
-        actions.endStructure();
+        actions.endStructure(); // texts and defaults come behind it
         names += name;
     }
     actions.endArray();
