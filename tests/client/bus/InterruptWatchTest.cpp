@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <unistd.h>
 
 namespace
 {
@@ -54,8 +55,8 @@ void InterruptWatchTest::callsFromTheEventLoop()
     });
     QVERIFY(!watch.isInterrupted());
 
-    raise(signal);
-    raise(signal);
+    kill(getpid(), signal);
+    kill(getpid(), signal);
 
     QVERIFY(watch.isInterrupted());
     QCOMPARE(calls, 0);
