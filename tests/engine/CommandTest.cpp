@@ -4,6 +4,7 @@
 #include "engine/Command.h"
 
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/ScopedLatin1.h"
 
 #include <QTest>
 
@@ -34,6 +35,7 @@ class CommandTest : public QObject
 private Q_SLOTS:
     void tellsHowItEnded_data();
     void tellsHowItEnded();
+    void readsErrorsInTheEncodingOfTheLocale();
     void succeedsByExitCodeZeroAlone_data();
     void succeedsByExitCodeZeroAlone();
     void putsFailureIntoTheCallersWords_data();
@@ -81,6 +83,13 @@ void CommandTest::tellsHowItEnded()
     QCOMPARE(static_cast<int>(outcome.error), error);
     QCOMPARE(outcome.standardError, standardError);
     QCOMPARE(outcome.succeeded(), end == CommandOutcome::End::Exited && exitCode == 0);
+}
+
+void CommandTest::readsErrorsInTheEncodingOfTheLocale()
+{
+    const ScopedLatin1 locale;
+
+    QCOMPARE(runCommand(shell("printf '\\374' >&2")).standardError, QString(QChar(0xfc)));
 }
 
 void CommandTest::succeedsByExitCodeZeroAlone_data()

@@ -3,6 +3,8 @@
 
 #include "engine/RegExpHandler.h"
 
+#include "tests/support/ScopedLatin1.h"
+
 #include <QTest>
 
 #include <initializer_list>
@@ -66,6 +68,7 @@ private Q_SLOTS:
     void appendsNothingByDefault();
     void searchesTheText_data();
     void searchesTheText();
+    void readsBytesOfTheLocale();
     void startsWhereTheHintSays_data();
     void startsWhereTheHintSays();
     void forgetsTheLineBefore();
@@ -142,6 +145,16 @@ void RegExpHandlerTest::searchesTheText()
     if (handler.matches(text)) {
         QCOMPARE(handler.regExp().capturedTexts(), captures);
     }
+}
+
+void RegExpHandlerTest::readsBytesOfTheLocale()
+{
+    const ScopedLatin1 locale;
+    const Handler handler(QStringLiteral("KEY(.*)"));
+
+    QVERIFY(handler.matches("KEY\xfc"));
+
+    QCOMPARE(handler.regExp().cap(1), QString(QChar(0xfc)));
 }
 
 void RegExpHandlerTest::startsWhereTheHintSays_data()

@@ -6,6 +6,7 @@
 #include "tasks/ElementTask.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 #include "tests/support/WatchedMap.h"
 
@@ -90,6 +91,7 @@ private Q_SLOTS:
     void doesNothingOnCancel();
     void writesText_data();
     void writesText();
+    void writesUtf8WhateverTheLocale();
     void takesPathAsText();
     void replacesFileInPlace_data();
     void replacesFileInPlace();
@@ -221,6 +223,15 @@ void ExportHtmlTaskTest::writesText()
 
     QVERIFY(QFile::exists(path));
     QVERIFY2(contentOf(path) == bytes, contentOf(path).left(100).constData());
+}
+
+void ExportHtmlTaskTest::writesUtf8WhateverTheLocale()
+{
+    const ScopedLatin1 locale;
+
+    outcomeOf(arguments(inFolder("page.html"), QString::fromUtf8("caf\xc3\xa9")));
+
+    QCOMPARE(contentOf(inFolder("page.html")), QByteArray("caf\xc3\xa9"));
 }
 
 void ExportHtmlTaskTest::takesPathAsText()

@@ -8,6 +8,7 @@
 #include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDir>
@@ -152,6 +153,7 @@ private Q_SLOTS:
     void readsShadowFields();
     void takesNameAsText_data();
     void takesNameAsText();
+    void looksForNameInTheEncodingOfTheLocale();
     void keepsOtherValues();
     void cachesNothing();
     void failsForUnknownName_data();
@@ -323,6 +325,18 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::takesNameAsText()
     expected.insert(key("maxInterval"), qlonglong(7));
 
     QCOMPARE(outcomeOf(named(name)), success(expected));
+}
+
+void LocalUserPolicyPasswordExpirationReadTaskTest::looksForNameInTheEncodingOfTheLocale()
+{
+    const ScopedLatin1 locale;
+    addToPasswd("j\xfcrgen", "x");
+    addToShadow("j\xfcrgen", "::7::::");
+    const QVariantMap account = named(QString::fromUtf8("j\xc3\xbcrgen"));
+    QVariantMap expected = account;
+    expected.insert(key("maxInterval"), qlonglong(7));
+
+    QCOMPARE(outcomeOf(account), success(expected));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::keepsOtherValues()

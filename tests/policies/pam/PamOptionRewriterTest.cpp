@@ -3,6 +3,7 @@
 
 #include "policies/pam/PamOptionRewriter.h"
 
+#include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDate>
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void convertsArguments();
     void leavesArgumentsAlone();
     void takesOptionsFromCaptureOfTable();
+    void writesBytesOfTheLocale();
     void appendsNothing();
     void handlesLineOfMegabyte_data();
     void handlesLineOfMegabyte();
@@ -224,6 +226,13 @@ void PamOptionRewriterTest::takesOptionsFromCaptureOfTable()
     QCOMPARE(rebuilt(&rewriter, "auth  pam_example.so b"), QByteArray("auth  pam_example.so b speed=5"));
     QCOMPARE(rebuilt(&rewriter, "pam_sample.so a pam_example.so b quiet"),
              QByteArray("pam_sample.so a pam_example.so b speed=5"));
+}
+
+void PamOptionRewriterTest::writesBytesOfTheLocale()
+{
+    const ScopedLatin1 locale;
+
+    QCOMPARE(rebuilt(QVariantMap(), "\xfc pam_sample.so speed=1 x=\xe9"), QByteArray("\xfc pam_sample.so x=\xe9"));
 }
 
 void PamOptionRewriterTest::appendsNothing()

@@ -5,6 +5,7 @@
 
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/support/Files.h"
+#include "tests/support/ScopedLatin1.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void keepsLineStructure_data();
     void keepsLineStructure();
     void replacesInvalidTextOnlyWhenWriting();
+    void takesStackForUtf8WhateverTheLocale();
     void keepsInodeModeAndOwner();
     void makesNoOtherFile();
     void writesThroughSymbolicLink();
@@ -249,6 +251,13 @@ void PamStackCorrectionTest::replacesInvalidTextOnlyWhenWriting()
     QCOMPARE(corrected(comment + "pam_sample.so speed=5\n", 5), comment + "pam_sample.so speed=5\n");
     QCOMPARE(corrected(comment + "pam_sample.so speed=4\n", 5),
              QByteArray("# caf\xef\xbf\xbd\npam_sample.so  speed=5\n"));
+}
+
+void PamStackCorrectionTest::takesStackForUtf8WhateverTheLocale()
+{
+    const ScopedLatin1 locale;
+    QCOMPARE(corrected("# caf\xc3\xa9, caf\xe9\npam_sample.so speed=4\n", 5),
+             QByteArray("# caf\xc3\xa9, caf\xef\xbf\xbd\npam_sample.so  speed=5\n"));
 }
 
 void PamStackCorrectionTest::keepsInodeModeAndOwner()
