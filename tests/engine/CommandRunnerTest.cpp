@@ -16,6 +16,9 @@
 #include <QProcess>
 #include <QTest>
 
+#include <csignal>
+#include <fcntl.h>
+
 namespace
 {
 const QString shell = QStringLiteral("sh");
@@ -33,6 +36,23 @@ QString errorOf(const QString &program, const QStringList &arguments, const QStr
     }
     return error;
 }
+
+/// Who opens the file, be it to execute it, waits for its lease to be given back: here until the kernel takes it away,
+/// after /proc/sys/fs/lease-break-time.
+class WriteLease
+{
+public:
+    explicit WriteLease(const QString &path) : m_file(path)
+    {
+        std::signal(SIGIO, SIG_IGN);
+        if (!m_file.open(QIODevice::ReadOnly) || fcntl(m_file.handle(), F_SETLEASE, F_WRLCK) != 0) {
+            qFatal("no lease of %s", qPrintable(path));
+        }
+    }
+
+private:
+    QFile m_file;
+};
 }
 
 class CommandRunnerTest : public QObject
@@ -54,6 +74,7 @@ private Q_SLOTS:
     void replacesFileThatCannotBeOpened();
     void reportsFailingCopy();
     void endsProgramThatHangs();
+    void givesUpProgramThatDoesNotStart();
 };
 
 void CommandRunnerTest::initTestCase()
@@ -245,6 +266,21 @@ void CommandRunnerTest::endsProgramThatHangs()
     QVERIFY2(timer.elapsed() >= 30000 && timer.elapsed() < 45000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(runAs(0, QStringLiteral("pgrep"), {QStringLiteral("-f"), QStringLiteral("86399.75")}).standardOutput,
              QByteArray());
+}
+
+void CommandRunnerTest::givesUpProgramThatDoesNotStart()
+{
+    const QString program = QStringLiteral("/run/tmp/leased");
+    writeProgram(program, "#!/bin/sh\n");
+    const WriteLease lease(program);
+    QElapsedTimer timer;
+    timer.start();
+
+    const QString error = errorOf(program, {});
+
+    QCOMPARE(error,
+             QStringLiteral("Process: \"/run/tmp/leased \". Error: Process operation timed out.\n\"Not started\""));
+    QVERIFY2(timer.elapsed() >= 30000 && timer.elapsed() < 40000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(CommandRunnerTest)
