@@ -149,6 +149,7 @@ private Q_SLOTS:
     void reportsFileThatVanished();
     void reportsTemporaryFileThatCannotBeOpened();
     void reportsBackupThatCannotBeMade();
+    void losesEarlierBackupWhereItsReplacementFails();
     void reportsFailingSecondCopy();
     void reportsLeftoverWithoutFailing();
     void losesTheRestOnFullDisk();
@@ -563,6 +564,24 @@ void FileRewritingTest::reportsBackupThatCannotBeMade()
     QCOMPARE(contentOf(target), QByteArray(before));
     QCOMPARE(contentOf(temporary), QByteArray(after));
     QVERIFY(QFileInfo(backup).isDir());
+}
+
+void FileRewritingTest::losesEarlierBackupWhereItsReplacementFails()
+{
+    const ScopedMount disk = ScopedMount::roomForFiles(folder, 3);
+    writeContent(target, before);
+    writeContent(backup, "old");
+    // its place on the disk is not free as long as somebody reads it
+    QFile reader(backup);
+    QVERIFY(reader.open(QIODevice::ReadOnly));
+
+    const Outcome outcome = rewrite(true);
+
+    QVERIFY(!outcome.succeeded);
+    QCOMPARE(outcome.error, QStringLiteral("\"%1\" error 14\nCannot create %2 for output").arg(target, backup));
+    QCOMPARE(filesThere(), QStringList({QStringLiteral("settings"), QStringLiteral("settings.tmp")}));
+    QCOMPARE(contentOf(target), QByteArray(before));
+    QCOMPARE(contentOf(temporary), QByteArray(after));
 }
 
 void FileRewritingTest::reportsFailingSecondCopy()

@@ -50,6 +50,14 @@ ScopedMount ScopedMount::smallDisk(const QString &path, int kilobytes)
     return mounted;
 }
 
+ScopedMount ScopedMount::roomForFiles(const QString &path, int files)
+{
+    ScopedMount mounted(path);
+    // the folder itself counts, too
+    mountOrDie("tmpfs", mounted.m_path, "tmpfs", 0, "nr_inodes=" + QByteArray::number(files + 1));
+    return mounted;
+}
+
 ScopedMount::ScopedMount(const QString &path) : m_path(QFile::encodeName(path))
 {
 }

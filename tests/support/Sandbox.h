@@ -25,6 +25,8 @@ public:
     static ScopedMount pinned(const QString &path);
     /// An empty file system of that size over the folder @p path.
     static ScopedMount smallDisk(const QString &path, int kilobytes);
+    /// An empty file system over the folder @p path that has room for so many files.
+    static ScopedMount roomForFiles(const QString &path, int files);
 
     ScopedMount(ScopedMount &&other) noexcept;
     ~ScopedMount();
