@@ -128,6 +128,7 @@ private Q_SLOTS:
     void failsWhereBackupCannotBeMade();
     void failsWhereFileCannotBeWritten();
     void tellsOfTemporaryFileThatStays();
+    void tellsOfItBeforeTheFailureThatFollows();
     void overwritesTemporaryFileOfEarlierFailure();
     void translatesNotice();
     void writesTheSameTwice();
@@ -524,6 +525,18 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::tellsOfTemporaryFileThatStays(
     QCOMPARE(filesThere(),
              QStringList({loginDefs, temporaryOf(loginDefs), backupOf(loginDefs), useradd, backupOf(useradd)}));
     QCOMPARE(contentOf(temporaryOf(loginDefs)), contentOf(loginDefs));
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::tellsOfItBeforeTheFailureThatFollows()
+{
+    writeContent(temporaryOf(loginDefs), "");
+    const ScopedMount pinned = ScopedMount::pinned(temporaryOf(loginDefs));
+    QVERIFY(QFile::remove(useradd));
+
+    QCOMPARE(outcomeOf(allArguments()),
+             failure(allArguments(),
+                     QStringLiteral("\"/etc/login.defs.tmp\" error 9\nDevice or resource busy\n"
+                                    "\"/etc/default/useradd\" not exists")));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::overwritesTemporaryFileOfEarlierFailure()
