@@ -134,6 +134,8 @@ private Q_SLOTS:
     void replacesEarlierBackup();
     void keepsModeOfBackup();
     void overwritesTemporaryFileOfEarlierFailure();
+    void writesThroughLink();
+    void replacesLinkToWhatCannotBeWritten();
     void writesThroughLinkInPlaceOfTemporaryFile();
     void refusesLinkToNothingInPlaceOfTemporaryFile();
     void refusesLinkToTheFileInPlaceOfTemporaryFile();
@@ -348,6 +350,35 @@ void FileRewritingTest::overwritesTemporaryFileOfEarlierFailure()
 
     QCOMPARE(contentOf(target), QByteArray(after));
     QCOMPARE(filesThere(), QStringList{QStringLiteral("settings")});
+}
+
+void FileRewritingTest::writesThroughLink()
+{
+    const QString other = folder + QStringLiteral("/other");
+    writeContent(other, before);
+    makeLink(target, other);
+
+    QVERIFY(rewrite(true).succeeded);
+
+    QCOMPARE(QFileInfo(target).symLinkTarget(), other);
+    QCOMPARE(contentOf(other), QByteArray(after));
+    QVERIFY(!QFileInfo(backup).isSymLink());
+    QCOMPARE(contentOf(backup), QByteArray(before));
+}
+
+void FileRewritingTest::replacesLinkToWhatCannotBeWritten()
+{
+    const QString other = folder + QStringLiteral("/elsewhere/settings");
+    writeContent(other, before);
+    makeLink(target, other);
+    const ScopedMount readOnly = ScopedMount::readOnly(QFileInfo(other).path());
+
+    // as cp is told by --force
+    QVERIFY(rewrite().succeeded);
+
+    QVERIFY(!QFileInfo(target).isSymLink());
+    QCOMPARE(contentOf(target), QByteArray(after));
+    QCOMPARE(contentOf(other), QByteArray(before));
 }
 
 void FileRewritingTest::writesThroughLinkInPlaceOfTemporaryFile()
