@@ -4,6 +4,7 @@
 #include "engine/RegExpHandler.h"
 
 #include "tests/support/ScopedLatin1.h"
+#include "tests/support/VirtualSlot.h"
 
 #include <QTest>
 
@@ -64,6 +65,7 @@ class RegExpHandlerTest : public QObject
 
 private Q_SLOTS:
     void isDeletedThroughItsBase();
+    void keepsTheOrderOfItsVirtualFunctions();
     void buildsTheExpressionFromThePattern();
     void appendsNothingByDefault();
     void searchesTheText_data();
@@ -81,6 +83,14 @@ void RegExpHandlerTest::isDeletedThroughItsBase()
     QVERIFY(!destroyed);
     handler.reset();
     QVERIFY(destroyed);
+}
+
+void RegExpHandlerTest::keepsTheOrderOfItsVirtualFunctions()
+{
+    // two for the destructor, which comes first
+    const std::ptrdiff_t slot = sizeof(void *);
+    QCOMPARE(virtualSlotOf(&RegExpHandler::appendLines) - virtualSlotOf(&RegExpHandler::handleLine), slot);
+    QCOMPARE(virtualSlotOf(&RegExpHandler::handleLine) & ~(slot - 1), 2 * slot);
 }
 
 void RegExpHandlerTest::buildsTheExpressionFromThePattern()

@@ -3,6 +3,7 @@
 
 #include "tasks/AbstractTask.h"
 
+#include "tests/support/VirtualSlot.h"
 #include "tests/support/WatchedMap.h"
 
 #include <QTest>
@@ -68,6 +69,7 @@ class AbstractTaskTest : public QObject
 private Q_SLOTS:
     void isAnAbstractRoot();
     void leavesAllButFinishToDerivedTasks();
+    void keepsTheOrderOfItsVirtualFunctions();
     void startsUntouched();
     void hasNoMapWhereNoneIsGiven();
     void givesOutTheMapThatItOwns();
@@ -104,6 +106,14 @@ void AbstractTaskTest::leavesAllButFinishToDerivedTasks()
     task.reset();
 
     QCOMPARE(reached, QStringList({QStringLiteral("run"), QStringLiteral("cancel"), QStringLiteral("destructor")}));
+}
+
+void AbstractTaskTest::keepsTheOrderOfItsVirtualFunctions()
+{
+    // two for the destructor, which comes first
+    const std::ptrdiff_t slot = sizeof(void *);
+    QCOMPARE(virtualSlotOf(&AbstractTask::cancel) - virtualSlotOf(&AbstractTask::run), slot);
+    QCOMPARE(virtualSlotOf(&AbstractTask::run) & ~(slot - 1), 2 * slot);
 }
 
 void AbstractTaskTest::startsUntouched()
