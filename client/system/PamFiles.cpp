@@ -74,8 +74,8 @@ bool namesModule(const QString &path, const QString &module)
 
 QString modulePath(const QString &module)
 {
-    // below the folder of the machine's architecture, or of none
-    QStringList folders{QStringLiteral("/usr/lib/security"), QStringLiteral("/lib/security")};
+    // below the folder of the machine's architecture, or of none; /lib is a link to /usr/lib
+    QStringList folders{QStringLiteral("/usr/lib/security")};
     const QDir libraries(QStringLiteral("/usr/lib"));
     const auto architectures = libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs);
     for (const QString &architecture : architectures) {

@@ -56,6 +56,7 @@ void PamFilesTest::findsModuleOutsideComments_data()
     QTest::addColumn<bool>("named");
     QTest::newRow("only line") << QByteArray("auth required pam_tally.so deny=3") << true;
     QTest::newRow("later line") << QByteArray("x\n\n\tpam_tally.so\n") << true;
+    QTest::newRow("behind a comment line") << QByteArray("# x\npam_tally.so\n") << true;
     QTest::newRow("before comment") << QByteArray("pam_tally.so # x") << true;
     QTest::newRow("in comment") << QByteArray("x # pam_tally.so") << false;
     QTest::newRow("in comment line") << QByteArray("# pam_tally.so\n") << false;
@@ -99,9 +100,11 @@ void PamFilesTest::knowsRefusedModules_data()
     QTest::addColumn<QByteArray>("tool");
     QTest::addColumn<bool>("refused");
     QTest::newRow("listed") << QByteArray("my @invalid_modules = ('pam_tally');\n") << true;
+    QTest::newRow("listed without blanks") << QByteArray("my @invalid_modules=('pam_tally');\n") << true;
     QTest::newRow("listed with others") << QByteArray("my @invalid_modules = ('pam_x',\n  'pam_tally');\n") << true;
     QTest::newRow("list empty") << QByteArray("my @invalid_modules = ();\n'pam_tally';\n") << false;
     QTest::newRow("another listed") << QByteArray("my @invalid_modules = ('pam_tally2');\n") << false;
+    QTest::newRow("longer name listed") << QByteArray("my @invalid_modules = ('my_pam_tally');\n") << false;
     QTest::newRow("no list") << QByteArray("'pam_tally'\n") << false;
 }
 
