@@ -52,6 +52,25 @@ const char expirationDocument[] = R"({
 
 const char help[] = "see accountpolicyctl --help\n";
 
+/// Opens debconf's database, and keeps others from it as apt does, if @p locked.
+int openDebconf(bool locked)
+{
+    const int database = open("/var/cache/debconf/config.dat", O_RDWR | O_CLOEXEC);
+    if (database < 0 || (locked && flock(database, LOCK_EX) != 0)) {
+        qFatal("debconf's database cannot be locked");
+    }
+    return database;
+}
+
+QByteArray debconfIsBusy()
+{
+    return complaint("the complexity policy could not be changed\n"
+                     "Update default password complexity policy\n"
+                     "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
+                     "\"debconf: DbDriver \"config\": /var/cache/debconf/config.dat is locked by another process: "
+                     "Resource temporarily unavailable\n\"");
+}
+
 void addColumns()
 {
     QTest::addColumn<int>("user");
@@ -293,6 +312,9 @@ private Q_SLOTS:
     void keepsValuesThatMayNotBeSet();
     void appliesNothingWhereOneValueMayNotBeSet_data();
     void appliesNothingWhereOneValueMayNotBeSet();
+    void endsWithTheWorstOfSeveral();
+    void leavesOtherPoliciesAloneAfterRefusal_data();
+    void leavesOtherPoliciesAloneAfterRefusal();
     void tellsThatDebconfIsBusy();
     void tellsThatHelperWasKilled();
     void tellsThatHelperCannotStart();
@@ -617,20 +639,53 @@ void ClientTest::appliesNothingWhereOneValueMayNotBeSet()
     QCOMPARE(client(root, QStringLiteral("history")).standardOutput, QByteArray());
 }
 
+void ClientTest::endsWithTheWorstOfSeveral()
+{
+    m_stockPam.restore();
+    writeContent(QStringLiteral("/usr/share/pam-configs/tally"), tallyProfile());
+    QVERIFY(QFile::remove(QStringLiteral("/etc/default/useradd")));
+    const QByteArray lockout = R"({"version": 1, "policies": {"lockout": {"deny": 5}}})";
+    const QByteArray both = R"({"version": 1, "policies": {"lockout": {"deny": 6}, "expiration": {"maxInterval": 7}}})";
+
+    QCOMPARE(client(root, QStringLiteral("apply -"), lockout).exitCode, 4);
+    QCOMPARE(client(root, QStringLiteral("apply -"), both).exitCode, 1);
+    QVERIFY(contentOf(QStringLiteral("/usr/share/pam-configs/tally")).contains(" deny=6"));
+}
+
+void ClientTest::leavesOtherPoliciesAloneAfterRefusal_data()
+{
+    QTest::addColumn<int>("user");
+    QTest::addColumn<bool>("busy");
+    QTest::addColumn<int>("exitCode");
+    QTest::newRow("not authorized") << nobody << false << 3;
+    QTest::newRow("busy") << root << true << 5;
+}
+
+void ClientTest::leavesOtherPoliciesAloneAfterRefusal()
+{
+    QFETCH(int, user);
+    QFETCH(bool, busy);
+    QFETCH(int, exitCode);
+    const QByteArray wanted =
+        R"({"version": 1, "policies": {"complexity": {"minlen": 12}, "expiration": {"maxInterval": 7}}})";
+    const int database = openDebconf(busy);
+
+    const ProgramResult apply = client(user, QStringLiteral("apply -"), wanted);
+    close(database);
+
+    QCOMPARE(apply.standardError, busy ? debconfIsBusy() : complaint("not authorized"));
+    QCOMPARE(apply.exitCode, exitCode);
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
 void ClientTest::tellsThatDebconfIsBusy()
 {
-    const int database = open("/var/cache/debconf/config.dat", O_RDWR | O_CLOEXEC);
-    QVERIFY(database >= 0 && flock(database, LOCK_EX) == 0); // as apt does
+    const int database = openDebconf(true);
 
     const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12"));
     close(database);
 
-    QCOMPARE(set.standardError,
-             complaint("the complexity policy could not be changed\n"
-                       "Update default password complexity policy\n"
-                       "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
-                       "\"debconf: DbDriver \"config\": /var/cache/debconf/config.dat is locked by another process: "
-                       "Resource temporarily unavailable\n\""));
+    QCOMPARE(set.standardError, debconfIsBusy());
     QCOMPARE(set.exitCode, 5);
     QCOMPARE(client(root, QStringLiteral("history")).standardOutput, QByteArray());
     QCOMPARE(client(root, QStringLiteral("set complexity minlen=12")).exitCode, 0);

@@ -39,6 +39,7 @@ class UndoTest : public ClientFixture
 private Q_SLOTS:
     void goesBackAndForthByUndo();
     void undoesOlderChange();
+    void undoesDocument();
     void undoDoesNotRememberRefusedChange();
     void undoReachesTheLastChangeAfterRefusal();
     void undoReachesTheLastChangeAfterFailure();
@@ -86,6 +87,16 @@ void UndoTest::undoesOlderChange()
     QCOMPARE(client(root, QStringLiteral("undo 3")).standardError, complaint("there is no change 3; the oldest is 2"));
 
     QCOMPARE(client(root, QStringLiteral("undo 2")).exitCode, 0);
+    QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void UndoTest::undoesDocument()
+{
+    QCOMPARE(client(root, QStringLiteral("apply -"), document(R"({"maxInterval": 7})")).exitCode, 0);
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput), QByteArray("apply -\n"));
+
+    QCOMPARE(client(root, QStringLiteral("undo")).standardOutput, QByteArray("expiration: in force\n"));
+
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
