@@ -71,7 +71,6 @@ QString anyFile()
 QStringList accountNames()
 {
     QStringList names;
-    setpwent();
     while (const passwd *entry = getpwent()) {
         names += QString::fromLocal8Bit(entry->pw_name);
     }

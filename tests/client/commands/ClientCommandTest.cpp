@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/commands/ClientCommand.h"
+
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ScopedLatin1.h"
+
+#include <QTest>
+
+class ClientCommandTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void namesAllAccountsEachTime();
+};
+
+void ClientCommandTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void ClientCommandTest::namesAllAccountsEachTime()
+{
+    writeContent(QStringLiteral("/etc/nsswitch.conf"), "passwd: files\n");
+    writeContent(QStringLiteral("/etc/passwd"), "john:x:1:1::/:/bin/sh\nj\xfcrgen:x:2:2::/:/bin/sh\n");
+    const ScopedLatin1 locale;
+    const QStringList all{QStringLiteral("john"), QString::fromUtf8("j\xc3\xbcrgen")};
+
+    QCOMPARE(accountNames(), all);
+    QCOMPARE(accountNames(), all);
+}
+
+QTEST_GUILESS_MAIN(ClientCommandTest)
+#include "ClientCommandTest.moc"
