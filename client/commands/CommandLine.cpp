@@ -112,30 +112,36 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
     return command.run(parser);
 }
 
+QStringList optionNames(const ClientCommand &command)
+{
+    QStringList names;
+    const auto options = command.options();
+    for (const QCommandLineOption &option : options) {
+        names += QLatin1String("--") + option.names().constFirst();
+    }
+    return names + QStringList{QStringLiteral("--help")};
+}
+
 QStringList candidatesFor(const QStringList &typed)
 {
-    const QString last = typed.value(typed.size() - 1);
-    const ClientCommand *command = typed.size() > 1 ? findCommand(typed.first()) : nullptr;
-    QStringList candidates;
     if (typed.size() <= 1) {
-        candidates = commandNames() + QStringList{QStringLiteral("--help"), QStringLiteral("--version")};
-    } else if (command && last.startsWith(QLatin1Char('-'))) {
-        const auto options = command->options();
-        for (const QCommandLineOption &option : options) {
-            candidates += QLatin1String("--") + option.names().constFirst();
-        }
-        candidates += QStringLiteral("--help");
-    } else if (command) {
-        const QStringList before = typed.mid(1, typed.size() - 2);
-        QStringList arguments;
-        for (const QString &word : before) {
-            if (!word.startsWith(QLatin1Char('-'))) {
-                arguments += word;
-            }
-        }
-        candidates = command->candidates(arguments);
+        return commandNames() + QStringList{QStringLiteral("--help"), QStringLiteral("--version")};
     }
-    return candidates;
+    const ClientCommand *command = findCommand(typed.first());
+    if (!command) {
+        return {};
+    }
+    if (typed.last().startsWith(QLatin1Char('-'))) {
+        return optionNames(*command);
+    }
+    QStringList arguments;
+    const QStringList before = typed.mid(1, typed.size() - 2);
+    for (const QString &word : before) {
+        if (!word.startsWith(QLatin1Char('-'))) {
+            arguments += word;
+        }
+    }
+    return command->candidates(arguments);
 }
 
 /// Prints, one a line, what may replace the last of the words; the shells' completions call this.

@@ -383,6 +383,17 @@ void ClientTest::printsCandidates_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QByteArray>("candidates");
+    const QByteArray all = "show\nset\nexport\napply\ncheck\nundo\nhistory\nuser\nreport\ndoctor\n--help\n--version\n";
+    QTest::newRow("nothing yet") << QStringLiteral("complete --") << all;
+    QTest::newRow("all options") << QStringLiteral("complete -- set --")
+                                 << QByteArray("--replace\n--dry-run\n--no-ask-password\n--help\n");
+    QTest::newRow("behind an option") << QStringLiteral("complete -- set --replace lockout den")
+                                      << QByteArray("deny=\n");
+    for (const char *name : {"apply", "check"}) {
+        const QString words = QStringLiteral("complete -- %1 ").arg(QLatin1String(name));
+        QTest::addRow("file to %s", name) << words + QLatin1Char('x') << QByteArray("<file>\n");
+        QTest::addRow("no second file to %s", name) << words + QLatin1String("x y") << QByteArray();
+    }
     QTest::newRow("command") << QStringLiteral("complete -- sh") << QByteArray("show\n");
     QTest::newRow("command, without mark") << QStringLiteral("complete sh") << QByteArray("show\n");
     QTest::newRow("behind no command") << QStringLiteral("complete -- se s") << QByteArray();
