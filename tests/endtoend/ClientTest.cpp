@@ -389,7 +389,7 @@ void ClientTest::printsCandidates_data()
                                  << QByteArray("--replace\n--dry-run\n--no-ask-password\n--help\n");
     QTest::newRow("behind an option") << QStringLiteral("complete -- set --replace lockout den")
                                       << QByteArray("deny=\n");
-    for (const char *name : {"apply", "check"}) {
+    for (const char *name : {"apply", "check", "report"}) {
         const QString words = QStringLiteral("complete -- %1 ").arg(QLatin1String(name));
         QTest::addRow("file to %s", name) << words + QLatin1Char('x') << QByteArray("<file>\n");
         QTest::addRow("no second file to %s", name) << words + QLatin1String("x y") << QByteArray();

@@ -39,6 +39,7 @@ class UndoTest : public ClientFixture
 private Q_SLOTS:
     void goesBackAndForthByUndo();
     void undoesOlderChange();
+    void remembersThatAllWasReplaced();
     void undoesDocument();
     void undoDoesNotRememberRefusedChange();
     void undoReachesTheLastChangeAfterRefusal();
@@ -88,6 +89,14 @@ void UndoTest::undoesOlderChange()
 
     QCOMPARE(client(root, QStringLiteral("undo 2")).exitCode, 0);
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void UndoTest::remembersThatAllWasReplaced()
+{
+    QCOMPARE(client(root, QStringLiteral("set --replace expiration minInterval=1")).exitCode, 0);
+
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("set expiration minInterval=1 --replace\n"));
 }
 
 void UndoTest::undoesDocument()

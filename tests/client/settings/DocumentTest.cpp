@@ -3,6 +3,7 @@
 
 #include "client/settings/Document.h"
 #include "client/settings/Policies.h"
+#include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 
 #include <QTest>
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void takesValuesThatMayNotBeSet();
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
+    void isUtf8WhateverTheLocale();
 };
 
 void DocumentTest::writesEverySetting()
@@ -164,6 +166,14 @@ void DocumentTest::tellsWhatIsWrong()
     QFETCH(QString, wrong);
 
     QCOMPARE(readError(text), wrong);
+}
+
+void DocumentTest::isUtf8WhateverTheLocale()
+{
+    const ScopedLatin1 locale;
+
+    QCOMPARE(readError("{\"version\": 1, \"policies\": {\"lockout\": {\"deny\": [\"\xc3\xbc\"]}}}"),
+             QString::fromUtf8("deny: \"[\"\xc3\xbc\"]\" is not allowed; allowed is a whole number from 0 to 65535"));
 }
 
 QTEST_GUILESS_MAIN(DocumentTest)
