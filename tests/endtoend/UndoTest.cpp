@@ -71,6 +71,8 @@ void UndoTest::goesBackAndForthByUndo()
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
 
     // the undoing is the newest change now
+    QCOMPARE(commandsIn(client(root, QStringLiteral("history")).standardOutput),
+             QByteArray("undo of: set expiration maxInterval=7\nset expiration maxInterval=7\n"));
     QCOMPARE(client(root, QStringLiteral("undo")).exitCode, 0);
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 7\n"));
 }
