@@ -6,6 +6,7 @@
 #include "client/bus/HelperRequest.h"
 
 #include "HelperId.h"
+#include "tests/support/ErrorTerminal.h"
 #include "tests/support/Sandbox.h"
 
 #include <KAuth/ActionReply>
@@ -15,7 +16,9 @@
 #include <QDBusMessage>
 #include <QDataStream>
 #include <QTest>
+#include <QThread>
 
+#include <csignal>
 #include <functional>
 
 namespace
@@ -121,12 +124,17 @@ private Q_SLOTS:
     void neverTakesAnothersAnswer_data();
     void neverTakesAnothersAnswer();
     void tellsThatTheHelperIsBusy();
+    void tellsThatABusyHelperWasLeft();
+    void tellsWhyTheHelperRefuses();
+    void takesTheWaitingLineAway();
+    void sendsNothingMoreWhileAnAnswerIsDue();
     void tellsThatAWriteMayStillBeCarriedOut();
     void tellsThatAReadWasNotAnswered();
 
 private:
     static void addForeignRows();
 
+    ErrorTerminal m_terminal;
     StandIn m_helper;
 };
 
@@ -195,10 +203,67 @@ void HelperRequestTest::tellsThatTheHelperIsBusy()
 
     const HelperReply reply = write({1000, 1000});
 
-    QVERIFY(m_helper.calls() > 1);
+    // with a pause of 20 ms or more
+    QVERIFY2(m_helper.calls() > 1 && m_helper.calls() <= 52, qPrintable(QString::number(m_helper.calls())));
     QCOMPARE(reply.outcome.error, QStringLiteral("the helper is busy; try again later"));
     QCOMPARE(reply.outcome.code, ExitCode::Busy);
     QVERIFY(!reply.outcome.mayHappen);
+}
+
+void HelperRequestTest::tellsThatABusyHelperWasLeft()
+{
+    m_helper.answerBy([](int, const QVariantMap &) {
+        std::raise(SIGINT);
+        return KAuth::ActionReply::HelperBusyReply().serialized();
+    });
+
+    const HelperReply reply = write({});
+
+    QCOMPARE(m_helper.calls(), 1);
+    QCOMPARE(reply.outcome.error, QStringLiteral("cancelled"));
+    QCOMPARE(reply.outcome.code, ExitCode::NotAuthorized);
+    QVERIFY(!reply.outcome.mayHappen);
+}
+
+void HelperRequestTest::tellsWhyTheHelperRefuses()
+{
+    m_helper.answerBy([](int, const QVariantMap &) {
+        KAuth::ActionReply refusal = KAuth::ActionReply::NoSuchActionReply();
+        refusal.setErrorDescription(QStringLiteral("why"));
+        return refusal.serialized();
+    });
+
+    const HelperReply reply = write({});
+
+    QCOMPARE(reply.outcome.error, QStringLiteral("the helper refuses the request (error 2)\nwhy"));
+    QCOMPARE(reply.outcome.code, ExitCode::Failed);
+}
+
+void HelperRequestTest::takesTheWaitingLineAway()
+{
+    m_helper.answerBy([](int, const QVariantMap &arguments) {
+        QThread::msleep(1500);
+        return answerOf(arguments);
+    });
+    m_terminal.shown();
+    HelperRequest request(
+        HelperRequest::Kind::Write, QStringLiteral("writepasswordexpirationpolicy"), wanted(), false, {});
+
+    request.execute();
+
+    QCOMPARE(m_terminal.shown(), QByteArray("waiting for the helper\xe2\x80\xa6\r\033[K"));
+}
+
+void HelperRequestTest::sendsNothingMoreWhileAnAnswerIsDue()
+{
+    m_helper.answerBy([](int call, const QVariantMap &) {
+        return call == 1 ? KAuth::ActionReply::HelperBusyReply().serialized() : QByteArray();
+    });
+
+    const HelperReply reply = write({1000, 1000});
+
+    QCOMPARE(m_helper.calls(), 2);
+    QVERIFY(reply.outcome.mayHappen);
 }
 
 void HelperRequestTest::tellsThatAWriteMayStillBeCarriedOut()

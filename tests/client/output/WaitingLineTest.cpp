@@ -3,10 +3,11 @@
 
 #include "client/output/WaitingLine.h"
 
+#include "tests/support/ErrorTerminal.h"
+
 #include <QTest>
 
 #include <chrono>
-#include <pty.h>
 #include <thread>
 #include <unistd.h>
 
@@ -29,39 +30,13 @@ class WaitingLineTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-
     void comesAfterASecondAndGoes();
     void comesBackASecondAfterItWasAskedTo();
     void neverComesWhereTheWaitIsShort();
 
 private:
-    /// What the terminal got since the last call.
-    QByteArray shown() const;
-
-    int m_terminal = -1;
+    ErrorTerminal m_terminal;
 };
-
-void WaitingLineTest::initTestCase()
-{
-    // the line is for the terminal that is the standard error
-    int process = -1;
-    QVERIFY(openpty(&m_terminal, &process, nullptr, nullptr, nullptr) == 0);
-    QVERIFY(dup2(process, STDERR_FILENO) == STDERR_FILENO);
-}
-
-QByteArray WaitingLineTest::shown() const
-{
-    const char end[] = "<end>";
-    dprintf(STDERR_FILENO, "%s", end);
-    QByteArray text;
-    char byte = 0;
-    while (!text.endsWith(end) && read(m_terminal, &byte, 1) == 1) {
-        text += byte;
-    }
-    text.chop(static_cast<int>(qstrlen(end)));
-    return text;
-}
 
 void WaitingLineTest::comesAfterASecondAndGoes()
 {
@@ -72,7 +47,7 @@ void WaitingLineTest::comesAfterASecondAndGoes()
         early.join();
         late.join();
     }
-    QCOMPARE(shown(), QByteArray("early waiting late\r\033[K"));
+    QCOMPARE(m_terminal.shown(), QByteArray("early waiting late\r\033[K"));
 }
 
 void WaitingLineTest::comesBackASecondAfterItWasAskedTo()
@@ -80,7 +55,7 @@ void WaitingLineTest::comesBackASecondAfterItWasAskedTo()
     WaitingLine line(QStringLiteral("waiting"));
     std::this_thread::sleep_for(1500ms);
     line.giveWay();
-    QCOMPARE(shown(), QByteArray("waiting\r\033[K"));
+    QCOMPARE(m_terminal.shown(), QByteArray("waiting\r\033[K"));
 
     std::thread early = writeAfter(900ms, "early ");
     line.comeBack();
@@ -89,12 +64,12 @@ void WaitingLineTest::comesBackASecondAfterItWasAskedTo()
     std::this_thread::sleep_for(600ms);
     line.giveWay();
     line.giveWay();
-    QCOMPARE(shown(), QByteArray("early waiting\r\033[K"));
+    QCOMPARE(m_terminal.shown(), QByteArray("early waiting\r\033[K"));
 
     // what doesn't come needn't be taken away
     line.comeBack();
     line.giveWay();
-    QCOMPARE(shown(), QByteArray());
+    QCOMPARE(m_terminal.shown(), QByteArray());
 }
 
 void WaitingLineTest::neverComesWhereTheWaitIsShort()
@@ -109,7 +84,7 @@ void WaitingLineTest::neverComesWhereTheWaitIsShort()
     soon.join();
     late.join();
 
-    QCOMPARE(shown(), QByteArray("gone soon late"));
+    QCOMPARE(m_terminal.shown(), QByteArray("gone soon late"));
 }
 
 QTEST_GUILESS_MAIN(WaitingLineTest)
