@@ -158,7 +158,7 @@ void HelperRequest::receiveDenial()
 {
     // Ctrl-C ends the agent, too, and polkit's answer to that may come first
     if (m_interrupts->isInterrupted()) {
-        closeAgent();
+        closeAgent(); // as cancel() would
         finish(ExitCode::NotAuthorized, tr("cancelled"));
         return;
     }
@@ -180,7 +180,6 @@ void HelperRequest::cancel()
 {
     closeAgent();
     if (m_again.isActive()) {
-        m_again.stop();
         finish(ExitCode::NotAuthorized, tr("cancelled")); // nothing is under way
         return;
     }

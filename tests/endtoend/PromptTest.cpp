@@ -123,6 +123,7 @@ private Q_SLOTS:
     void givesTheAgentNoPipeOfItsOwn();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
+    void isCancelledByASignalForItAlone();
     void tellsCtrlCFromARefusalThatComesFirst();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
@@ -240,6 +241,21 @@ void PromptTest::ctrlCAtThePromptChangesNothing()
     }
     // and the helper is free for the next
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::isCancelledByASignalForItAlone()
+{
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    QTRY_VERIFY(!terminal.echoes());
+
+    kill(terminal.process(), SIGINT);
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
+    QVERIFY(terminal.echoes());
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
 void PromptTest::tellsCtrlCFromARefusalThatComesFirst()

@@ -15,8 +15,10 @@
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDataStream>
+#include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
+#include <QTimer>
 
 #include <csignal>
 #include <functional>
@@ -125,6 +127,7 @@ private Q_SLOTS:
     void neverTakesAnothersAnswer();
     void tellsThatTheHelperIsBusy();
     void tellsThatABusyHelperWasLeft();
+    void isCancelledBetweenTwoAttempts();
     void tellsWhyTheHelperRefuses();
     void takesTheWaitingLineAway();
     void sendsNothingMoreWhileAnAnswerIsDue();
@@ -223,6 +226,28 @@ void HelperRequestTest::tellsThatABusyHelperWasLeft()
     QCOMPARE(reply.outcome.error, QStringLiteral("cancelled"));
     QCOMPARE(reply.outcome.code, ExitCode::NotAuthorized);
     QVERIFY(!reply.outcome.mayHappen);
+}
+
+void HelperRequestTest::isCancelledBetweenTwoAttempts()
+{
+    m_helper.answerBy([](int call, const QVariantMap &) {
+        if (call == 3) {
+            // the answer has arrived then, and the pause is not over
+            QTimer::singleShot(10, [] {
+                std::raise(SIGINT);
+            });
+        }
+        return KAuth::ActionReply::HelperBusyReply().serialized();
+    });
+    QElapsedTimer timer;
+    timer.start();
+
+    const HelperReply reply = write({});
+
+    QCOMPARE(reply.outcome.error, QStringLiteral("cancelled"));
+    QCOMPARE(reply.outcome.code, ExitCode::NotAuthorized);
+    QVERIFY(!reply.outcome.mayHappen);
+    QVERIFY(timer.elapsed() < 2000);
 }
 
 void HelperRequestTest::tellsWhyTheHelperRefuses()
