@@ -17,9 +17,8 @@ void noteSignal(int signal)
 {
     const int before = errno;
     const char byte = static_cast<char>(signal);
-    if (write(writeEnd, &byte, 1) < 0) {
-        // the pipe is full of earlier interrupts, any of which will do
-    }
+    // if the pipe is full, then of earlier interrupts, any of which will do
+    [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, 1);
     errno = before;
 }
 }

@@ -93,6 +93,13 @@ private:
     QByteArray m_program;
 };
 
+bool killPolkit()
+{
+    const QDBusReply<uint> polkit =
+        QDBusConnection::systemBus().interface()->servicePid(QStringLiteral("org.freedesktop.PolicyKit1"));
+    return polkit.isValid() && kill(static_cast<pid_t>(polkit.value()), SIGKILL) == 0;
+}
+
 QString pamAuthUpdate()
 {
     return QStringLiteral("/usr/sbin/pam-auth-update");
@@ -132,6 +139,7 @@ private Q_SLOTS:
     void givesUpAPromptThatNobodyAnswers();
     void givesUpAPromptWhenPolkitIsGone_data();
     void givesUpAPromptWhenPolkitIsGone();
+    void goesOnWithoutPolkitOnceItHasDecided();
     void goesOnWithoutAnAgentThatDoesNotRegister();
     void tellsThatAnAnsweredChangeMayStillCome();
     void asksNothingIfToldSo();
@@ -363,9 +371,7 @@ void PromptTest::givesUpAPromptWhenPolkitIsGone()
     PseudoTerminal terminal(
         administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
     QVERIFY2(terminal.waitFor(prompt), terminal.output().constData());
-    const QDBusReply<uint> polkit =
-        QDBusConnection::systemBus().interface()->servicePid(QStringLiteral("org.freedesktop.PolicyKit1"));
-    QVERIFY(polkit.isValid() && kill(static_cast<pid_t>(polkit.value()), SIGKILL) == 0);
+    QVERIFY(killPolkit());
 
     const int exitCode = terminal.waitForEnd(20000);
     endHelper(); // it waits for polkit's answer for good
@@ -375,6 +381,20 @@ void PromptTest::givesUpAPromptWhenPolkitIsGone()
     QVERIFY(terminal.echoes());
     QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput.count('\n'), changesKept);
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void PromptTest::goesOnWithoutPolkitOnceItHasDecided()
+{
+    const SlowProgram slow(pamAuthUpdate());
+    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+    QVERIFY2(terminal.waitFor("waiting for the helper"), terminal.output().constData());
+
+    QVERIFY(killPolkit());
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(lastLine(terminal.output()).split('\r').constLast(), QByteArray("\033[Kcomplexity: in force"));
 }
 
 void PromptTest::goesOnWithoutAnAgentThatDoesNotRegister()
