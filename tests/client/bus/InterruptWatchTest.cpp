@@ -3,9 +3,12 @@
 
 #include "client/bus/InterruptWatch.h"
 
+#include <QDir>
 #include <QTest>
 
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace
@@ -27,6 +30,11 @@ auto handlerOf(int signal) -> void (*)(int)
     sigaction(signal, nullptr, &now);
     return now.sa_handler;
 }
+
+QStringList openFiles()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+}
 }
 
 class InterruptWatchTest : public QObject
@@ -37,6 +45,8 @@ private Q_SLOTS:
     void callsFromTheEventLoop_data();
     void callsFromTheEventLoop();
     void bringsTheFormerHandlersBack();
+    void takesAnyNumberOfSignals();
+    void opensNothingForOthersOrForGood();
 };
 
 void InterruptWatchTest::callsFromTheEventLoop_data()
@@ -82,6 +92,37 @@ void InterruptWatchTest::bringsTheFormerHandlersBack()
     QVERIFY(handlerOf(SIGTERM) == handleOtherwise);
     setHandler(SIGINT, interrupt);
     setHandler(SIGTERM, terminate);
+}
+
+void InterruptWatchTest::takesAnyNumberOfSignals()
+{
+    const InterruptWatch watch([] {});
+    errno = EDOM;
+
+    // more than a pipe holds
+    for (int i = 0; i < 100000; ++i) {
+        std::raise(SIGINT);
+    }
+
+    // whom a signal interrupts doesn't see it
+    QCOMPARE(errno, EDOM);
+    QVERIFY(watch.isInterrupted());
+}
+
+void InterruptWatchTest::opensNothingForOthersOrForGood()
+{
+    // the event loop opens what it needs
+    QCoreApplication::processEvents();
+    const QStringList before = openFiles();
+    {
+        const InterruptWatch watch([] {});
+        const QStringList now = openFiles();
+        QCOMPARE(now.size(), before.size() + 2);
+        for (const QString &file : now) {
+            QVERIFY(before.contains(file) || (fcntl(file.toInt(), F_GETFD) & FD_CLOEXEC) != 0);
+        }
+    }
+    QCOMPARE(openFiles().size(), before.size());
 }
 
 QTEST_GUILESS_MAIN(InterruptWatchTest)
