@@ -24,13 +24,9 @@ constexpr int lookPause = 100; // ms
 /// Waits until the other end of the pipe is closed.
 void waitForClose(int descriptor, int limit)
 {
-    pollfd watched = {descriptor, POLLIN, 0};
-    while (poll(&watched, 1, limit) > 0) {
-        char byte = 0;
-        if (read(descriptor, &byte, 1) <= 0) {
-            return;
-        }
-    }
+    // which is told without being asked for
+    pollfd watched = {descriptor, 0, 0};
+    poll(&watched, 1, limit);
 }
 
 /// Whether polkit sees a session around this process, which may have an agent of its own.

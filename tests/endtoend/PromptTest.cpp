@@ -128,6 +128,7 @@ private Q_SLOTS:
 
     void asksAndWrites();
     void givesTheAgentNoPipeOfItsOwn();
+    void keepsNoTerminalOpenButItsStreams();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
     void isCancelledByASignalForItAlone();
@@ -215,6 +216,30 @@ void PromptTest::givesTheAgentNoPipeOfItsOwn()
                               "comm -23 <(pipes $agent) <(pipes $child $(pgrep -x accountpolicyct)) | wc -l")});
 
     QCOMPARE(pipes.standardOutput + pipes.standardError, QByteArray("2\n0\n"));
+    answer(&terminal, password);
+    QCOMPARE(terminal.waitForEnd(), 0);
+}
+
+void PromptTest::keepsNoTerminalOpenButItsStreams()
+{
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+
+    const ProgramResult terminals = runAs(root,
+                                          QStringLiteral("find"),
+                                          {QStringLiteral("/proc/%1/fd").arg(terminal.process()),
+                                           QStringLiteral("("),
+                                           QStringLiteral("-lname"),
+                                           QStringLiteral("/dev/tty"),
+                                           QStringLiteral("-o"),
+                                           QStringLiteral("-lname"),
+                                           QStringLiteral("/dev/pts/*"),
+                                           QStringLiteral(")"),
+                                           QStringLiteral("-printf"),
+                                           QStringLiteral("%f ")});
+
+    QCOMPARE(terminals.standardOutput.simplified(), QByteArray("0 1 2"));
     answer(&terminal, password);
     QCOMPARE(terminal.waitForEnd(), 0);
 }

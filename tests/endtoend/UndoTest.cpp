@@ -253,6 +253,8 @@ void UndoTest::refusesToUndoWhatCannotBeUnderstood()
 
     QCOMPARE(undo.exitCode, 1);
     QCOMPARE(undo.standardError, complaint(file.toUtf8() + " cannot be understood"));
+    QCOMPARE(client(root, QStringLiteral("history")).standardOutput,
+             QByteArray("1  cannot be read: " + file.toUtf8() + '\n'));
     QCOMPARE(contentOf(QStringLiteral("/etc/login.defs")), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
