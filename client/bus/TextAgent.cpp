@@ -24,7 +24,7 @@ constexpr int lookPause = 100; // ms
 /// Waits until the other end of the pipe is closed.
 void waitForClose(int descriptor, int limit)
 {
-    // which is told without being asked for
+    // POLLHUP comes without being asked for
     pollfd watched = {descriptor, 0, 0};
     poll(&watched, 1, limit);
 }
