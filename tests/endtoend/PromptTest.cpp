@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <atomic>
@@ -129,6 +130,8 @@ private Q_SLOTS:
     void asksAndWrites();
     void givesTheAgentNoPipeOfItsOwn();
     void keepsNoTerminalOpenButItsStreams();
+    void letsTheSessionsAgentGoFirst_data();
+    void letsTheSessionsAgentGoFirst();
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
     void isCancelledByASignalForItAlone();
@@ -242,6 +245,52 @@ void PromptTest::keepsNoTerminalOpenButItsStreams()
     QCOMPARE(terminals.standardOutput.simplified(), QByteArray("0 1 2"));
     answer(&terminal, password);
     QCOMPARE(terminal.waitForEnd(), 0);
+}
+
+void PromptTest::letsTheSessionsAgentGoFirst_data()
+{
+    QTest::addColumn<QByteArray>("group");
+    QTest::addColumn<QByteArray>("user");
+    QTest::addColumn<QByteArray>("arguments");
+    const QByteArray session = "/user.slice/user-4322.slice/session-c7.scope";
+    const QByteArray unit = "/user.slice/user-4322.slice/user@4322.service/app.slice/terminal.service";
+    const QByteArray withDisplay = "NAME=policyadmin\nSTATE=active\nDISPLAY=c7\n";
+    const QByteArray withoutDisplay = "NAME=policyadmin\nSTATE=lingering\n";
+    const QByteArray alone = "/usr/bin/pkttyagent --notify-fd N";
+    const QByteArray asFallback = alone + " --fallback";
+    QTest::newRow("in a session") << session << withoutDisplay << asFallback;
+    QTest::newRow("in a unit beside the session") << unit << withDisplay << asFallback;
+    QTest::newRow("in a unit without any session") << unit << withoutDisplay << alone;
+    QTest::newRow("in a unit of the system") << QByteArray("/system.slice/cron.service") << withDisplay << alone;
+}
+
+void PromptTest::letsTheSessionsAgentGoFirst()
+{
+    QFETCH(QByteArray, group);
+    QFETCH(QByteArray, user);
+    QFETCH(QByteArray, arguments);
+    // where no logind runs: the control group that it would put the client into, and what it would keep of the user
+    writeContent(QStringLiteral("/run/cgroup"), "1:name=systemd:" + group + "\n0::" + group + '\n');
+    QVERIFY(QDir().mkpath(QStringLiteral("/run/systemd/users")));
+    writeContent(QStringLiteral("/run/systemd/users/%1").arg(administrator), user);
+
+    PseudoTerminal terminal(root,
+                            QStringLiteral("sh"),
+                            {QStringLiteral("-c"),
+                             QStringLiteral("mount --bind /run/cgroup /proc/$$/cgroup && "
+                                            "exec setpriv --reuid %1 --regid %1 --init-groups "
+                                            "accountpolicyctl set expiration maxInterval=7")
+                                 .arg(administrator)});
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    const ProgramResult agent =
+        runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("ps -o args= $(pgrep -x pkttyagent)")});
+    answer(&terminal, password);
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(QString::fromLatin1(agent.standardOutput.trimmed())
+                 .replace(QRegularExpression(QStringLiteral("--notify-fd \\d+")), QStringLiteral("--notify-fd N"))
+                 .toLatin1(),
+             arguments);
 }
 
 void PromptTest::refusesWrongPassword()
