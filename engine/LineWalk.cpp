@@ -10,8 +10,9 @@
 namespace
 {
 constexpr char commentMark = '#';
-// no whole files, which may be larger than a QByteArray; no single lines, which would leave gaps in the heap
-constexpr qint64 pieceSize = 1048576;
+// no whole files, which may be larger than a QByteArray; no single lines, which would leave gaps in the heap; no more than
+// malloc() takes from the heap, as each file would have pages mapped for it otherwise
+constexpr qint64 pieceSize = 65536;
 
 /// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.
 QByteArray textBeforeComment(const QByteArray &line)
