@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 /// All bytes of a file; a null array if it can't be read.
 QByteArray contentOf(const QString &path);
@@ -14,3 +15,6 @@ void writeContent(const QString &path, const QByteArray &content);
 
 /// Makes @p path an executable file; the first line names its interpreter.
 void writeProgram(const QString &path, const QByteArray &script);
+
+/// The numbers of this process's open files, one for looking at them included.
+QStringList openFiles();

@@ -3,7 +3,8 @@
 
 #include "client/bus/InterruptWatch.h"
 
-#include <QDir>
+#include "tests/support/Files.h"
+
 #include <QTest>
 
 #include <cerrno>
@@ -29,11 +30,6 @@ auto handlerOf(int signal) -> void (*)(int)
     struct sigaction now = {};
     sigaction(signal, nullptr, &now);
     return now.sa_handler;
-}
-
-QStringList openFiles()
-{
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
 }
 }
 
