@@ -108,7 +108,8 @@ int main(int argc, char *argv[])
     printHeading(QStringLiteral("The walk by the number of lines (other: the time for 100,000 lines, in proportion)"));
     grow<Ageing>(QStringLiteral("%1 lines"), 100000, {1, 2, 5, 10}, loginDefs);
 
-    printHeading(QStringLiteral("The walk by the length of a line (other: the time for 1,000,000 bytes, in proportion)"));
+    printHeading(
+        QStringLiteral("The walk by the length of a line (other: the time for 1,000,000 bytes, in proportion)"));
     growWithLength<Lockout>(QStringLiteral("without the module"), "auth ", "x", "");
     growWithLength<Lockout>(QStringLiteral("options of the module"), "auth required pam_tally.so", " deny=3", "");
     growWithLength<Lockout>(QStringLiteral("one long option"), "auth required pam_tally.so ", "x", "");
