@@ -208,15 +208,17 @@ void PromptTest::givesTheAgentNoPipeOfItsOwn()
         administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
     QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
 
-    // a pipe is the agent's and its child's, or came from whoever started the client
+    // its streams are the client's; another pipe is the agent's and its child's, or came from whoever started the client
     const ProgramResult pipes =
         runAs(root,
               QStringLiteral("bash"),
               {QStringLiteral("-c"),
                QStringLiteral("pipes() { find \"${@/%//fd}\" -lname 'pipe:*' -printf '%l\\n' | sort -u; }; "
-                              "agent=$(pgrep -x pkttyagent) && child=$(pgrep -P $agent) && cd /proc && "
+                              "agent=$(pgrep -x pkttyagent) && child=$(pgrep -P $agent) && "
+                              "client=$(pgrep -x accountpolicyct) && cd /proc && "
+                              "cmp <(readlink $agent/fd/{0,1,2}) <(readlink $client/fd/{0,1,2}) && "
                               "comm -12 <(pipes $agent) <(pipes $child) | wc -l && "
-                              "comm -23 <(pipes $agent) <(pipes $child $(pgrep -x accountpolicyct)) | wc -l")});
+                              "comm -23 <(pipes $agent) <(pipes $child $client) | wc -l")});
 
     QCOMPARE(pipes.standardOutput + pipes.standardError, QByteArray("2\n0\n"));
     answer(&terminal, password);
