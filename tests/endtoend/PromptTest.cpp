@@ -135,6 +135,7 @@ private Q_SLOTS:
     void refusesWrongPassword();
     void ctrlCAtThePromptChangesNothing();
     void isCancelledByASignalForItAlone();
+    void bringsTheTerminalBackFromAStoppedAgent();
     void tellsCtrlCFromARefusalThatComesFirst();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
@@ -340,6 +341,21 @@ void PromptTest::isCancelledByASignalForItAlone()
     QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
     QVERIFY(terminal.echoes());
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void PromptTest::bringsTheTerminalBackFromAStoppedAgent()
+{
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    QTRY_VERIFY(!terminal.echoes());
+
+    QCOMPARE(runAs(root, QStringLiteral("pkill"), splitWords(QStringLiteral("-STOP -x pkttyagent"))).exitCode, 0);
+    kill(terminal.process(), SIGINT);
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
+    QVERIFY(terminal.echoes());
 }
 
 void PromptTest::tellsCtrlCFromARefusalThatComesFirst()
