@@ -15,13 +15,16 @@ QString ruleFile()
 }
 }
 
-PolkitRule::PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result)
+PolkitRule::PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result, int seconds)
 {
     writeContent(ruleFile(),
                  "polkit.addRule(function(action, subject) {\n"
                  "    if (action.id.indexOf(\""
                      + actions + "\") >= 0 && subject.user == \"" + account
                      + "\") {\n"
+                       "        polkit.spawn([\"sleep\", \""
+                     + QByteArray::number(seconds)
+                     + "\"]);\n"
                        "        return polkit.Result."
                      + result + ";\n    }\n});\n");
 }

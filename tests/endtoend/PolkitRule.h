@@ -13,8 +13,9 @@ public:
      * @param actions a part of the names of the actions that the rule is about
      * @param account who wants them
      * @param result  what polkit is to answer, as in polkit(8): "YES", "NO", "AUTH_ADMIN"
+     * @param seconds how long it thinks about that
      */
-    PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result);
+    PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result, int seconds = 0);
     ~PolkitRule();
 
 private:

@@ -155,6 +155,7 @@ private Q_SLOTS:
     void asksOnceForReading();
     void showsThatItWaits_data();
     void showsThatItWaits();
+    void showsNoWaitingOnceThePromptMayCome();
     void showsThatItWaitsAfterAPrompt();
     void showsNoWaitingOffTheTerminal();
     void tellsThatHelperIsBusyAtAPrompt();
@@ -649,6 +650,21 @@ void PromptTest::showsThatItWaits()
     QVERIFY2(terminal.output().startsWith(waitedFor(whom)), terminal.output().constData());
     QVERIFY2(terminal.output().endsWith(result), terminal.output().constData());
     QCOMPARE(terminal.output().count("waiting for"), 1);
+}
+
+void PromptTest::showsNoWaitingOnceThePromptMayCome()
+{
+    const PolkitRule rule("writepasswordexpirationpolicy", "policyadmin", "AUTH_ADMIN", 2);
+    killPolkit(); // the next one knows the rule
+
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    // while polkit was asked whether it would need a password, but not while it was asked for the decision
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+    answer(&terminal, password);
+    QCOMPARE(terminal.waitForEnd(), 0);
 }
 
 void PromptTest::showsThatItWaitsAfterAPrompt()
