@@ -22,6 +22,7 @@
 
 #include <csignal>
 #include <functional>
+#include <memory>
 
 namespace
 {
@@ -230,16 +231,16 @@ void HelperRequestTest::tellsThatABusyHelperWasLeft()
 
 void HelperRequestTest::isCancelledBetweenTwoAttempts()
 {
-    bool inPause = false;
+    const auto inPause = std::make_shared<bool>(false);
     HelperReply reply;
     // a machine under load may come to the interrupt only when the pause is over
-    while (!inPause) {
-        QElapsedTimer sinceAnswer;
-        m_helper.answerBy([&inPause, &sinceAnswer](int call, const QVariantMap &arguments) {
+    while (!*inPause) {
+        m_helper.answerBy([inPause](int call, const QVariantMap &arguments) {
             if (call == 3) {
+                QElapsedTimer sinceAnswer;
                 sinceAnswer.start();
-                QTimer::singleShot(5, [&inPause, &sinceAnswer] {
-                    inPause = sinceAnswer.elapsed() < 15; // ms
+                QTimer::singleShot(5, [inPause, sinceAnswer] {
+                    *inPause = sinceAnswer.elapsed() < 15; // ms
                     std::raise(SIGINT);
                 });
             }
