@@ -233,8 +233,9 @@ void HelperRequestTest::isCancelledBetweenTwoAttempts()
 {
     const auto inPause = std::make_shared<bool>(false);
     HelperReply reply;
+    QElapsedTimer timer;
     // a machine under load may come to the interrupt only when the pause is over
-    while (!*inPause) {
+    for (int i = 0; i < 50 && !*inPause; ++i) {
         m_helper.answerBy([inPause](int call, const QVariantMap &arguments) {
             if (call == 3) {
                 QElapsedTimer sinceAnswer;
@@ -246,13 +247,16 @@ void HelperRequestTest::isCancelledBetweenTwoAttempts()
             }
             return call > 3 ? answerOf(arguments) : KAuth::ActionReply::HelperBusyReply().serialized();
         });
+        timer.start();
         reply = write({});
     }
 
+    QVERIFY(*inPause);
     QCOMPARE(m_helper.calls(), 3);
     QCOMPARE(reply.outcome.error, QStringLiteral("cancelled"));
     QCOMPARE(reply.outcome.code, ExitCode::NotAuthorized);
     QVERIFY(!reply.outcome.mayHappen);
+    QVERIFY(timer.elapsed() < 2000);
 }
 
 void HelperRequestTest::tellsWhyTheHelperRefuses()
