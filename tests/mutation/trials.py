@@ -52,7 +52,7 @@ def run(command, **options):
 
 
 class Copy:
-    """A copy of the tree and of what was built of it. What runs in it sees it in the place where the first was built."""
+    """A copy of the tree and of what was built of it, which sees itself where the first was built."""
 
     def __init__(self, name):
         self.folder = WORK / name
@@ -75,7 +75,7 @@ class Copy:
         return run(self.inside(["cmake", "--build", BUILT / "build", "--target"] + targets)).returncode == 0
 
     def run_test(self, command, limit):
-        """How a test ends within the limit in seconds, and the function that fails; it is stopped at its first failure."""
+        """How a test ends within the limit in seconds, and the first function that fails, at which it is stopped."""
         late = threading.Event()
         with subprocess.Popen(self.inside(command), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True, errors="replace", start_new_session=True) as test:
@@ -179,7 +179,7 @@ class Suite:
 
     def far(self, path):
         """Those that see the system as a whole, the client's only what is installed; the quickest first."""
-        folders = ["translations", "endtoend", "client", "docs"] if path.startswith("client/") else ["translations", "endtoend"]
+        folders = ["translations", "endtoend"] + (["client", "docs"] if path.startswith("client/") else [])
         near = self.near(path)
         tests = [t for t in self.tests.values() if t.name.split("/")[0] in folders and t not in near]
         tests = [t for t in tests if t.installs or t.name.startswith("translations/")]
