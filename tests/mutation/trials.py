@@ -27,6 +27,7 @@ LIMIT = 30  # seconds for one test program, at least; above that the mutant coun
 ENDLESS = 600  # seconds; no test program takes longer
 TIMES = 5  # what a test takes by itself, for one that takes longer; there are other trials beside it
 REMEMBERED = 6  # functions that noticed the last mutants of a source
+REMEMBERED_SLOW = 5  # seconds; a function above that is not among them
 
 PASSED, FAILED, TIMEOUT, COMPILER = "passed", "failed", "timeout", "compiler"
 
@@ -153,7 +154,7 @@ class Suite:
         found = [Test(t["name"], t["command"]) for t in json.loads(shown)["tests"] if t["name"].endswith("Test")]
         self.tests = {test.name: test for test in found}
         self.untouched = Copy("untouched")
-        self.holding_alone = {}
+        self.alone = {}
         self.recent = collections.defaultdict(list)
         self.lock = threading.Lock()
 
@@ -211,12 +212,14 @@ class Suite:
                 others = [known for known in self.recent[key] if known != (test.name, function)]
                 self.recent[key] = ([(test.name, function)] + others)[:REMEMBERED]
 
-    def holds_alone(self, test, function):
-        """Whether a function passes without the others of its program when nothing is wrong."""
+    def takes_alone(self, test, function):
+        """The seconds of a function without the others of its program; None if it needs them to pass."""
         with self.lock:
-            if (test.name, function) not in self.holding_alone:
-                self.holding_alone[test.name, function] = self.untouched.passes(test.of(function), test.limit())
-            return self.holding_alone[test.name, function]
+            if (test.name, function) not in self.alone:
+                began = time.monotonic()
+                passed = self.untouched.passes(test.of(function), test.limit())
+                self.alone[test.name, function] = time.monotonic() - began if passed else None
+            return self.alone[test.name, function]
 
     def face(self, mutant, copy):
         """The name of the test that notices the mutant; COMPILER, TIMEOUT, or None if nothing does."""
@@ -233,11 +236,13 @@ class Suite:
 
     def fails_again(self, mutant, copy, test, function, command):
         """Whether it was no accident: other trials load the machine meanwhile."""
-        if function is None or not self.holds_alone(test, function):
+        seconds = self.takes_alone(test, function) if function else None
+        if seconds is None:
             return not copy.passes(command, test.limit())
         if copy.passes(test.of(function), test.limit()):
             return False
-        self.remember(mutant.path, test, function)
+        if seconds < REMEMBERED_SLOW:
+            self.remember(mutant.path, test, function)
         return True
 
 
