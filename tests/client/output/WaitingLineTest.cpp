@@ -78,6 +78,7 @@ void WaitingLineTest::neverComesWhereTheWaitIsShort()
     std::thread late = writeAfter(1500ms, " late");
     {
         const WaitingLine line(QStringLiteral("waiting"));
+        std::this_thread::sleep_for(200ms); // its thread waits by now
     }
     // and keeps nobody waiting
     dprintf(STDERR_FILENO, "gone");
