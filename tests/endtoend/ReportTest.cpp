@@ -22,8 +22,6 @@ private Q_SLOTS:
     void tellsThatReportIsCutOff();
     void writesReportIntoPipe_data();
     void writesReportIntoPipe();
-    void writesUtf8WhateverTheLocale_data();
-    void writesUtf8WhateverTheLocale();
 };
 
 void ReportTest::writesReport()
@@ -103,30 +101,6 @@ void ReportTest::writesReportIntoPipe()
     QCOMPARE(report.exitCode, 0);
     QVERIFY(report.standardOutput.startsWith("<!DOCTYPE html>\n"));
     QVERIFY(report.standardOutput.endsWith("</html>\n"));
-}
-
-void ReportTest::writesUtf8WhateverTheLocale_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::newRow("file") << QStringLiteral("/run/page.html' && cat /run/page.html");
-    QTest::newRow("pipe") << QStringLiteral("/dev/stdout' | cat");
-}
-
-void ReportTest::writesUtf8WhateverTheLocale()
-{
-    QFETCH(QString, file);
-
-    // a name of the machine that is no text in any encoding
-    const ProgramResult report = shell(
-        root,
-        QStringLiteral("set -o pipefail; printf 'host\\377' | unshare --uts sh -c 'cat >/proc/sys/kernel/hostname; "
-                       "LC_ALL=C exec accountpolicyctl report %1")
-            .arg(file));
-
-    QCOMPARE(report.standardError, QByteArray());
-    QCOMPARE(report.exitCode, 0);
-    QVERIFY2(report.standardOutput.contains("<title>Account policies of host\xef\xbf\xbd</title>\n"),
-             report.standardOutput.constData());
 }
 
 QTEST_GUILESS_MAIN(ReportTest)

@@ -1,0 +1,77 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// Reports of this process, in which the encoding of the locale is another: Debian's Qt takes UTF-8 for that of every locale.
+
+#include "client/commands/CommandLine.h"
+
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/ScopedLatin1.h"
+
+#include <QTest>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+QByteArray titleIn(const QByteArray &page)
+{
+    const int begin = page.indexOf("<title>");
+    return page.mid(begin, page.indexOf('\n', begin) - begin);
+}
+}
+
+class ReportCommandTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void writesUtf8WhateverTheLocale();
+    void writesUtf8IntoPipeWhateverTheLocale();
+};
+
+void ReportCommandTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    // a name that needs more than ASCII, for this process alone
+    QCOMPARE(unshare(CLONE_NEWUTS), 0);
+    QCOMPARE(sethostname("h\xfclle", 5), 0);
+}
+
+void ReportCommandTest::writesUtf8WhateverTheLocale()
+{
+    const ScopedLatin1 locale;
+
+    const ExitCode end = runCommandLine(
+        {QStringLiteral("accountpolicyctl"), QStringLiteral("report"), QStringLiteral("/run/page.html")});
+
+    QCOMPARE(end, ExitCode::Done);
+    QCOMPARE(titleIn(contentOf(QStringLiteral("/run/page.html"))),
+             QByteArray("<title>Account policies of h\xc3\xbclle</title>"));
+}
+
+void ReportCommandTest::writesUtf8IntoPipeWhateverTheLocale()
+{
+    QCOMPARE(mkfifo("/run/pipe", 0600), 0);
+    // takes the page, which is shorter than what a pipe holds
+    const int pipe = open("/run/pipe", O_RDWR | O_NONBLOCK);
+    const ScopedLatin1 locale;
+
+    const ExitCode end =
+        runCommandLine({QStringLiteral("accountpolicyctl"), QStringLiteral("report"), QStringLiteral("/run/pipe")});
+
+    QByteArray page(65536, '\0');
+    page.resize(static_cast<int>(qMax<ssize_t>(0, read(pipe, page.data(), 65536))));
+    close(pipe);
+    QCOMPARE(end, ExitCode::Done);
+    QCOMPARE(titleIn(page), QByteArray("<title>Account policies of h\xc3\xbclle</title>"));
+}
+
+QTEST_GUILESS_MAIN(ReportCommandTest)
+#include "ReportCommandTest.moc"
