@@ -20,8 +20,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 /// The kinds of characters that options of pam_pwquality(8) ask for.
 struct CharacterKind {
     const char *option;

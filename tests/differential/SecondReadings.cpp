@@ -16,8 +16,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 QByteArray answer(const QString &script, const QVector<Record> &records)
 {
     QByteArray input;

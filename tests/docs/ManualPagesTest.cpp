@@ -13,8 +13,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 const QString clientPage = QStringLiteral("/usr/share/man/man1/accountpolicyctl.1");
 const QString helperPage = QStringLiteral("/usr/share/man/man8/accountpolicieshelper.8");
 

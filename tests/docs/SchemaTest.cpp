@@ -12,8 +12,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 /// Whether a validator of JSON Schema accepts the document.
 bool isValid(const QByteArray &document)
 {

@@ -18,7 +18,6 @@
 
 namespace
 {
-constexpr int root = 0;
 constexpr int notAuthorized = 4; // KAuth::ActionReply::AuthorizationDeniedError
 
 const char commonAuth[] = "/etc/pam.d/common-auth";

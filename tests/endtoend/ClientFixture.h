@@ -10,8 +10,6 @@
 
 #include <QObject>
 
-inline constexpr int root = 0;
-
 /// The account policytester, which ClientFixture makes; its home folder isn't there.
 inline constexpr int accountId = 4321;
 inline constexpr char accountHome[] = "/run/home-of-policytester";

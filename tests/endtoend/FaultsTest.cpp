@@ -18,8 +18,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 const char pamAuthUpdate[] = "/usr/sbin/pam-auth-update";
 const char cp[] = "/usr/bin/cp";
 const char tallyProfile[] = "/usr/share/pam-configs/tally";

@@ -17,8 +17,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 QString id()
 {
     return QLatin1String(helperId);

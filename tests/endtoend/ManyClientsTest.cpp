@@ -21,7 +21,6 @@
 
 namespace
 {
-constexpr int root = 0;
 constexpr int timeLimit = 120000; // ms
 
 /// One client that runs beside others.

@@ -13,7 +13,6 @@
 
 namespace
 {
-constexpr int root = 0;
 constexpr int userId = 4321;
 
 const char shortPassword[] = "Kw7-zR4q"; // 8 characters of all kinds

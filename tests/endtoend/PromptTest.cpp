@@ -27,7 +27,6 @@
 
 namespace
 {
-constexpr int root = 0;
 constexpr int administrator = 4322;
 const char password[] = "Kw7-zR4q-Tm2xBv9";
 

@@ -19,8 +19,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 QStringList packagesIn(const QString &folder)
 {
     return QDir(machineFolder() + QLatin1Char('/') + folder)

@@ -11,7 +11,6 @@
 
 namespace
 {
-constexpr int root = 0;
 constexpr int noSandbox = 125;
 
 ProgramResult sandboxed(const QStringList &command, int user = root)

@@ -15,6 +15,7 @@ struct ProgramResult {
     QByteArray standardError;
 };
 
+inline constexpr int root = 0;
 /// An account without any right of its own.
 inline constexpr int nobody = 65534;
 

@@ -14,8 +14,6 @@
 
 namespace
 {
-constexpr int root = 0;
-
 struct Shell {
     const char *name;
     QStringList arguments;
