@@ -15,18 +15,19 @@ add_library(endtoendsupport STATIC
     endtoend/ClientFixture.cpp
     endtoend/PamState.cpp
     endtoend/PolkitRule.cpp
+    endtoend/PromptFixture.cpp
 )
 target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest
-                      PromptTest ReportTest StreamsTest UndoTest)
+                      PromptTest ReportTest StreamsTest UndoTest WaitingTest)
     add_bus_test(endtoend/${name})
 endforeach()
 
-add_dependencies(PromptTest impatientclient)
-target_compile_definitions(PromptTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:impatientclient>")
+add_dependencies(WaitingTest impatientclient)
+target_compile_definitions(WaitingTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:impatientclient>")
 
 # The same tests once more on a build for another vendor: every name must follow the prefix.
 if(VENDOR_PREFIX STREQUAL "org.accountpolicies")

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "tests/endtoend/PamState.h"
+
+#include <QObject>
+
+class PseudoTerminal;
+
+/// The account policyadmin, one of the group sudo, which PromptFixture makes, and its password.
+inline constexpr int administrator = 4322;
+extern const char password[];
+
+/// The client, as a person calls it.
+extern const QString accountpolicyctl;
+
+QByteArray loginDefs();
+
+/// What the client itself says at the end of the terminal's text, where the agent may have left its colours.
+QByteArray lastLine(const QByteArray &output);
+
+/// Types the password once the agent is ready for it: what comes before it hides what is typed is thrown away.
+void answer(PseudoTerminal *terminal, const QByteArray &typed);
+
+/// Makes an account a member of these groups and no others.
+void putIntoGroups(const QString &account, const QString &groups);
+
+/// Prepares accounts, files and the history for a client on a terminal, where polkit's agent asks a person.
+class PromptFixture : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+private:
+    PamState m_stockPam;
+};

@@ -1,0 +1,295 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// The client that waits: for a helper that takes its time, for a person, and for those who never answer.
+
+#include "tests/endtoend/Bus.h"
+#include "tests/endtoend/Client.h"
+#include "tests/endtoend/PolkitRule.h"
+#include "tests/endtoend/PromptFixture.h"
+#include "tests/support/Files.h"
+#include "tests/support/PseudoTerminal.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+namespace
+{
+/// As people do, who need a moment; they may need longer than the waiting line.
+void answerSlowly(PseudoTerminal *terminal)
+{
+    QTest::qWait(1500);
+    answer(terminal, password);
+}
+
+/// A program that takes some seconds more, until this object ends.
+class SlowProgram
+{
+public:
+    explicit SlowProgram(const QString &path, int seconds = 3) : m_path(path), m_program(contentOf(path))
+    {
+        const QByteArray moved = path.toLatin1() + ".real";
+        writeProgram(QString::fromLatin1(moved), m_program);
+        // by a new file: the old one may be running
+        QFile::remove(path);
+        writeProgram(path, "#!/bin/sh\nsleep " + QByteArray::number(seconds) + "\nexec " + moved + " \"$@\"\n");
+    }
+    ~SlowProgram()
+    {
+        QFile::remove(m_path);
+        writeProgram(m_path, m_program);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(SlowProgram)
+
+    QString m_path;
+    QByteArray m_program;
+};
+
+QString pamAuthUpdate()
+{
+    return QStringLiteral("/usr/sbin/pam-auth-update");
+}
+
+/// A line that came and was taken away again.
+QByteArray waitedFor(const QByteArray &whom)
+{
+    return "waiting for the " + whom + "\xe2\x80\xa6\r\033[K";
+}
+
+bool killPolkit()
+{
+    const QDBusReply<uint> polkit =
+        QDBusConnection::systemBus().interface()->servicePid(QStringLiteral("org.freedesktop.PolicyKit1"));
+    return polkit.isValid() && kill(static_cast<pid_t>(polkit.value()), SIGKILL) == 0;
+}
+
+/// A client with these limits, in ms: for the answer, and for a person at the prompt.
+QStringList setImpatiently(int answerLimit, int promptLimit, const QString &words)
+{
+    return QStringList{QString::number(answerLimit), QString::number(promptLimit)} + splitWords(words);
+}
+}
+
+class WaitingTest : public PromptFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void givesUpAPromptThatNobodyAnswers();
+    void givesUpAPromptWhenPolkitIsGone_data();
+    void givesUpAPromptWhenPolkitIsGone();
+    void goesOnWithoutPolkitOnceItHasDecided();
+    void goesOnWithoutAnAgentThatDoesNotRegister();
+    void tellsThatAnAnsweredChangeMayStillCome();
+    void showsThatItWaits_data();
+    void showsThatItWaits();
+    void showsNoWaitingOnceThePromptMayCome();
+    void showsThatItWaitsAfterAPrompt();
+    void showsNoWaitingOffTheTerminal();
+    void tellsThatHelperIsBusyAtAPrompt();
+};
+
+void WaitingTest::givesUpAPromptThatNobodyAnswers()
+{
+    PseudoTerminal terminal(administrator,
+                            QStringLiteral(IMPATIENT_CLIENT),
+                            setImpatiently(70000, 8000, QStringLiteral("expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QVERIFY2(terminal.output().endsWith(
+                 "\r\naccountpolicyctl: not authorized: nobody has answered the question for a password in time\r\n"),
+             terminal.output().constData());
+    QVERIFY(terminal.echoes());
+    QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput, QByteArray());
+    // and the helper is free for the next
+    QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 8\n"));
+}
+
+void WaitingTest::givesUpAPromptWhenPolkitIsGone_data()
+{
+    QTest::addColumn<QString>("otherGroups");
+    QTest::addColumn<QByteArray>("prompt");
+    QTest::addColumn<QByteArray>("error");
+    QTest::addColumn<int>("changesKept");
+    QTest::newRow("for a password") << QString() << QByteArray("Password: ")
+                                    << QByteArray("not authorized: polkit has ended before it could decide") << 0;
+    QTest::newRow("for one of two administrators")
+        << QStringLiteral("sudo") << QByteArray("Choose identity to authenticate as")
+        << QByteArray("polkit has ended; the helper may still carry it out") << 1;
+}
+
+void WaitingTest::givesUpAPromptWhenPolkitIsGone()
+{
+    QFETCH(QString, otherGroups);
+    QFETCH(QByteArray, prompt);
+    QFETCH(QByteArray, error);
+    QFETCH(int, changesKept);
+    putIntoGroups(QStringLiteral("otheradmin"), otherGroups);
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(terminal.waitFor(prompt), terminal.output().constData());
+    QVERIFY(killPolkit());
+
+    const int exitCode = terminal.waitForEnd(20000);
+    endHelper(); // it waits for polkit's answer for good
+
+    QCOMPARE(exitCode, 3);
+    QVERIFY2(terminal.output().contains("\r\naccountpolicyctl: " + error + "\r\n"), terminal.output().constData());
+    QVERIFY(terminal.echoes());
+    QCOMPARE(client(administrator, QStringLiteral("history")).standardOutput.count('\n'), changesKept);
+    QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
+}
+
+void WaitingTest::goesOnWithoutPolkitOnceItHasDecided()
+{
+    const SlowProgram slow(pamAuthUpdate());
+    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+    QVERIFY2(terminal.waitFor("waiting for the helper"), terminal.output().constData());
+
+    QVERIFY(killPolkit());
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(lastLine(terminal.output()).split('\r').constLast(), QByteArray("\033[Kcomplexity: in force"));
+}
+
+void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
+{
+    const SlowProgram agent(QStringLiteral("/usr/bin/pkttyagent"), 100);
+    QElapsedTimer clock;
+    clock.start();
+
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(lastLine(terminal.output()), waitedFor("helper") + "accountpolicyctl: not authorized");
+    QVERIFY2(clock.elapsed() >= 10000 && clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
+void WaitingTest::tellsThatAnAnsweredChangeMayStillCome()
+{
+    const SlowProgram slow(pamAuthUpdate(), 12);
+    PseudoTerminal terminal(administrator,
+                            QStringLiteral(IMPATIENT_CLIENT),
+                            setImpatiently(3000, 60000, QStringLiteral("complexity minlen=12")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+
+    const int exitCode = terminal.waitForEnd();
+    QVERIFY2(exitCode == 5, terminal.output().constData());
+    QCOMPARE(
+        lastLine(terminal.output()).split('\r').constLast(),
+        QByteArray("\033[Kaccountpolicyctl: the helper has not answered in time; it may still carry the change out"));
+    QVERIFY(client(administrator, QStringLiteral("history")).standardOutput.endsWith("  set\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(
+        client(root, QStringLiteral("show complexity")).standardOutput.contains("minlen            12 characters"),
+        20000);
+}
+
+void WaitingTest::showsThatItWaits_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QByteArray>("whom");
+    QTest::addColumn<QByteArray>("result");
+    QTest::newRow("for a write") << pamAuthUpdate() << QStringLiteral("set complexity minlen=12 --replace")
+                                 << QByteArray("helper") << QByteArray("complexity: in force\r\n");
+    QTest::newRow("for an account") << QStringLiteral("/usr/bin/chage")
+                                    << QStringLiteral("set user policyadmin maxInterval=40") << QByteArray("accounts")
+                                    << QByteArray("user policyadmin: in force\r\n");
+    QTest::newRow("for the helper's start")
+        << QStringLiteral("/usr/lib/kauth/libexec/accountpolicieshelper") << QStringLiteral("doctor")
+        << QByteArray("helper") << QByteArray("ok    nothing was left behind\r\n");
+}
+
+void WaitingTest::showsThatItWaits()
+{
+    QFETCH(QString, program);
+    QFETCH(QString, words);
+    QFETCH(QByteArray, whom);
+    QFETCH(QByteArray, result);
+    const SlowProgram slow(program);
+    endHelper();
+
+    PseudoTerminal terminal(root, accountpolicyctl, splitWords(words));
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    // the line comes, and goes before the result is printed
+    QVERIFY2(terminal.output().startsWith(waitedFor(whom)), terminal.output().constData());
+    QVERIFY2(terminal.output().endsWith(result), terminal.output().constData());
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+}
+
+void WaitingTest::showsNoWaitingOnceThePromptMayCome()
+{
+    const PolkitRule rule("writepasswordexpirationpolicy", "policyadmin", "AUTH_ADMIN", 2);
+    killPolkit(); // the next one knows the rule
+
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    // while polkit was asked whether it would need a password, but not while it was asked for the decision
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+    answer(&terminal, password);
+    QCOMPARE(terminal.waitForEnd(), 0);
+}
+
+void WaitingTest::showsThatItWaitsAfterAPrompt()
+{
+    const SlowProgram slow(pamAuthUpdate());
+    PseudoTerminal terminal(
+        administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12 --replace")));
+    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    answerSlowly(&terminal);
+
+    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(terminal.output().count("waiting for"), 1);
+    QVERIFY2(terminal.output().endsWith(waitedFor("helper") + "complexity: in force\r\n"),
+             terminal.output().constData());
+}
+
+void WaitingTest::showsNoWaitingOffTheTerminal()
+{
+    const SlowProgram slow(pamAuthUpdate());
+
+    const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12 --replace"));
+
+    QCOMPARE(set.standardError, QByteArray());
+    QCOMPARE(set.standardOutput, QByteArray("complexity: in force\n"));
+}
+
+void WaitingTest::tellsThatHelperIsBusyAtAPrompt()
+{
+    PseudoTerminal other(administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    QVERIFY2(other.waitFor("Password: "), other.output().constData());
+    QElapsedTimer clock;
+    clock.start();
+
+    const ProgramResult show = client(nobody, QStringLiteral("show lockout"));
+
+    QCOMPARE(show.standardError, QByteArray("accountpolicyctl: the helper is busy; try again later\n"));
+    QCOMPARE(show.standardOutput, QByteArray());
+    QCOMPARE(show.exitCode, 5);
+    QVERIFY(clock.elapsed() > 69000 && clock.elapsed() < 80000); // ms
+    // the one at the prompt isn't disturbed by it
+    answer(&other, password);
+    const int exitCode = other.waitForEnd(100000);
+    QVERIFY2(exitCode == 0, other.output().constData());
+    QCOMPARE(client(nobody, QStringLiteral("show lockout")).exitCode, 0);
+}
+
+QTEST_GUILESS_MAIN(WaitingTest)
+#include "WaitingTest.moc"
