@@ -13,6 +13,7 @@ import re
 import shutil
 import signal
 import subprocess
+import sys
 import threading
 import time
 
@@ -127,8 +128,10 @@ class Test:
 
     def measure(self, copy):
         began = time.monotonic()
-        copy.run_test(self.command, ENDLESS)
+        passed = copy.passes(self.command, ENDLESS)
         self.takes = time.monotonic() - began
+        if not passed and not copy.passes(self.command, ENDLESS):
+            sys.exit("%s fails without any mutant" % self.name)
         slow = FAR_SLOW if self.installs else SLOW
         if self.takes > slow:
             listed = run(copy.inside(self.command[-1:] + ["-functions"])).stdout.split()
