@@ -21,6 +21,7 @@ void ExportHtmlTask::run()
     }
     // unchecked: only a file that can't be opened is a failure
     file.write(values()->value(QStringLiteral("htmlText")).toString().toUtf8());
+    file.close();
     result().succeed(QString());
 }
 
