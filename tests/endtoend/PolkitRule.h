@@ -5,7 +5,7 @@
 
 #include <QByteArray>
 
-/// A rule of an administrator's, which polkit follows as long as it lives. polkitd takes its time to see it come and go.
+/// A rule of an administrator's, which polkit follows as long as this object lives.
 class PolkitRule
 {
 public:
