@@ -3,6 +3,8 @@
 
 #include "tests/endtoend/Client.h"
 
+#include "client/settings/Policies.h"
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/support/Files.h"
 
 #include <QDir>
@@ -10,15 +12,19 @@
 
 #include <unistd.h>
 
-QString toolPath()
-{
-    return QStringLiteral("/usr/sbin/pam-auth-update");
-}
-
 void acceptRetiredModules()
 {
-    const QString tool = toolPath();
-    writeProgram(tool, contentOf(tool).replace("@invalid_modules = ('pam_tally')", "@invalid_modules = ()"));
+    const QByteArray list = "my @invalid_modules = ('pam_tally');";
+    QByteArray tool = contentOf(toolFile);
+    if (tool.count(list) != 1) {
+        qFatal("%s has another list of retired modules", toolFile);
+    }
+    writeProgram(toolFile, tool.replace(list, "my @invalid_modules = ();"));
+}
+
+void replaceTool(const QByteArray &script)
+{
+    writeProgram(toolFile, "#!/bin/sh\n" + script + '\n');
 }
 
 QByteArray tallyProfile()
@@ -27,9 +33,13 @@ QByteArray tallyProfile()
            "\trequired pam_tally.so deny=3 onerr=fail\n";
 }
 
-QStringList splitWords(const QString &words)
+QStringList settingKeys()
 {
-    return words.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    QStringList keys;
+    for (const Policy &policy : allPolicies()) {
+        keys += policy.schema.keys();
+    }
+    return keys;
 }
 
 QString stateFolder(int user)
@@ -57,7 +67,27 @@ ProgramResult client(int user, const QString &words, const QByteArray &input)
     return runWithState(user, QStringList{QStringLiteral("accountpolicyctl")} + splitWords(words), input);
 }
 
+ProgramResult client(int user, const char *words, const QByteArray &input)
+{
+    return client(user, QString::fromUtf8(words), input);
+}
+
 ProgramResult shell(int user, const QString &script, const QByteArray &input)
 {
     return runWithState(user, {QStringLiteral("bash"), QStringLiteral("-c"), script}, input);
+}
+
+QByteArray complaint(const QByteArray &text)
+{
+    return "accountpolicyctl: " + text + '\n';
+}
+
+ProgramResult success(const QByteArray &output)
+{
+    return {0, output, {}};
+}
+
+ProgramResult failure(int exitCode, const QByteArray &error, const QByteArray &output)
+{
+    return {exitCode, output, complaint(error)};
 }

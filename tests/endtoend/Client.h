@@ -5,23 +5,34 @@
 
 #include "tests/support/Program.h"
 
-/// pam-auth-update(8), which tests replace.
-QString toolPath();
-
-/// A file whose lines pam-auth-update of this system can put in force: its list of retired modules emptied.
+/// Has pam-auth-update put in force what names a retired module: as it was before it got a list of these.
 void acceptRetiredModules();
+
+/// Puts a shell script in the place of pam-auth-update.
+void replaceTool(const QByteArray &script);
 
 /// The profile that pam_tally's packages used to bring.
 QByteArray tallyProfile();
 
 /// Runs the client as the account of number @p user, with a state folder of that account's own.
 ProgramResult client(int user, const QString &words, const QByteArray &input = QByteArray());
+ProgramResult client(int user, const char *words, const QByteArray &input = QByteArray());
 
 /// Runs a script of bash in the client's place, with the same state folder.
 ProgramResult shell(int user, const QString &script, const QByteArray &input = QByteArray());
 
-/// The words of a command line, cut at blanks.
-QStringList splitWords(const QString &words);
+/// What the client says of an error.
+QByteArray complaint(const QByteArray &text);
+
+/// How the client ends with this output and no error, and how with an error.
+ProgramResult success(const QByteArray &output = QByteArray());
+ProgramResult failure(int exitCode, const QByteArray &error, const QByteArray &output = QByteArray());
+
+/// How long, in ms, a test waits for what must come.
+inline constexpr int eventLimit = 30000;
+
+/// The keys of all policies' settings.
+QStringList settingKeys();
 
 /// Where client() lets the user's history be kept.
 QString stateFolder(int user);

@@ -5,32 +5,22 @@
 
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
 #include <QObject>
 
-/// The account policytester, which ClientFixture makes; its home folder isn't there.
-inline constexpr int accountId = 4321;
-inline constexpr char accountHome[] = "/run/home-of-policytester";
-
-/// The policies that ClientFixture puts in force: one as a table, all as a document.
-extern const char complexityTable[];
-extern const char fullDocument[];
-
 /// A document of the expiration policy alone.
 QByteArray document(const QByteArray &expiration);
-
-/// What is said where /etc/default/useradd is missing.
-extern const char unreadableExpiration[];
-
-/// What the client says of an error.
-QByteArray complaint(const QByteArray &text);
 
 /// A disk over the folder @p path, without room for a single byte more.
 ScopedMount fullDisk(const QString &path);
 
-/// Puts the same policies in force before each test of the client, whose history is empty then.
+/**
+ * Puts the same policies in force before each test of the client, whose history is empty then. The stock common-auth is
+ * in /run/stock then. There is an account policytester, with the number 4321, and not yet its home /run/home-of-policytester.
+ */
 class ClientFixture : public QObject
 {
     Q_OBJECT
@@ -39,7 +29,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-protected:
+private:
     PamState m_stockPam;
-    QByteArray m_tool = contentOf(toolPath());
+    QByteArray m_tool = contentOf(toolFile);
 };

@@ -4,7 +4,9 @@
 // The PAM policies in force: the real pam-auth-update makes the stacks, and real PAM judges passwords by them.
 
 #include "tests/endtoend/Bus.h"
+#include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TypedMap.h"
@@ -19,52 +21,52 @@ const char shortPassword[] = "Kw7-zR4q"; // 8 characters of all kinds
 const char longPassword[] = "Kw7-zR4q-Tm2xBv9"; // 16
 const char firstPassword[] = "Start-Wert-1234";
 
-QByteArray commonPassword()
+/// The line of the stack that asks for the complexity of passwords.
+QByteArray pwqualityLine()
 {
-    return contentOf(QStringLiteral("/etc/pam.d/common-password"));
+    return linesWith("pam_pwquality.so", passwordStack).join('\n');
 }
 
-QByteArray commonAuth()
+void editStack(const QByteArray &before, const QByteArray &after)
 {
-    return contentOf(QStringLiteral("/etc/pam.d/common-auth"));
+    const QByteArray stack = contentOf(passwordStack);
+    QCOMPARE(stack.count(before), 1);
+    writeContent(passwordStack, QByteArray(stack).replace(before, after));
 }
 
-/// The lines of a PAM stack that call a module.
-QList<QByteArray> moduleLines(const QByteArray &stack, const QByteArray &module)
+/// Arguments in the form of typedMap(), which the reply echoes.
+void write(const QString &action, const QByteArray &arguments)
 {
-    QList<QByteArray> lines;
-    for (const QByteArray &line : stack.split('\n')) {
-        if (line.contains(module)) {
-            lines += line;
-        }
-    }
-    return lines;
+    const BusReply reply = callAs(root, action, typedMap(arguments));
+    QCOMPARE(reply.error, 0);
+    QCOMPARE(typedEntries(reply.data), typedEntries(typedMap(arguments)));
 }
 
-BusReply writeComplexity(const QVariantMap &arguments)
+void writeComplexity(const QByteArray &arguments)
 {
-    return callAs(root, QStringLiteral("writepasswordcomplexitypolicy"), arguments);
+    write(QStringLiteral("writepasswordcomplexitypolicy"), arguments);
+}
+
+void writeLockout(const QByteArray &arguments)
+{
+    write(QStringLiteral("writeaccountslockoutpolicy"), arguments);
 }
 
 /// The user's own passwd(1): the present password, then twice the new one.
 int changeOwnPassword(const QByteArray &present, const QByteArray &next)
 {
-    return runAs(userId, QStringLiteral("passwd"), {}, present + '\n' + next + '\n' + next + '\n').exitCode;
+    return runAs(userId, "passwd", present + '\n' + next + '\n' + next + '\n').exitCode;
 }
 
 QByteArray storedPassword()
 {
-    return moduleLines(contentOf(QStringLiteral("/etc/shadow")), "policytester:").value(0).split(':').value(1);
+    return linesWith("policytester:", "/etc/shadow").value(0).split(':').value(1);
 }
 
 void setPassword(const QByteArray &password)
 {
     // chpasswd -c writes the hash itself and asks no module about the password
-    const ProgramResult set = runAs(root,
-                                    QStringLiteral("chpasswd"),
-                                    {QStringLiteral("-c"), QStringLiteral("SHA512")},
-                                    "policytester:" + password + '\n');
-    QCOMPARE(set.exitCode, 0);
+    QCOMPARE(runAs(root, "chpasswd -c SHA512", "policytester:" + password + '\n').exitCode, 0);
 }
 }
 
@@ -91,11 +93,7 @@ private:
 void PamTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
-    const ProgramResult added =
-        runAs(root,
-              QStringLiteral("useradd"),
-              {QStringLiteral("-u"), QString::number(userId), QStringLiteral("-M"), QStringLiteral("policytester")});
-    QVERIFY2(added.exitCode == 0, added.standardError.constData());
+    QCOMPARE(runAs(root, "useradd -u 4321 -M policytester"), ProgramResult({0, {}, {}}));
 }
 
 void PamTest::init()
@@ -106,47 +104,31 @@ void PamTest::init()
 
 void PamTest::putsComplexityOptionsIntoStack()
 {
-    QCOMPARE(moduleLines(commonPassword(), "pam_pwquality.so"),
-             QList<QByteArray>{"password\trequisite\t\t\tpam_pwquality.so retry=3"});
+    QCOMPARE(pwqualityLine(), QByteArray("password\trequisite\t\t\tpam_pwquality.so retry=3"));
 
-    const BusReply reply = writeComplexity({{QStringLiteral("minlen"), 12},
-                                            {QStringLiteral("lcredit"), -1},
-                                            {QStringLiteral("ucredit"), -1},
-                                            {QStringLiteral("dcredit"), -2},
-                                            {QStringLiteral("ocredit"), 0},
-                                            {QStringLiteral("gecoscheck"), true},
-                                            {QStringLiteral("reject_username"), true}});
+    writeComplexity("minlen: int 12, lcredit: int -1, ucredit: int -1, dcredit: int -2, ocredit: int 0, "
+                    "gecoscheck: bool true, reject_username: bool true");
 
-    QVERIFY(!reply.data.contains(QStringLiteral("error")));
-    QCOMPARE(moduleLines(commonPassword(), "pam_pwquality.so"),
-             QList<QByteArray>{"password\trequisite\t\t\tpam_pwquality.so retry=3 gecoscheck reject_username minlen=12 "
-                               "lcredit=-1 ucredit=-1 "
-                               "dcredit=-2 ocredit=0"});
+    QCOMPARE(pwqualityLine(),
+             QByteArray("password\trequisite\t\t\tpam_pwquality.so retry=3 gecoscheck reject_username minlen=12 "
+                        "lcredit=-1 ucredit=-1 dcredit=-2 ocredit=0"));
 }
 
 void PamTest::replacesOptionThatWasEditedByHand()
 {
-    writeComplexity({{QStringLiteral("minlen"), 9}});
-    QByteArray edited = commonPassword();
-    edited.replace("minlen=9", "minlen=7 difok=2");
-    writeContent(QStringLiteral("/etc/pam.d/common-password"), edited);
+    writeComplexity("minlen: int 9");
+    editStack("minlen=9", "minlen=7 badwords=x");
 
-    writeComplexity({{QStringLiteral("minlen"), 12}});
+    writeComplexity("minlen: int 12");
 
-    const QList<QByteArray> lines = moduleLines(commonPassword(), "pam_pwquality.so");
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines.first().count("minlen="), 1);
-    QVERIFY2(lines.first().endsWith(" minlen=12"), lines.first().constData());
-    QVERIFY2(lines.first().contains(" difok=2"), lines.first().constData());
+    // the tool puts blanks around what it keeps
+    QCOMPARE(pwqualityLine().simplified(),
+             QByteArray("password requisite pam_pwquality.so retry=3 badwords=x minlen=12"));
 }
 
 void PamTest::acceptsAndRefusesPasswordsAsAsked()
 {
-    writeComplexity({{QStringLiteral("minlen"), 14},
-                     {QStringLiteral("lcredit"), 0},
-                     {QStringLiteral("ucredit"), 0},
-                     {QStringLiteral("dcredit"), 0},
-                     {QStringLiteral("ocredit"), 0}});
+    writeComplexity("minlen: int 14, lcredit: int 0, ucredit: int 0, dcredit: int 0, ocredit: int 0");
     const QByteArray before = storedPassword();
     QVERIFY(before.startsWith('$'));
 
@@ -156,80 +138,56 @@ void PamTest::acceptsAndRefusesPasswordsAsAsked()
     QCOMPARE(changeOwnPassword(firstPassword, longPassword), 0);
     QVERIFY(storedPassword() != before);
 
-    writeComplexity({{QStringLiteral("minlen"), 8},
-                     {QStringLiteral("lcredit"), 0},
-                     {QStringLiteral("ucredit"), 0},
-                     {QStringLiteral("dcredit"), 0},
-                     {QStringLiteral("ocredit"), 0}});
+    writeComplexity("minlen: int 8, lcredit: int 0, ucredit: int 0, dcredit: int 0, ocredit: int 0");
     setPassword(firstPassword);
     QCOMPARE(changeOwnPassword(firstPassword, shortPassword), 0);
 }
 
 void PamTest::bindsRootOnlyIfAsked()
 {
-    const QStringList change{QStringLiteral("passwd"), QStringLiteral("policytester"), QStringLiteral("chauthtok")};
+    const char change[] = "pamtester passwd policytester chauthtok";
     const QByteArray typed = QByteArray(shortPassword) + '\n' + shortPassword + '\n';
 
-    writeComplexity({{QStringLiteral("minlen"), 14}, {QStringLiteral("enforce_for_root"), true}});
-    QVERIFY(runAs(root, QStringLiteral("pamtester"), change, typed).exitCode > 0);
+    writeComplexity("minlen: int 14, enforce_for_root: bool true");
+    QVERIFY(runAs(root, change, typed).exitCode > 0);
 
-    writeComplexity({{QStringLiteral("minlen"), 14}});
-    QCOMPARE(runAs(root, QStringLiteral("pamtester"), change, typed).exitCode, 0);
+    writeComplexity("minlen: int 14");
+    QCOMPARE(runAs(root, change, typed).exitCode, 0);
 }
 
 void PamTest::putsLockoutLineIntoStackWhereTheToolKnowsTheModule()
 {
-    // as the tool was before the module was retired
-    QByteArray tool = contentOf(QStringLiteral("/usr/sbin/pam-auth-update"));
-    QCOMPARE(tool.count("my @invalid_modules = ('pam_tally');"), 1);
-    const QByteArray stockTool = tool;
-    tool.replace("my @invalid_modules = ('pam_tally');", "my @invalid_modules = ();");
-    writeContent(QStringLiteral("/usr/sbin/pam-auth-update"), tool);
-    writeContent(QStringLiteral("/usr/share/pam-configs/tally"),
-                 "Name: Lock accounts after failed logins\nDefault: yes\nPriority: 1024\nAuth-Type: Additional\nAuth:\n"
-                 "\trequired pam_tally.so deny=3 onerr=fail\n");
+    const QByteArray stockTool = contentOf(toolFile);
+    acceptRetiredModules();
+    writeContent(tallyFile, tallyProfile());
 
-    const BusReply reply = callAs(root,
-                                  QStringLiteral("writeaccountslockoutpolicy"),
-                                  {{QStringLiteral("deny"), 5}, {QStringLiteral("per_user"), true}});
+    writeLockout("deny: int 5, per_user: bool true");
 
-    writeContent(QStringLiteral("/usr/sbin/pam-auth-update"), stockTool);
-    QCOMPARE(typedEntries(reply.data),
-             QStringList({QStringLiteral("deny: int 5"), QStringLiteral("per_user: bool true")}));
-    QCOMPARE(moduleLines(commonAuth(), "pam_tally.so"),
-             QList<QByteArray>{"auth\trequired pam_tally.so onerr=fail per_user deny=5"});
+    writeProgram(toolFile, stockTool);
+    QCOMPARE(linesWith("pam_tally.so", authStack),
+             QByteArrayList{"auth\trequired pam_tally.so onerr=fail per_user deny=5"});
     QCOMPARE(typedEntries(callAs(nobody, QStringLiteral("readaccountslockoutpolicy")).data),
-             QStringList({QStringLiteral("deny: int 5"),
-                          QStringLiteral("magic_root: bool false"),
-                          QStringLiteral("no_reset: bool false"),
-                          QStringLiteral("per_user: bool true")}));
+             typedEntries(typedMap("deny: int 5, magic_root: bool false, no_reset: bool false, per_user: bool true")));
 }
 
 void PamTest::savesLockoutPolicyThatTheToolLeavesOut()
 {
-    writeContent(QStringLiteral("/usr/share/pam-configs/tally"),
-                 "Name: Lock accounts after failed logins\nDefault: yes\nPriority: 1024\nAuth-Type: Additional\nAuth:\n"
-                 "\trequired pam_tally.so deny=3 onerr=fail\n");
-    const QByteArray stack = commonAuth();
+    writeContent(tallyFile, tallyProfile());
+    const QByteArray stack = contentOf(authStack);
 
-    const BusReply reply = callAs(root, QStringLiteral("writeaccountslockoutpolicy"), {{QStringLiteral("deny"), 5}});
+    writeLockout("deny: int 5");
 
-    QCOMPARE(typedEntries(reply.data), QStringList{QStringLiteral("deny: int 5")});
-    QCOMPARE(moduleLines(contentOf(QStringLiteral("/usr/share/pam-configs/tally")), "pam_tally.so"),
-             QList<QByteArray>{"required pam_tally.so onerr=fail deny=5"});
-    QCOMPARE(commonAuth(), stack);
+    QCOMPARE(linesWith("pam_tally.so", tallyFile), QByteArrayList{"required pam_tally.so onerr=fail deny=5"});
+    QCOMPARE(contentOf(authStack), stack);
 }
 
 void PamTest::keepsLocalOptionsOfTheStack()
 {
-    QByteArray edited = commonPassword();
-    edited.replace("pam_unix.so obscure", "pam_unix.so obscure rounds=7000");
-    QVERIFY(edited != commonPassword());
-    writeContent(QStringLiteral("/etc/pam.d/common-password"), edited);
+    editStack("pam_unix.so obscure", "pam_unix.so obscure rounds=7000");
 
-    writeComplexity({{QStringLiteral("minlen"), 12}});
+    writeComplexity("minlen: int 12");
 
-    QCOMPARE(moduleLines(commonPassword(), "pam_unix.so").first().count("rounds=7000"), 1);
+    QCOMPARE(linesWith("pam_unix.so", passwordStack).join('\n').count("rounds=7000"), 1);
 }
 
 QTEST_GUILESS_MAIN(PamTest)

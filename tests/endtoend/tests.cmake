@@ -16,8 +16,9 @@ add_library(endtoendsupport STATIC
     endtoend/PamState.cpp
     endtoend/PolkitRule.cpp
     endtoend/PromptFixture.cpp
+    endtoend/Sessions.cpp
 )
-target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus)
+target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus PRIVATE client)
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
@@ -25,6 +26,7 @@ foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest FaultsTest I
                       PromptTest ReportTest StreamsTest UndoTest WaitingTest)
     add_bus_test(endtoend/${name})
 endforeach()
+target_link_libraries(ClientTest PRIVATE client)
 
 add_dependencies(WaitingTest impatientclient)
 target_compile_definitions(WaitingTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:impatientclient>")

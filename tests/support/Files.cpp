@@ -13,6 +13,22 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+QByteArray contentOf(const char *path)
+{
+    return contentOf(QFile::decodeName(path));
+}
+
+QByteArrayList linesWith(const QByteArray &text, const char *path)
+{
+    QByteArrayList lines;
+    for (const QByteArray &line : contentOf(path).split('\n')) {
+        if (line.contains(text)) {
+            lines += line;
+        }
+    }
+    return lines;
+}
+
 void writeContent(const QString &path, const QByteArray &content)
 {
     QDir().mkpath(QFileInfo(path).path());
@@ -22,11 +38,21 @@ void writeContent(const QString &path, const QByteArray &content)
     }
 }
 
+void writeContent(const char *path, const QByteArray &content)
+{
+    writeContent(QFile::decodeName(path), content);
+}
+
 void writeProgram(const QString &path, const QByteArray &script)
 {
     QFile::remove(path);
     writeContent(path, script);
     QFile::setPermissions(path, QFile::Permissions(0x7755));
+}
+
+void writeProgram(const char *path, const QByteArray &script)
+{
+    writeProgram(QFile::decodeName(path), script);
 }
 
 QStringList openFiles()

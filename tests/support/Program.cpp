@@ -3,11 +3,28 @@
 
 #include "tests/support/Program.h"
 
+#include "tests/support/Files.h"
+
+#include <QFileInfo>
 #include <QProcess>
+#include <QTest>
 
 namespace
 {
 constexpr int timeLimit = 120000; // ms
+}
+
+bool operator==(const ProgramResult &left, const ProgramResult &right)
+{
+    return left.exitCode == right.exitCode && left.standardOutput == right.standardOutput
+        && left.standardError == right.standardError;
+}
+
+char *toString(const ProgramResult &result)
+{
+    const QByteArray text = "ended with " + QByteArray::number(result.exitCode)
+        + "\nstandard output: " + result.standardOutput + "\nstandard error: " + result.standardError;
+    return qstrdup(text.constData());
 }
 
 ProgramResult runAs(int user, const QString &program, const QStringList &arguments, const QByteArray &input)
@@ -21,4 +38,24 @@ ProgramResult runAs(int user, const QString &program, const QStringList &argumen
     process.closeWriteChannel();
     const bool ended = process.waitForFinished(timeLimit) && process.exitStatus() == QProcess::NormalExit;
     return {ended ? process.exitCode() : -1, process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+ProgramResult runAs(int user, const char *command, const QByteArray &input)
+{
+    const QStringList words = splitWords(QString::fromUtf8(command));
+    return runAs(user, words.first(), words.mid(1), input);
+}
+
+QStringList splitWords(const QString &words)
+{
+    return words.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QString copyForEverybody(const QString &path)
+{
+    const QString copy = QStringLiteral("/run/tmp/") + QFileInfo(path).fileName();
+    if (!QFileInfo::exists(copy)) {
+        writeProgram(copy, contentOf(path));
+    }
+    return copy;
 }

@@ -11,3 +11,17 @@ QStringList typedEntries(const QVariantMap &map)
     }
     return entries;
 }
+
+QVariantMap typedMap(const QByteArray &entries)
+{
+    QVariantMap map;
+    for (const QString &entry : QString::fromUtf8(entries).split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
+        const QString typeAndValue = entry.section(QStringLiteral(": "), 1);
+        QVariant value = typeAndValue.section(QLatin1Char(' '), 1);
+        if (!value.convert(QMetaType::type(typeAndValue.section(QLatin1Char(' '), 0, 0).toLatin1().constData()))) {
+            qFatal("%s is not the value of a type", qPrintable(entry));
+        }
+        map.insert(entry.section(QStringLiteral(": "), 0, 0), value);
+    }
+    return map;
+}

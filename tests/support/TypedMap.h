@@ -12,3 +12,6 @@
  * Compare these rather than the maps: variants of different types that hold equal numbers compare as equal.
  */
 QStringList typedEntries(const QVariantMap &map);
+
+/// The map with such entries, of which ", " stands between two: "deny: int 5, per_user: bool true".
+QVariantMap typedMap(const QByteArray &entries);
