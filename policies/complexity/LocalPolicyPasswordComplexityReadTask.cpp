@@ -4,25 +4,10 @@
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
 
 #include "engine/FileReading.h"
-
-namespace
-{
-const PamReadTable &complexityReadTable()
-{
-    static const PamReadTable table{
-        QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
-        2,
-        {"pam_cracklib.so", "pam_pwquality.so"},
-        QStringLiteral(
-            R"((reject_username|gecoscheck|enforce_for_root|minlen|lcredit|ucredit|dcredit|ocredit)=?(-?\d+)?)"),
-        {QStringLiteral("enforce_for_root"), QStringLiteral("gecoscheck"), QStringLiteral("reject_username")},
-    };
-    return table;
-}
-}
+#include "policies/complexity/ComplexityPolicy.h"
 
 LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
-    : PamOptionReader(complexityReadTable(), values)
+    : PamOptionReader(complexityPolicy(), values)
 {
 }
 
@@ -41,7 +26,7 @@ void LocalPolicyPasswordComplexityReadTask::run()
 
 void LocalPolicyPasswordComplexityReadTask::read()
 {
-    const QString stack = QStringLiteral("/etc/pam.d/common-password");
+    const QString stack = complexityPolicy().stack;
     LoginReaderRegExpHandler handler(values());
     QString message;
     if (!readFile(stack, &handler, &message)) {

@@ -12,9 +12,8 @@
  * Reads the password complexity policy: the options of pam_cracklib and pam_pwquality in
  * "/etc/pam.d/common-password". Lines of both modules count alike, in file order.
  *
- * Values: "enforce_for_root", "gecoscheck", "reject_username" (bool, always there); "minlen" (characters),
- * "lcredit", "ucredit", "dcredit", "ocredit" (credits, or characters asked for if negative; pam_pwquality(8)) (int,
- * there if the option is).
+ * Values: the options of complexityPolicy(), the flags (bool, always there) and the numbers (int, there if the option
+ * is).
  *
  * Fails if the file is missing or unreadable, or names neither module.
  */

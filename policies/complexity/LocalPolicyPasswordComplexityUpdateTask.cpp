@@ -3,33 +3,16 @@
 
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 
+#include "policies/complexity/ComplexityPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
 #include <QFile>
 
+#include <algorithm>
+#include <iterator>
+
 namespace
 {
-// one for the whole process, as nothing of it changes from run to run
-// clazy:excludeall=non-pod-global-static
-// NOLINTNEXTLINE(cert-err58-cpp)
-const QRegularExpression modulePattern(QStringLiteral("(pam_cracklib|pam_pwquality)\\.so"));
-
-const PamWriteTable &complexityWriteTable()
-{
-    static const PamWriteTable table{
-        QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
-        3,
-        {"pam_cracklib.so", "pam_pwquality.so"},
-        {QStringLiteral("gecoscheck"), QStringLiteral("enforce_for_root"), QStringLiteral("reject_username")},
-        {QStringLiteral("minlen"),
-         QStringLiteral("lcredit"),
-         QStringLiteral("ucredit"),
-         QStringLiteral("dcredit"),
-         QStringLiteral("ocredit")},
-    };
-    return table;
-}
-
 constexpr CommandFailureTexts complexityCommandTexts = {
     "LocalPolicyPasswordComplexityUpdateTask",
     QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
@@ -40,7 +23,7 @@ constexpr CommandFailureTexts complexityCommandTexts = {
 
 LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(
     const QVariantMap *arguments)
-    : PamOptionRewriter(complexityWriteTable(), arguments)
+    : PamOptionRewriter(complexityPolicy(), arguments)
 {
 }
 
@@ -58,28 +41,18 @@ void LocalPolicyPasswordComplexityUpdateTask::run()
 
 void LocalPolicyPasswordComplexityUpdateTask::update()
 {
-    const QString cracklib = QStringLiteral("/usr/share/pam-configs/cracklib");
-    const QString pwquality = QStringLiteral("/usr/share/pam-configs/pwquality");
+    const PamPolicy &policy = complexityPolicy();
     QVector<PamProfile> profiles;
-    if (QFile::exists(cracklib)) {
-        profiles.append({cracklib, tr("\"%1\" not contain \"pam_cracklib\"").arg(cracklib)});
-    }
-    if (QFile::exists(pwquality)) {
-        profiles.append({pwquality, tr("\"%1\" not contain \"pam_pwquality\"").arg(pwquality)});
-    }
+    std::copy_if(
+        policy.profiles.cbegin(), policy.profiles.cend(), std::back_inserter(profiles), [](const PamProfile &profile) {
+            return QFile::exists(profile.path());
+        });
     if (profiles.isEmpty()) {
-        result().fail(tr("Both profiles of supported PAM modules do not exist (%1, %2)").arg(cracklib, pwquality));
+        result().fail(tr("Both profiles of supported PAM modules do not exist (%1, %2)")
+                          .arg(policy.profiles.constFirst().path(), policy.profiles.constLast().path()));
         return;
     }
-    const QString minlen = QStringLiteral("minlen");
+    const int wanted = values()->value(policy.correctedOption).toInt();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy(
-        {
-            profiles,
-            complexityCommandTexts,
-            {QStringLiteral("/etc/pam.d/common-password"), modulePattern, minlen},
-            values()->value(minlen).toInt(),
-        },
-        &handler,
-        &result());
+    updatePamPolicy({policy, profiles, complexityCommandTexts, wanted}, &handler, &result());
 }

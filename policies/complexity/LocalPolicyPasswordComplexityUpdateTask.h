@@ -13,9 +13,8 @@
  * "/usr/share/pam-configs/pwquality", whichever exist, puts the profiles in force and corrects "minlen" in
  * "/etc/pam.d/common-password".
  *
- * Arguments, in the units of LocalPolicyPasswordComplexityReadTask; an option whose argument is absent is removed:
- * "gecoscheck", "enforce_for_root", "reject_username" (bool), "minlen", "lcredit", "ucredit", "dcredit", "ocredit"
- * (int).
+ * Arguments: the options of complexityPolicy(), the flags (bool) and the numbers (int); an option whose argument is
+ * absent is removed.
  *
  * Fails if there is no profile, if one can't be rewritten, if none so far names a module, or if pam-auth-update(8)
  * fails; what was written until then stays.

@@ -4,24 +4,10 @@
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
 #include "engine/FileReading.h"
-
-namespace
-{
-const PamReadTable &lockoutReadTable()
-{
-    static const PamReadTable table{
-        QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))"),
-        1,
-        {"pam_tally.so"},
-        QStringLiteral(R"((per_user|magic_root|no_reset|deny|lock_time|unlock_time)=?(\d+)?)"),
-        {QStringLiteral("per_user"), QStringLiteral("magic_root"), QStringLiteral("no_reset")},
-    };
-    return table;
-}
-}
+#include "policies/lockout/LockoutPolicy.h"
 
 LocalPolicyLockoutReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
-    : PamOptionReader(lockoutReadTable(), values)
+    : PamOptionReader(lockoutPolicy(), values)
 {
 }
 
@@ -41,15 +27,15 @@ void LocalPolicyLockoutReadTask::read()
 {
     LoginReaderRegExpHandler handler(values());
     QString notice;
-    if (!readFile(QStringLiteral("/etc/pam.d/common-auth"), &handler, &notice)) {
+    if (!readFile(lockoutPolicy().stack, &handler, &notice)) {
         result().fail(notice);
         return;
     }
     if (!handler.found()) {
         // names the module's profile, where an administrator would look for it, not the stack that was read
-        notice = tr("\"%1\" not contain \"pam_tally\"").arg(QStringLiteral("/usr/share/pam-configs/tally"));
+        notice = tr("\"%1\" not contain \"pam_tally\"").arg(lockoutPolicy().profiles.constFirst().path());
     }
-    result().succeed(notice);
-    // a policy that isn't set is no failure, and a notice is for the task alone
+    // Succeeded even with a notice: a policy that isn't set is no failure, and the notice is for the task alone
+    result().setMessage(notice);
     result().setState(TaskState::Succeeded);
 }

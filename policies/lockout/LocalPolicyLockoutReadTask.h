@@ -11,8 +11,7 @@
 /**
  * Reads the account lockout policy: the options of pam_tally in "/etc/pam.d/common-auth".
  *
- * Values: "per_user", "magic_root", "no_reset" (bool, always there); "deny" (failed logins), "lock_time",
- * "unlock_time" (seconds) (int, there if the option is).
+ * Values: the options of lockoutPolicy(), the flags (bool, always there) and the numbers (int, there if the option is).
  *
  * Fails if the file is missing or unreadable. A stack without the module is no failure: nothing is locked then.
  */

@@ -3,22 +3,11 @@
 
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 
+#include "policies/lockout/LockoutPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
 namespace
 {
-const PamWriteTable &lockoutWriteTable()
-{
-    static const PamWriteTable table{
-        QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))"),
-        2,
-        {"pam_tally.so"},
-        {QStringLiteral("per_user"), QStringLiteral("magic_root"), QStringLiteral("no_reset")},
-        {QStringLiteral("deny"), QStringLiteral("lock_time"), QStringLiteral("unlock_time")},
-    };
-    return table;
-}
-
 constexpr CommandFailureTexts lockoutCommandTexts = {
     "LocalPolicyLockoutUpdateTask",
     QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
@@ -28,7 +17,7 @@ constexpr CommandFailureTexts lockoutCommandTexts = {
 }
 
 LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(const QVariantMap *arguments)
-    : PamOptionRewriter(lockoutWriteTable(), arguments)
+    : PamOptionRewriter(lockoutPolicy(), arguments)
 {
 }
 
@@ -46,16 +35,8 @@ void LocalPolicyLockoutUpdateTask::run()
 
 void LocalPolicyLockoutUpdateTask::update()
 {
-    const QString profile = QStringLiteral("/usr/share/pam-configs/tally");
-    const QString deny = QStringLiteral("deny");
+    const PamPolicy &policy = lockoutPolicy();
+    const int wanted = values()->value(policy.correctedOption).toInt();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy(
-        {
-            {{profile, tr("\"%1\" not contain \"pam_tally\"").arg(profile)}},
-            lockoutCommandTexts,
-            {QStringLiteral("/etc/pam.d/common-auth"), QRegularExpression(QStringLiteral("pam_tally\\.so")), deny},
-            values()->value(deny).toInt(),
-        },
-        &handler,
-        &result());
+    updatePamPolicy({policy, policy.profiles, lockoutCommandTexts, wanted}, &handler, &result());
 }

@@ -12,8 +12,8 @@
  * Writes the account lockout policy into the profile "/usr/share/pam-configs/tally", puts the profiles in force and
  * corrects "deny" in "/etc/pam.d/common-auth".
  *
- * Arguments, in the units of LocalPolicyLockoutReadTask; an option whose argument is absent is removed:
- * "per_user", "magic_root", "no_reset" (bool), "deny", "lock_time", "unlock_time" (int).
+ * Arguments: the options of lockoutPolicy(), the flags (bool) and the numbers (int); an option whose argument is absent
+ * is removed.
  *
  * Fails if the profile can't be rewritten or doesn't name the module, or if pam-auth-update(8) fails; what was
  * written until then stays.

@@ -4,27 +4,33 @@
 #include "policies/pam/PamOptionReader.h"
 
 #include "policies/pam/PamOptionTokens.h"
+#include "policies/pam/PamPolicy.h"
 
-PamOptionReader::PamOptionReader(const PamReadTable &table, QVariantMap *values)
-    : RegExpHandler(table.linePattern, SearchHint(table.moduleNames)), m_table(table), m_values(values)
+PamOptionReader::PamOptionReader(const PamPolicy &policy, QVariantMap *values)
+    : RegExpHandler(policy.readingPattern(), policy.hint())
+    , m_policy(policy)
+    , m_option(policy.optionPattern())
+    , m_values(values)
 {
-    for (const QString &flag : table.flags) {
-        m_values->insert(flag, false);
+    for (const PamOption &option : policy.options) {
+        if (option.kind == PamOption::Kind::Flag) {
+            m_values->insert(option.name, false);
+        }
     }
 }
 
 bool PamOptionReader::handleLine(QByteArray *line)
 {
     Q_UNUSED(line)
-    const QRegExp option(m_table.optionPattern);
-    const QStringList tokens = pamOptionTokens(regExp().cap(m_table.optionsCapture));
+    const QStringList tokens = pamOptionTokens(regExp());
     for (const QString &token : tokens) {
         // searched, not anchored: a token that merely contains a name counts as that option
-        if (option.indexIn(token) == -1) {
+        if (m_option.indexIn(token) == -1) {
             continue;
         }
-        const QString name = option.cap(1);
-        m_values->insert(name, m_table.flags.contains(name) ? QVariant(true) : QVariant(option.cap(2).toInt()));
+        const PamOption *option = m_policy.option(m_option.cap(1));
+        const bool isFlag = option->kind == PamOption::Kind::Flag;
+        m_values->insert(option->name, isFlag ? QVariant(true) : QVariant(m_option.cap(2).toInt()));
     }
     m_found = true;
     return true;

@@ -5,24 +5,12 @@
 
 #include "engine/RegExpHandler.h"
 
-#include <QStringList>
 #include <QVariantMap>
 
-/// What a policy reads from the lines of its PAM module, in the format of pam.d(5).
-struct PamReadTable {
-    QString linePattern;
-    /// The capture of linePattern that holds the options behind the module's name.
-    int optionsCapture;
-    /// ASCII texts of which every matching line contains one.
-    QList<QByteArray> moduleNames;
-    /// Capture 1 is the name of an option, capture 2 its number.
-    QString optionPattern;
-    /// The options that are read as bool: true if they are there. All others are read as int.
-    QStringList flags;
-};
+struct PamPolicy;
 
 /**
- * Reads the options on the lines of a PAM module into a values map.
+ * Reads the options of a policy on the lines of its PAM modules into a values map.
  *
  * A flag's key is always there. A number's key is there only if an option names it, with 0 for a number that is
  * missing or doesn't fit an int. Later lines and tokens win; a flag once true stays true.
@@ -31,18 +19,19 @@ class PamOptionReader : public RegExpHandler
 {
 public:
     /**
-     * @param table  outlives the handler
+     * @param policy outlives the handler
      * @param values receives the options, and at once every flag as false; not owned
      */
-    PamOptionReader(const PamReadTable &table, QVariantMap *values);
+    PamOptionReader(const PamPolicy &policy, QVariantMap *values);
 
     bool handleLine(QByteArray *line) override;
 
-    /// Whether any line of the module has been handled.
+    /// Whether any line of the modules has been handled.
     bool found() const;
 
 private:
-    const PamReadTable &m_table;
+    const PamPolicy &m_policy;
+    const QRegExp m_option;
     QVariantMap *m_values;
     bool m_found = false;
 };

@@ -4,9 +4,10 @@
 #include "policies/pam/PamOptionRewriter.h"
 
 #include "policies/pam/PamOptionTokens.h"
+#include "policies/pam/PamPolicy.h"
 
-PamOptionRewriter::PamOptionRewriter(const PamWriteTable &table, const QVariantMap *arguments)
-    : RegExpHandler(table.linePattern, SearchHint(table.moduleNames)), m_table(table), m_arguments(arguments)
+PamOptionRewriter::PamOptionRewriter(const PamPolicy &policy, const QVariantMap *arguments)
+    : RegExpHandler(policy.rewritingPattern(), policy.hint()), m_policy(policy), m_arguments(arguments)
 {
 }
 
@@ -29,12 +30,11 @@ bool PamOptionRewriter::found() const
 QString PamOptionRewriter::unmanagedOptions() const
 {
     const QRegExp namePattern(QStringLiteral("([^=]+)=?(\\d+)?"));
-    const QStringList managed = m_table.flags + m_table.numbers;
-    const QStringList tokens = pamOptionTokens(regExp().cap(m_table.optionsCapture));
+    const QStringList tokens = pamOptionTokens(regExp());
     QString options;
     for (const QString &token : tokens) {
         const bool named = namePattern.indexIn(token) != -1;
-        if (named && managed.contains(namePattern.cap(1))) {
+        if (named && m_policy.option(namePattern.cap(1))) {
             continue;
         }
         options += QLatin1Char(' ') + token;
@@ -45,14 +45,12 @@ QString PamOptionRewriter::unmanagedOptions() const
 QString PamOptionRewriter::managedOptions() const
 {
     QString options;
-    for (const QString &flag : m_table.flags) {
-        if (m_arguments->value(flag).toBool()) {
-            options += QStringLiteral(" %1").arg(flag);
-        }
-    }
-    for (const QString &number : m_table.numbers) {
-        if (m_arguments->contains(number)) {
-            options += QStringLiteral(" %1=%2").arg(number, QString::number(m_arguments->value(number).toInt()));
+    for (const PamOption &option : m_policy.options) {
+        const QVariant argument = m_arguments->value(option.name);
+        if (option.kind == PamOption::Kind::Flag) {
+            options += argument.toBool() ? QStringLiteral(" %1").arg(option.name) : QString();
+        } else if (m_arguments->contains(option.name)) {
+            options += QStringLiteral(" %1=%2").arg(option.name, QString::number(argument.toInt()));
         }
     }
     return options;

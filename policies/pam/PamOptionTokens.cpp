@@ -3,9 +3,7 @@
 
 #include "policies/pam/PamOptionTokens.h"
 
-#include <QRegExp>
-
-QStringList pamOptionTokens(const QString &options)
+QStringList pamOptionTokens(const QRegExp &matched)
 {
-    return options.split(QRegExp(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+    return matched.cap(matched.captureCount()).split(QRegExp(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
 }

@@ -3,7 +3,8 @@
 
 #pragma once
 
+#include <QRegExp>
 #include <QStringList>
 
-/// Splits the options behind a PAM module's name at white space.
-QStringList pamOptionTokens(const QString &options);
+/// Splits the options behind a PAM module's name, the last capture of @p matched, at white space.
+QStringList pamOptionTokens(const QRegExp &matched);

@@ -6,17 +6,20 @@
 #include "engine/ErrorText.h"
 #include "engine/FileRewriting.h"
 #include "policies/pam/PamOptionRewriter.h"
+#include "policies/pam/PamStackCorrection.h"
 #include "tasks/TaskResult.h"
+
+#include <QCoreApplication>
 
 namespace
 {
-bool rewriteProfile(const PamProfile &profile, PamOptionRewriter *rewriter, QString *message)
+bool rewriteProfile(const PamProfile &profile, const char *context, PamOptionRewriter *rewriter, QString *message)
 {
-    if (!rewriteFile(profile.path, rewriter, message, false)) {
+    if (!rewriteFile(profile.path(), rewriter, message, false)) {
         return false;
     }
     if (!rewriter->found()) {
-        *message = profile.moduleMissing;
+        *message = QCoreApplication::translate(context, profile.moduleMissing).arg(profile.path());
         return false;
     }
     return true;
@@ -24,8 +27,7 @@ bool rewriteProfile(const PamProfile &profile, PamOptionRewriter *rewriter, QStr
 
 bool applyProfiles(const CommandFailureTexts &texts, QString *message)
 {
-    const Command command{QStringLiteral("/usr/sbin/pam-auth-update"),
-                          {QStringLiteral("--force"), QStringLiteral("--package")}};
+    const Command command{pamAuthUpdatePath(), {QStringLiteral("--force"), QStringLiteral("--package")}};
     const CommandOutcome outcome = runCommand(command);
     if (outcome.succeeded()) {
         if (!outcome.standardError.isEmpty()) {
@@ -44,7 +46,7 @@ bool applyProfiles(const CommandFailureTexts &texts, QString *message)
 bool updateProfiles(const PamPolicyUpdate &update, PamOptionRewriter *rewriter, QString *message)
 {
     for (const PamProfile &profile : update.profiles) {
-        if (!rewriteProfile(profile, rewriter, message)) {
+        if (!rewriteProfile(profile, update.commandTexts.context, rewriter, message)) {
             return false;
         }
     }
@@ -59,8 +61,13 @@ void updatePamPolicy(const PamPolicyUpdate &update, PamOptionRewriter *rewriter,
         result->fail(message);
         return;
     }
-    result->succeed(message);
-    correctPamStack(update.stackOption, update.wanted);
-    // notices stay in the message, for the task alone
+    correctPamStack(update.policy, update.wanted);
+    // Succeeded even with a notice, which is for the task alone
+    result->setMessage(message);
     result->setState(TaskState::Succeeded);
+}
+
+QString pamAuthUpdatePath()
+{
+    return QStringLiteral("/usr/sbin/pam-auth-update");
 }

@@ -4,29 +4,19 @@
 #pragma once
 
 #include "engine/Command.h"
-#include "policies/pam/PamStackCorrection.h"
-
-#include <QVector>
+#include "policies/pam/PamPolicy.h"
 
 class PamOptionRewriter;
 class TaskResult;
 
-/// A profile of pam-auth-update(8).
-struct PamProfile {
-    QString path;
-    /// What to say if no line of it names the module, translated.
-    QString moduleMissing;
-};
-
 /// What the update of a PAM policy writes.
 struct PamPolicyUpdate {
-    /// The profiles to rewrite, in this order.
+    const PamPolicy &policy;
+    /// Those of the policy that are to be rewritten.
     QVector<PamProfile> profiles;
-    /// The words for a pam-auth-update that fails.
+    /// The words for a pam-auth-update that fails; their context is that of all the update's texts.
     CommandFailureTexts commandTexts;
-    /// The option that is corrected in the generated stack.
-    PamStackOption stackOption;
-    /// The number that it must have.
+    /// The number that the corrected option must have.
     int wanted;
 };
 
@@ -37,8 +27,11 @@ struct PamPolicyUpdate {
  * reason, or Succeeded, then with the notices of rewriting and of the tool as the message.
  *
  * @param update   what to write
- * @param rewriter rebuilds the module's lines; one for all profiles, so that a module line in an earlier profile
+ * @param rewriter rebuilds the modules' lines; one for all profiles, so that a module line in an earlier profile
  *                 counts for the later ones too
  * @param result   receives the outcome
  */
 void updatePamPolicy(const PamPolicyUpdate &update, PamOptionRewriter *rewriter, TaskResult *result);
+
+/// Path of pam-auth-update(8).
+QString pamAuthUpdatePath();

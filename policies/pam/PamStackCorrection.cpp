@@ -3,6 +3,8 @@
 
 #include "policies/pam/PamStackCorrection.h"
 
+#include "policies/pam/PamPolicy.h"
+
 #include <QFile>
 
 namespace
@@ -36,28 +38,29 @@ bool needsCorrection(const QString &line, const QRegularExpression &optionPatter
 }
 }
 
-bool correctPamLines(const PamStackOption &option, int wanted, QStringList *lines)
+bool correctPamLines(const PamPolicy &policy, int wanted, QStringList *lines)
 {
-    const QRegularExpression optionPattern(QStringLiteral("\\b%1=(?<%1>\\d+)\\b").arg(option.name));
+    const QString name = policy.correctedOption;
+    const QRegularExpression optionPattern(QStringLiteral("\\b%1=(?<%1>\\d+)\\b").arg(name));
     bool changed = false;
     for (QString &line : *lines) {
-        if (!line.contains(option.module) || !needsCorrection(line, optionPattern, wanted)) {
+        if (!line.contains(policy.moduleExpression) || !needsCorrection(line, optionPattern, wanted)) {
             continue;
         }
         // the blanks on both sides of a removed option stay
         QStringList pieces = line.split(optionPattern, Qt::SkipEmptyParts);
-        pieces += QStringLiteral(" %1=%2").arg(option.name, QString::number(wanted));
+        pieces += QStringLiteral(" %1=%2").arg(name, QString::number(wanted));
         line = pieces.join(QString());
         changed = true;
     }
     return changed;
 }
 
-void correctPamStack(const PamStackOption &option, int wanted)
+void correctPamStack(const PamPolicy &policy, int wanted)
 {
-    QFile file(option.stack);
+    QFile file(policy.stack);
     QStringList lines = readLines(&file);
-    if (correctPamLines(option, wanted, &lines)) {
+    if (correctPamLines(policy, wanted, &lines)) {
         writeLines(&file, lines);
     }
 }

@@ -3,27 +3,20 @@
 
 #pragma once
 
-#include <QRegularExpression>
 #include <QStringList>
 
-/// A numeric option of a module in a PAM stack, a file in the format of pam.d(5).
-struct PamStackOption {
-    /// Path of the stack; UTF-8 text.
-    QString stack;
-    /// Found in the lines that count; commented-out ones are among them.
-    QRegularExpression module;
-    QString name;
-};
+struct PamPolicy;
 
 /**
- * Makes sure that the lines of a module that carry a numeric option carry it once, with the wanted number.
+ * Makes sure that the lines of a policy's modules in its stack that carry the corrected option carry it once, with the
+ * wanted number. Lines that are commented out count too.
  *
  * pam-auth-update(8) merges what was edited by hand in the stack with the profile's options, so that an old number
  * can stand beside the new one. Lines without the option, and lines with just the wanted number, are left alone.
  *
- * The file is written in place, without a copy; if it can't be opened, nothing happens.
+ * The file, UTF-8 text, is written in place, without a copy; if it can't be opened, nothing happens.
  */
-void correctPamStack(const PamStackOption &option, int wanted);
+void correctPamStack(const PamPolicy &policy, int wanted);
 
 /// The same for the lines of a stack, without their line ends; whether any was changed.
-bool correctPamLines(const PamStackOption &option, int wanted, QStringList *lines);
+bool correctPamLines(const PamPolicy &policy, int wanted, QStringList *lines);

@@ -4,12 +4,13 @@
 add_library(pamtestsupport STATIC
     policies/pam/PamCases.cpp
     policies/pam/PamSystem.cpp
+    policies/pam/SamplePolicy.cpp
     policies/pam/TaskRun.cpp
 )
-target_link_libraries(pamtestsupport PUBLIC tasks testsupport)
-add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies)
-add_unit_test(policies/pam/PamOptionRewriterTest LIBRARIES policies)
-add_unit_test(policies/pam/PamOptionTokensTest LIBRARIES policies)
+target_link_libraries(pamtestsupport PUBLIC policies testsupport)
+add_unit_test(policies/pam/PamPolicyTest LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamOptionRewriterTest LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamStackCorrectionTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamPolicyUpdateTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/ExpirationFilesTest LIBRARIES policies)

@@ -3,33 +3,13 @@
 
 #include "policies/pam/PamOptionReader.h"
 
+#include "tests/policies/pam/SamplePolicy.h"
 #include "tests/support/TypedMap.h"
 
 #include <QTest>
 
 namespace
 {
-// names that no policy has, so that nothing but the table can bring them in
-PamReadTable sampleTable()
-{
-    return {
-        QStringLiteral(R"((?:.*pam_sample\.so)((?:\s+\S+)*))"),
-        1,
-        {"pam_sample.so"},
-        QStringLiteral(R"((quiet|loud|speed|top_speed)=?(-?\d+)?)"),
-        {QStringLiteral("quiet"), QStringLiteral("loud")},
-    };
-}
-
-PamReadTable tableWithModuleCapture()
-{
-    PamReadTable table = sampleTable();
-    table.linePattern = QStringLiteral(R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))");
-    table.optionsCapture = 2;
-    table.moduleNames = {"pam_sample.so", "pam_example.so"};
-    return table;
-}
-
 /// Hands every line that matches to @p reader, as a read walk does; tells what it returned each time.
 QList<bool> readLines(PamOptionReader *reader, const QByteArray &lines)
 {
@@ -54,7 +34,7 @@ private Q_SLOTS:
     void replacesNothingButFlagsAtOnce();
     void readsOptions_data();
     void readsOptions();
-    void takesOptionsFromCaptureOfTable();
+    void readsLinesOfAllModules();
     void returnsTrueForEveryLine();
     void findsLineWithoutOptions();
     void handlesLineOfMegabyte_data();
@@ -63,20 +43,20 @@ private Q_SLOTS:
 
 void PamOptionReaderTest::storesFlagsAsFalseAtOnce()
 {
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    const PamOptionReader reader(table, &values);
+    const PamOptionReader reader(policy, &values);
     QCOMPARE(typedEntries(values), nothingRead);
     QVERIFY(!reader.found());
 }
 
 void PamOptionReaderTest::replacesNothingButFlagsAtOnce()
 {
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values{{QStringLiteral("quiet"), QStringLiteral("yes")},
                        {QStringLiteral("speed"), 7},
                        {QStringLiteral("other"), QStringLiteral("kept")}};
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
     QCOMPARE(typedEntries(values),
              QStringList({QStringLiteral("loud: bool false"),
                           QStringLiteral("other: QString kept"),
@@ -145,6 +125,7 @@ void PamOptionReaderTest::readsOptions_data()
     row("module with more letters, then the module", "pam_sample.sox speed=3 pam_sample.so quiet", true, {});
     row("module in a path", "auth required /lib/security/pam_sample.so speed=3", false, speed(3));
     row("module in a longer name", "xpam_sample.so speed=3", false, speed(3));
+    row("number not of the table's options", "pam_sample.so retry=3 height=4", false, {});
     row("letters right behind the module", "pam_sample.sox speed=3", false, {});
     rowWithoutMatch("nothing", "");
     rowWithoutMatch("other module", "auth required pam_unix.so speed=3");
@@ -159,9 +140,9 @@ void PamOptionReaderTest::readsOptions()
     QFETCH(bool, found);
     QFETCH(bool, quiet);
     QFETCH(QStringList, numbers);
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
 
     readLines(&reader, lines);
 
@@ -171,11 +152,11 @@ void PamOptionReaderTest::readsOptions()
     QCOMPARE(typedEntries(values), flags + numbers);
 }
 
-void PamOptionReaderTest::takesOptionsFromCaptureOfTable()
+void PamOptionReaderTest::readsLinesOfAllModules()
 {
-    const PamReadTable table = tableWithModuleCapture();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
 
     readLines(&reader, "pam_sample.so speed=3 loud\npam_unix.so top_speed=1\npam_example.so speed=4 quiet");
 
@@ -187,18 +168,18 @@ void PamOptionReaderTest::takesOptionsFromCaptureOfTable()
 
 void PamOptionReaderTest::returnsTrueForEveryLine()
 {
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
     QCOMPARE(readLines(&reader, "pam_sample.so\npam_sample.so speed=1\npam_sample.so other"),
              QList<bool>({true, true, true}));
 }
 
 void PamOptionReaderTest::findsLineWithoutOptions()
 {
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
     readLines(&reader, "pam_sample.so");
     QVERIFY(reader.found());
     readLines(&reader, "pam_unix.so");
@@ -221,9 +202,9 @@ void PamOptionReaderTest::handlesLineOfMegabyte()
 {
     QFETCH(QByteArray, line);
     QFETCH(bool, matches);
-    const PamReadTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     QVariantMap values;
-    PamOptionReader reader(table, &values);
+    PamOptionReader reader(policy, &values);
 
     readLines(&reader, line);
 

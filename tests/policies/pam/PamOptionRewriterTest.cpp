@@ -3,6 +3,7 @@
 
 #include "policies/pam/PamOptionRewriter.h"
 
+#include "tests/policies/pam/SamplePolicy.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 
@@ -11,27 +12,6 @@
 
 namespace
 {
-// names that no policy has, so that nothing but the table can bring them in
-PamWriteTable sampleTable()
-{
-    return {
-        QStringLiteral(R"((\s*.*pam_sample\.so)((?:\s+\S+)*))"),
-        2,
-        {"pam_sample.so"},
-        {QStringLiteral("quiet"), QStringLiteral("loud")},
-        {QStringLiteral("speed"), QStringLiteral("angle")},
-    };
-}
-
-PamWriteTable tableWithModuleCapture()
-{
-    PamWriteTable table = sampleTable();
-    table.linePattern = QStringLiteral(R"((.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))");
-    table.optionsCapture = 3;
-    table.moduleNames = {"pam_sample.so", "pam_example.so"};
-    return table;
-}
-
 /// The line as @p rewriter leaves it, or a null array if it doesn't claim the line.
 QByteArray rebuilt(PamOptionRewriter *rewriter, const QByteArray &line)
 {
@@ -41,8 +21,8 @@ QByteArray rebuilt(PamOptionRewriter *rewriter, const QByteArray &line)
 
 QByteArray rebuilt(const QVariantMap &arguments, const QByteArray &line)
 {
-    const PamWriteTable table = sampleTable();
-    PamOptionRewriter rewriter(table, &arguments);
+    const PamPolicy policy = samplePolicy();
+    PamOptionRewriter rewriter(policy, &arguments);
     return rebuilt(&rewriter, line);
 }
 }
@@ -61,7 +41,7 @@ private Q_SLOTS:
     void convertsArguments_data();
     void convertsArguments();
     void leavesArgumentsAlone();
-    void takesOptionsFromCaptureOfTable();
+    void rebuildsLinesOfAllModules();
     void writesBytesOfTheLocale();
     void appendsNothing();
     void handlesLineOfMegabyte_data();
@@ -70,9 +50,9 @@ private Q_SLOTS:
 
 void PamOptionRewriterTest::ignoresNullLine()
 {
-    const PamWriteTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments;
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     QVERIFY(rewriter.matches("pam_sample.so speed=1"));
     QVERIFY(!rewriter.handleLine(nullptr));
     QVERIFY(!rewriter.found());
@@ -80,9 +60,9 @@ void PamOptionRewriterTest::ignoresNullLine()
 
 void PamOptionRewriterTest::findsLineThatItRebuilds()
 {
-    const PamWriteTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments;
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     QVERIFY(!rewriter.found());
     QVERIFY(rebuilt(&rewriter, "auth required pam_unix.so").isNull());
     QVERIFY(!rewriter.found());
@@ -134,6 +114,8 @@ void PamOptionRewriterTest::keepsUnmanagedOptions_data()
                                        << QByteArray("pam_sample.so SPEED=3 Quiet");
     QTest::newRow("two names in one token")
         << QByteArray("pam_sample.so quiet,loud speed,angle=3") << QByteArray("pam_sample.so quiet,loud speed,angle=3");
+    QTest::newRow("other white space") << QByteArray("pam_sample.so a\rb\fc\vd\ne")
+                                       << QByteArray("pam_sample.so a b c d e");
     QTest::newRow("white space beyond ASCII") << QByteArray("pam_sample.so\xc2\xa0"
                                                             "a\xe2\x80\x83"
                                                             "b")
@@ -210,18 +192,18 @@ void PamOptionRewriterTest::convertsArguments()
 
 void PamOptionRewriterTest::leavesArgumentsAlone()
 {
-    const PamWriteTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments{{QStringLiteral("loud"), 0}, {QStringLiteral("speed"), QStringLiteral("5")}};
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     QCOMPARE(rebuilt(&rewriter, "pam_sample.so angle=2 quiet"), QByteArray("pam_sample.so speed=5"));
     QCOMPARE(typedEntries(arguments), QStringList({QStringLiteral("loud: int 0"), QStringLiteral("speed: QString 5")}));
 }
 
-void PamOptionRewriterTest::takesOptionsFromCaptureOfTable()
+void PamOptionRewriterTest::rebuildsLinesOfAllModules()
 {
-    const PamWriteTable table = tableWithModuleCapture();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     QCOMPARE(rebuilt(&rewriter, "auth  pam_sample.so speed=3 a"), QByteArray("auth  pam_sample.so a speed=5"));
     QCOMPARE(rebuilt(&rewriter, "auth  pam_example.so b"), QByteArray("auth  pam_example.so b speed=5"));
     QCOMPARE(rebuilt(&rewriter, "pam_sample.so a pam_example.so b quiet"),
@@ -237,9 +219,9 @@ void PamOptionRewriterTest::writesBytesOfTheLocale()
 
 void PamOptionRewriterTest::appendsNothing()
 {
-    const PamWriteTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     QByteArray tail("untouched");
     QVERIFY(!rewriter.appendLines(&tail));
     QCOMPARE(tail, QByteArray("untouched"));

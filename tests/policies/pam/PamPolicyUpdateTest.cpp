@@ -6,6 +6,7 @@
 #include "policies/pam/PamOptionRewriter.h"
 #include "tasks/TaskResult.h"
 #include "tests/policies/pam/PamSystem.h"
+#include "tests/policies/pam/SamplePolicy.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/SpacingTranslator.h"
@@ -18,17 +19,6 @@ namespace
 constexpr char notStarted[] = "not started: %1, %2, %3";
 constexpr char notFinished[] = "not finished: %1, %2, %3";
 constexpr char exitCode[] = "exit code: %1, %2, %3, %4";
-
-PamWriteTable sampleTable()
-{
-    return {
-        QStringLiteral(R"((.*pam_sample\.so)((?:\s+\S+)*))"),
-        2,
-        {"pam_sample.so"},
-        {QStringLiteral("quiet")},
-        {QStringLiteral("speed")},
-    };
-}
 
 QString first()
 {
@@ -45,23 +35,16 @@ QString stack()
     return PamSystem::stack(QStringLiteral("sample-stack"));
 }
 
-/// Sets "speed" to 5 in both profiles and in the stack.
-TaskResult update(const QStringList &profiles = {first(), second()})
+/// Sets "speed" to 5 in the first so many profiles and in the stack.
+TaskResult update(int profiles = 2)
 {
-    PamPolicyUpdate update{
-        {},
-        {"SampleContext", notStarted, notFinished, exitCode},
-        {stack(), QRegularExpression(QStringLiteral("pam_sample\\.so")), QStringLiteral("speed")},
-        5,
-    };
-    for (const QString &profile : profiles) {
-        update.profiles.append({profile, QStringLiteral("no module in ") + profile});
-    }
-    const PamWriteTable table = sampleTable();
+    const PamPolicy policy = samplePolicy();
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
-    PamOptionRewriter rewriter(table, &arguments);
+    PamOptionRewriter rewriter(policy, &arguments);
     TaskResult result;
-    updatePamPolicy(update, &rewriter, &result);
+    updatePamPolicy({policy, policy.profiles.mid(0, profiles), {"SampleContext", notStarted, notFinished, exitCode}, 5},
+                    &rewriter,
+                    &result);
     return result;
 }
 
@@ -157,7 +140,7 @@ void PamPolicyUpdateTest::appliesProfilesBeforeItCorrects()
 void PamPolicyUpdateTest::appliesWithoutAnyProfile()
 {
     const PamSystem system;
-    COMPARE_RESULT(update({}), TaskState::Succeeded, QString());
+    COMPARE_RESULT(update(0), TaskState::Succeeded, QString());
     QCOMPARE(system.toolCalls(), QByteArray(rightToolCall));
 }
 

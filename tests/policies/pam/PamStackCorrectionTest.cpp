@@ -4,6 +4,7 @@
 #include "policies/pam/PamStackCorrection.h"
 
 #include "tests/policies/pam/PamSystem.h"
+#include "tests/policies/pam/SamplePolicy.h"
 #include "tests/support/Files.h"
 #include "tests/support/ScopedLatin1.h"
 
@@ -13,14 +14,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace
-{
-PamStackOption option(const QString &stack)
-{
-    return {stack, QRegularExpression(QStringLiteral("pam_sample\\.so")), QStringLiteral("speed")};
-}
-}
 
 class PamStackCorrectionTest : public QObject
 {
@@ -44,7 +37,7 @@ private Q_SLOTS:
     void keepsInodeModeAndOwner();
     void makesNoOtherFile();
     void writesThroughSymbolicLink();
-    void looksForModuleOfItsOption();
+    void correctsOptionOnLinesOfAllModules();
     void ignoresMissingFile();
     void ignoresFolder();
     void ignoresReadOnlyFile();
@@ -82,7 +75,7 @@ QString PamStackCorrectionTest::stack() const
 QByteArray PamStackCorrectionTest::corrected(const QByteArray &content, int wanted) const
 {
     writeContent(stack(), content);
-    correctPamStack(option(stack()), wanted);
+    correctPamStack(samplePolicy(stack()), wanted);
     return contentOf(stack());
 }
 
@@ -185,7 +178,7 @@ void PamStackCorrectionTest::leavesFileAlone()
     makeOld(stack());
     const FileIdentity before = identityOf(stack());
 
-    correctPamStack(option(stack()), wanted);
+    correctPamStack(samplePolicy(stack()), wanted);
 
     QCOMPARE(contentOf(stack()), content);
     const FileIdentity after = identityOf(stack());
@@ -268,7 +261,7 @@ void PamStackCorrectionTest::keepsInodeModeAndOwner()
     makeOld(stack());
     const FileIdentity before = identityOf(stack());
 
-    correctPamStack(option(stack()), 5);
+    correctPamStack(samplePolicy(stack()), 5);
 
     QCOMPARE(contentOf(stack()), QByteArray("pam_sample.so  speed=5\n"));
     const FileIdentity after = identityOf(stack());
@@ -291,29 +284,33 @@ void PamStackCorrectionTest::writesThroughSymbolicLink()
     const QString target = m_folder->filePath(QStringLiteral("target"));
     writeContent(target, "pam_sample.so speed=3\n");
     QVERIFY(QFile::link(target, stack()));
-    correctPamStack(option(stack()), 5);
+    correctPamStack(samplePolicy(stack()), 5);
     QVERIFY(QFileInfo(stack()).isSymLink());
     QCOMPARE(contentOf(target), QByteArray("pam_sample.so  speed=5\n"));
 }
 
-void PamStackCorrectionTest::looksForModuleOfItsOption()
+void PamStackCorrectionTest::correctsOptionOnLinesOfAllModules()
 {
-    writeContent(stack(), "pam_a.so angle=1\npam_b.so angle=1 speed=1\npam_c.so angle=1\npam_a_so angle=1\n");
-    correctPamStack({stack(), QRegularExpression(QStringLiteral("(pam_a|pam_b)\\.so")), QStringLiteral("angle")}, 90);
+    PamPolicy policy = samplePolicy(stack());
+    policy.correctedOption = QStringLiteral("angle");
+    writeContent(stack(),
+                 "pam_sample.so angle=1\npam_example.so angle=1 speed=1\npam_c.so angle=1\npam_sample_so angle=1\n");
+    correctPamStack(policy, 90);
     QCOMPARE(contentOf(stack()),
-             QByteArray("pam_a.so  angle=90\npam_b.so  speed=1 angle=90\npam_c.so angle=1\npam_a_so angle=1\n"));
+             QByteArray("pam_sample.so  angle=90\npam_example.so  speed=1 angle=90\npam_c.so angle=1\n"
+                        "pam_sample_so angle=1\n"));
 }
 
 void PamStackCorrectionTest::ignoresMissingFile()
 {
-    correctPamStack(option(stack()), 5);
+    correctPamStack(samplePolicy(stack()), 5);
     QCOMPARE(contentBelow(m_folder->path()), FolderContent());
 }
 
 void PamStackCorrectionTest::ignoresFolder()
 {
     QVERIFY(QDir().mkdir(stack()));
-    correctPamStack(option(stack()), 5);
+    correctPamStack(samplePolicy(stack()), 5);
     QCOMPARE(contentBelow(m_folder->path()), FolderContent({{QStringLiteral("stack/"), QByteArray()}}));
 }
 
@@ -322,7 +319,7 @@ void PamStackCorrectionTest::ignoresReadOnlyFile()
     const QByteArray content("pam_sample.so speed=3\n");
     writeContent(stack(), content);
     const ScopedMount mounted = ScopedMount::readOnly(stack());
-    correctPamStack(option(stack()), 5);
+    correctPamStack(samplePolicy(stack()), 5);
     QCOMPARE(contentBelow(m_folder->path()), FolderContent({{QStringLiteral("stack"), content}}));
 }
 
