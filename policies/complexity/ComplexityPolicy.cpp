@@ -18,8 +18,8 @@ const PamPolicy &complexityPolicy()
              QStringLiteral("pam_pwquality"),
              QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "\"%1\" not contain \"pam_pwquality\"")},
         },
-        QStringLiteral(".*"),
-        QStringLiteral(R"(-?\d+)"),
+        QStringLiteral(".*"), // before the modules, when rewriting
+        QStringLiteral(R"(-?\d+)"), // a number, when reading
         {
             {QStringLiteral("gecoscheck"), Kind::Flag, 2},
             {QStringLiteral("enforce_for_root"), Kind::Flag, 3},
@@ -30,7 +30,7 @@ const PamPolicy &complexityPolicy()
             {QStringLiteral("dcredit"), Kind::Number, 7},
             {QStringLiteral("ocredit"), Kind::Number, 8},
         },
-        QStringLiteral("minlen"),
+        QStringLiteral("minlen"), // corrected in the stack
     };
     return policy;
 }

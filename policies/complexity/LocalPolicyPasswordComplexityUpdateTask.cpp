@@ -52,7 +52,6 @@ void LocalPolicyPasswordComplexityUpdateTask::update()
                           .arg(policy.profiles.constFirst().path(), policy.profiles.constLast().path()));
         return;
     }
-    const int wanted = values()->value(policy.correctedOption).toInt();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, profiles, complexityCommandTexts, wanted}, &handler, &result());
+    updatePamPolicy({policy, profiles, complexityCommandTexts, values()}, &handler, &result());
 }

@@ -36,7 +36,6 @@ void LocalPolicyLockoutUpdateTask::run()
 void LocalPolicyLockoutUpdateTask::update()
 {
     const PamPolicy &policy = lockoutPolicy();
-    const int wanted = values()->value(policy.correctedOption).toInt();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, policy.profiles, lockoutCommandTexts, wanted}, &handler, &result());
+    updatePamPolicy({policy, policy.profiles, lockoutCommandTexts, values()}, &handler, &result());
 }

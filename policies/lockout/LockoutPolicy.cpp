@@ -15,8 +15,8 @@ const PamPolicy &lockoutPolicy()
              QStringLiteral("pam_tally"),
              QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "\"%1\" not contain \"pam_tally\"")},
         },
-        QStringLiteral(R"(\s*.*)"),
-        QStringLiteral(R"(\d+)"),
+        QStringLiteral(R"(\s*.*)"), // before the module, when rewriting
+        QStringLiteral(R"(\d+)"), // a number, when reading
         {
             {QStringLiteral("per_user"), Kind::Flag, 1},
             {QStringLiteral("magic_root"), Kind::Flag, 2},
@@ -25,7 +25,7 @@ const PamPolicy &lockoutPolicy()
             {QStringLiteral("lock_time"), Kind::Number, 5},
             {QStringLiteral("unlock_time"), Kind::Number, 6},
         },
-        QStringLiteral("deny"),
+        QStringLiteral("deny"), // corrected in the stack
     };
     return policy;
 }

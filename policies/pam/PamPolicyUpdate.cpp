@@ -61,7 +61,7 @@ void updatePamPolicy(const PamPolicyUpdate &update, PamOptionRewriter *rewriter,
         result->fail(message);
         return;
     }
-    correctPamStack(update.policy, update.wanted);
+    correctPamStack(update.policy, update.arguments->value(update.policy.correctedOption).toInt());
     // Succeeded even with a notice, which is for the task alone
     result->setMessage(message);
     result->setState(TaskState::Succeeded);

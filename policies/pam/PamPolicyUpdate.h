@@ -6,6 +6,8 @@
 #include "engine/Command.h"
 #include "policies/pam/PamPolicy.h"
 
+#include <QVariantMap>
+
 class PamOptionRewriter;
 class TaskResult;
 
@@ -16,8 +18,8 @@ struct PamPolicyUpdate {
     QVector<PamProfile> profiles;
     /// The words for a pam-auth-update that fails; their context is that of all the update's texts.
     CommandFailureTexts commandTexts;
-    /// The number that the corrected option must have.
-    int wanted;
+    /// The policy's arguments; not owned.
+    const QVariantMap *arguments;
 };
 
 /**

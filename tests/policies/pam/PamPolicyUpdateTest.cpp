@@ -42,9 +42,10 @@ TaskResult update(int profiles = 2)
     const QVariantMap arguments{{QStringLiteral("speed"), 5}};
     PamOptionRewriter rewriter(policy, &arguments);
     TaskResult result;
-    updatePamPolicy({policy, policy.profiles.mid(0, profiles), {"SampleContext", notStarted, notFinished, exitCode}, 5},
-                    &rewriter,
-                    &result);
+    updatePamPolicy(
+        {policy, policy.profiles.mid(0, profiles), {"SampleContext", notStarted, notFinished, exitCode}, &arguments},
+        &rewriter,
+        &result);
     return result;
 }
 
