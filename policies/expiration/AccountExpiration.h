@@ -6,7 +6,7 @@
 #include <shadow.h>
 
 /// One expiration setting of an account.
-struct AccountExpirationSetting {
+struct AccountFileSetting {
     /// Its key in a values map.
     const char *key;
     /// Where it stands in the account's entry in the shadow database, see shadow(5).
@@ -16,7 +16,7 @@ struct AccountExpirationSetting {
 };
 
 /// In days, "expireDate" counted from 1970-01-01; in the order in which they are read and set.
-inline constexpr AccountExpirationSetting accountExpirationSettings[] = {
+inline constexpr AccountFileSetting accountExpirationSettings[] = {
     {"maxInterval", &spwd::sp_max, "--maxdays"},
     {"minInterval", &spwd::sp_min, "--mindays"},
     {"warningInterval", &spwd::sp_warn, "--warndays"},

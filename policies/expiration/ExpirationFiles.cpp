@@ -3,21 +3,10 @@
 
 #include "policies/expiration/ExpirationFiles.h"
 
-#include <QDate>
+#include "policies/expiration/DayCount.h"
 
 namespace
 {
-/// Day 0 of the day counts, as in shadow(5).
-QDate epoch()
-{
-    return {1970, 1, 1};
-}
-
-QString dateFormat()
-{
-    return QStringLiteral("yyyy-MM-dd");
-}
-
 QVariant readInt(const QString &text)
 {
     return text.toInt();
@@ -36,24 +25,24 @@ QString writeLongLong(const QVariant &argument)
 QVariant readDate(const QString &text)
 {
     const QDate date = QDate::fromString(text, dateFormat());
-    return date.isValid() ? QVariant(epoch().daysTo(date)) : QVariant();
+    return date.isValid() ? QVariant(dayZero().daysTo(date)) : QVariant();
 }
 
 /// No value is special: -1 is a day before day 0, and days outside the calendar have no text.
 QString writeDate(const QVariant &argument)
 {
-    return epoch().addDays(argument.toLongLong()).toString(dateFormat());
+    return dayZero().addDays(argument.toLongLong()).toString(dateFormat());
 }
 
-ExpirationSetting ageingSetting(const QString &name, const QString &key)
+FileSetting ageingSetting(const QString &name, const QString &key)
 {
     return {name, key, readInt, writeInt, "\n"};
 }
 }
 
-const ExpirationFile &loginDefs()
+const SettingsFile &loginDefs()
 {
-    static const ExpirationFile file{
+    static const SettingsFile file{
         QStringLiteral("/etc/login.defs"),
         QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"),
         SearchHint({"PASS_"}, QStringLiteral(R"((?<!\s)\s*+(?:PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*+-?\d)")),
@@ -67,9 +56,9 @@ const ExpirationFile &loginDefs()
     return file;
 }
 
-const ExpirationFile &useraddDefaults()
+const SettingsFile &useraddDefaults()
 {
-    static const ExpirationFile file{
+    static const SettingsFile file{
         QStringLiteral("/etc/default/useradd"),
         QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"),
         SearchHint({"INACTIVE", "EXPIRE"}, QStringLiteral(R"((?<!\s)\s*+(?:INACTIVE|EXPIRE)\s*+=)")),

@@ -7,12 +7,12 @@
 #include "policies/expiration/ExpirationFiles.h"
 
 LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
-    : ExpirationReader(loginDefs(), values)
+    : SettingsFileReader(loginDefs(), values)
 {
 }
 
 LocalPolicyPasswordExpirationReadTask::UseraddReaderRegExpHandler::UseraddReaderRegExpHandler(QVariantMap *values)
-    : ExpirationReader(useraddDefaults(), values)
+    : SettingsFileReader(useraddDefaults(), values)
 {
 }
 

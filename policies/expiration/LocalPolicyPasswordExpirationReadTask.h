@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "policies/expiration/ExpirationReader.h"
+#include "policies/files/SettingsFileReader.h"
 #include "tasks/ElementTask.h"
 
 #include <QCoreApplication>
@@ -21,13 +21,13 @@ class LocalPolicyPasswordExpirationReadTask : public ReadPropertyHeavyTask
     Q_DECLARE_TR_FUNCTIONS(LocalPolicyPasswordExpirationReadTask)
 
 public:
-    class LoginReaderRegExpHandler : public ExpirationReader
+    class LoginReaderRegExpHandler : public SettingsFileReader
     {
     public:
         explicit LoginReaderRegExpHandler(QVariantMap *values);
     };
 
-    class UseraddReaderRegExpHandler : public ExpirationReader
+    class UseraddReaderRegExpHandler : public SettingsFileReader
     {
     public:
         explicit UseraddReaderRegExpHandler(QVariantMap *values);

@@ -9,13 +9,13 @@
 
 LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(
     const QVariantMap *arguments)
-    : ExpirationRewriter(loginDefs(), arguments)
+    : SettingsFileRewriter(loginDefs(), arguments)
 {
 }
 
 LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler::UseraddRewriterRegExpHandler(
     const QVariantMap *arguments)
-    : ExpirationRewriter(useraddDefaults(), arguments)
+    : SettingsFileRewriter(useraddDefaults(), arguments)
 {
 }
 

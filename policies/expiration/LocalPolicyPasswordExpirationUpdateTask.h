@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "policies/expiration/ExpirationRewriter.h"
+#include "policies/files/SettingsFileRewriter.h"
 #include "tasks/ElementTask.h"
 
 #include <QCoreApplication>
@@ -23,13 +23,13 @@ class LocalPolicyPasswordExpirationUpdateTask : public UpdateTask
     Q_DECLARE_TR_FUNCTIONS(LocalPolicyPasswordExpirationUpdateTask)
 
 public:
-    class LoginRewriterRegExpHandler : public ExpirationRewriter
+    class LoginRewriterRegExpHandler : public SettingsFileRewriter
     {
     public:
         explicit LoginRewriterRegExpHandler(const QVariantMap *arguments);
     };
 
-    class UseraddRewriterRegExpHandler : public ExpirationRewriter
+    class UseraddRewriterRegExpHandler : public SettingsFileRewriter
     {
     public:
         explicit UseraddRewriterRegExpHandler(const QVariantMap *arguments);

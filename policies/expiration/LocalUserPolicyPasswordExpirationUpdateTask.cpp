@@ -19,7 +19,7 @@ constexpr CommandFailureTexts chageTexts = {
 Command chage(const QVariantMap &arguments)
 {
     Command command{QStringLiteral("chage"), {}};
-    for (const AccountExpirationSetting &setting : accountExpirationSettings) {
+    for (const AccountFileSetting &setting : accountExpirationSettings) {
         const QVariant days = arguments.value(QString::fromLatin1(setting.key), unsetAccountExpiration);
         command.arguments += {QString::fromLatin1(setting.chageOption), QString::number(days.toLongLong())};
     }

@@ -7,21 +7,21 @@
 
 #include <QVariantMap>
 
-struct ExpirationFile;
+struct SettingsFile;
 
 /// Reads the settings of one file into a values map; what isn't found gets no value, and later lines win.
-class ExpirationReader : public RegExpHandler
+class SettingsFileReader : public RegExpHandler
 {
 public:
     /**
      * @param file   outlives the handler
      * @param values receives the settings; not owned
      */
-    ExpirationReader(const ExpirationFile &file, QVariantMap *values);
+    SettingsFileReader(const SettingsFile &file, QVariantMap *values);
 
     bool handleLine(QByteArray *line) override;
 
 private:
-    const ExpirationFile &m_file;
+    const SettingsFile &m_file;
     QVariantMap *m_values;
 };

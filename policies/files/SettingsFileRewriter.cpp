@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "policies/expiration/ExpirationRewriter.h"
+#include "policies/files/SettingsFileRewriter.h"
 
-#include "policies/expiration/ExpirationFiles.h"
+#include "policies/files/SettingsFile.h"
 
 namespace
 {
@@ -13,17 +13,17 @@ constexpr quint64 bit(int index)
 }
 }
 
-ExpirationRewriter::ExpirationRewriter(const ExpirationFile &file, const QVariantMap *arguments)
+SettingsFileRewriter::SettingsFileRewriter(const SettingsFile &file, const QVariantMap *arguments)
     : RegExpHandler(file.pattern, file.hint), m_file(file), m_arguments(arguments)
 {
 }
 
-bool ExpirationRewriter::handleLine(QByteArray *line)
+bool SettingsFileRewriter::handleLine(QByteArray *line)
 {
     line->clear();
     for (int i = 0; i < m_file.settings.size(); ++i) {
-        const ExpirationSetting &setting = m_file.settings.at(i);
-        if (setting.name == regExp().cap(1) && m_arguments->contains(setting.key)) {
+        const FileSetting &setting = m_file.settings.at(i);
+        if (setting.name == regExp().cap(1) && isAskedFor(setting)) {
             *line = settingText(setting);
             m_seen |= bit(i);
         }
@@ -32,22 +32,28 @@ bool ExpirationRewriter::handleLine(QByteArray *line)
     return true;
 }
 
-bool ExpirationRewriter::appendLines(QByteArray *tail)
+bool SettingsFileRewriter::appendLines(QByteArray *tail)
 {
     if (m_seen == bit(m_file.settings.size()) - 1) {
         return false;
     }
     tail->clear();
     for (int i = 0; i < m_file.settings.size(); ++i) {
-        const ExpirationSetting &setting = m_file.settings.at(i);
-        if (!(m_seen & bit(i)) && m_arguments->contains(setting.key)) {
+        const FileSetting &setting = m_file.settings.at(i);
+        if (!(m_seen & bit(i)) && isAskedFor(setting)) {
             *tail += settingText(setting) + setting.appendedLineEnd;
         }
     }
     return true;
 }
 
-QByteArray ExpirationRewriter::settingText(const ExpirationSetting &setting) const
+bool SettingsFileRewriter::isAskedFor(const FileSetting &setting) const
 {
-    return (setting.name + m_file.separator + setting.write(m_arguments->value(setting.key))).toLocal8Bit();
+    return setting.write ? m_arguments->contains(setting.key) : m_arguments->value(setting.key).toBool();
+}
+
+QByteArray SettingsFileRewriter::settingText(const FileSetting &setting) const
+{
+    const QString value = setting.write ? m_file.separator + setting.write(m_arguments->value(setting.key)) : QString();
+    return (setting.name + value).toLocal8Bit();
 }

@@ -7,30 +7,32 @@
 
 #include <QVariantMap>
 
-struct ExpirationFile;
-struct ExpirationSetting;
+struct SettingsFile;
+struct FileSetting;
 
 /**
  * Writes the settings of one file from the arguments: in place where the file has them, else at its end.
  *
- * A setting whose argument is absent loses its line, down to the line's comment: the arguments are the whole policy.
+ * A setting whose argument is absent, or false for a flag, loses its line, down to the line's comment: the arguments
+ * are all that the file is to say.
  */
-class ExpirationRewriter : public RegExpHandler
+class SettingsFileRewriter : public RegExpHandler
 {
 public:
     /**
      * @param file      outlives the handler
-     * @param arguments the policy's arguments; only read, not owned
+     * @param arguments by the settings' keys; only read, not owned
      */
-    ExpirationRewriter(const ExpirationFile &file, const QVariantMap *arguments);
+    SettingsFileRewriter(const SettingsFile &file, const QVariantMap *arguments);
 
     bool handleLine(QByteArray *line) override;
     bool appendLines(QByteArray *tail) override;
 
 private:
-    QByteArray settingText(const ExpirationSetting &setting) const;
+    bool isAskedFor(const FileSetting &setting) const;
+    QByteArray settingText(const FileSetting &setting) const;
 
-    const ExpirationFile &m_file;
+    const SettingsFile &m_file;
     const QVariantMap *m_arguments;
     /// One bit for each setting that the file has and that was written.
     quint64 m_seen = 0;

@@ -13,6 +13,7 @@ add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies pamtestsupport
 add_unit_test(policies/pam/PamOptionRewriterTest LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamStackCorrectionTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamPolicyUpdateTest SANDBOX LIBRARIES policies pamtestsupport)
+add_unit_test(policies/files/SettingsFileTest LIBRARIES policies)
 add_unit_test(policies/expiration/ExpirationFilesTest LIBRARIES policies)
 add_unit_test(policies/lockout/LocalPolicyLockoutReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/lockout/LocalPolicyLockoutUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)

@@ -19,7 +19,7 @@ constexpr qlonglong lastDayOfCalendar = 784351576776;
 class Searcher : public RegExpHandler
 {
 public:
-    explicit Searcher(const ExpirationFile &file) : RegExpHandler(file.pattern, file.hint)
+    explicit Searcher(const SettingsFile &file) : RegExpHandler(file.pattern, file.hint)
     {
     }
 
@@ -29,10 +29,10 @@ public:
     }
 };
 
-const ExpirationSetting *settingOf(const QString &key)
+const FileSetting *settingOf(const QString &key)
 {
-    for (const ExpirationFile *file : {&loginDefs(), &useraddDefaults()}) {
-        for (const ExpirationSetting &setting : file->settings) {
+    for (const SettingsFile *file : {&loginDefs(), &useraddDefaults()}) {
+        for (const FileSetting &setting : file->settings) {
             if (setting.key == key) {
                 return &setting;
             }
@@ -59,7 +59,7 @@ QString foundByHandler(const Searcher &searcher, const QString &text)
     return found(searcher.regExp(), matched);
 }
 
-QString foundByPattern(const ExpirationFile &file, const QString &text)
+QString foundByPattern(const SettingsFile &file, const QString &text)
 {
     const QRegExp regExp(file.pattern);
     return found(regExp, regExp.indexIn(text.trimmed()) != -1);
@@ -98,7 +98,7 @@ void addFileColumns()
     QTest::newRow("useradd") << false;
 }
 
-const ExpirationFile &fileOfRow()
+const SettingsFile &fileOfRow()
 {
     QFETCH(bool, login);
     return login ? loginDefs() : useraddDefaults();
@@ -151,8 +151,8 @@ void ExpirationFilesTest::describesUseraddDefaults()
 void ExpirationFilesTest::listsSettingsInOrderOfAppending()
 {
     QStringList settings;
-    for (const ExpirationFile *file : {&loginDefs(), &useraddDefaults()}) {
-        for (const ExpirationSetting &setting : file->settings) {
+    for (const SettingsFile *file : {&loginDefs(), &useraddDefaults()}) {
+        for (const FileSetting &setting : file->settings) {
             settings += setting.name + QLatin1Char(' ') + setting.key;
         }
     }
@@ -166,7 +166,7 @@ void ExpirationFilesTest::listsSettingsInOrderOfAppending()
 
 void ExpirationFilesTest::endsEveryAppendedLineButTheDate()
 {
-    for (const ExpirationSetting &setting : loginDefs().settings) {
+    for (const FileSetting &setting : loginDefs().settings) {
         QCOMPARE(setting.appendedLineEnd, QByteArray("\n"));
     }
     QCOMPARE(useraddDefaults().settings.first().appendedLineEnd, QByteArray("\n"));
@@ -236,7 +236,7 @@ void ExpirationFilesTest::findsWhatThePatternFindsAroundEveryCharacter_data()
 
 void ExpirationFilesTest::findsWhatThePatternFindsAroundEveryCharacter()
 {
-    const ExpirationFile &file = fileOfRow();
+    const SettingsFile &file = fileOfRow();
     const Searcher searcher(file);
     const QString name = file.settings.last().name;
     const QString value = file.separator + QStringLiteral("5");
@@ -263,7 +263,7 @@ void ExpirationFilesTest::findsWhatThePatternFindsInAnyMixture_data()
 
 void ExpirationFilesTest::findsWhatThePatternFindsInAnyMixture()
 {
-    const ExpirationFile &file = fileOfRow();
+    const SettingsFile &file = fileOfRow();
     const Searcher searcher(file);
     const QStringList allPieces = pieces();
     QRandomGenerator random(1970); // the same mixtures in every run

@@ -69,7 +69,7 @@ QVariantMap allArguments()
 }
 
 /// Finds each of the lines in turn, then appends to "last line"; whether it says that it did, and the text.
-QList<QByteArray> tailAfter(ExpirationRewriter *handler, const QStringList &lines)
+QList<QByteArray> tailAfter(SettingsFileRewriter *handler, const QStringList &lines)
 {
     for (const QString &text : lines) {
         QByteArray line = text.toLatin1();

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "engine/SearchHint.h"
+
+#include <QString>
+#include <QVariant>
+#include <QVector>
+
+/// One setting of a file and the value that stands for it.
+struct FileSetting {
+    QString name;
+    /// Its key in a values map.
+    QString key;
+    /**
+     * The value for the text in the file; invalid where there is nothing to report.
+     * Null for a flag: the name alone, which is true where it stands.
+     */
+    QVariant (*read)(const QString &text);
+    /// The text for an argument; arguments are not validated. Null for a flag, which is written if its argument is true.
+    QString (*write)(const QVariant &argument);
+    /// Ends the line where the setting is added at the end of the file.
+    QByteArray appendedLineEnd;
+};
+
+/// A file of settings, one a line: a name, and behind a separator its value.
+struct SettingsFile {
+    QString path;
+    /// Capture 1 is a setting's name, capture 2 its text.
+    QString pattern;
+    SearchHint hint;
+    /// Stands between name and text when a setting is written.
+    QString separator;
+    /// In the order in which they are added to a file.
+    QVector<FileSetting> settings;
+};

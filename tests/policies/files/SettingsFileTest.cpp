@@ -1,0 +1,138 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// Reader and rewriter of a file of settings that no policy has, so that nothing but the table can bring them in.
+
+#include "policies/files/SettingsFile.h"
+
+#include "policies/files/SettingsFileReader.h"
+#include "policies/files/SettingsFileRewriter.h"
+#include "tests/support/ScopedLatin1.h"
+#include "tests/support/TypedMap.h"
+
+#include <QTest>
+
+namespace
+{
+QVariant readText(const QString &text)
+{
+    return text == QLatin1String("none") ? QVariant() : QVariant(text);
+}
+
+QString writeText(const QVariant &argument)
+{
+    return argument.toString();
+}
+
+const SettingsFile &sampleFile()
+{
+    static const SettingsFile file{
+        QString(),
+        QStringLiteral(R"(\s*(colour|loud|size)\s*(?:=\s*(\S*))?)"),
+        SearchHint({"colour", "loud", "size"}),
+        QStringLiteral(" = "),
+        {
+            {QStringLiteral("colour"), QStringLiteral("c"), readText, writeText, "\n"},
+            {QStringLiteral("loud"), QStringLiteral("l"), nullptr, nullptr, "\n"},
+            {QStringLiteral("size"), QStringLiteral("s"), readText, writeText, ""},
+        },
+    };
+    return file;
+}
+
+/// The lines as a rewrite leaves them, each in brackets, and behind a plus sign what it adds.
+QByteArray rewritten(const QVariantMap &arguments, const QByteArray &lines)
+{
+    SettingsFileRewriter rewriter(sampleFile(), &arguments);
+    QByteArray result;
+    for (const QByteArray &line : lines.split('\n')) {
+        QByteArray buffer = line;
+        const bool claimed = rewriter.matches(line) && rewriter.handleLine(&buffer);
+        result += claimed ? '[' + buffer + ']' : line;
+    }
+    QByteArray tail("as before");
+    return rewriter.appendLines(&tail) ? result + '+' + tail : result + (tail == "as before" ? "" : "changed");
+}
+
+const QString colour = QStringLiteral("c");
+const QString loud = QStringLiteral("l");
+const QString size = QStringLiteral("s");
+}
+
+class SettingsFileTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void reads_data();
+    void reads();
+    void rewrites_data();
+    void rewrites();
+    void writesBytesOfTheLocale();
+};
+
+void SettingsFileTest::reads_data()
+{
+    QTest::addColumn<QByteArray>("lines");
+    QTest::addColumn<QVariantMap>("expected");
+
+    const QVariant red = QStringLiteral("red");
+    QTest::newRow("nothing") << QByteArray("other = 1") << QVariantMap();
+    QTest::newRow("values") << QByteArray("colour = red\nsize=5")
+                            << QVariantMap{{colour, red}, {size, QStringLiteral("5")}};
+    QTest::newRow("flag") << QByteArray("loud") << QVariantMap{{loud, true}};
+    QTest::newRow("flag with a value") << QByteArray("loud = no") << QVariantMap{{loud, true}};
+    QTest::newRow("later line wins") << QByteArray("colour = blue\ncolour = red") << QVariantMap{{colour, red}};
+    QTest::newRow("nothing to report") << QByteArray("colour = red\ncolour = none") << QVariantMap{{colour, red}};
+}
+
+void SettingsFileTest::reads()
+{
+    QFETCH(QByteArray, lines);
+    QFETCH(QVariantMap, expected);
+    QVariantMap values;
+    SettingsFileReader reader(sampleFile(), &values);
+    for (const QByteArray &line : lines.split('\n')) {
+        QVERIFY(!reader.matches(line) || reader.handleLine(nullptr));
+    }
+    QCOMPARE(typedEntries(values), typedEntries(expected));
+}
+
+void SettingsFileTest::rewrites_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<QByteArray>("lines");
+    QTest::addColumn<QByteArray>("expected");
+
+    const QVariantMap all{{colour, QStringLiteral("red")}, {loud, true}, {size, 5}};
+    const auto row = [](const char *name, const QVariantMap &arguments, const char *lines, const char *expected) {
+        QTest::newRow(name) << arguments << QByteArray(lines) << QByteArray(expected);
+    };
+    row("in place", all, "size=1\nother\nloud\ncolour=x", "[size = 5]other[loud][colour = red]");
+    row("at the end", all, "other", "other+colour = red\nloud\nsize = 5");
+    row("some in place", all, "loud = yes", "[loud]+colour = red\nsize = 5");
+    row("twice", all, "loud\nsize=1\nsize=2", "[loud][size = 5][size = 5]+colour = red\n");
+    row("no arguments", {}, "size=1\nloud\ncolour=x", "[][][]+");
+    row("flag that is false", {{loud, false}}, "loud", "[]+");
+    row("flag that is false and nowhere", {{loud, false}}, "other", "other+");
+    row("flag by text", {{loud, QStringLiteral("yes")}}, "other", "other+loud\n");
+    row("empty value", {{colour, QString()}}, "colour=x", "[colour = ]+");
+    row("other arguments", {{QStringLiteral("loud"), true}}, "loud", "[]+");
+}
+
+void SettingsFileTest::rewrites()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(QByteArray, lines);
+    QTEST(rewritten(arguments, lines), "expected");
+}
+
+void SettingsFileTest::writesBytesOfTheLocale()
+{
+    const ScopedLatin1 locale;
+    const QVariantMap arguments{{colour, QString(QChar(0xe9))}, {loud, true}, {size, QString(QChar(0xfc))}};
+    QCOMPARE(rewritten(arguments, "colour=x\nloud"), QByteArray("[colour = \xe9][loud]+size = \xfc"));
+}
+
+QTEST_GUILESS_MAIN(SettingsFileTest)
+#include "SettingsFileTest.moc"
