@@ -7,6 +7,9 @@
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/system/PamFiles.h"
+#include "policies/expiration/ExpirationFiles.h"
+#include "policies/lockout/LockoutPolicy.h"
+#include "policies/pam/PamPolicyUpdate.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -56,7 +59,7 @@ QString reinstall()
 
 Finding checkHelperProgram()
 {
-    const QFileInfo helper(QLatin1String(HELPER_PATH));
+    const QFileInfo helper{QLatin1String(helperPath)};
     if (!helper.exists()) {
         return wrong(CheckupText::tr("the helper is missing: %1").arg(helper.filePath()), reinstall());
     }
@@ -153,31 +156,31 @@ QVector<Finding> checkBus()
     return {good(CheckupText::tr("system bus")), checkStart(), checkActions()};
 }
 
-Finding checkProfile(const PamProfileFile &profile)
+Finding checkProfile(const PamProfile &profile)
 {
-    if (!namesModule(profile.path, profile.module)) {
-        return wrong(CheckupText::tr("%1 does not name %2.so").arg(profile.path, profile.module),
-                     CheckupText::tr("bring its line back: %1").arg(QStringLiteral("dpkg -S %1").arg(profile.path)));
+    if (!namesModule(profile.path(), profile.module)) {
+        return wrong(CheckupText::tr("%1 does not name %2.so").arg(profile.path(), profile.module),
+                     CheckupText::tr("bring its line back: %1").arg(QStringLiteral("dpkg -S %1").arg(profile.path())));
     }
     if (modulePath(profile.module).isEmpty()) {
-        return wrong(CheckupText::tr("%1 names %2.so, which is not installed").arg(profile.path, profile.module),
+        return wrong(CheckupText::tr("%1 names %2.so, which is not installed").arg(profile.path(), profile.module),
                      CheckupText::tr("install the module, or remove the profile"));
     }
     if (isModuleRefused(profile.module)) {
-        return wrong(CheckupText::tr("%1 can be written, but never comes into force").arg(profile.path),
+        return wrong(CheckupText::tr("%1 can be written, but never comes into force").arg(profile.path()),
                      CheckupText::tr("pam-auth-update of this system leaves out every profile that names %1")
                          .arg(profile.module));
     }
-    return good(CheckupText::tr("profile: %1").arg(profile.path));
+    return good(CheckupText::tr("profile: %1").arg(profile.path()));
 }
 
 QVector<Finding> checkProfiles(const PamFiles &files)
 {
     QVector<Finding> findings;
     QStringList paths;
-    for (const PamProfileFile &profile : files.profiles) {
-        paths += profile.path;
-        if (QFile::exists(profile.path)) {
+    for (const PamProfile &profile : files.profiles) {
+        paths += profile.path();
+        if (QFile::exists(profile.path())) {
             findings += checkProfile(profile);
         }
     }
@@ -200,8 +203,9 @@ QVector<Finding> checkPam()
     for (const PamFiles &files : allPamFiles()) {
         findings += checkProfiles(files);
     }
-    if (!modulePath(QStringLiteral("pam_tally")).isEmpty()) {
-        findings += good(CheckupText::tr("module: %1").arg(modulePath(QStringLiteral("pam_tally"))));
+    const QString lockoutModule = modulePath(lockoutPolicy().profiles.constFirst().module);
+    if (!lockoutModule.isEmpty()) {
+        findings += good(CheckupText::tr("module: %1").arg(lockoutModule));
     } else {
         findings += note(CheckupText::tr("pam_tally.so is not installed: no account is locked after failed logins"),
                          CheckupText::tr("Debian has dropped this module after version 10"));
@@ -217,25 +221,32 @@ QVector<Finding> checkPam()
 QVector<Finding> checkExpirationFiles()
 {
     return {
-        checkFile(QStringLiteral("/etc/login.defs"),
+        checkFile(loginDefs().path,
                   CheckupText::tr("defaults of passwords"),
                   CheckupText::tr("apt install --reinstall login")),
-        checkFile(QStringLiteral("/etc/default/useradd"),
+        checkFile(useraddDefaults().path,
                   CheckupText::tr("defaults of useradd"),
                   CheckupText::tr("apt install --reinstall passwd")),
     };
 }
 
+QString folderOf(const QString &path)
+{
+    return QFileInfo(path).path();
+}
+
 QVector<Finding> checkLeftovers()
 {
     QVector<Finding> findings;
-    for (const QString &folder :
-         {profilesFolder(), QStringLiteral("/etc"), QStringLiteral("/etc/default"), QStringLiteral("/etc/pam.d")}) {
+    for (const QString &folder : {pamProfilesFolder(),
+                                  folderOf(loginDefs().path),
+                                  folderOf(useraddDefaults().path),
+                                  folderOf(lockoutPolicy().stack)}) {
         const auto names = QDir(folder).entryList({QStringLiteral("*.tmp")}, QDir::Files | QDir::Hidden | QDir::System);
         for (const QString &name : names) {
             const QString path = folder + QLatin1Char('/') + name;
             const QString remedy = CheckupText::tr("rm %1").arg(path);
-            findings += folder == profilesFolder()
+            findings += folder == pamProfilesFolder()
                 ? wrong(CheckupText::tr("left behind: %1, which pam-auth-update takes for a profile").arg(path), remedy)
                 : note(CheckupText::tr("left behind: %1").arg(path), remedy);
         }

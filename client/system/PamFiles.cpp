@@ -3,6 +3,10 @@
 
 #include "client/system/PamFiles.h"
 
+#include "policies/complexity/ComplexityPolicy.h"
+#include "policies/lockout/LockoutPolicy.h"
+#include "policies/pam/PamPolicyUpdate.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -17,22 +21,20 @@ struct PamFilesText {
     Q_DECLARE_TR_FUNCTIONS(PamFiles)
 };
 
-PamProfileFile profile(const QString &name, const QString &module)
+PamFiles filesOf(const QString &name, const PamPolicy &policy)
 {
-    return {profilesFolder() + QLatin1Char('/') + name, module};
+    PamFiles files{name, policy.stack, policy.profiles};
+    // rewritten in the order of their age
+    std::reverse(files.profiles.begin(), files.profiles.end());
+    return files;
 }
 }
 
 const QVector<PamFiles> &allPamFiles()
 {
     static const QVector<PamFiles> all{
-        {QStringLiteral("lockout"),
-         QStringLiteral("/etc/pam.d/common-auth"),
-         {profile(QStringLiteral("tally"), QStringLiteral("pam_tally"))}},
-        {QStringLiteral("complexity"),
-         QStringLiteral("/etc/pam.d/common-password"),
-         {profile(QStringLiteral("pwquality"), QStringLiteral("pam_pwquality")),
-          profile(QStringLiteral("cracklib"), QStringLiteral("pam_cracklib"))}},
+        filesOf(QStringLiteral("lockout"), lockoutPolicy()),
+        filesOf(QStringLiteral("complexity"), complexityPolicy()),
     };
     return all;
 }
@@ -45,16 +47,6 @@ const PamFiles *pamFilesOf(const QString &policy)
         }
     }
     return nullptr;
-}
-
-QString pamAuthUpdatePath()
-{
-    return QStringLiteral("/usr/sbin/pam-auth-update");
-}
-
-QString profilesFolder()
-{
-    return QStringLiteral("/usr/share/pam-configs");
 }
 
 QByteArray fileContent(const QString &path)
@@ -100,13 +92,13 @@ bool isModuleRefused(const QString &module)
 
 QString reasonNotInStack(const PamFiles &files)
 {
-    for (const PamProfileFile &profile : files.profiles) {
-        if (namesModule(profile.path, profile.module) && isModuleRefused(profile.module)) {
+    for (const PamProfile &profile : files.profiles) {
+        if (namesModule(profile.path(), profile.module) && isModuleRefused(profile.module)) {
             return PamFilesText::tr("pam-auth-update of this system leaves out every profile that names %1")
                 .arg(profile.module);
         }
     }
-    for (const PamProfileFile &profile : files.profiles) {
+    for (const PamProfile &profile : files.profiles) {
         if (namesModule(files.stack, profile.module)) {
             return PamFilesText::tr(
                        "the profile has changed, but %1 has not; pam-auth-update keeps what was edited there by hand")

@@ -3,16 +3,10 @@
 
 #pragma once
 
-#include <QString>
-#include <QStringList>
-#include <QVector>
+#include "policies/pam/PamPolicy.h"
 
-/// A profile of pam-auth-update(8) and the module that it configures.
-struct PamProfileFile {
-    QString path;
-    /// Without ".so".
-    QString module;
-};
+#include <QString>
+#include <QVector>
 
 /// The files of a policy that is in force through PAM.
 struct PamFiles {
@@ -20,17 +14,14 @@ struct PamFiles {
     QString policy;
     /// The generated stack, which is what is in force.
     QString stack;
-    /// The profiles that the helper writes; any one will do.
-    QVector<PamProfileFile> profiles;
+    /// The profiles that the helper writes, that of the newest module first; any one will do.
+    QVector<PamProfile> profiles;
 };
 
 const QVector<PamFiles> &allPamFiles();
 
 /// Null for a policy without PAM files.
 const PamFiles *pamFilesOf(const QString &policy);
-
-QString pamAuthUpdatePath();
-QString profilesFolder();
 
 /// All of a file; empty if it can't be read.
 QByteArray fileContent(const QString &path);

@@ -3,6 +3,7 @@
 
 #include "client/system/PamFiles.h"
 
+#include "policies/pam/PamPolicyUpdate.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
@@ -39,13 +40,13 @@ void PamFilesTest::knowsTheFilesOfPolicies()
 
     QCOMPARE(lockout->stack, QStringLiteral("/etc/pam.d/common-auth"));
     QCOMPARE(lockout->profiles.size(), 1);
-    QCOMPARE(lockout->profiles.first().path, QStringLiteral("/usr/share/pam-configs/tally"));
+    QCOMPARE(lockout->profiles.first().path(), QStringLiteral("/usr/share/pam-configs/tally"));
     QCOMPARE(lockout->profiles.first().module, QStringLiteral("pam_tally"));
     QCOMPARE(complexity->stack, QStringLiteral("/etc/pam.d/common-password"));
     QCOMPARE(complexity->profiles.size(), 2);
-    QCOMPARE(complexity->profiles.first().path, QStringLiteral("/usr/share/pam-configs/pwquality"));
+    QCOMPARE(complexity->profiles.first().path(), QStringLiteral("/usr/share/pam-configs/pwquality"));
     QCOMPARE(complexity->profiles.first().module, QStringLiteral("pam_pwquality"));
-    QCOMPARE(complexity->profiles.last().path, QStringLiteral("/usr/share/pam-configs/cracklib"));
+    QCOMPARE(complexity->profiles.last().path(), QStringLiteral("/usr/share/pam-configs/cracklib"));
     QCOMPARE(complexity->profiles.last().module, QStringLiteral("pam_cracklib"));
     QVERIFY(!pamFilesOf(QStringLiteral("expiration")));
 }
