@@ -3,17 +3,13 @@
 
 #include "client/settings/SettingText.h"
 
+#include "policies/expiration/DayCount.h"
+
 #include <QCoreApplication>
-#include <QDate>
 #include <QRegularExpression>
 
 namespace
 {
-QDate epoch()
-{
-    return {1970, 1, 1};
-}
-
 /// Translates this file's texts.
 struct DisplayText {
     Q_DECLARE_TR_FUNCTIONS(SettingText)
@@ -97,18 +93,18 @@ bool parseNumber(const QString &text, qlonglong *number)
 
 bool hasDate(qlonglong days)
 {
-    return !epoch().addDays(days).toString(Qt::ISODate).isEmpty();
+    return !dayZero().addDays(days).toString(Qt::ISODate).isEmpty();
 }
 
 QString dateText(qlonglong days)
 {
-    return hasDate(days) ? epoch().addDays(days).toString(Qt::ISODate) : QString::number(days);
+    return hasDate(days) ? dayZero().addDays(days).toString(Qt::ISODate) : QString::number(days);
 }
 
 bool parseDate(const QString &text, qlonglong *days)
 {
-    const QDate date = QDate::fromString(text, QStringLiteral("yyyy-MM-dd"));
-    *days = epoch().daysTo(date);
+    const QDate date = QDate::fromString(text, dateFormat());
+    *days = dayZero().daysTo(date);
     return date.isValid();
 }
 
