@@ -6,13 +6,17 @@
 #include "engine/Command.h"
 #include "engine/ErrorText.h"
 
+#include <QCoreApplication>
+
 namespace
 {
-constexpr CommandFailureTexts failureTexts = {
-    "QObject",
-    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
-    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
-    QT_TRANSLATE_NOOP("QObject", "Process: \"%1 %2\". Exit code: %3.\n\"%4\""),
+struct RunnerText {
+    Q_DECLARE_TR_FUNCTIONS(QObject)
+public:
+    static constexpr CommandFailureTexts commandFailures = {
+        "QObject",
+#include "engine/CommandFailureTexts.inc"
+    };
 };
 }
 
@@ -25,7 +29,8 @@ bool runProcess(const QString &program, const QStringList &arguments, QString *e
     }
     appendMessage(
         errorString,
-        commandFailureMessage(failureTexts, command, outcome, outcome.errorString, outcome.standardError.trimmed()));
+        commandFailureMessage(
+            RunnerText::commandFailures, command, outcome, outcome.errorString, outcome.standardError.trimmed()));
     return false;
 }
 

@@ -13,11 +13,13 @@
 
 namespace
 {
-constexpr CommandFailureTexts complexityCommandTexts = {
-    "LocalPolicyPasswordComplexityUpdateTask",
-    QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
-    QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
-    QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask", "Process: \"%1 %2\". Exit code: %3.\n\"%4\""),
+struct ComplexityUpdateText {
+    Q_DECLARE_TR_FUNCTIONS(LocalPolicyPasswordComplexityUpdateTask)
+public:
+    static constexpr CommandFailureTexts commandFailures = {
+        "LocalPolicyPasswordComplexityUpdateTask",
+#include "engine/CommandFailureTexts.inc"
+    };
 };
 }
 
@@ -53,5 +55,5 @@ void LocalPolicyPasswordComplexityUpdateTask::update()
         return;
     }
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, profiles, complexityCommandTexts, values()}, &handler, &result());
+    updatePamPolicy({policy, profiles, ComplexityUpdateText::commandFailures, values()}, &handler, &result());
 }

@@ -8,12 +8,13 @@
 
 namespace
 {
-constexpr CommandFailureTexts chageTexts = {
-    "LocalUserPolicyPasswordExpirationUpdateTask",
-    QT_TRANSLATE_NOOP("LocalUserPolicyPasswordExpirationUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
-    QT_TRANSLATE_NOOP("LocalUserPolicyPasswordExpirationUpdateTask",
-                      "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
-    QT_TRANSLATE_NOOP("LocalUserPolicyPasswordExpirationUpdateTask", "Process: \"%1 %2\". Exit code: %3.\n\"%4\""),
+struct AccountUpdateText {
+    Q_DECLARE_TR_FUNCTIONS(LocalUserPolicyPasswordExpirationUpdateTask)
+public:
+    static constexpr CommandFailureTexts commandFailures = {
+        "LocalUserPolicyPasswordExpirationUpdateTask",
+#include "engine/CommandFailureTexts.inc"
+    };
 };
 
 Command chage(const QVariantMap &arguments)
@@ -32,7 +33,8 @@ QString failureMessage(const Command &command, const CommandOutcome &outcome)
     // unlike the other policies: the number of the error, not its text, and nothing from behind a NUL byte
     const QString error = QString::number(outcome.error);
     const QString standardError = outcome.standardError.left(outcome.standardError.indexOf(QChar::Null));
-    const QString message = commandFailureMessage(chageTexts, command, outcome, error, standardError);
+    const QString message =
+        commandFailureMessage(AccountUpdateText::commandFailures, command, outcome, error, standardError);
     // as a whole: a line end of the tool's own stays inside the closing quote
     return outcome.end == CommandOutcome::End::Exited ? message.trimmed() : message;
 }

@@ -8,11 +8,13 @@
 
 namespace
 {
-constexpr CommandFailureTexts lockoutCommandTexts = {
-    "LocalPolicyLockoutUpdateTask",
-    QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not started\""),
-    QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Error: %3.\n\"Not finished\""),
-    QT_TRANSLATE_NOOP("LocalPolicyLockoutUpdateTask", "Process: \"%1 %2\". Exit code: %3.\n\"%4\""),
+struct LockoutUpdateText {
+    Q_DECLARE_TR_FUNCTIONS(LocalPolicyLockoutUpdateTask)
+public:
+    static constexpr CommandFailureTexts commandFailures = {
+        "LocalPolicyLockoutUpdateTask",
+#include "engine/CommandFailureTexts.inc"
+    };
 };
 }
 
@@ -37,5 +39,5 @@ void LocalPolicyLockoutUpdateTask::update()
 {
     const PamPolicy &policy = lockoutPolicy();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, policy.profiles, lockoutCommandTexts, values()}, &handler, &result());
+    updatePamPolicy({policy, policy.profiles, LockoutUpdateText::commandFailures, values()}, &handler, &result());
 }
