@@ -3,21 +3,22 @@
 
 add_library(pamtestsupport STATIC
     policies/pam/PamCases.cpp
+    policies/pam/PamPolicyCases.cpp
     policies/pam/PamSystem.cpp
     policies/pam/SamplePolicy.cpp
     policies/pam/TaskRun.cpp
 )
 target_link_libraries(pamtestsupport PUBLIC policies testsupport)
 add_unit_test(policies/pam/PamPolicyTest LIBRARIES policies pamtestsupport)
-add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamReadTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamOptionRewriterTest LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamStackCorrectionTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamPolicyUpdateTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/files/SettingsFileTest LIBRARIES policies)
 add_unit_test(policies/expiration/ExpirationFilesTest LIBRARIES policies)
-add_unit_test(policies/lockout/LocalPolicyLockoutReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/lockout/LocalPolicyLockoutReadTaskTest LIBRARIES policies)
 add_unit_test(policies/lockout/LocalPolicyLockoutUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
-add_unit_test(policies/complexity/LocalPolicyPasswordComplexityReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/complexity/LocalPolicyPasswordComplexityReadTaskTest LIBRARIES policies)
 add_unit_test(policies/complexity/LocalPolicyPasswordComplexityUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalPolicyPasswordExpirationReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
