@@ -4,6 +4,7 @@
 #include "policies/expiration/ExpirationFiles.h"
 #include "engine/RegExpHandler.h"
 
+#include <QDate>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
@@ -91,6 +92,26 @@ QStringList pieces()
             QString::fromUtf8("\xf0\x9d\x9f\x97")}; // a digit that takes two QChars
 }
 
+/// Rows of a text and what comes of it.
+void addTexts(std::initializer_list<std::pair<const char *, const char *>> texts)
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+    for (const auto &[text, expected] : texts) {
+        QTest::newRow(text) << QString::fromUtf8(text) << QString::fromUtf8(expected);
+    }
+}
+
+/// Rows of an argument and what is written for it.
+void addArguments(std::initializer_list<std::pair<QVariant, const char *>> arguments)
+{
+    QTest::addColumn<QVariant>("argument");
+    QTest::addColumn<QString>("expected");
+    for (const auto &[argument, expected] : arguments) {
+        QTest::newRow(qPrintable(typed(argument))) << argument << QString::fromLatin1(expected);
+    }
+}
+
 void addFileColumns()
 {
     QTest::addColumn<bool>("login");
@@ -110,12 +131,11 @@ class ExpirationFilesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void describesLoginDefs();
-    void describesUseraddDefaults();
-    void listsSettingsInOrderOfAppending();
-    void endsEveryAppendedLineButTheDate();
-    void findsSettings_data();
-    void findsSettings();
+    void describesFiles();
+    void findsSettingsOfLoginDefs_data();
+    void findsSettingsOfLoginDefs();
+    void findsSettingsOfUseradd_data();
+    void findsSettingsOfUseradd();
     void findsWhatThePatternFindsAroundEveryCharacter_data();
     void findsWhatThePatternFindsAroundEveryCharacter();
     void findsWhatThePatternFindsInAnyMixture_data();
@@ -132,101 +152,90 @@ private Q_SLOTS:
     void writesInactiveIntervalAsLongLong();
     void writesDates_data();
     void writesDates();
+
+private:
+    static void findSettings(const SettingsFile &file);
 };
 
-void ExpirationFilesTest::describesLoginDefs()
-{
-    QCOMPARE(loginDefs().path, QStringLiteral("/etc/login.defs"));
-    QCOMPARE(loginDefs().pattern, QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"));
-    QCOMPARE(loginDefs().separator, QStringLiteral(" "));
-}
-
-void ExpirationFilesTest::describesUseraddDefaults()
-{
-    QCOMPARE(useraddDefaults().path, QStringLiteral("/etc/default/useradd"));
-    QCOMPARE(useraddDefaults().pattern, QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"));
-    QCOMPARE(useraddDefaults().separator, QStringLiteral("="));
-}
-
-void ExpirationFilesTest::listsSettingsInOrderOfAppending()
+void ExpirationFilesTest::describesFiles()
 {
     QStringList settings;
     for (const SettingsFile *file : {&loginDefs(), &useraddDefaults()}) {
+        settings += file->path + QLatin1Char(' ') + file->pattern;
         for (const FileSetting &setting : file->settings) {
-            settings += setting.name + QLatin1Char(' ') + setting.key;
+            settings += setting.name + file->separator + setting.key + QString::fromLatin1(setting.appendedLineEnd);
         }
     }
-    const QStringList expected{QStringLiteral("PASS_MAX_DAYS maxInterval"),
-                               QStringLiteral("PASS_MIN_DAYS minInterval"),
-                               QStringLiteral("PASS_WARN_AGE warningInterval"),
-                               QStringLiteral("INACTIVE inactiveInterval"),
-                               QStringLiteral("EXPIRE expireDate")};
-    QCOMPARE(settings, expected);
+    QCOMPARE(settings,
+             QStringList({QStringLiteral(R"(/etc/login.defs \s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"),
+                          QStringLiteral("PASS_MAX_DAYS maxInterval\n"),
+                          QStringLiteral("PASS_MIN_DAYS minInterval\n"),
+                          QStringLiteral("PASS_WARN_AGE warningInterval\n"),
+                          QStringLiteral(R"(/etc/default/useradd \s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"),
+                          QStringLiteral("INACTIVE=inactiveInterval\n"),
+                          // added last, without a line end
+                          QStringLiteral("EXPIRE=expireDate")}));
 }
 
-void ExpirationFilesTest::endsEveryAppendedLineButTheDate()
-{
-    for (const FileSetting &setting : loginDefs().settings) {
-        QCOMPARE(setting.appendedLineEnd, QByteArray("\n"));
-    }
-    QCOMPARE(useraddDefaults().settings.first().appendedLineEnd, QByteArray("\n"));
-    QCOMPARE(useraddDefaults().settings.last().appendedLineEnd, QByteArray());
-}
-
-void ExpirationFilesTest::findsSettings_data()
-{
-    QTest::addColumn<bool>("login");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("tab") << true << QStringLiteral("PASS_MAX_DAYS\t5") << QStringLiteral("PASS_MAX_DAYS|5");
-    QTest::newRow("nothing between") << true << QStringLiteral("PASS_MIN_DAYS5") << QStringLiteral("PASS_MIN_DAYS|5");
-    QTest::newRow("minus") << true << QStringLiteral("PASS_WARN_AGE -1") << QStringLiteral("PASS_WARN_AGE|-1");
-    QTest::newRow("minus as separator") << true << QStringLiteral("PASS_MAX_DAYS-5")
-                                        << QStringLiteral("PASS_MAX_DAYS|-5");
-    QTest::newRow("two minuses") << true << QStringLiteral("PASS_MAX_DAYS --5") << QStringLiteral("no match");
-    QTest::newRow("minus apart") << true << QStringLiteral("PASS_MAX_DAYS - 5") << QStringLiteral("no match");
-    QTest::newRow("plus") << true << QStringLiteral("PASS_MAX_DAYS +5") << QStringLiteral("no match");
-    QTest::newRow("equals sign") << true << QStringLiteral("PASS_MAX_DAYS=5") << QStringLiteral("no match");
-    QTest::newRow("no number") << true << QStringLiteral("PASS_MAX_DAYS") << QStringLiteral("no match");
-    QTest::newRow("a word") << true << QStringLiteral("PASS_MAX_DAYS never") << QStringLiteral("no match");
-    QTest::newRow("small letters") << true << QStringLiteral("pass_max_days 5") << QStringLiteral("no match");
-    QTest::newRow("longer name") << true << QStringLiteral("PASS_MAX_DAYS_OLD 5") << QStringLiteral("no match");
-    QTest::newRow("middle of a word") << true << QStringLiteral("xPASS_MAX_DAYS5y")
-                                      << QStringLiteral("PASS_MAX_DAYS|5");
-    QTest::newRow("behind a word") << true << QStringLiteral("set PASS_MIN_DAYS 5")
-                                   << QStringLiteral("PASS_MIN_DAYS|5");
-    QTest::newRow("first of two") << true << QStringLiteral("PASS_MIN_DAYS 5 PASS_MAX_DAYS 6")
-                                  << QStringLiteral("PASS_MIN_DAYS|5");
-    QTest::newRow("second of two") << true << QStringLiteral("PASS_MAX_DAYS PASS_MIN_DAYS 6")
-                                   << QStringLiteral("PASS_MIN_DAYS|6");
-    QTest::newRow("number and letters") << true << QStringLiteral("PASS_MAX_DAYS 5d")
-                                        << QStringLiteral("PASS_MAX_DAYS|5");
-    QTest::newRow("other setting") << true << QStringLiteral("PASS_MIN_LEN 5") << QStringLiteral("no match");
-    QTest::newRow("useradd's setting in login.defs")
-        << true << QStringLiteral("INACTIVE=5") << QStringLiteral("no match");
-    QTest::newRow("inactive") << false << QStringLiteral("INACTIVE=-1") << QStringLiteral("INACTIVE|-1");
-    QTest::newRow("inactive without value") << false << QStringLiteral("INACTIVE=") << QStringLiteral("INACTIVE|");
-    QTest::newRow("blanks") << false << QStringLiteral("EXPIRE = 2027-01-31 trailing")
-                            << QStringLiteral("EXPIRE|2027-01-31");
-    QTest::newRow("no equals sign") << false << QStringLiteral("INACTIVE 5") << QStringLiteral("no match");
-    QTest::newRow("two equals signs") << false << QStringLiteral("INACTIVE==5") << QStringLiteral("INACTIVE|=5");
-    QTest::newRow("name as a value") << false << QStringLiteral("INACTIVE=EXPIRE=5")
-                                     << QStringLiteral("INACTIVE|EXPIRE=5");
-    QTest::newRow("exported") << false << QStringLiteral("export EXPIRE=x") << QStringLiteral("EXPIRE|x");
-    QTest::newRow("end of a longer name") << false << QStringLiteral("REINACTIVE=5") << QStringLiteral("INACTIVE|5");
-    QTest::newRow("start of a longer name") << false << QStringLiteral("EXPIRED=5") << QStringLiteral("no match");
-    QTest::newRow("small letters in useradd") << false << QStringLiteral("expire=x") << QStringLiteral("no match");
-    QTest::newRow("login.defs' setting in useradd")
-        << false << QStringLiteral("PASS_MAX_DAYS 5") << QStringLiteral("no match");
-}
-
-void ExpirationFilesTest::findsSettings()
+void ExpirationFilesTest::findSettings(const SettingsFile &file)
 {
     QFETCH(QString, text);
     QFETCH(QString, expected);
-    QCOMPARE(foundByHandler(Searcher(fileOfRow()), text), expected);
-    QCOMPARE(foundByPattern(fileOfRow(), text), expected);
+    QCOMPARE(foundByHandler(Searcher(file), text), expected);
+    QCOMPARE(foundByPattern(file, text), expected);
+}
+
+void ExpirationFilesTest::findsSettingsOfLoginDefs_data()
+{
+    addTexts({{"PASS_MAX_DAYS\t5", "PASS_MAX_DAYS|5"},
+              {"PASS_MIN_DAYS5", "PASS_MIN_DAYS|5"},
+              {"PASS_WARN_AGE -1", "PASS_WARN_AGE|-1"},
+              {"PASS_MAX_DAYS-5", "PASS_MAX_DAYS|-5"},
+              {"PASS_MAX_DAYS 0099", "PASS_MAX_DAYS|0099"},
+              {"PASS_MAX_DAYS \u0663", "PASS_MAX_DAYS|\u0663"},
+              {"PASS_MAX_DAYS --5", "no match"},
+              {"PASS_MAX_DAYS - 5", "no match"},
+              {"PASS_MAX_DAYS +5", "no match"},
+              {"PASS_MAX_DAYS=5", "no match"},
+              {"PASS_MAX_DAYS", "no match"},
+              {"PASS_MAX_DAYS never", "no match"},
+              {"PASS_MAX_DAYS x 3", "no match"},
+              {"pass_max_days 5", "no match"},
+              {"PASS_MAX_DAYS_OLD 5", "no match"},
+              {"PASS_MIN_LEN 5", "no match"},
+              {"INACTIVE=5", "no match"},
+              {"xPASS_MAX_DAYS5y", "PASS_MAX_DAYS|5"},
+              {"set PASS_MIN_DAYS 5", "PASS_MIN_DAYS|5"},
+              {"PASS_MIN_DAYS 5 PASS_MAX_DAYS 6", "PASS_MIN_DAYS|5"},
+              {"PASS_MAX_DAYS PASS_MIN_DAYS 6", "PASS_MIN_DAYS|6"},
+              {"PASS_MAX_DAYS 5d", "PASS_MAX_DAYS|5"}});
+}
+
+void ExpirationFilesTest::findsSettingsOfLoginDefs()
+{
+    findSettings(loginDefs());
+}
+
+void ExpirationFilesTest::findsSettingsOfUseradd_data()
+{
+    addTexts({{"INACTIVE=-1", "INACTIVE|-1"},
+              {"INACTIVE=", "INACTIVE|"},
+              {"  INACTIVE \t= 7 8", "INACTIVE|7"},
+              {"EXPIRE = 2027-01-31 trailing", "EXPIRE|2027-01-31"},
+              {"INACTIVE 5", "no match"},
+              {"EXPIRE", "no match"},
+              {"INACTIVE==5", "INACTIVE|=5"},
+              {"INACTIVE=EXPIRE=5", "INACTIVE|EXPIRE=5"},
+              {"export EXPIRE=x", "EXPIRE|x"},
+              {"REINACTIVE=5", "INACTIVE|5"},
+              {"EXPIRED=5", "no match"},
+              {"expire=x", "no match"},
+              {"PASS_MAX_DAYS 5", "no match"}});
+}
+
+void ExpirationFilesTest::findsSettingsOfUseradd()
+{
+    findSettings(useraddDefaults());
 }
 
 void ExpirationFilesTest::findsWhatThePatternFindsAroundEveryCharacter_data()
@@ -339,26 +348,23 @@ void ExpirationFilesTest::searchesLongLinesInLinearTime()
 
 void ExpirationFilesTest::readsNumbers_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("nothing") << QString() << QStringLiteral("int 0");
-    QTest::newRow("zero") << QStringLiteral("0") << QStringLiteral("int 0");
-    QTest::newRow("five") << QStringLiteral("5") << QStringLiteral("int 5");
-    QTest::newRow("minus one") << QStringLiteral("-1") << QStringLiteral("int -1");
-    QTest::newRow("leading zeros") << QStringLiteral("007") << QStringLiteral("int 7");
-    QTest::newRow("leading zero of no octal digits") << QStringLiteral("090") << QStringLiteral("int 90");
-    QTest::newRow("largest") << QStringLiteral("2147483647") << QStringLiteral("int 2147483647");
-    QTest::newRow("beyond largest") << QStringLiteral("2147483648") << QStringLiteral("int 0");
-    QTest::newRow("smallest") << QStringLiteral("-2147483648") << QStringLiteral("int -2147483648");
-    QTest::newRow("beyond smallest") << QStringLiteral("-2147483649") << QStringLiteral("int 0");
-    QTest::newRow("beyond 64 bits") << QStringLiteral("99999999999999999999") << QStringLiteral("int 0");
-    QTest::newRow("a word") << QStringLiteral("never") << QStringLiteral("int 0");
-    QTest::newRow("number and letters") << QStringLiteral("30d") << QStringLiteral("int 0");
-    QTest::newRow("fraction") << QStringLiteral("2.5") << QStringLiteral("int 0");
-    QTest::newRow("hexadecimal") << QStringLiteral("0x10") << QStringLiteral("int 0");
-    QTest::newRow("quoted") << QStringLiteral("\"30\"") << QStringLiteral("int 0");
-    QTest::newRow("Arabic digits") << QString::fromUtf8("٩٠") << QStringLiteral("int 0");
+    addTexts({{"", "int 0"},
+              {"0", "int 0"},
+              {"5", "int 5"},
+              {"-1", "int -1"},
+              {"007", "int 7"},
+              {"090", "int 90"},
+              {"2147483647", "int 2147483647"},
+              {"2147483648", "int 0"},
+              {"-2147483648", "int -2147483648"},
+              {"-2147483649", "int 0"},
+              {"99999999999999999999", "int 0"},
+              {"never", "int 0"},
+              {"30d", "int 0"},
+              {"2.5", "int 0"},
+              {"0x10", "int 0"},
+              {"\"30\"", "int 0"},
+              {"٩٠", "int 0"}});
 }
 
 void ExpirationFilesTest::readsNumbers()
@@ -371,35 +377,31 @@ void ExpirationFilesTest::readsNumbers()
 
 void ExpirationFilesTest::readsDates_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
-
-    const QString nothing = QStringLiteral("nothing");
-    QTest::newRow("day 0") << QStringLiteral("1970-01-01") << QStringLiteral("qlonglong 0");
-    QTest::newRow("day 1") << QStringLiteral("1970-01-02") << QStringLiteral("qlonglong 1");
-    QTest::newRow("day before day 0") << QStringLiteral("1969-12-31") << QStringLiteral("qlonglong -1");
-    QTest::newRow("to come") << QStringLiteral("2027-01-31") << QStringLiteral("qlonglong 20849");
-    QTest::newRow("leap day") << QStringLiteral("2024-02-29") << QStringLiteral("qlonglong 19782");
-    QTest::newRow("last of four digits") << QStringLiteral("9999-12-31") << QStringLiteral("qlonglong 2932896");
-    QTest::newRow("first of our era") << QStringLiteral("0001-01-01") << QStringLiteral("qlonglong -719162");
-    QTest::newRow("empty") << QString() << nothing;
-    QTest::newRow("minus one") << QStringLiteral("-1") << nothing;
-    QTest::newRow("a number of days") << QStringLiteral("20849") << nothing;
-    QTest::newRow("no such day") << QStringLiteral("1970-02-30") << nothing;
-    QTest::newRow("no leap year") << QStringLiteral("2100-02-29") << nothing;
-    QTest::newRow("no such month") << QStringLiteral("2027-13-01") << nothing;
-    QTest::newRow("year zero") << QStringLiteral("0000-01-01") << nothing;
-    QTest::newRow("before our era") << QStringLiteral("-0001-12-31") << nothing;
-    QTest::newRow("five digits") << QStringLiteral("10000-01-01") << nothing;
-    QTest::newRow("two digits") << QStringLiteral("27-01-31") << nothing;
-    QTest::newRow("month of one digit") << QStringLiteral("2027-1-31") << nothing;
-    QTest::newRow("slashes") << QStringLiteral("2027/01/31") << nothing;
-    QTest::newRow("no dashes") << QStringLiteral("20270131") << nothing;
-    QTest::newRow("day first") << QStringLiteral("31-01-2027") << nothing;
-    QTest::newRow("something behind") << QStringLiteral("2027-01-31;") << nothing;
-    QTest::newRow("quoted") << QStringLiteral("\"2027-01-31\"") << nothing;
-    QTest::newRow("wide digits") << QString::fromUtf8("２０２７-０１-３１") << nothing;
-    QTest::newRow("a word") << QStringLiteral("never") << nothing;
+    addTexts({{"1970-01-01", "qlonglong 0"},
+              {"1970-01-02", "qlonglong 1"},
+              {"1969-12-31", "qlonglong -1"},
+              {"2027-01-31", "qlonglong 20849"},
+              {"2024-02-29", "qlonglong 19782"},
+              {"9999-12-31", "qlonglong 2932896"},
+              {"0001-01-01", "qlonglong -719162"},
+              {"", "nothing"},
+              {"-1", "nothing"},
+              {"20849", "nothing"},
+              {"1970-02-30", "nothing"},
+              {"2100-02-29", "nothing"},
+              {"2027-13-01", "nothing"},
+              {"0000-01-01", "nothing"},
+              {"-0001-12-31", "nothing"},
+              {"10000-01-01", "nothing"},
+              {"27-01-31", "nothing"},
+              {"2027-1-31", "nothing"},
+              {"2027/01/31", "nothing"},
+              {"20270131", "nothing"},
+              {"31-01-2027", "nothing"},
+              {"2027-01-31;", "nothing"},
+              {"\"2027-01-31\"", "nothing"},
+              {"２０２７-０１-３１", "nothing"},
+              {"never", "nothing"}});
 }
 
 void ExpirationFilesTest::readsDates()
@@ -410,17 +412,22 @@ void ExpirationFilesTest::readsDates()
 
 void ExpirationFilesTest::writesAgeingNumbersAsInt_data()
 {
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("zero") << QVariant(0) << QStringLiteral("0");
-    QTest::newRow("negative") << QVariant(-7) << QStringLiteral("-7");
-    QTest::newRow("largest") << QVariant(std::numeric_limits<int>::max()) << QStringLiteral("2147483647");
-    QTest::newRow("smallest") << QVariant(std::numeric_limits<int>::min()) << QStringLiteral("-2147483648");
-    QTest::newRow("beyond largest") << QVariant(Q_INT64_C(2147483648)) << QStringLiteral("-2147483648");
-    QTest::newRow("far beyond") << QVariant(Q_INT64_C(3000000000)) << QStringLiteral("-1294967296");
-    QTest::newRow("leading zeros") << QVariant(QStringLiteral("007")) << QStringLiteral("7");
-    QTest::newRow("a word") << QVariant(QStringLiteral("never")) << QStringLiteral("0");
+    addArguments({{0, "0"},
+                  {-7, "-7"},
+                  {7U, "7"},
+                  {std::numeric_limits<int>::max(), "2147483647"},
+                  {std::numeric_limits<int>::min(), "-2147483648"},
+                  {Q_INT64_C(2147483648), "-2147483648"},
+                  {Q_INT64_C(3000000000), "-1294967296"},
+                  {true, "1"},
+                  {2.5, "3"},
+                  {QStringLiteral("007"), "7"},
+                  {QStringLiteral("never"), "0"},
+                  {QByteArray("8"), "8"},
+                  {QStringList{QStringLiteral("8")}, "0"},
+                  {QVariantMap(), "0"},
+                  {QDate(2027, 1, 31), "0"},
+                  {QVariant(), "0"}});
 }
 
 void ExpirationFilesTest::writesAgeingNumbersAsInt()
@@ -433,17 +440,12 @@ void ExpirationFilesTest::writesAgeingNumbersAsInt()
 
 void ExpirationFilesTest::writesInactiveIntervalAsLongLong_data()
 {
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("zero") << QVariant(0) << QStringLiteral("0");
-    QTest::newRow("negative") << QVariant(-1) << QStringLiteral("-1");
-    QTest::newRow("beyond int") << QVariant(Q_INT64_C(3000000000)) << QStringLiteral("3000000000");
-    QTest::newRow("largest") << QVariant(std::numeric_limits<qlonglong>::max())
-                             << QStringLiteral("9223372036854775807");
-    QTest::newRow("smallest") << QVariant(std::numeric_limits<qlonglong>::min())
-                              << QStringLiteral("-9223372036854775808");
-    QTest::newRow("a word") << QVariant(QStringLiteral("never")) << QStringLiteral("0");
+    addArguments({{0, "0"},
+                  {-1, "-1"},
+                  {Q_INT64_C(3000000000), "3000000000"},
+                  {std::numeric_limits<qlonglong>::max(), "9223372036854775807"},
+                  {std::numeric_limits<qlonglong>::min(), "-9223372036854775808"},
+                  {QStringLiteral("never"), "0"}});
 }
 
 void ExpirationFilesTest::writesInactiveIntervalAsLongLong()
@@ -454,25 +456,25 @@ void ExpirationFilesTest::writesInactiveIntervalAsLongLong()
 
 void ExpirationFilesTest::writesDates_data()
 {
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("day 0") << QVariant(0) << QStringLiteral("1970-01-01");
-    QTest::newRow("a year") << QVariant(365) << QStringLiteral("1971-01-01");
-    QTest::newRow("minus one") << QVariant(-1) << QStringLiteral("1969-12-31");
-    QTest::newRow("leap day") << QVariant(19782) << QStringLiteral("2024-02-29");
-    QTest::newRow("last of four digits") << QVariant(2932896) << QStringLiteral("9999-12-31");
-    QTest::newRow("five digits") << QVariant(2932897) << QStringLiteral("10000-01-01");
-    QTest::newRow("first of our era") << QVariant(-719162) << QStringLiteral("0001-01-01");
-    QTest::newRow("before our era") << QVariant(-719163) << QStringLiteral("-0001-12-31");
-    QTest::newRow("beyond int") << QVariant(Q_INT64_C(3000000000)) << QStringLiteral("8215691-01-08");
-    QTest::newRow("last day") << QVariant(lastDayOfCalendar) << QStringLiteral("2147483647-12-31");
-    QTest::newRow("behind the last day") << QVariant(lastDayOfCalendar + 1) << QString();
-    QTest::newRow("first day") << QVariant(firstDayOfCalendar) << QStringLiteral("-2147483648-01-01");
-    QTest::newRow("before the first day") << QVariant(firstDayOfCalendar - 1) << QString();
-    QTest::newRow("largest number") << QVariant(std::numeric_limits<qlonglong>::max()) << QString();
-    QTest::newRow("smallest number") << QVariant(std::numeric_limits<qlonglong>::min()) << QString();
-    QTest::newRow("a date's text") << QVariant(QStringLiteral("2027-01-31")) << QStringLiteral("1970-01-01");
+    addArguments({{0, "1970-01-01"},
+                  {365, "1971-01-01"},
+                  {-1, "1969-12-31"},
+                  {19782, "2024-02-29"},
+                  {2932896, "9999-12-31"},
+                  {2932897, "10000-01-01"},
+                  {-719162, "0001-01-01"},
+                  {-719163, "-0001-12-31"},
+                  {Q_INT64_C(3000000000), "8215691-01-08"},
+                  {lastDayOfCalendar, "2147483647-12-31"},
+                  {lastDayOfCalendar + 1, ""},
+                  {firstDayOfCalendar, "-2147483648-01-01"},
+                  {firstDayOfCalendar - 1, ""},
+                  {std::numeric_limits<qlonglong>::max(), ""},
+                  {std::numeric_limits<qlonglong>::min(), ""},
+                  {0.5, "1970-01-02"},
+                  {QStringLiteral("31"), "1970-02-01"},
+                  {QStringLiteral("2027-01-31"), "1970-01-01"},
+                  {QDate(2027, 1, 31), "1970-01-01"}});
 }
 
 void ExpirationFilesTest::writesDates()

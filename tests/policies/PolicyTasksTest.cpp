@@ -1,0 +1,195 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What all eight tasks of the policies have in common before and apart from their runs.
+
+#include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
+#include "policies/lockout/LocalPolicyLockoutReadTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "tests/policies/pam/TaskRun.h"
+#include "tests/support/RecordingTranslator.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/WatchedMap.h"
+
+#include <QTest>
+
+#include <memory>
+
+namespace
+{
+/// Read tasks take no arguments, and make their map themselves.
+using Factory = std::unique_ptr<ElementTask> (*)(void *context, QVariantMap *arguments);
+
+template<typename Task>
+std::unique_ptr<ElementTask> newReadTask(void *context, QVariantMap *)
+{
+    static_assert(std::is_base_of_v<ReadPropertyHeavyTask, Task>);
+    return std::make_unique<Task>(context);
+}
+
+template<typename Task>
+std::unique_ptr<ElementTask> newUpdateTask(void *context, QVariantMap *arguments)
+{
+    static_assert(std::is_base_of_v<UpdateTask, Task>);
+    return std::make_unique<Task>(context, arguments);
+}
+}
+Q_DECLARE_METATYPE(Factory)
+
+class PolicyTasksTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void startsUntouched_data();
+    void startsUntouched();
+    void translatesDescription_data();
+    void translatesDescription();
+    void ownsItsValues_data();
+    void ownsItsValues();
+    void runsAfterCancel_data();
+    void runsAfterCancel();
+
+private:
+    static void addTasks();
+};
+
+void PolicyTasksTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void PolicyTasksTest::addTasks()
+{
+    QTest::addColumn<Factory>("newTask");
+    QTest::addColumn<bool>("updates");
+    QTest::addColumn<QByteArray>("description");
+
+    const auto row = [](const char *context, Factory newTask, bool updates, const char *description) {
+        QTest::newRow(context) << newTask << updates << QByteArray(description);
+    };
+    row("LocalPolicyLockoutReadTask",
+        newReadTask<LocalPolicyLockoutReadTask>,
+        false,
+        "Read default lockout account policy");
+    row("LocalPolicyLockoutUpdateTask",
+        newUpdateTask<LocalPolicyLockoutUpdateTask>,
+        true,
+        "Update default lockout account policy");
+    row("LocalPolicyPasswordComplexityReadTask",
+        newReadTask<LocalPolicyPasswordComplexityReadTask>,
+        false,
+        "Read default password complexity policy");
+    row("LocalPolicyPasswordComplexityUpdateTask",
+        newUpdateTask<LocalPolicyPasswordComplexityUpdateTask>,
+        true,
+        "Update default password complexity policy");
+    row("LocalPolicyPasswordExpirationReadTask",
+        newReadTask<LocalPolicyPasswordExpirationReadTask>,
+        false,
+        "Read default password expiration policy");
+    row("LocalPolicyPasswordExpirationUpdateTask",
+        newUpdateTask<LocalPolicyPasswordExpirationUpdateTask>,
+        true,
+        "Update default password expiration policy");
+    row("LocalUserPolicyPasswordExpirationReadTask",
+        newReadTask<LocalUserPolicyPasswordExpirationReadTask>,
+        false,
+        "Read user password expiration policy");
+    row("LocalUserPolicyPasswordExpirationUpdateTask",
+        newUpdateTask<LocalUserPolicyPasswordExpirationUpdateTask>,
+        true,
+        "Update user password expiration policy");
+}
+
+void PolicyTasksTest::startsUntouched_data()
+{
+    addTasks();
+}
+
+void PolicyTasksTest::startsUntouched()
+{
+    QFETCH(Factory, newTask);
+    QFETCH(bool, updates);
+    QFETCH(QByteArray, description);
+    int context = 0;
+    QVariantMap *arguments = updates ? new QVariantMap{{QStringLiteral("deny"), 5}} : nullptr;
+    const auto task = newTask(&context, arguments);
+
+    QCOMPARE(task->context(), static_cast<void *>(&context));
+    QVERIFY(task->values());
+    QCOMPARE(task->values() == arguments, updates);
+    QCOMPARE(task->values()->size(), updates ? 1 : 0);
+    QCOMPARE(task->result().state(), TaskState::NotStarted);
+    QCOMPARE(task->result().message(), QString());
+    QCOMPARE(task->result().description().toLatin1(), description);
+    QCOMPARE(task->flags(), quint64(0));
+    QVERIFY(!task->isCancelRequested());
+}
+
+void PolicyTasksTest::translatesDescription_data()
+{
+    addTasks();
+}
+
+void PolicyTasksTest::translatesDescription()
+{
+    QFETCH(Factory, newTask);
+    QFETCH(bool, updates);
+    QFETCH(QByteArray, description);
+    const RecordingTranslator translator;
+    const auto task = newTask(nullptr, updates ? new QVariantMap : nullptr);
+    QCOMPARE(task->result().description().toLatin1(), '[' + description + ']');
+    QCOMPARE(translator.texts(), QList<TranslatedText>({{QTest::currentDataTag(), description}}));
+}
+
+void PolicyTasksTest::ownsItsValues_data()
+{
+    addTasks();
+}
+
+void PolicyTasksTest::ownsItsValues()
+{
+    QFETCH(Factory, newTask);
+    QFETCH(bool, updates);
+    std::weak_ptr<int> life;
+    QVariantMap *values = newWatchedMap(&life);
+    auto task = newTask(nullptr, updates ? values : nullptr);
+    if (!updates) {
+        task->setValues(values);
+    }
+    task->run();
+    QCOMPARE(task->values(), values);
+    QVERIFY(!life.expired());
+    task.reset();
+    QVERIFY(life.expired());
+}
+
+void PolicyTasksTest::runsAfterCancel_data()
+{
+    addTasks();
+}
+
+void PolicyTasksTest::runsAfterCancel()
+{
+    QFETCH(Factory, newTask);
+    QFETCH(bool, updates);
+    const auto task = newTask(nullptr, updates ? new QVariantMap : nullptr);
+    const auto cancelled = newTask(nullptr, updates ? new QVariantMap : nullptr);
+    cancelled->cancel();
+    QVERIFY(!cancelled->requestCancel());
+    QVERIFY(!cancelled->isCancelRequested());
+    QCOMPARE(cancelled->result().state(), TaskState::NotStarted);
+    QCOMPARE(outcomeOfRun(cancelled.get()), outcomeOfRun(task.get()));
+    QVERIFY(cancelled->result().state() != TaskState::NotStarted);
+}
+
+QTEST_GUILESS_MAIN(PolicyTasksTest)
+#include "PolicyTasksTest.moc"
