@@ -7,6 +7,7 @@
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 namespace
@@ -40,6 +41,7 @@ private Q_SLOTS:
 
     void handlerRebuildsLines();
     void failsWithoutProfile();
+    void stopsHangingTool();
     void realToolLeavesRetiredModuleOut();
     void realToolPutsLineIntoStack();
 
@@ -94,6 +96,31 @@ void LocalPolicyLockoutUpdateTaskTest::failsWithoutProfile()
     QCOMPARE(system.profiles(), FolderContent());
     QCOMPARE(system.stacks(), FolderContent({{QStringLiteral("common-auth"), "auth pam_tally.so deny=3\n"}}));
     QCOMPARE(system.toolCalls(), QByteArray());
+}
+
+void LocalPolicyLockoutUpdateTaskTest::stopsHangingTool()
+{
+    const PamSystem system;
+    writeContent(tally, oldProfile);
+    writeContent(commonAuth, "auth pam_tally.so deny=3\n");
+    system.setToolScript("echo $$ > /run/tmp/hanging\necho slow >&2\nexec sleep 1000\n");
+    QElapsedTimer timer;
+    timer.start();
+
+    const QVariantMap arguments{{deny, 5}};
+    QCOMPARE(outcomeOfUpdate(arguments),
+             expectedOutcome(TaskState::Failed,
+                             QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
+                                            "Error: Process operation timed out.\n\"Not finished\""),
+                             arguments));
+
+    QVERIFY(timer.elapsed() >= 30000);
+    QVERIFY(timer.elapsed() < 40000);
+    const QByteArray process = contentOf(QStringLiteral("/run/tmp/hanging")).trimmed();
+    QVERIFY(!process.isEmpty());
+    QVERIFY(!QFile::exists(QStringLiteral("/proc/") + QString::fromLatin1(process)));
+    QCOMPARE(linesWith("pam_tally", tally), QByteArrayList{"required pam_tally.so onerr=fail deny=5"});
+    QCOMPARE(contentOf(commonAuth), QByteArray("auth pam_tally.so deny=3\n"));
 }
 
 void LocalPolicyLockoutUpdateTaskTest::realToolLeavesRetiredModuleOut()

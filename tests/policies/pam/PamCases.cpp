@@ -4,28 +4,14 @@
 #include "tests/policies/pam/PamCases.h"
 
 #include "tests/policies/pam/PamSystem.h"
-#include "tests/support/Files.h"
-
 #include <QDate>
-#include <QDir>
-#include <QFile>
 
+#include <cstdlib>
 #include <limits>
 
 namespace
 {
 constexpr int leastInt = std::numeric_limits<int>::min();
-
-void setPlainFile()
-{
-    QFile::setPermissions(PamSystem::tool(), QFile::ReadOwner | QFile::WriteOwner);
-}
-
-void setFolder()
-{
-    QFile::remove(PamSystem::tool());
-    QDir().mkdir(PamSystem::tool());
-}
 }
 
 QVector<ArgumentCase> argumentCases()
@@ -76,61 +62,31 @@ QVector<ArgumentCase> argumentCases()
     };
 }
 
+void ToolFault::prepare() const
+{
+    PamSystem::setToolScript(script);
+    if (command && std::system(command) != 0) {
+        qFatal("cannot do: %s", command);
+    }
+}
+
 QVector<ToolFault> toolFaults()
 {
+    const char *missing = "Error: execvp: No such file or directory.\n\"Not started\"";
+    const char *denied = "Error: execvp: Permission denied.\n\"Not started\"";
+    const char *crashed = "Error: Process crashed.\n\"Not finished\"";
+    // clang-format off
     return {
-        {"missing",
-         [] {
-             QFile::remove(PamSystem::tool());
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Error: execvp: No such file or directory.\n\"Not started\"")},
-        {"not executable",
-         setPlainFile,
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Error: execvp: Permission denied.\n\"Not started\"")},
-        {"interpreter missing",
-         [] {
-             writeProgram(PamSystem::tool(), "#!/nowhere/sh\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Error: execvp: No such file or directory.\n\"Not started\"")},
-        {"a folder",
-         setFolder,
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Error: execvp: Permission denied.\n\"Not started\"")},
-        {"killed by a signal",
-         [] {
-             PamSystem::setToolScript("echo broken >&2\nkill -SEGV $$\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Error: Process crashed.\n\"Not finished\"")},
-        {"exit code without text",
-         [] {
-             PamSystem::setToolScript("exit 7\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 7.\n\"\"")},
-        {"exit code with text and line end",
-         [] {
-             PamSystem::setToolScript("echo output\necho broken >&2\nexit 7\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 7.\n\"broken\n\"")},
-        {"exit code with text without line end",
-         [] {
-             PamSystem::setToolScript("printf broken >&2\nexit 1\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n\"broken\"")},
-        {"exit code with blanks around the text",
-         [] {
-             PamSystem::setToolScript("printf ' \\n broken \\n\\n' >&2\nexit 255\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                        "Exit code: 255.\n\" \n broken \n\n\"")},
-        {"exit code with placeholders in the text",
-         [] {
-             PamSystem::setToolScript("echo '%1 %3 %4' >&2\nexit 2\n");
-         },
-         QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 2.\n\"")
-             + QStringLiteral("%1 %3 %4\n\"")},
+        {"missing", "rm /usr/sbin/pam-auth-update", "", missing},
+        {"not executable", "chmod 600 /usr/sbin/pam-auth-update", "", denied},
+        {"interpreter missing", "echo '#!/nowhere/sh' > /usr/sbin/pam-auth-update", "", missing},
+        {"a folder", "cd /usr/sbin && rm pam-auth-update && mkdir pam-auth-update", "", denied},
+        {"killed by a signal", nullptr, "echo broken >&2; kill -SEGV $$\n", crashed},
+        {"exit code", nullptr, "exit 7\n", "Exit code: 7.\n\"\""},
+        {"text with line end", nullptr, "echo output; echo broken >&2; exit 7\n", "Exit code: 7.\n\"broken\n\""},
+        {"text without line end", nullptr, "printf broken >&2; exit 1\n", "Exit code: 1.\n\"broken\""},
+        {"blanks", nullptr, "printf ' \\n broken \\n\\n' >&2; exit 255\n", "Exit code: 255.\n\" \n broken \n\n\""},
+        {"placeholders", nullptr, "echo '%1 %2 %3 %4 %5' >&2; exit 2\n", "Exit code: 2.\n\"%1 %2 %3 %4 %5\n\""},
     };
+    // clang-format on
 }

@@ -19,12 +19,17 @@ struct ArgumentCase {
 /// Arguments of every type that can come from the bus or from a caller in the same process.
 QVector<ArgumentCase> argumentCases();
 
-/// A way in which pam-auth-update fails, and the message that this gives.
+/// A way in which pam-auth-update fails, and what the message says behind its name and arguments.
 struct ToolFault {
     const char *name;
+    /// Makes the tool something else: a command of sh(1). Null where it runs.
+    const char *command;
+    /// What it does then: lines of sh(1).
+    const char *script;
+    const char *message;
+
     /// Makes the tool so; a PamSystem must be there.
-    void (*prepare)();
-    QString message;
+    void prepare() const;
 };
 
 QVector<ToolFault> toolFaults();

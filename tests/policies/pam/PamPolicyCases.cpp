@@ -125,7 +125,10 @@ QVariantMap PamPolicyCase::values(const QVariant &flag, const QVariant &number) 
     return result;
 }
 
-QTestData &PamPolicyCase::newRow(const char *row) const
+void addPamPolicies()
 {
-    return QTest::newRow((base + ": " + row).constData()) << this;
+    QTest::addColumn<const PamPolicyCase *>("policy");
+    for (const PamPolicyCase &policy : pamPolicyCases()) {
+        QTest::newRow(policy.base.constData()) << &policy;
+    }
 }

@@ -41,10 +41,11 @@ struct PamPolicyCase {
     QByteArray options(bool areFlagsSet, const QByteArray &number) const;
     /// Every option as a map has it.
     QVariantMap values(const QVariant &flag, const QVariant &number) const;
-    /// A row of a test that has the column "policy" first.
-    QTestData &newRow(const char *row) const;
 };
 Q_DECLARE_METATYPE(const PamPolicyCase *)
 
 /// One for each module of each policy.
 const QVector<PamPolicyCase> &pamPolicyCases();
+
+/// Has every function of a test run with each of them, as "policy".
+void addPamPolicies();

@@ -39,52 +39,38 @@ class PamReadTasksTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data();
     void initTestCase();
 
     void readsOptions_data();
     void readsOptions();
-    void readsEachOption_data();
     void readsEachOption();
     void missesModule_data();
     void missesModule();
-    void failsWithoutFile_data();
     void failsWithoutFile();
-    void failsOnFolder_data();
     void failsOnFolder();
-    void overwritesOnlyWhatItReads_data();
     void overwritesOnlyWhatItReads();
-    void readsThroughSymbolicLink_data();
     void readsThroughSymbolicLink();
-    void readsAndChangesNoOtherFile_data();
     void readsAndChangesNoOtherFile();
-
-private:
-    static void addPolicies();
 };
+
+void PamReadTasksTest::initTestCase_data()
+{
+    addPamPolicies();
+}
 
 void PamReadTasksTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
 }
 
-void PamReadTasksTest::addPolicies()
-{
-    QTest::addColumn<const PamPolicyCase *>("policy");
-    for (const PamPolicyCase &policy : pamPolicyCases()) {
-        policy.newRow("");
-    }
-}
-
 void PamReadTasksTest::readsOptions_data()
 {
-    QTest::addColumn<const PamPolicyCase *>("policy");
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QVariantMap>("found");
 
     const auto row = [](const char *name, const QByteArray &content, const QVariantMap &found) {
-        for (const PamPolicyCase &policy : pamPolicyCases()) {
-            policy.newRow(name) << policy.filled(content) << found;
-        }
+        QTest::newRow(name) << content << found;
     };
     const auto line = [&row](const char *name, const QByteArray &options, const QVariantMap &found) {
         row(name, "stack required {module} " + options + '\n', found);
@@ -165,50 +151,37 @@ void PamReadTasksTest::readsOptions_data()
 
 void PamReadTasksTest::readsOptions()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
     QFETCH(QVariantMap, found);
     const PamSystem system;
-    writeContent(policy->stack(), content);
+    writeContent(policy->stack(), policy->filled(content));
     QCOMPARE(outcomeOfReading(*policy), success(*policy, found));
-}
-
-void PamReadTasksTest::readsEachOption_data()
-{
-    QTest::addColumn<const PamPolicyCase *>("policy");
-    QTest::addColumn<QByteArray>("options");
-    QTest::addColumn<QVariantMap>("found");
-
-    for (const PamPolicyCase &policy : pamPolicyCases()) {
-        policy.newRow("every option") << policy.options(true, "7") << policy.values(true, 7);
-        for (const QString &name : policy.flags) {
-            policy.newRow(qPrintable(name)) << ' ' + name.toLatin1() << QVariantMap{{name, true}};
-        }
-        for (const QString &name : policy.numbers) {
-            policy.newRow(qPrintable(name)) << ' ' + name.toLatin1() + "=600" << QVariantMap{{name, 600}};
-        }
-    }
 }
 
 void PamReadTasksTest::readsEachOption()
 {
-    QFETCH(const PamPolicyCase *, policy);
-    QFETCH(QByteArray, options);
-    QFETCH(QVariantMap, found);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
-    writeContent(policy->stack(), policy->filled(QByteArray("{module}")) + options);
-    QCOMPARE(outcomeOfReading(*policy), success(*policy, found));
+    const auto found = [policy](const QByteArray &options) {
+        writeContent(policy->stack(), policy->filled(QByteArray("{module}")) + options);
+        return outcomeOfReading(*policy);
+    };
+    QCOMPARE(found(policy->options(true, "7")), success(*policy, policy->values(true, 7)));
+    for (const QString &name : policy->flags) {
+        QCOMPARE(found(' ' + name.toLatin1()), success(*policy, {{name, true}}));
+    }
+    for (const QString &name : policy->numbers) {
+        QCOMPARE(found(' ' + name.toLatin1() + "=600"), success(*policy, {{name, 600}}));
+    }
 }
 
 void PamReadTasksTest::missesModule_data()
 {
-    QTest::addColumn<const PamPolicyCase *>("policy");
     QTest::addColumn<QByteArray>("content");
 
     const auto row = [](const char *name, const QByteArray &content) {
-        for (const PamPolicyCase &policy : pamPolicyCases()) {
-            policy.newRow(name) << policy.filled(content);
-        }
+        QTest::newRow(name) << content;
     };
     row("empty file", "");
     row("blank lines", " \n\t\n\n");
@@ -226,10 +199,10 @@ void PamReadTasksTest::missesModule_data()
 
 void PamReadTasksTest::missesModule()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
     const PamSystem system;
-    writeContent(policy->stack(), content);
+    writeContent(policy->stack(), policy->filled(content));
     const bool lockout = policy->base == "pam_tally";
     const QByteArray source =
         lockout ? "\"%1\" not contain \"pam_tally\"" : "\"%1\" not contain \"pam_cracklib or pam_pwquality\"";
@@ -243,14 +216,9 @@ void PamReadTasksTest::missesModule()
     QCOMPARE(translator.texts(), QList<TranslatedText>({{context, source}}));
 }
 
-void PamReadTasksTest::failsWithoutFile_data()
-{
-    addPolicies();
-}
-
 void PamReadTasksTest::failsWithoutFile()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
     // the profile doesn't count
     writeContent(policy->profile(), policy->filled(QByteArray("{module} {number}=3")));
@@ -260,28 +228,18 @@ void PamReadTasksTest::failsWithoutFile()
     QCOMPARE(translator.texts().last(), TranslatedText("QObject", "\"%1\" not exists"));
 }
 
-void PamReadTasksTest::failsOnFolder_data()
-{
-    addPolicies();
-}
-
 void PamReadTasksTest::failsOnFolder()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
     QVERIFY(QDir().mkdir(policy->stack()));
     QCOMPARE(outcomeOfReading(*policy),
              failure(*policy, QStringLiteral("\"%1\" error 5\nfile to open is a directory")));
 }
 
-void PamReadTasksTest::overwritesOnlyWhatItReads_data()
-{
-    addPolicies();
-}
-
 void PamReadTasksTest::overwritesOnlyWhatItReads()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
     writeContent(policy->stack(), policy->filled(QByteArray("{module} {number}=3\n")));
     const auto task = policy->newReadTask();
@@ -291,14 +249,9 @@ void PamReadTasksTest::overwritesOnlyWhatItReads()
     QCOMPARE(outcomeOfRun(task.get()), success(*policy, {{number, 3}, {number2, 9}, {other, 1.5}}));
 }
 
-void PamReadTasksTest::readsThroughSymbolicLink_data()
-{
-    addPolicies();
-}
-
 void PamReadTasksTest::readsThroughSymbolicLink()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
     const QString target = QStringLiteral("/run/tmp/target");
     writeContent(target, policy->filled(QByteArray("{module} {number}=3\n")));
@@ -306,14 +259,9 @@ void PamReadTasksTest::readsThroughSymbolicLink()
     QCOMPARE(outcomeOfReading(*policy), success(*policy, {{number, 3}}));
 }
 
-void PamReadTasksTest::readsAndChangesNoOtherFile_data()
-{
-    addPolicies();
-}
-
 void PamReadTasksTest::readsAndChangesNoOtherFile()
 {
-    QFETCH(const PamPolicyCase *, policy);
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     const PamSystem system;
     const QByteArray content = policy->filled(QByteArray("{module} {number}=3 {number}=3\n"));
     const QByteArray other = policy->filled(QByteArray("{module} {number2}=9 {flag}\n"));
