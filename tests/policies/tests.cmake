@@ -23,3 +23,8 @@ add_unit_test(policies/expiration/LocalPolicyPasswordExpirationReadTaskTest SAND
 add_unit_test(policies/expiration/LocalPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalUserPolicyPasswordExpirationReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalUserPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+# taken for a name service of the system by the test that puts it there
+add_library(aliasservice MODULE policies/expiration/aliasservice.cpp)
+target_compile_definitions(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE
+    ALIAS_SERVICE="$<TARGET_FILE:aliasservice>" LIBRARIES="/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}")
+add_dependencies(LocalUserPolicyPasswordExpirationReadTaskTest aliasservice)

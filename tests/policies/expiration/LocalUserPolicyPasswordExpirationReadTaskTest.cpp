@@ -9,14 +9,12 @@
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedLatin1.h"
-#include "tests/support/TypedMap.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTest>
 
 #include <cerrno>
-#include <type_traits>
 #include <unistd.h>
 
 namespace
@@ -86,6 +84,12 @@ void run(const QString &program, const QStringList &arguments)
     QVERIFY2(result.exitCode == 0, result.standardError.constData());
 }
 
+/// Leaves no other source of accounts than the files: its errors then are the look-up's.
+void useFilesOnly()
+{
+    writeContent(nameServices, "passwd: files\nshadow: files\n");
+}
+
 QStringList outcomeOf(const QVariantMap &values)
 {
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
@@ -145,8 +149,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void startsEmpty();
-    void translatesDescription();
     void readsAccountMadeByUseradd();
     void readsWhatChageHasSet();
     void readsShadowFields_data();
@@ -162,19 +164,14 @@ private Q_SLOTS:
     void failsWherePasswordIsNotInShadow();
     void failsWithoutShadowEntry_data();
     void failsWithoutShadowEntry();
-    void tellsWhyAccountsCannotBeRead_data();
-    void tellsWhyAccountsCannotBeRead();
-    void tellsWhyShadowCannotBeRead_data();
-    void tellsWhyShadowCannotBeRead();
+    void tellsWhyFilesCannotBeRead_data();
+    void tellsWhyFilesCannotBeRead();
     void tellsThatShadowMayNotBeRead();
-    void keepsErrorNumberOverTranslation_data();
-    void keepsErrorNumberOverTranslation();
     void asksTheNameServices_data();
     void asksTheNameServices();
+    void asksForEntryOfTheNameThatWasGiven();
     void translatesFailures_data();
     void translatesFailures();
-    void keepsDescription_data();
-    void keepsDescription();
     void changesNoFile();
 
 private:
@@ -186,7 +183,6 @@ private:
 void LocalUserPolicyPasswordExpirationReadTaskTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
-    static_assert(std::is_base_of_v<ReadPropertyHeavyTask, LocalUserPolicyPasswordExpirationReadTask>);
     m_passwd = contentOf(passwdFile);
     m_shadow = contentOf(shadowFile);
     m_nameServices = contentOf(nameServices);
@@ -201,28 +197,6 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::init()
     writeContent(shadowFile, m_shadow);
     QVERIFY(QFile::setPermissions(shadowFile, QFile::ReadOwner | QFile::WriteOwner));
     writeContent(nameServices, m_nameServices);
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::startsEmpty()
-{
-    int context = 0;
-    LocalUserPolicyPasswordExpirationReadTask task(&context);
-
-    QCOMPARE(task.context(), static_cast<void *>(&context));
-    QVERIFY(task.values());
-    QCOMPARE(typedEntries(*task.values()), QStringList());
-    QCOMPARE(task.result().state(), 0);
-    QCOMPARE(task.result().message(), QString());
-    QCOMPARE(task.result().description(), QStringLiteral("Read user password expiration policy"));
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::translatesDescription()
-{
-    const RecordingTranslator translator;
-    LocalUserPolicyPasswordExpirationReadTask task(nullptr);
-
-    QCOMPARE(task.result().description(), QStringLiteral("[Read user password expiration policy]"));
-    QCOMPARE(translator.texts(), QList<TranslatedText>({{taskContext, "Read user password expiration policy"}}));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::readsAccountMadeByUseradd()
@@ -437,61 +411,35 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::failsWithoutShadowEntry()
     QCOMPARE(outcomeOf(account()), failure(QStringLiteral("Internal error: getspnam() == 0\nSuccess"), account()));
 }
 
-namespace
+void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyFilesCannotBeRead_data()
 {
-void addUnreadable()
-{
+    QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("folder");
-    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("message");
 
-    QTest::newRow("missing") << false << QStringLiteral("No such file or directory");
-    QTest::newRow("folder") << true << QStringLiteral("Is a directory");
+    const QString missing = QStringLiteral("No such file or directory");
+    const QString isFolder = QStringLiteral("Is a directory");
+    QTest::newRow("accounts missing") << passwdFile << false << noAccount.arg(missing);
+    QTest::newRow("accounts a folder") << passwdFile << true << noAccount.arg(isFolder);
+    QTest::newRow("shadow missing") << shadowFile << false << noEntry.arg(missing);
+    QTest::newRow("shadow a folder") << shadowFile << true << noEntry.arg(isFolder);
 }
 
-/// Leaves no other source of accounts than the files: its errors then are the look-up's.
-void useFilesOnly()
+void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyFilesCannotBeRead()
 {
-    writeContent(nameServices, "passwd: files\nshadow: files\n");
-}
-
-void makeUnreadable(const QString &path, bool folder)
-{
-    QVERIFY(QFile::remove(path));
-    if (folder) {
-        QVERIFY(QDir().mkpath(path));
-    }
-}
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyAccountsCannotBeRead_data()
-{
-    addUnreadable();
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyAccountsCannotBeRead()
-{
+    QFETCH(QString, path);
     QFETCH(bool, folder);
-    QFETCH(QString, error);
-    useFilesOnly();
-    makeUnreadable(passwdFile, folder);
-
-    QCOMPARE(outcomeOf(account()), failure(noAccount.arg(error), account()));
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyShadowCannotBeRead_data()
-{
-    addUnreadable();
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::tellsWhyShadowCannotBeRead()
-{
-    QFETCH(bool, folder);
-    QFETCH(QString, error);
+    QFETCH(QString, message);
     useFilesOnly();
     addToPasswd("john", "x");
-    makeUnreadable(shadowFile, folder);
+    QVERIFY(QFile::remove(path));
+    QVERIFY(!folder || QDir().mkpath(path));
 
-    QCOMPARE(outcomeOf(account()), failure(noEntry.arg(error), account()));
+    QCOMPARE(outcomeOf(account()), failure(message, account()));
+
+    // a translation that fails itself takes nothing away
+    const FailingTranslator translator;
+    QCOMPARE(outcomeOf(account()), failure(QStringLiteral("[%1]").arg(message), account()));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::tellsThatShadowMayNotBeRead()
@@ -507,28 +455,6 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::tellsThatShadowMayNotBeRead(
 
     QCOMPARE(outcome, failure(noEntry.arg(QStringLiteral("Permission denied")), account()));
     QCOMPARE(outcomeOf(account()), success(johnWith(1, 2, 3, 4, 5)));
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::keepsErrorNumberOverTranslation_data()
-{
-    QTest::addColumn<QString>("missing");
-    QTest::addColumn<QString>("message");
-
-    QTest::newRow("accounts") << passwdFile << noAccount;
-    QTest::newRow("shadow") << shadowFile << noEntry;
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::keepsErrorNumberOverTranslation()
-{
-    QFETCH(QString, missing);
-    QFETCH(QString, message);
-    useFilesOnly();
-    addToPasswd("john", "x");
-    QVERIFY(QFile::remove(missing));
-
-    const FailingTranslator translator;
-    QCOMPARE(outcomeOf(account()),
-             failure(QStringLiteral("[%1]").arg(message.arg(QStringLiteral("No such file or directory"))), account()));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::asksTheNameServices_data()
@@ -551,6 +477,20 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::asksTheNameServices()
 
     errno = 0;
     QCOMPARE(outcomeOf(account()), failure(message.arg(noError), account()));
+}
+
+void LocalUserPolicyPasswordExpirationReadTaskTest::asksForEntryOfTheNameThatWasGiven()
+{
+    // a service that answers for "alias" with the account of "john"
+    QVERIFY(QFile::copy(QStringLiteral(ALIAS_SERVICE), QStringLiteral(LIBRARIES "/libnss_alias.so.2")));
+    writeContent(nameServices, "passwd: alias files\nshadow: files\n");
+    addToPasswd("john", "x");
+    addToShadow("john", "::1::::");
+    QCOMPARE(outcomeOf(named(key("alias"))), failure(noEntry.arg(noError), named(key("alias"))));
+
+    addToShadow("alias", "::2::::");
+    QCOMPARE(outcomeOf(named(key("alias"))),
+             success({{key("name"), key("alias")}, {key("maxInterval"), qlonglong(2)}}));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::translatesFailures_data()
@@ -576,33 +516,11 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::translatesFailures()
     QFETCH(QByteArray, source);
     addToPasswd("john", password);
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
-    task.values()->insert(key("name"), name);
+    *task.values() = named(name);
 
     const RecordingTranslator translator;
-    task.run();
-
-    QCOMPARE(task.result().message(), QLatin1Char('[') + message + QLatin1Char(']'));
+    QCOMPARE(outcomeOfRun(&task), failure(QLatin1Char('[') + message + QLatin1Char(']'), named(name)));
     QCOMPARE(translator.texts(), QList<TranslatedText>({{taskContext, source}}));
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::keepsDescription_data()
-{
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("known") << QStringLiteral("john");
-    QTest::newRow("unknown") << QStringLiteral("jack");
-}
-
-void LocalUserPolicyPasswordExpirationReadTaskTest::keepsDescription()
-{
-    QFETCH(QString, name);
-    addToPasswd("john", "x");
-    addToShadow("john", "20000:1:2:3:4:5:");
-    LocalUserPolicyPasswordExpirationReadTask task(nullptr);
-    task.values()->insert(key("name"), name);
-    task.run();
-
-    QCOMPARE(task.result().description(), QStringLiteral("Read user password expiration policy"));
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::changesNoFile()
