@@ -24,22 +24,31 @@ namespace
 {
 /// Read tasks take no arguments, and make their map themselves.
 using Factory = std::unique_ptr<ElementTask> (*)(void *context, QVariantMap *arguments);
-
-template<typename Task>
-std::unique_ptr<ElementTask> newReadTask(void *context, QVariantMap *)
-{
-    static_assert(std::is_base_of_v<ReadPropertyHeavyTask, Task>);
-    return std::make_unique<Task>(context);
-}
-
-template<typename Task>
-std::unique_ptr<ElementTask> newUpdateTask(void *context, QVariantMap *arguments)
-{
-    static_assert(std::is_base_of_v<UpdateTask, Task>);
-    return std::make_unique<Task>(context, arguments);
-}
 }
 Q_DECLARE_METATYPE(Factory)
+
+namespace
+{
+template<typename Task>
+void addReadTask(const char *name, const char *description)
+{
+    static_assert(std::is_base_of_v<ReadPropertyHeavyTask, Task>);
+    const Factory newTask = [](void *context, QVariantMap *) -> std::unique_ptr<ElementTask> {
+        return std::make_unique<Task>(context);
+    };
+    QTest::newRow(name) << newTask << false << QByteArray(description);
+}
+
+template<typename Task>
+void addUpdateTask(const char *name, const char *description)
+{
+    static_assert(std::is_base_of_v<UpdateTask, Task>);
+    const Factory newTask = [](void *context, QVariantMap *arguments) -> std::unique_ptr<ElementTask> {
+        return std::make_unique<Task>(context, arguments);
+    };
+    QTest::newRow(name) << newTask << true << QByteArray(description);
+}
+}
 
 class PolicyTasksTest : public QObject
 {
@@ -72,41 +81,21 @@ void PolicyTasksTest::addTasks()
     QTest::addColumn<bool>("updates");
     QTest::addColumn<QByteArray>("description");
 
-    const auto row = [](const char *context, Factory newTask, bool updates, const char *description) {
-        QTest::newRow(context) << newTask << updates << QByteArray(description);
-    };
-    row("LocalPolicyLockoutReadTask",
-        newReadTask<LocalPolicyLockoutReadTask>,
-        false,
-        "Read default lockout account policy");
-    row("LocalPolicyLockoutUpdateTask",
-        newUpdateTask<LocalPolicyLockoutUpdateTask>,
-        true,
-        "Update default lockout account policy");
-    row("LocalPolicyPasswordComplexityReadTask",
-        newReadTask<LocalPolicyPasswordComplexityReadTask>,
-        false,
-        "Read default password complexity policy");
-    row("LocalPolicyPasswordComplexityUpdateTask",
-        newUpdateTask<LocalPolicyPasswordComplexityUpdateTask>,
-        true,
-        "Update default password complexity policy");
-    row("LocalPolicyPasswordExpirationReadTask",
-        newReadTask<LocalPolicyPasswordExpirationReadTask>,
-        false,
-        "Read default password expiration policy");
-    row("LocalPolicyPasswordExpirationUpdateTask",
-        newUpdateTask<LocalPolicyPasswordExpirationUpdateTask>,
-        true,
-        "Update default password expiration policy");
-    row("LocalUserPolicyPasswordExpirationReadTask",
-        newReadTask<LocalUserPolicyPasswordExpirationReadTask>,
-        false,
-        "Read user password expiration policy");
-    row("LocalUserPolicyPasswordExpirationUpdateTask",
-        newUpdateTask<LocalUserPolicyPasswordExpirationUpdateTask>,
-        true,
-        "Update user password expiration policy");
+    addReadTask<LocalPolicyLockoutReadTask>("LocalPolicyLockoutReadTask", "Read default lockout account policy");
+    addUpdateTask<LocalPolicyLockoutUpdateTask>("LocalPolicyLockoutUpdateTask",
+                                                "Update default lockout account policy");
+    addReadTask<LocalPolicyPasswordComplexityReadTask>("LocalPolicyPasswordComplexityReadTask",
+                                                       "Read default password complexity policy");
+    addUpdateTask<LocalPolicyPasswordComplexityUpdateTask>("LocalPolicyPasswordComplexityUpdateTask",
+                                                           "Update default password complexity policy");
+    addReadTask<LocalPolicyPasswordExpirationReadTask>("LocalPolicyPasswordExpirationReadTask",
+                                                       "Read default password expiration policy");
+    addUpdateTask<LocalPolicyPasswordExpirationUpdateTask>("LocalPolicyPasswordExpirationUpdateTask",
+                                                           "Update default password expiration policy");
+    addReadTask<LocalUserPolicyPasswordExpirationReadTask>("LocalUserPolicyPasswordExpirationReadTask",
+                                                           "Read user password expiration policy");
+    addUpdateTask<LocalUserPolicyPasswordExpirationUpdateTask>("LocalUserPolicyPasswordExpirationUpdateTask",
+                                                               "Update user password expiration policy");
 }
 
 void PolicyTasksTest::startsUntouched_data()

@@ -5,7 +5,6 @@
 
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/lockout/LockoutPolicy.h"
-#include "tests/policies/pam/SamplePolicy.h"
 
 #include <QTest>
 
@@ -13,6 +12,29 @@ Q_DECLARE_METATYPE(PamPolicy)
 
 namespace
 {
+/// A policy of names that no real one has, so that nothing but the table can bring them in.
+PamPolicy samplePolicy()
+{
+    using Kind = PamOption::Kind;
+    return {
+        QStringLiteral("/etc/pam.d/sample"),
+        {
+            {QStringLiteral("first"), QStringLiteral("pam_sample"), "no module in %1"},
+            {QStringLiteral("second"), QStringLiteral("pam_example"), "none in %1"},
+        },
+        QStringLiteral(R"(\s*.*)"),
+        QStringLiteral(R"(-?\d+)"),
+        {
+            {QStringLiteral("quiet"), Kind::Flag, 2},
+            {QStringLiteral("loud"), Kind::Flag, 1},
+            {QStringLiteral("speed"), Kind::Number, 5},
+            {QStringLiteral("angle"), Kind::Number, 3},
+            {QStringLiteral("top_speed"), Kind::Number, 4},
+        },
+        QStringLiteral("speed"),
+    };
+}
+
 PamPolicy withOneModule()
 {
     PamPolicy policy = samplePolicy();

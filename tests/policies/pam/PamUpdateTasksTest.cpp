@@ -215,65 +215,51 @@ void PamUpdateTasksTest::rebuildsLineOfProfile_data()
     QTest::addColumn<QByteArray>("line");
     QTest::addColumn<QByteArray>("expected");
 
-    const auto row = [](const char *name, const QVariantMap &arguments, const char *line, const char *expected) {
-        QTest::newRow(name) << arguments << QByteArray(line) << QByteArray(expected);
+    const auto row =
+        [](const char *name, const QVariantMap &arguments, const QByteArray &line, const QByteArray &expected) {
+            QTest::newRow(name) << arguments << line << expected;
+        };
+    const auto options = [&row](const char *name, const char *before, const char *after) {
+        row(name, five, QByteArray("{module} ") + before, QByteArray("{module}") + after + " {number}=5");
     };
-    const QVariantMap none;
+    const QVariantMap negative{{number, -1}, {number2, -2147483647 - 1}};
+    const QVariantMap unknown{{QStringLiteral("onerr"), QStringLiteral("succeed")},
+                              {QStringLiteral("{NUMBER}"), 7},
+                              {QStringLiteral("even_{number}_account"), true},
+                              {QString(), 1}};
 
     row("some options",
         {{number, 5}, {number2, 900}, {flag, true}},
         "auth required {module} {number}=3 onerr=fail {number2}=10",
         "auth required {module} onerr=fail {flag} {number}=5 {number2}=900");
-    row("options that are not asked for go",
-        five,
-        "auth required {module} {flag} {number}=10 onerr=fail {number2}=-2",
-        "auth required {module} onerr=fail {number}=5");
+    options("options that are not asked for go", "{flag} {number}=10 onerr=fail {number2}=-2", " onerr=fail");
     row("flags that are false", {{flag, false}, {flag2, false}}, "{module} {flag} {flag2}", "{module}");
     row("zero is written", {{number, 0}}, "{module} {number}=3", "{module} {number}=0");
-    row("negative numbers",
-        {{number, -1}, {number2, -2147483647 - 1}},
-        "{module}",
-        "{module} {number}=-1 {number2}=-2147483648");
-    row("unknown arguments",
-        {{QStringLiteral("onerr"), QStringLiteral("succeed")},
-         {QStringLiteral("{NUMBER}"), 7},
-         {QStringLiteral("even_{number}_account"), true},
-         {QString(), 1}},
-        "{module} onerr=fail",
-        "{module} onerr=fail");
-    row("names without value", none, "{module} {number} {number2}=", "{module}");
-    row("names with a text", none, "{module} {number}=x {number2}=-", "{module}");
-    row("names with two equals signs", none, "{module} {number}==7", "{module}");
-    row("flags with values", none, "{module} {flag}=1 {flag2}= {flag}=x", "{module}");
-    row("number without equals sign stays", five, "{module} {number}3", "{module} {number}3 {number}=5");
-    row("names inside longer ones stay",
-        five,
-        "{module} even_{number}_account x{number}=4 {number}_limit=3 {flag}s",
-        "{module} even_{number}_account x{number}=4 {number}_limit=3 {flag}s {number}=5");
-    row("two names in one option stay",
-        none,
-        "{module} {flag},{flag2} {number},a=3",
-        "{module} {flag},{flag2} {number},a=3");
-    row("name as a value stays", none, "{module} x={number}", "{module} x={number}");
-    row("values without name stay", five, "{module} =5 = == ===", "{module} =5 = == === {number}=5");
-    row("equals sign before a name", none, "{module} ={number} =={number2}=3", "{module}");
-    row("names in capitals stay", none, "{module} {NUMBER}=3 {FLAG}", "{module} {NUMBER}=3 {FLAG}");
-    row("same option again", none, "{module} a a", "{module} a a");
-    row("indentation goes, blanks before the module stay",
+    row("negative numbers", negative, "{module}", "{module} {number}=-1 {number2}=-2147483648");
+    row("unknown arguments", unknown, "{module} onerr=fail", "{module} onerr=fail");
+    options("names without value", "{number} {number2}=", "");
+    options("names with a text", "{number}=x {number2}=-", "");
+    options("names with two equals signs", "{number}==7", "");
+    options("flags with values", "{flag}=1 {flag2}= {flag}=x", "");
+    options("number without equals sign stays", "{number}3", " {number}3");
+    options("longer names stay", "even_{number}_a x{number}=4 {flag}s", " even_{number}_a x{number}=4 {flag}s");
+    options("two names in one option stay", "{flag},{flag2} {number},a=3", " {flag},{flag2} {number},a=3");
+    options("name as a value stays", "x={number}", " x={number}");
+    options("values without name stay", "=5 = == ===", " =5 = == ===");
+    options("equals sign before a name", "={number} =={number2}=3", "");
+    options("names in capitals stay", "{NUMBER}=3 {FLAG}", " {NUMBER}=3 {FLAG}");
+    options("same option again", "a a", " a a");
+    options("other white space", "a\rb\fc\vd", " a b c d");
+    row("indentation goes, other blanks before the module stay",
         five,
         "\t  required \t\t{module}\ta  b\t",
         "required \t\t{module} a b {number}=5");
     row("control field in brackets",
-        none,
-        "[success=end default=ignore]\t{module} a",
-        "[success=end default=ignore]\t{module} a");
+        {},
+        "[success=end default=ignore]\t{module}",
+        "[success=end default=ignore]\t{module}");
     row("carriage return goes", five, "required {module} {number}=3\r", "required {module} {number}=5");
-    row("other white space", none, "{module} a\rb\fc\vd", "{module} a b c d");
-    row("white space beyond ASCII",
-        five,
-        "{module}\xc2\xa0{number}=3\xe2\x80\x83"
-        "a",
-        "{module} a {number}=5");
+    row("white space beyond ASCII", five, "{module}\u00a0{number}=3\u2003a", "{module} a {number}=5");
     row("comment stays behind one tab",
         five,
         "{module} {number}=3   # {number}=4  {flag}  ",
@@ -282,19 +268,14 @@ void PamUpdateTasksTest::rebuildsLineOfProfile_data()
     row("comment with carriage return", five, "{module} # a # b\r", "{module} {number}=5\t# a # b");
     row("comment of invalid text", five, "{module} # \xff\xc3", "{module} {number}=5\t# \xff\xc3");
     row("empty comment", five, "{module} #", "{module} {number}=5\t#");
-    row("invalid text is replaced", five, "\xff {module} a\xff", "\xef\xbf\xbd {module} a\xef\xbf\xbd {number}=5");
-    row("text beyond ASCII",
-        five,
-        "{module} na\xc3\xafve=\xf0\x9f\x94\x91",
-        "{module} na\xc3\xafve=\xf0\x9f\x94\x91 {number}=5");
+    row("invalid text is replaced", five, "\xff {module} a\xff", "\ufffd {module} a\ufffd {number}=5");
+    options("text beyond ASCII", "na\u00efve=\U0001f511", " na\u00efve=\U0001f511");
     row("options before the module stay",
         five,
         "{number}=3 {flag} {module} {number}=4",
         "{number}=3 {flag} {module} {number}=5");
-    row("module twice: everything up to the last stays",
-        five,
-        "{module} {number}=1 {module} {number}=2 a",
-        "{module} {number}=1 {module} a {number}=5");
+    options(
+        "module twice: everything up to the last stays", "{number}=1 {module} {number}=2 a", " {number}=1 {module} a");
     row("text that touches the module goes", five, "{module}.old {number}=3 a", "{module} {number}=5");
     row("text that touches the module, then the module",
         five,
