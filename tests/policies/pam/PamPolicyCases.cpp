@@ -3,10 +3,12 @@
 
 #include "tests/policies/pam/PamPolicyCases.h"
 
+#include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "policies/lockout/LockoutPolicy.h"
 #include "tests/policies/pam/PamSystem.h"
 
 namespace
@@ -35,6 +37,12 @@ PamPolicyCase complexity(const char *module, const char *profile)
             QStringLiteral("common-password"),
             words("gecoscheck enforce_for_root reject_username"),
             words("minlen lcredit ucredit dcredit ocredit"),
+            &complexityPolicy(),
+            {QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
+             QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"),
+             QStringLiteral(
+                 R"((reject_username|gecoscheck|enforce_for_root|minlen|lcredit|ucredit|dcredit|ocredit)=?(-?\d+)?)"),
+             QStringLiteral(R"((pam_cracklib|pam_pwquality)\.so)")},
             "LocalPolicyPasswordComplexityUpdateTask",
             newTask<LocalPolicyPasswordComplexityReadTask>,
             newTaskWith<LocalPolicyPasswordComplexityUpdateTask>};
@@ -49,6 +57,11 @@ const QVector<PamPolicyCase> &pamPolicyCases()
          QStringLiteral("common-auth"),
          words("per_user magic_root no_reset"),
          words("deny lock_time unlock_time"),
+         &lockoutPolicy(),
+         {QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))"),
+          QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))"),
+          QStringLiteral(R"((per_user|magic_root|no_reset|deny|lock_time|unlock_time)=?(\d+)?)"),
+          QStringLiteral(R"(pam_tally\.so)")},
          "LocalPolicyLockoutUpdateTask",
          newTask<LocalPolicyLockoutReadTask>,
          newTaskWith<LocalPolicyLockoutUpdateTask>},

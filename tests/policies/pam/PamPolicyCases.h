@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "policies/pam/PamPolicy.h"
 #include "tasks/ElementTask.h"
 
 #include <QStringList>
@@ -26,6 +27,9 @@ struct PamPolicyCase {
     /// In the order in which they are written.
     QStringList flags;
     QStringList numbers;
+    /// The patterns of its table: for reading, for rewriting, of an option, of a module.
+    const PamPolicy *table;
+    QStringList patterns;
     const char *updateContext;
     std::unique_ptr<ElementTask> (*newReadTask)();
     std::unique_ptr<ElementTask> (*newUpdateTask)(const QVariantMap &arguments);

@@ -5,6 +5,7 @@
 
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/lockout/LockoutPolicy.h"
+#include "tests/policies/pam/PamPolicyCases.h"
 
 #include <QTest>
 
@@ -61,38 +62,30 @@ private Q_SLOTS:
 void PamPolicyTest::givesPatterns_data()
 {
     QTest::addColumn<PamPolicy>("policy");
-    QTest::addColumn<QString>("reading");
-    QTest::addColumn<QString>("rewriting");
-    QTest::addColumn<QString>("option");
-    QTest::addColumn<QString>("module");
+    QTest::addColumn<QStringList>("patterns");
 
-    QTest::newRow("lockout") << lockoutPolicy() << QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))")
-                             << QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))")
-                             << QStringLiteral(R"((per_user|magic_root|no_reset|deny|lock_time|unlock_time)=?(\d+)?)")
-                             << QStringLiteral(R"(pam_tally\.so)");
-    QTest::newRow("complexity")
-        << complexityPolicy() << QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))")
-        << QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))")
-        << QStringLiteral(
-               R"((reject_username|gecoscheck|enforce_for_root|minlen|lcredit|ucredit|dcredit|ocredit)=?(-?\d+)?)")
-        << QStringLiteral(R"((pam_cracklib|pam_pwquality)\.so)");
-    QTest::newRow("sample") << samplePolicy() << QStringLiteral(R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))")
-                            << QStringLiteral(R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))")
-                            << QStringLiteral(R"((loud|quiet|angle|top_speed|speed)=?(-?\d+)?)")
-                            << QStringLiteral(R"((pam_sample|pam_example)\.so)");
-    QTest::newRow("one module") << withOneModule() << QStringLiteral(R"((?:.*pam_sample\.so)((?:\s+\S+)*))")
-                                << QStringLiteral(R"((.*pam_sample\.so)((?:\s+\S+)*))")
-                                << QStringLiteral(R"((loud|quiet|speed)=?(\d+)?)")
-                                << QStringLiteral(R"(pam_sample\.so)");
+    for (const PamPolicyCase &policy : pamPolicyCases()) {
+        QTest::newRow(policy.base.constData()) << *policy.table << policy.patterns;
+    }
+    QTest::newRow("sample") << samplePolicy()
+                            << QStringList{QStringLiteral(R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))"),
+                                           QStringLiteral(R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))"),
+                                           QStringLiteral(R"((loud|quiet|angle|top_speed|speed)=?(-?\d+)?)"),
+                                           QStringLiteral(R"((pam_sample|pam_example)\.so)")};
+    QTest::newRow("one module") << withOneModule()
+                                << QStringList{QStringLiteral(R"((?:.*pam_sample\.so)((?:\s+\S+)*))"),
+                                               QStringLiteral(R"((.*pam_sample\.so)((?:\s+\S+)*))"),
+                                               QStringLiteral(R"((loud|quiet|speed)=?(\d+)?)"),
+                                               QStringLiteral(R"(pam_sample\.so)")};
 }
 
 void PamPolicyTest::givesPatterns()
 {
     QFETCH(PamPolicy, policy);
-    QTEST(policy.readingPattern(), "reading");
-    QTEST(policy.rewritingPattern(), "rewriting");
-    QTEST(policy.optionPattern(), "option");
-    QTEST(policy.modulePattern(), "module");
+    QFETCH(QStringList, patterns);
+    QCOMPARE(QStringList(
+                 {policy.readingPattern(), policy.rewritingPattern(), policy.optionPattern(), policy.modulePattern()}),
+             patterns);
 }
 
 void PamPolicyTest::compilesModulePatternOnce()
