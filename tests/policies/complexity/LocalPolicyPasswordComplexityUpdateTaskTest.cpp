@@ -19,8 +19,8 @@ const QString pwquality = QStringLiteral("/usr/share/pam-configs/pwquality");
 const QString commonPassword = QStringLiteral("/etc/pam.d/common-password");
 const QVariantMap twelve{{minlen, 12}};
 
-const QByteArray oldCracklib("Password:\n\trequisite pam_cracklib.so retry=3 minlen=8 difok=3\n");
-const QByteArray newCracklib("Password:\nrequisite pam_cracklib.so retry=3 difok=3 minlen=12\n");
+const QByteArray oldCracklib("Password:\n\trequisite pam_cracklib.so retry=3 minlen=8 use_authtok\n");
+const QByteArray newCracklib("Password:\nrequisite pam_cracklib.so retry=3 use_authtok minlen=12\n");
 const QByteArray oldPwquality("Password:\n\trequisite pam_pwquality.so retry=3 minlen=8\n");
 const QByteArray newPwquality("Password:\nrequisite pam_pwquality.so retry=3 minlen=12\n");
 const QByteArray

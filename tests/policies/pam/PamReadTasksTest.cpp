@@ -112,7 +112,7 @@ void PamReadTasksTest::readsOptions_data()
     line("leftmost name counts", "{number}=4,{flag}", is(4));
     line("leftmost flag counts", "{flag},{number}=4", flagged);
     line("names in capitals", "{NUMBER}=4 {FLAG}", none);
-    line("options of others", "onerr=fail retry=3 difok=3 file=/var/log/faillog use_authtok minclass=2", none);
+    line("options of others", "onerr=fail retry=3 file=/var/log/faillog use_authtok unknown=3", none);
     row("options before the module", "{number}=3 {flag} {module}\n", none);
     row("tabs and runs of blanks", "\tstack\t\t{module} \t {number}=3\t\t{flag}  \n", {{number, 3}, {flag, true}});
     row("white space beyond ASCII", "{module}\xc2\xa0{number}=3\xe2\x80\x83{flag}", {{number, 3}, {flag, true}});
