@@ -8,6 +8,7 @@
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
+#include "tests/support/Texts.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -18,23 +19,25 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace
 {
 const QString shell = QStringLiteral("sh");
+const QString folder = QStringLiteral("/var/lib/commands");
+const QString source = QStringLiteral("source");
+const QString copy = QStringLiteral("copy");
 
 QStringList script(const char *text)
 {
     return {QStringLiteral("-c"), QString::fromUtf8(text)};
 }
 
-QString errorOf(const QString &program, const QStringList &arguments, const QString &earlier = QString())
+/// The message, behind an earlier one.
+QString errorOf(const QString &program, const QStringList &arguments)
 {
-    QString error = earlier;
-    if (runProcess(program, arguments, &error)) {
-        return QStringLiteral("it succeeded");
-    }
-    return error;
+    QString error = QStringLiteral("x");
+    return runProcess(program, arguments, &error) ? QStringLiteral("it succeeded") : error;
 }
 
 /// Who opens the file, be it to execute it, waits for its lease to be given back: here until the kernel takes it away,
@@ -61,13 +64,12 @@ class CommandRunnerTest : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void init();
 
     void succeedsWithExitCodeZeroAlone_data();
     void succeedsWithExitCodeZeroAlone();
     void tellsWhatFailed_data();
     void tellsWhatFailed();
-    void addsMessageBehindEarlierOnes();
-    void translatesMessagesAsQObject_data();
     void translatesMessagesAsQObject();
     void copiesContentModeAndOwner();
     void copiesIntoExistingFile();
@@ -82,6 +84,12 @@ void CommandRunnerTest::initTestCase()
     QVERIFY2(inSandbox(), outsideSandbox);
 }
 
+void CommandRunnerTest::init()
+{
+    QDir(folder).removeRecursively();
+    QVERIFY(QDir().mkpath(folder) && QDir::setCurrent(folder));
+}
+
 void CommandRunnerTest::succeedsWithExitCodeZeroAlone_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -92,14 +100,13 @@ void CommandRunnerTest::succeedsWithExitCodeZeroAlone_data()
     QTest::newRow("writes much to standard error") << script("head -c 3000000 /dev/zero >&2");
     QTest::newRow("gets no input") << script("test -z \"$(timeout 1 cat)\"");
     QTest::newRow("inherits the environment") << script("test \"$INHERITED\" = 'a b'");
-    QTest::newRow("inherits the working directory") << script("test \"$(pwd)\" = /usr/share");
+    QTest::newRow("inherits the working directory") << script("test \"$(pwd)\" = /var/lib/commands");
 }
 
 void CommandRunnerTest::succeedsWithExitCodeZeroAlone()
 {
     QFETCH(QStringList, arguments);
     const ScopedVariable inherited("INHERITED", "a b");
-    QVERIFY(QDir::setCurrent(QStringLiteral("/usr/share")));
     QString error = QStringLiteral("x");
 
     QVERIFY(runProcess(shell, arguments, &error));
@@ -113,113 +120,86 @@ void CommandRunnerTest::tellsWhatFailed_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
 
-    QTest::newRow("no output") << shell << script("exit 3")
-                               << QStringLiteral("Process: \"sh -c exit 3\". Exit code: 3.\n\"\"");
-    QTest::newRow("trimmed output")
-        << shell << script("printf ' \\n a\\n b \\n\\n' >&2; exit 255")
-        << QStringLiteral("Process: \"sh -c printf ' \\n a\\n b \\n\\n' >&2; exit 255\". Exit code: 255.\n\"a\n b\"");
-    QTest::newRow("standard output does not count")
-        << shell << script("echo a; exit 1")
-        << QStringLiteral("Process: \"sh -c echo a; exit 1\". Exit code: 1.\n\"\"");
-    QTest::newRow("text beyond ASCII") << shell << script("echo größer >&2; exit 1")
-                                       << QStringLiteral(
-                                              "Process: \"sh -c echo größer >&2; exit 1\". Exit code: 1.\n\"größer\"");
-    QTest::newRow("NUL byte") << shell << script("printf 'a\\0b' >&2; exit 1")
-                              << QStringLiteral("Process: \"sh -c printf 'a\\0b' >&2; exit 1\". Exit code: 1.\n\"a")
-            + QChar(QChar::Null) + QStringLiteral("b\"");
-    QTest::newRow("placeholders stay")
-        << shell << script("echo %1%2%3%4 >&2; exit 4 # %1 %3")
-        << QStringLiteral("Process: \"sh -c echo %1%2%3%4 >&2; exit 4 # %1 %3\". Exit code: 4.\n\"%1%2%3%4\"");
-    QTest::newRow("no arguments") << QStringLiteral("false") << QStringList()
-                                  << QStringLiteral("Process: \"false \". Exit code: 1.\n\"\"");
-    QTest::newRow("an empty argument") << QStringLiteral("false") << QStringList{QString(), QStringLiteral("b")}
-                                       << QStringLiteral("Process: \"false  b\". Exit code: 1.\n\"\"");
-    QTest::newRow("killed")
-        << shell << script("echo a >&2; kill -9 $$")
-        << QStringLiteral("Process: \"sh -c echo a >&2; kill -9 $$\". Error: Process crashed.\n\"Not finished\"");
-    QTest::newRow("crashed") << shell << script("kill -SEGV $$")
-                             << QStringLiteral(
-                                    "Process: \"sh -c kill -SEGV $$\". Error: Process crashed.\n\"Not finished\"");
-    QTest::newRow("missing")
-        << QStringLiteral("/no/such/program") << QStringList{QStringLiteral("a"), QStringLiteral("b")}
-        << QStringLiteral(
-               "Process: \"/no/such/program a b\". Error: execvp: No such file or directory.\n\"Not started\"");
-    QTest::newRow("missing in the search path")
-        << QStringLiteral("no-such-program") << QStringList()
-        << QStringLiteral("Process: \"no-such-program \". Error: execvp: No such file or directory.\n\"Not started\"");
-    QTest::newRow("not executable")
-        << QStringLiteral("/etc/passwd") << QStringList()
-        << QStringLiteral("Process: \"/etc/passwd \". Error: execvp: Permission denied.\n\"Not started\"");
+    const auto row = [](const char *name, const char *program, const QStringList &arguments, const QString &message) {
+        QTest::newRow(name) << program << arguments << QLatin1String("x\nProcess: ") + message;
+    };
+    const auto inShell = [&row](const char *name, const char *text, const char *reason) {
+        row(name,
+            "sh",
+            script(text),
+            QStringLiteral("\"sh -c %1\". ").arg(QString::fromUtf8(text)) + QString::fromUtf8(reason));
+    };
+    // clang-format off
+    inShell("no output", "exit 3", "Exit code: 3.\n\"\"");
+    inShell("trimmed output", "printf ' \\n a\\n b \\n\\n' >&2; exit 255", "Exit code: 255.\n\"a\n b\"");
+    inShell("standard output does not count", "echo a; exit 1", "Exit code: 1.\n\"\"");
+    inShell("text beyond ASCII", "echo größer >&2; exit 1", "Exit code: 1.\n\"größer\"");
+    inShell("placeholders stay", "echo %1%2%3%4 >&2; exit 4 # %1 %3", "Exit code: 4.\n\"%1%2%3%4\"");
+    inShell("killed", "echo a >&2; kill -9 $$", "Error: Process crashed.\n\"Not finished\"");
+    inShell("crashed", "kill -SEGV $$", "Error: Process crashed.\n\"Not finished\"");
+    row("NUL byte", "sh", script("printf 'a\\0b' >&2; exit 1"),
+        QStringLiteral("\"sh -c printf 'a\\0b' >&2; exit 1\". Exit code: 1.\n\"a%1b\"").arg(QChar(QChar::Null)));
+    row("no arguments", "false", {}, QStringLiteral("\"false \". Exit code: 1.\n\"\""));
+    row("an empty argument", "false", texts({"", "b"}), QStringLiteral("\"false  b\". Exit code: 1.\n\"\""));
+    row("missing", "/no/such/program", texts({"a", "b"}),
+        QStringLiteral("\"/no/such/program a b\". Error: execvp: No such file or directory.\n\"Not started\""));
+    row("missing in the search path", "no-such-program", {},
+        QStringLiteral("\"no-such-program \". Error: execvp: No such file or directory.\n\"Not started\""));
+    row("not executable", "/etc/passwd", {},
+        QStringLiteral("\"/etc/passwd \". Error: execvp: Permission denied.\n\"Not started\""));
+    // clang-format on
 }
 
 void CommandRunnerTest::tellsWhatFailed()
 {
     QFETCH(QString, program);
     QFETCH(QStringList, arguments);
-    QFETCH(QString, message);
-
-    QCOMPARE(errorOf(program, arguments), message);
-}
-
-void CommandRunnerTest::addsMessageBehindEarlierOnes()
-{
-    QCOMPARE(errorOf(QStringLiteral("false"), {}, QStringLiteral("x")),
-             QStringLiteral("x\nProcess: \"false \". Exit code: 1.\n\"\""));
-}
-
-void CommandRunnerTest::translatesMessagesAsQObject_data()
-{
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("source");
-
-    QTest::newRow("not started") << QStringLiteral("/no/such/program") << QStringList()
-                                 << QByteArray("Process: \"%1 %2\". Error: %3.\n\"Not started\"");
-    QTest::newRow("not finished") << shell << script("kill -9 $$")
-                                  << QByteArray("Process: \"%1 %2\". Error: %3.\n\"Not finished\"");
-    QTest::newRow("exit code") << shell << script("exit 1") << QByteArray("Process: \"%1 %2\". Exit code: %3.\n\"%4\"");
+    QTEST(errorOf(program, arguments), "message");
 }
 
 void CommandRunnerTest::translatesMessagesAsQObject()
 {
-    QFETCH(QString, program);
-    QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, source);
     const RecordingTranslator translator;
 
-    const QString error = errorOf(program, arguments);
+    QCOMPARE(errorOf(QStringLiteral("/no/such/program"), {}),
+             QStringLiteral(
+                 "x\n[Process: \"/no/such/program \". Error: execvp: No such file or directory.\n\"Not started\"]"));
+    QCOMPARE(errorOf(shell, script("kill -9 $$")),
+             QStringLiteral("x\n[Process: \"sh -c kill -9 $$\". Error: [Process crashed].\n\"Not finished\"]"));
+    QCOMPARE(errorOf(QStringLiteral("false"), {}), QStringLiteral("x\n[Process: \"false \". Exit code: 1.\n\"\"]"));
 
-    QCOMPARE(translator.contextsOf(source), QList<QByteArray>{"QObject"});
-    QVERIFY2(error.startsWith(QLatin1String("[Process: ")) && error.endsWith(QLatin1String("\"]")), qPrintable(error));
+    for (const char *text : {"Process: \"%1 %2\". Error: %3.\n\"Not started\"",
+                             "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
+                             "Process: \"%1 %2\". Exit code: %3.\n\"%4\""}) {
+        QCOMPARE(translator.contextsOf(text), QList<QByteArray>{"QObject"});
+    }
 }
 
 void CommandRunnerTest::copiesContentModeAndOwner()
 {
-    writeProgram(QStringLiteral("/var/lib/source"), "content");
-    QCOMPARE(
-        runAs(0, QStringLiteral("chown"), {QStringLiteral("1234:4321"), QStringLiteral("/var/lib/source")}).exitCode,
-        0);
+    writeProgram(source, "content");
+    QCOMPARE(::chown(qPrintable(source), 1234, 4321), 0);
     QString error;
 
-    QVERIFY(copyFile(QStringLiteral("/var/lib/source"), QStringLiteral("/var/lib/copy"), &error));
+    QVERIFY(copyFile(source, copy, &error));
 
-    const QFileInfo copy(QStringLiteral("/var/lib/copy"));
-    QCOMPARE(contentOf(copy.filePath()), QByteArray("content"));
-    QCOMPARE(copy.ownerId(), 1234U);
-    QCOMPARE(copy.groupId(), 4321U);
-    QCOMPARE(copy.permissions() & QFile::Permissions(0x7077), QFile::Permissions(0x7055));
+    const QFileInfo copied(copy);
+    QCOMPARE(contentOf(copy), QByteArray("content"));
+    QCOMPARE(copied.ownerId(), 1234U);
+    QCOMPARE(copied.groupId(), 4321U);
+    QCOMPARE(copied.permissions() & QFile::Permissions(0x7077), QFile::Permissions(0x7055));
     QCOMPARE(error, QString());
 }
 
 void CommandRunnerTest::copiesIntoExistingFile()
 {
-    writeContent(QStringLiteral("/var/lib/source"), "new");
-    writeContent(QStringLiteral("/var/lib/copy"), "former and longer");
-    QFile open(QStringLiteral("/var/lib/copy"));
+    writeContent(source, "new");
+    writeContent(copy, "former and longer");
+    QFile open(copy);
     QVERIFY(open.open(QIODevice::ReadOnly));
     QString error;
 
-    QVERIFY(copyFile(QStringLiteral("/var/lib/source"), QStringLiteral("/var/lib/copy"), &error));
+    QVERIFY(copyFile(source, copy, &error));
 
     // the same file as before, seen by who had it open
     QCOMPARE(open.readAll(), QByteArray("new"));
@@ -228,16 +208,16 @@ void CommandRunnerTest::copiesIntoExistingFile()
 void CommandRunnerTest::replacesFileThatCannotBeOpened()
 {
     // a running program can't be written to
-    writeContent(QStringLiteral("/var/lib/source"), "new");
-    QVERIFY(QFile::copy(QStringLiteral("/usr/bin/sleep"), QStringLiteral("/var/lib/busy")));
+    writeContent(source, "new");
+    QVERIFY(QFile::copy(QStringLiteral("/usr/bin/sleep"), copy));
     QProcess busy;
-    busy.start(QStringLiteral("/var/lib/busy"), {QStringLiteral("60")});
+    busy.start(QLatin1String("./") + copy, {QStringLiteral("60")});
     QVERIFY(busy.waitForStarted());
     QString error;
 
-    QVERIFY2(copyFile(QStringLiteral("/var/lib/source"), QStringLiteral("/var/lib/busy"), &error), qPrintable(error));
+    QVERIFY2(copyFile(source, copy, &error), qPrintable(error));
 
-    QCOMPARE(contentOf(QStringLiteral("/var/lib/busy")), QByteArray("new"));
+    QCOMPARE(contentOf(copy), QByteArray("new"));
     busy.kill();
     busy.waitForFinished();
 }
@@ -259,27 +239,25 @@ void CommandRunnerTest::endsProgramThatHangs()
     QElapsedTimer timer;
     timer.start();
 
-    const QString error = errorOf(QStringLiteral("sleep"), {QStringLiteral("86399.75")});
+    QCOMPARE(errorOf(QStringLiteral("sleep"), {QStringLiteral("86399.75")}),
+             QStringLiteral("x\nProcess: \"sleep 86399.75\". Error: Process operation timed out.\n\"Not finished\""));
 
-    QCOMPARE(error,
-             QStringLiteral("Process: \"sleep 86399.75\". Error: Process operation timed out.\n\"Not finished\""));
     QVERIFY2(timer.elapsed() >= 30000 && timer.elapsed() < 45000, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(runAs(0, QStringLiteral("pgrep"), {QStringLiteral("-f"), QStringLiteral("86399.75")}).standardOutput,
-             QByteArray());
+    QCOMPARE(runAs(root, QStringLiteral("pgrep"), texts({"-f", "86399.75"})).standardOutput, QByteArray());
 }
 
 void CommandRunnerTest::givesUpProgramThatDoesNotStart()
 {
+    // where a lease can be had
     const QString program = QStringLiteral("/run/tmp/leased");
     writeProgram(program, "#!/bin/sh\n");
     const WriteLease lease(program);
     QElapsedTimer timer;
     timer.start();
 
-    const QString error = errorOf(program, {});
+    QCOMPARE(errorOf(program, {}),
+             QStringLiteral("x\nProcess: \"/run/tmp/leased \". Error: Process operation timed out.\n\"Not started\""));
 
-    QCOMPARE(error,
-             QStringLiteral("Process: \"/run/tmp/leased \". Error: Process operation timed out.\n\"Not started\""));
     QVERIFY2(timer.elapsed() >= 30000 && timer.elapsed() < 40000, qPrintable(QString::number(timer.elapsed())));
 }
 

@@ -10,22 +10,47 @@
 
 Q_DECLARE_METATYPE(CommandOutcome::End)
 
+Q_DECLARE_METATYPE(CommandOutcome)
+
+// the names that the linker gives to the operations asked for their limits, and to those put before them
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" bool __real__ZN8QProcess14waitForStartedEi(QProcess *process, int limit);
+extern "C" bool __real__ZN8QProcess15waitForFinishedEi(QProcess *process, int limit);
+extern "C" bool __wrap__ZN8QProcess14waitForStartedEi(QProcess *process, int limit);
+extern "C" bool __wrap__ZN8QProcess15waitForFinishedEi(QProcess *process, int limit);
+// NOLINTEND(bugprone-reserved-identifier)
+
 namespace
 {
-constexpr CommandFailureTexts texts = {"Context", "start %1 %2 %3", "finish %1 %2 %3", "exit %1 %2 %3 %4"};
+constexpr CommandFailureTexts failureTexts = {"Context", "start %1 %2 %3", "finish %1 %2 %3", "exit %1 %2 %3 %4"};
+
+/// The waits since the last look, and their limits in milliseconds.
+QStringList waits;
 
 Command shell(const char *script)
 {
     return {QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromLatin1(script)}};
 }
 
-CommandOutcome outcomeWith(CommandOutcome::End end, int exitCode)
+CommandOutcome outcome(CommandOutcome::End end,
+                       int exitCode,
+                       QProcess::ProcessError error = QProcess::UnknownError,
+                       const QString &standardError = QString())
 {
-    CommandOutcome outcome;
-    outcome.end = end;
-    outcome.exitCode = exitCode;
-    return outcome;
+    return {end, exitCode, error, QString(), standardError};
 }
+}
+
+bool __wrap__ZN8QProcess14waitForStartedEi(QProcess *process, int limit)
+{
+    waits += QStringLiteral("start %1").arg(limit);
+    return __real__ZN8QProcess14waitForStartedEi(process, limit);
+}
+
+bool __wrap__ZN8QProcess15waitForFinishedEi(QProcess *process, int limit)
+{
+    waits += QStringLiteral("finish %1").arg(limit);
+    return __real__ZN8QProcess15waitForFinishedEi(process, limit);
 }
 
 class CommandTest : public QObject
@@ -35,6 +60,7 @@ class CommandTest : public QObject
 private Q_SLOTS:
     void tellsHowItEnded_data();
     void tellsHowItEnded();
+    void waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd();
     void readsErrorsInTheEncodingOfTheLocale();
     void succeedsByExitCodeZeroAlone_data();
     void succeedsByExitCodeZeroAlone();
@@ -46,43 +72,40 @@ void CommandTest::tellsHowItEnded_data()
 {
     QTest::addColumn<QString>("program");
     QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<CommandOutcome::End>("end");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<int>("error");
-    QTest::addColumn<QString>("standardError");
+    QTest::addColumn<CommandOutcome>("expected");
 
-    const auto row = [](const char *name,
-                        const Command &command,
-                        CommandOutcome::End end,
-                        int exitCode,
-                        QProcess::ProcessError error,
-                        const QString &text) {
-        QTest::newRow(name) << command.program << command.arguments << end << exitCode << static_cast<int>(error)
-                            << text;
+    const auto row = [](const char *name, const Command &command, const CommandOutcome &expected) {
+        QTest::newRow(name) << command.program << command.arguments << expected;
     };
     using End = CommandOutcome::End;
-    row("success", shell("echo a >&2"), End::Exited, 0, QProcess::UnknownError, QStringLiteral("a\n"));
-    row("failure", shell("echo b >&2; exit 9"), End::Exited, 9, QProcess::UnknownError, QStringLiteral("b\n"));
-    row("signal", shell("echo c >&2; kill -9 $$"), End::NotFinished, 0, QProcess::Crashed, QString());
-    row("missing", {QStringLiteral("/no/such/program"), {}}, End::NotStarted, 0, QProcess::FailedToStart, QString());
+    const Command missing{QStringLiteral("/no/such/program"), {}};
+    row("success", shell("echo a >&2"), outcome(End::Exited, 0, QProcess::UnknownError, QStringLiteral("a\n")));
+    row("failure", shell("echo b >&2; exit 9"), outcome(End::Exited, 9, QProcess::UnknownError, QStringLiteral("b\n")));
+    row("signal", shell("echo c >&2; kill -9 $$"), outcome(End::NotFinished, 0, QProcess::Crashed));
+    row("missing", missing, outcome(End::NotStarted, 0, QProcess::FailedToStart));
 }
 
 void CommandTest::tellsHowItEnded()
 {
     QFETCH(QString, program);
     QFETCH(QStringList, arguments);
-    QFETCH(CommandOutcome::End, end);
-    QFETCH(int, exitCode);
-    QFETCH(int, error);
-    QFETCH(QString, standardError);
+    QFETCH(CommandOutcome, expected);
 
-    const CommandOutcome outcome = runCommand({program, arguments});
+    const CommandOutcome actual = runCommand({program, arguments});
 
-    QCOMPARE(outcome.end, end);
-    QCOMPARE(outcome.exitCode, exitCode);
-    QCOMPARE(static_cast<int>(outcome.error), error);
-    QCOMPARE(outcome.standardError, standardError);
-    QCOMPARE(outcome.succeeded(), end == CommandOutcome::End::Exited && exitCode == 0);
+    QCOMPARE(int(actual.end), int(expected.end));
+    QCOMPARE(actual.exitCode, expected.exitCode);
+    QCOMPARE(actual.error, expected.error);
+    QCOMPARE(actual.standardError, expected.standardError);
+}
+
+void CommandTest::waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd()
+{
+    waits.clear();
+
+    runCommand(shell("exit 0"));
+
+    QCOMPARE(waits, QStringList({QStringLiteral("start 30000"), QStringLiteral("finish 30000")}));
 }
 
 void CommandTest::readsErrorsInTheEncodingOfTheLocale()
@@ -94,51 +117,45 @@ void CommandTest::readsErrorsInTheEncodingOfTheLocale()
 
 void CommandTest::succeedsByExitCodeZeroAlone_data()
 {
-    QTest::addColumn<CommandOutcome::End>("end");
-    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<CommandOutcome>("outcome");
     QTest::addColumn<bool>("succeeded");
 
-    QTest::newRow("exit code 0") << CommandOutcome::End::Exited << 0 << true;
-    QTest::newRow("exit code 1") << CommandOutcome::End::Exited << 1 << false;
-    QTest::newRow("not finished") << CommandOutcome::End::NotFinished << 0 << false;
-    QTest::newRow("not started") << CommandOutcome::End::NotStarted << 0 << false;
+    using End = CommandOutcome::End;
+    QTest::newRow("exit code 0") << outcome(End::Exited, 0) << true;
+    QTest::newRow("exit code 1") << outcome(End::Exited, 1) << false;
+    QTest::newRow("not finished") << outcome(End::NotFinished, 0) << false;
+    QTest::newRow("not started") << outcome(End::NotStarted, 0) << false;
 }
 
 void CommandTest::succeedsByExitCodeZeroAlone()
 {
-    QFETCH(CommandOutcome::End, end);
-    QFETCH(int, exitCode);
-    QFETCH(bool, succeeded);
-
-    QCOMPARE(outcomeWith(end, exitCode).succeeded(), succeeded);
+    QFETCH(CommandOutcome, outcome);
+    QTEST(outcome.succeeded(), "succeeded");
 }
 
 void CommandTest::putsFailureIntoTheCallersWords_data()
 {
-    QTest::addColumn<CommandOutcome::End>("end");
+    QTest::addColumn<CommandOutcome>("outcome");
     QTest::addColumn<QByteArray>("source");
     QTest::addColumn<QString>("message");
 
-    QTest::newRow("not started") << CommandOutcome::End::NotStarted << QByteArray(texts.notStarted)
-                                 << QStringLiteral("[start %4 a %1 %2]");
-    QTest::newRow("not finished") << CommandOutcome::End::NotFinished << QByteArray(texts.notFinished)
-                                  << QStringLiteral("[finish %4 a %1 %2]");
-    QTest::newRow("exit code") << CommandOutcome::End::Exited << QByteArray(texts.exitCode)
-                               << QStringLiteral("[exit %4 a %1 7 %3]");
+    using End = CommandOutcome::End;
+    const auto row = [](const char *name, End end, const char *source, const char *message) {
+        QTest::newRow(name) << outcome(end, 7) << QByteArray(source) << message;
+    };
+    row("not started", End::NotStarted, failureTexts.notStarted, "[start %4 a %1 %2]");
+    row("not finished", End::NotFinished, failureTexts.notFinished, "[finish %4 a %1 %2]");
+    row("exit code", End::Exited, failureTexts.exitCode, "[exit %4 a %1 7 %3]");
 }
 
 void CommandTest::putsFailureIntoTheCallersWords()
 {
-    QFETCH(CommandOutcome::End, end);
+    QFETCH(CommandOutcome, outcome);
     QFETCH(QByteArray, source);
-    QFETCH(QString, message);
     const Command command{QStringLiteral("%4"), {QStringLiteral("a"), QStringLiteral("%1")}};
     const RecordingTranslator translator;
 
-    const QString said =
-        commandFailureMessage(texts, command, outcomeWith(end, 7), QStringLiteral("%2"), QStringLiteral("%3"));
-
-    QCOMPARE(said, message);
+    QTEST(commandFailureMessage(failureTexts, command, outcome, QStringLiteral("%2"), QStringLiteral("%3")), "message");
     QCOMPARE(translator.texts(), QList<TranslatedText>({{"Context", source}}));
 }
 
