@@ -62,8 +62,6 @@ private Q_SLOTS:
     void tellsHowItEnded();
     void waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd();
     void readsErrorsInTheEncodingOfTheLocale();
-    void succeedsByExitCodeZeroAlone_data();
-    void succeedsByExitCodeZeroAlone();
     void putsFailureIntoTheCallersWords_data();
     void putsFailureIntoTheCallersWords();
 };
@@ -97,6 +95,7 @@ void CommandTest::tellsHowItEnded()
     QCOMPARE(actual.exitCode, expected.exitCode);
     QCOMPARE(actual.error, expected.error);
     QCOMPARE(actual.standardError, expected.standardError);
+    QCOMPARE(actual.succeeded(), actual.end == CommandOutcome::End::Exited && actual.exitCode == 0);
 }
 
 void CommandTest::waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd()
@@ -113,24 +112,6 @@ void CommandTest::readsErrorsInTheEncodingOfTheLocale()
     const ScopedLatin1 locale;
 
     QCOMPARE(runCommand(shell("printf '\\374' >&2")).standardError, QString(QChar(0xfc)));
-}
-
-void CommandTest::succeedsByExitCodeZeroAlone_data()
-{
-    QTest::addColumn<CommandOutcome>("outcome");
-    QTest::addColumn<bool>("succeeded");
-
-    using End = CommandOutcome::End;
-    QTest::newRow("exit code 0") << outcome(End::Exited, 0) << true;
-    QTest::newRow("exit code 1") << outcome(End::Exited, 1) << false;
-    QTest::newRow("not finished") << outcome(End::NotFinished, 0) << false;
-    QTest::newRow("not started") << outcome(End::NotStarted, 0) << false;
-}
-
-void CommandTest::succeedsByExitCodeZeroAlone()
-{
-    QFETCH(CommandOutcome, outcome);
-    QTEST(outcome.succeeded(), "succeeded");
 }
 
 void CommandTest::putsFailureIntoTheCallersWords_data()

@@ -16,8 +16,6 @@ class ErrorTextTest : public QObject
 private Q_SLOTS:
     void putsMessagesOnLinesOfTheirOwn_data();
     void putsMessagesOnLinesOfTheirOwn();
-    void namesTheMissingFile_data();
-    void namesTheMissingFile();
     void saysWhatFailed_data();
     void saysWhatFailed();
     void translatesAsQObject();
@@ -49,26 +47,6 @@ void ErrorTextTest::putsMessagesOnLinesOfTheirOwn()
     QString text = before;
     appendMessage(&text, message);
     QTEST(text, "after");
-}
-
-void ErrorTextTest::namesTheMissingFile_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("message");
-
-    // clang-format off
-    QTest::newRow("absolute") << "/etc/login.defs" << "\"/etc/login.defs\" not exists";
-    QTest::newRow("as passed in") << "../a//b" << "\"../a//b\" not exists";
-    QTest::newRow("no path") << "" << "\"\" not exists";
-    QTest::newRow("placeholders") << "/%1/%2" << "\"/%1/%2\" not exists";
-    QTest::newRow("unicode") << "/\u00fc" << "\"/\u00fc\" not exists";
-    // clang-format on
-}
-
-void ErrorTextTest::namesTheMissingFile()
-{
-    QFETCH(QString, path);
-    QTEST(missingFileMessage(QFile(path)), "message");
 }
 
 void ErrorTextTest::saysWhatFailed_data()

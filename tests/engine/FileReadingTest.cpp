@@ -122,6 +122,8 @@ void FileReadingTest::handsOverMatchingLines_data()
     row("commented out", "#KEY 10\n", {});
     row("comment behind", "KEY 10 # note\n", {"10"});
     row("comment at once", "KEY 10#20\n", {"10"});
+    row("first mark counts", "KEY 10 # a # b\n", {"10"});
+    row("cut character before the comment", "KEY a\xc3#b\n", {"a\ufffd"});
     row("value commented out", "KEY #10\n", {""});
     row("only blanks", "   \n\t\n \r\n", {});
     row("only a line end", "\n", {});
@@ -232,6 +234,8 @@ void FileReadingTest::searchesFromTheStart()
 {
     // a search goes on neither from the last match nor in the line before
     QCOMPARE(valuesIn("aaaaaaaa KEY 1\nKEY 2\nb KEY 3\n", "^.*(KEY) (\\d)$"), (Values{"1", "2", "3"}));
+    // and for nothing in what is empty, or in a comment and its mark
+    QCOMPARE(valuesIn("\n # KEY 1\nKEY 2 # a\n", "(x*)|(.*#)"), Values{""});
 }
 
 void FileReadingTest::reportsWhatItCannotRead_data()
@@ -243,6 +247,7 @@ void FileReadingTest::reportsWhatItCannotRead_data()
     QTest::newRow("missing") << "/nowhere/settings" << "\"/nowhere/settings\" not exists";
     QTest::newRow("as passed in") << "nowhere/../a//b" << "\"nowhere/../a//b\" not exists";
     QTest::newRow("placeholders") << "/nowhere/%1%2" << "\"/nowhere/%1%2\" not exists";
+    QTest::newRow("unicode") << "/\u00fc" << "\"/\u00fc\" not exists";
     QTest::newRow("no path") << "" << "\"\" not exists";
     QTest::newRow("dangling link") << "dangling" << "\"dangling\" not exists";
     QTest::newRow("folder") << "%1%3" << "\"%1%3\" error 5\nfile to open is a directory";

@@ -203,11 +203,13 @@ void FileRewritingTest::rewritesLines_data()
     // clang-format off
     row("comment behind one tab", "DAYS\t5   # max\n", "DAYS 90\t# max\n");
     row("no comment", "DAYS\t5\n", "DAYS 90\n");
-    row("blanks around the comment", "DAYS 5 #  a  b \t \r\n", "DAYS 90\t#  a  b\n");
+    row("blanks around the comment", "DAYS 5 #  a  b \t \v\f\r\n", "DAYS 90\t#  a  b\n");
     row("second mark in the comment", "DAYS 5 # a # b\n", "DAYS 90\t# a # b\n");
     row("comment of a mark alone", "DAYS 5 #\n", "DAYS 90\t#\n");
     row("comment that is no text", "DAYS 5 # \xff\xc3\n", "DAYS 90\t# \xff\xc3\n");
     row("comment with a NUL byte", {"DAYS 5 # a\0b\n", 13}, {"DAYS 90\t# a\0b\n", 14});
+    row("comment in UTF-8", "DAYS 5 # \u00fc\u20ac\n", "DAYS 90\t# \u00fc\u20ac\n");
+    row("comment behind what is no text", "DAYS 5\xc3# a\n", "DAYS 90\t# a\n");
     row("comment behind a NUL byte", {"DAYS 5\0 # a\n", 12}, "DAYS 90\t# a\n");
     row("comment ending in a no-break space", "DAYS 5 # a\xc2\xa0\n", "DAYS 90\t# a\xc2\xa0\n");
     row("line end of Windows", "DAYS 5\r\n", "DAYS 90\n");
