@@ -12,6 +12,7 @@
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Texts.h"
 #include "tests/support/WatchedMap.h"
 
 #include <QTest>
@@ -19,289 +20,131 @@
 #include <functional>
 #include <type_traits>
 
+namespace
+{
+/// What a task's values are after its construction.
+enum class Map { None, OfItsOwn, Given };
+
+/// Makes a task; where it takes no map, the given one is freed.
+using Make = std::function<std::unique_ptr<ElementTask>(void *context, QVariantMap *given)>;
+
+template<typename Task>
+std::unique_ptr<ElementTask> make(void *context, QVariantMap *given)
+{
+    constexpr bool takesMap = std::is_constructible_v<Task, void *, QVariantMap *>;
+    static_assert(takesMap != std::is_constructible_v<Task, void *>);
+    if constexpr (takesMap) {
+        return std::make_unique<Task>(context, given);
+    } else {
+        delete given;
+        return std::make_unique<Task>(context);
+    }
+}
+
+/// A row for a task that is made of its base and nothing else. A policy's has a title, in the context of its name.
+template<typename Task, typename Base>
+void addTask(const char *name, Map map, const char *title = "")
+{
+    static_assert(std::is_base_of_v<Base, Task> && sizeof(Task) == sizeof(Base) && !std::is_abstract_v<Task>);
+    QTest::newRow(name) << Make(make<Task>) << map << QByteArray(title);
+}
+
+static_assert(std::is_base_of_v<AbstractTask, ElementTask> && std::is_abstract_v<ElementTask>);
+
+/// What no constructor changes, and no cancelling.
+QStringList stateOf(ElementTask *task)
+{
+    return {QStringLiteral("flags %1").arg(task->flags()),
+            QStringLiteral("cancel %1").arg(task->isCancelRequested()),
+            QStringLiteral("state %1").arg(task->result().state()),
+            QLatin1String("message ") + task->result().message(),
+            task->result().description()};
+}
+}
+
+Q_DECLARE_METATYPE(Make)
+Q_DECLARE_METATYPE(Map)
+
 class ElementTaskTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void derivesAsDeclared();
-    void ownsTheGivenMap_data();
-    void ownsTheGivenMap();
-    void startsWithoutMap_data();
-    void startsWithoutMap();
-    void addsNothingToItsBase_data();
-    void addsNothingToItsBase();
-
-    void readsPolicyIntoMapOfItsOwn_data();
-    void readsPolicyIntoMapOfItsOwn();
-    void updatesPolicyFromTheGivenMap_data();
-    void updatesPolicyFromTheGivenMap();
-    void describesPolicyInItsOwnContext_data();
-    void describesPolicyInItsOwnContext();
-    void cancelsNoPolicy_data();
-    void cancelsNoPolicy();
+    void startsAndCancelsAsItsKindDoes_data();
+    void startsAndCancelsAsItsKindDoes();
 };
 
-namespace
+void ElementTaskTest::startsAndCancelsAsItsKindDoes_data()
 {
-using MakeWithMap = std::function<std::unique_ptr<ElementTask>(void *, QVariantMap *)>;
-using MakeWithoutMap = std::function<std::unique_ptr<ElementTask>(void *)>;
+    QTest::addColumn<Make>("make");
+    QTest::addColumn<Map>("map");
+    QTest::addColumn<QByteArray>("title");
 
-template<typename Task>
-MakeWithMap withMap()
-{
-    return [](void *context, QVariantMap *values) {
-        return std::make_unique<Task>(context, values);
-    };
+    addTask<CreateTask, ElementTask>("CreateTask", Map::Given);
+    addTask<ReadContentTask, ElementTask>("ReadContentTask", Map::None);
+    addTask<ReadPropertyHeavyTask, ElementTask>("ReadPropertyHeavyTask", Map::None);
+    addTask<UpdateTask, ElementTask>("UpdateTask", Map::Given);
+    addTask<DeleteTask, ElementTask>("DeleteTask", Map::None);
+    // clang-format off
+    addTask<LocalPolicyLockoutReadTask, ReadPropertyHeavyTask>(
+        "LocalPolicyLockoutReadTask", Map::OfItsOwn, "Read default lockout account policy");
+    addTask<LocalPolicyLockoutUpdateTask, UpdateTask>(
+        "LocalPolicyLockoutUpdateTask", Map::Given, "Update default lockout account policy");
+    addTask<LocalPolicyPasswordComplexityReadTask, ReadPropertyHeavyTask>(
+        "LocalPolicyPasswordComplexityReadTask", Map::OfItsOwn, "Read default password complexity policy");
+    addTask<LocalPolicyPasswordComplexityUpdateTask, UpdateTask>(
+        "LocalPolicyPasswordComplexityUpdateTask", Map::Given, "Update default password complexity policy");
+    addTask<LocalPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>(
+        "LocalPolicyPasswordExpirationReadTask", Map::OfItsOwn, "Read default password expiration policy");
+    addTask<LocalPolicyPasswordExpirationUpdateTask, UpdateTask>(
+        "LocalPolicyPasswordExpirationUpdateTask", Map::Given, "Update default password expiration policy");
+    addTask<LocalUserPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>(
+        "LocalUserPolicyPasswordExpirationReadTask", Map::OfItsOwn, "Read user password expiration policy");
+    addTask<LocalUserPolicyPasswordExpirationUpdateTask, UpdateTask>(
+        "LocalUserPolicyPasswordExpirationUpdateTask", Map::Given, "Update user password expiration policy");
+    // clang-format on
 }
 
-template<typename Task>
-MakeWithoutMap withoutMap()
+void ElementTaskTest::startsAndCancelsAsItsKindDoes()
 {
-    return [](void *context) {
-        return std::make_unique<Task>(context);
-    };
-}
-
-/// Whether a task is made of its base and nothing else.
-template<typename Task, typename Base>
-bool addsNothingTo()
-{
-    return std::is_base_of<Base, Task>::value && sizeof(Task) == sizeof(Base) && !std::is_abstract<Task>::value;
-}
-
-/// What no constructor of a policy's task changes.
-QStringList freshState(ElementTask *task)
-{
-    return {QStringLiteral("flags %1").arg(task->flags()),
-            QStringLiteral("cancel %1").arg(task->isCancelRequested()),
-            QStringLiteral("state %1").arg(task->result().state()),
-            QLatin1String("message ") + task->result().message()};
-}
-
-const QStringList untouched{
-    QStringLiteral("flags 0"), QStringLiteral("cancel 0"), QStringLiteral("state 0"), QStringLiteral("message ")};
-}
-
-Q_DECLARE_METATYPE(MakeWithMap)
-Q_DECLARE_METATYPE(MakeWithoutMap)
-
-void ElementTaskTest::derivesAsDeclared()
-{
-    QVERIFY((std::is_base_of<AbstractTask, ElementTask>::value));
-    QVERIFY(std::is_abstract<ElementTask>::value);
-    QVERIFY((std::is_base_of<ElementTask, CreateTask>::value));
-    QVERIFY((std::is_base_of<ElementTask, ReadContentTask>::value));
-    QVERIFY((std::is_base_of<ElementTask, ReadPropertyHeavyTask>::value));
-    QVERIFY((std::is_base_of<ElementTask, UpdateTask>::value));
-    QVERIFY((std::is_base_of<ElementTask, DeleteTask>::value));
-}
-
-void ElementTaskTest::ownsTheGivenMap_data()
-{
-    QTest::addColumn<MakeWithMap>("make");
-
-    QTest::newRow("create") << withMap<CreateTask>();
-    QTest::newRow("update") << withMap<UpdateTask>();
-}
-
-void ElementTaskTest::ownsTheGivenMap()
-{
-    QFETCH(MakeWithMap, make);
+    QFETCH(Make, make);
+    QFETCH(Map, map);
+    QFETCH(QByteArray, title);
+    const bool isPolicy = !title.isEmpty();
+    const QString description = isPolicy ? QStringLiteral("[%1]").arg(QLatin1String(title)) : QString();
+    const TranslatedText text(QTest::currentDataTag(), title);
     int context = 0;
     std::weak_ptr<int> life;
-    QVariantMap *map = newWatchedMap(&life);
+    QVariantMap *given = newWatchedMap(&life);
     {
-        const std::unique_ptr<ElementTask> task = make(&context, map);
-        task->run();
+        const RecordingTranslator translator;
+        const std::unique_ptr<ElementTask> task = make(&context, given);
+        QCOMPARE(translator.texts(), isPolicy ? QList<TranslatedText>{text} : QList<TranslatedText>());
+        const QStringList untouched = stateOf(task.get());
+        QCOMPARE(untouched, texts({"flags 0", "cancel 0", "state 0", "message "}) << description);
+
         task->cancel();
+        if (!isPolicy) {
+            task->run();
+        }
+
+        QVERIFY(!task->requestCancel());
+        QCOMPARE(stateOf(task.get()), untouched);
         QCOMPARE(task->context(), static_cast<void *>(&context));
-        QCOMPARE(task->values(), map);
-        QCOMPARE(task->result().state(), 0);
-        QCOMPARE(task->isCancelRequested(), false);
-        QVERIFY(!life.expired());
+        QCOMPARE(life.expired(), map != Map::Given);
+        const std::unique_ptr<ElementTask> other = make(nullptr, nullptr);
+        QCOMPARE(other->context(), nullptr);
+        if (map == Map::None) {
+            QCOMPARE(task->values(), nullptr);
+        } else if (map == Map::Given) {
+            QCOMPARE(task->values(), given);
+            QCOMPARE(given->keys(), texts({"watched"}));
+        } else {
+            QVERIFY(task->values() != other->values());
+            QCOMPARE(*task->values(), QVariantMap());
+        }
     }
     QVERIFY(life.expired());
-}
-
-void ElementTaskTest::startsWithoutMap_data()
-{
-    QTest::addColumn<MakeWithoutMap>("make");
-
-    QTest::newRow("read content") << withoutMap<ReadContentTask>();
-    QTest::newRow("read heavy properties") << withoutMap<ReadPropertyHeavyTask>();
-    QTest::newRow("delete") << withoutMap<DeleteTask>();
-}
-
-void ElementTaskTest::startsWithoutMap()
-{
-    QFETCH(MakeWithoutMap, make);
-    int context = 0;
-
-    const std::unique_ptr<ElementTask> task = make(&context);
-    task->run();
-    task->cancel();
-
-    QCOMPARE(task->context(), static_cast<void *>(&context));
-    QCOMPARE(task->values(), nullptr);
-    QCOMPARE(task->result().state(), 0);
-    QCOMPARE(task->isCancelRequested(), false);
-    QCOMPARE(make(nullptr)->context(), nullptr);
-}
-
-void ElementTaskTest::addsNothingToItsBase_data()
-{
-    QTest::addColumn<bool>("addsNothing");
-
-    QTest::newRow("create") << addsNothingTo<CreateTask, ElementTask>();
-    QTest::newRow("read content") << addsNothingTo<ReadContentTask, ElementTask>();
-    QTest::newRow("read heavy properties") << addsNothingTo<ReadPropertyHeavyTask, ElementTask>();
-    QTest::newRow("update") << addsNothingTo<UpdateTask, ElementTask>();
-    QTest::newRow("delete") << addsNothingTo<DeleteTask, ElementTask>();
-    QTest::newRow("read lockout") << addsNothingTo<LocalPolicyLockoutReadTask, ReadPropertyHeavyTask>();
-    QTest::newRow("update lockout") << addsNothingTo<LocalPolicyLockoutUpdateTask, UpdateTask>();
-    QTest::newRow("read complexity") << addsNothingTo<LocalPolicyPasswordComplexityReadTask, ReadPropertyHeavyTask>();
-    QTest::newRow("update complexity") << addsNothingTo<LocalPolicyPasswordComplexityUpdateTask, UpdateTask>();
-    QTest::newRow("read expiration") << addsNothingTo<LocalPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>();
-    QTest::newRow("update expiration") << addsNothingTo<LocalPolicyPasswordExpirationUpdateTask, UpdateTask>();
-    QTest::newRow("read account's expiration")
-        << addsNothingTo<LocalUserPolicyPasswordExpirationReadTask, ReadPropertyHeavyTask>();
-    QTest::newRow("update account's expiration")
-        << addsNothingTo<LocalUserPolicyPasswordExpirationUpdateTask, UpdateTask>();
-}
-
-void ElementTaskTest::addsNothingToItsBase()
-{
-    QFETCH(bool, addsNothing);
-    QVERIFY(addsNothing);
-}
-
-void ElementTaskTest::readsPolicyIntoMapOfItsOwn_data()
-{
-    QTest::addColumn<MakeWithoutMap>("make");
-
-    QTest::newRow("lockout") << withoutMap<LocalPolicyLockoutReadTask>();
-    QTest::newRow("complexity") << withoutMap<LocalPolicyPasswordComplexityReadTask>();
-    QTest::newRow("expiration") << withoutMap<LocalPolicyPasswordExpirationReadTask>();
-    QTest::newRow("account's expiration") << withoutMap<LocalUserPolicyPasswordExpirationReadTask>();
-}
-
-void ElementTaskTest::readsPolicyIntoMapOfItsOwn()
-{
-    QFETCH(MakeWithoutMap, make);
-    int context = 0;
-
-    const std::unique_ptr<ElementTask> task = make(&context);
-    const std::unique_ptr<ElementTask> other = make(nullptr);
-
-    QVERIFY(task->values());
-    QCOMPARE(*task->values(), QVariantMap());
-    QVERIFY(task->values() != other->values());
-    QCOMPARE(freshState(task.get()), untouched);
-    QCOMPARE(task->context(), static_cast<void *>(&context));
-    QCOMPARE(other->context(), nullptr);
-}
-
-void ElementTaskTest::updatesPolicyFromTheGivenMap_data()
-{
-    QTest::addColumn<MakeWithMap>("make");
-
-    QTest::newRow("lockout") << withMap<LocalPolicyLockoutUpdateTask>();
-    QTest::newRow("complexity") << withMap<LocalPolicyPasswordComplexityUpdateTask>();
-    QTest::newRow("expiration") << withMap<LocalPolicyPasswordExpirationUpdateTask>();
-    QTest::newRow("account's expiration") << withMap<LocalUserPolicyPasswordExpirationUpdateTask>();
-}
-
-void ElementTaskTest::updatesPolicyFromTheGivenMap()
-{
-    QFETCH(MakeWithMap, make);
-    int context = 0;
-    std::weak_ptr<int> life;
-    QVariantMap *map = newWatchedMap(&life);
-    {
-        const std::unique_ptr<ElementTask> task = make(&context, map);
-        QCOMPARE(task->values(), map);
-        QCOMPARE(map->keys(), QStringList{QStringLiteral("watched")});
-        QCOMPARE(freshState(task.get()), untouched);
-        QCOMPARE(task->context(), static_cast<void *>(&context));
-        QVERIFY(!life.expired());
-    }
-    QVERIFY(life.expired());
-}
-
-namespace
-{
-template<typename Task>
-MakeWithoutMap emptyUpdate()
-{
-    return [](void *context) {
-        return std::make_unique<Task>(context, new QVariantMap);
-    };
-}
-
-void addPolicyTasks()
-{
-    QTest::addColumn<MakeWithoutMap>("make");
-    QTest::addColumn<QByteArray>("description");
-
-    // each row has its task's name, which is the context too
-    QTest::newRow("LocalPolicyLockoutReadTask")
-        << withoutMap<LocalPolicyLockoutReadTask>() << QByteArray("Read default lockout account policy");
-    QTest::newRow("LocalPolicyLockoutUpdateTask")
-        << emptyUpdate<LocalPolicyLockoutUpdateTask>() << QByteArray("Update default lockout account policy");
-    QTest::newRow("LocalPolicyPasswordComplexityReadTask")
-        << withoutMap<LocalPolicyPasswordComplexityReadTask>() << QByteArray("Read default password complexity policy");
-    QTest::newRow("LocalPolicyPasswordComplexityUpdateTask") << emptyUpdate<LocalPolicyPasswordComplexityUpdateTask>()
-                                                             << QByteArray("Update default password complexity policy");
-    QTest::newRow("LocalPolicyPasswordExpirationReadTask")
-        << withoutMap<LocalPolicyPasswordExpirationReadTask>() << QByteArray("Read default password expiration policy");
-    QTest::newRow("LocalPolicyPasswordExpirationUpdateTask") << emptyUpdate<LocalPolicyPasswordExpirationUpdateTask>()
-                                                             << QByteArray("Update default password expiration policy");
-    QTest::newRow("LocalUserPolicyPasswordExpirationReadTask")
-        << withoutMap<LocalUserPolicyPasswordExpirationReadTask>()
-        << QByteArray("Read user password expiration policy");
-    QTest::newRow("LocalUserPolicyPasswordExpirationUpdateTask")
-        << emptyUpdate<LocalUserPolicyPasswordExpirationUpdateTask>()
-        << QByteArray("Update user password expiration policy");
-}
-}
-
-void ElementTaskTest::describesPolicyInItsOwnContext_data()
-{
-    addPolicyTasks();
-}
-
-void ElementTaskTest::describesPolicyInItsOwnContext()
-{
-    QFETCH(MakeWithoutMap, make);
-    QFETCH(QByteArray, description);
-    const QString text = QString::fromLatin1(description);
-    QCOMPARE(make(nullptr)->result().description(), text);
-
-    const RecordingTranslator translator;
-    const std::unique_ptr<ElementTask> task = make(nullptr);
-
-    QCOMPARE(task->result().description(), QLatin1Char('[') + text + QLatin1Char(']'));
-    QCOMPARE(translator.texts(), QList<TranslatedText>{TranslatedText(QTest::currentDataTag(), description)});
-}
-
-void ElementTaskTest::cancelsNoPolicy_data()
-{
-    addPolicyTasks();
-}
-
-void ElementTaskTest::cancelsNoPolicy()
-{
-    QFETCH(MakeWithoutMap, make);
-    QFETCH(QByteArray, description);
-    const std::unique_ptr<ElementTask> task = make(nullptr);
-
-    task->cancel();
-
-    QVERIFY(!task->requestCancel());
-    QCOMPARE(freshState(task.get()), untouched);
-    QCOMPARE(task->result().description(), QString::fromLatin1(description));
-    QCOMPARE(*task->values(), QVariantMap());
 }
 
 QTEST_GUILESS_MAIN(ElementTaskTest)

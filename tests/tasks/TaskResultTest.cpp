@@ -3,29 +3,28 @@
 
 #include "tasks/TaskResult.h"
 
+#include "tests/support/Texts.h"
+
 #include <QTest>
 
-class TaskResultTest : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void numbersItsStates();
-    void startsEmptyAndNotStarted();
-    void keepsWhatIsSet();
-    void setsStateAlone_data();
-    void setsStateAlone();
-    void setsTextsAlone();
-    void takesAnyNumberAsState();
-    void becomesEmptyByAssignment();
-    void copiesAllMembers();
-    void survivesAssignmentToItself();
-    void failsWithReason();
-    void succeedsWithAndWithoutNotice();
-};
+#include <functional>
+#include <type_traits>
 
 namespace
 {
+using Change = std::function<void(TaskResult *)>;
+
+// how other code may call it, and through which member pointers
+static_assert(std::is_same_v<decltype(&TaskResult::setState), void (TaskResult::*)(const int &)>);
+static_assert(std::is_same_v<decltype(&TaskResult::state), int (TaskResult::*)() const>);
+static_assert(std::is_same_v<decltype(&TaskResult::setDescription), void (TaskResult::*)(const QString &)>);
+static_assert(std::is_same_v<decltype(&TaskResult::description), QString (TaskResult::*)() const>);
+static_assert(std::is_same_v<decltype(&TaskResult::setMessage), void (TaskResult::*)(const QString &)>);
+static_assert(std::is_same_v<decltype(&TaskResult::message), QString (TaskResult::*)() const>);
+
+static_assert(TaskState::NotStarted == 0 && TaskState::Failed == 1 && TaskState::Succeeded == 2
+              && TaskState::SucceededWithNotice == 3);
+
 TaskResult filled()
 {
     TaskResult result;
@@ -39,75 +38,60 @@ QStringList members(const TaskResult &result)
 {
     return {result.description(), QString::number(result.state()), result.message()};
 }
-
-const QStringList filledMembers{QStringLiteral("title"), QStringLiteral("1"), QStringLiteral("reason")};
 }
 
-void TaskResultTest::numbersItsStates()
+Q_DECLARE_METATYPE(Change)
+
+class TaskResultTest : public QObject
 {
-    QCOMPARE(TaskState::NotStarted, 0);
-    QCOMPARE(TaskState::Failed, 1);
-    QCOMPARE(TaskState::Succeeded, 2);
-    QCOMPARE(TaskState::SucceededWithNotice, 3);
-}
+    Q_OBJECT
 
-void TaskResultTest::startsEmptyAndNotStarted()
+private Q_SLOTS:
+    void changesWhatIsNamedAlone_data();
+    void changesWhatIsNamedAlone();
+    void copiesAllMembers();
+};
+
+void TaskResultTest::changesWhatIsNamedAlone_data()
 {
-    QCOMPARE(members(TaskResult()), QStringList({QString(), QStringLiteral("0"), QString()}));
-}
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<QStringList>("fromFresh");
+    QTest::addColumn<QStringList>("fromFilled");
 
-void TaskResultTest::keepsWhatIsSet()
-{
-    QCOMPARE(members(filled()), filledMembers);
-}
-
-void TaskResultTest::setsStateAlone_data()
-{
-    QTest::addColumn<int>("state");
-
-    QTest::newRow("not started") << 0;
-    QTest::newRow("failed") << 1;
-    QTest::newRow("succeeded") << 2;
-    QTest::newRow("succeeded with a notice") << 3;
-}
-
-void TaskResultTest::setsStateAlone()
-{
-    QFETCH(int, state);
-    TaskResult result = filled();
-    result.setState(state);
-
-    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QString::number(state), QStringLiteral("reason")}));
-}
-
-void TaskResultTest::setsTextsAlone()
-{
-    TaskResult titled;
-    titled.setDescription(QStringLiteral("title"));
-    QCOMPARE(members(titled), QStringList({QStringLiteral("title"), QStringLiteral("0"), QString()}));
-
-    TaskResult speaking;
-    speaking.setMessage(QStringLiteral("reason"));
-    QCOMPARE(members(speaking), QStringList({QString(), QStringLiteral("0"), QStringLiteral("reason")}));
-}
-
-void TaskResultTest::takesAnyNumberAsState()
-{
+    const auto row = [](const char *name, const Change &change, const QStringList &fresh, const QStringList &filled) {
+        QTest::newRow(name) << change << fresh << filled;
+    };
+    // clang-format off
+    row("nothing", [](TaskResult *) {}, texts({"", "0", ""}), texts({"title", "1", "reason"}));
+    row("description", [](TaskResult *result) { result->setDescription(QStringLiteral("a")); },
+        texts({"a", "0", ""}), texts({"a", "1", "reason"}));
+    row("message", [](TaskResult *result) { result->setMessage(QStringLiteral("a")); },
+        texts({"", "0", "a"}), texts({"title", "1", "a"}));
+    row("failure", [](TaskResult *result) { result->fail(QStringLiteral("a")); },
+        texts({"", "1", "a"}), texts({"title", "1", "a"}));
+    row("success", [](TaskResult *result) { result->succeed(QString()); },
+        texts({"", "2", ""}), texts({"title", "2", ""}));
+    row("success with a notice", [](TaskResult *result) { result->succeed(QStringLiteral("a")); },
+        texts({"", "3", "a"}), texts({"title", "3", "a"}));
     // what a state means is up to those who read it
-    TaskResult result;
-    result.setState(-7);
-
-    QCOMPARE(result.state(), -7);
+    for (const char *state : {"0", "1", "2", "3", "-7"}) {
+        row(state, [state](TaskResult *result) { result->setState(QByteArray(state).toInt()); },
+            texts({"", state, ""}), texts({"title", state, "reason"}));
+    }
+    // clang-format on
 }
 
-void TaskResultTest::becomesEmptyByAssignment()
+void TaskResultTest::changesWhatIsNamedAlone()
 {
+    QFETCH(Change, change);
+    TaskResult fresh;
     TaskResult result = filled();
-    QVERIFY(members(result) != members(TaskResult()));
 
-    result = TaskResult();
+    change(&fresh);
+    change(&result);
 
-    QCOMPARE(members(result), QStringList({QString(), QStringLiteral("0"), QString()}));
+    QTEST(members(fresh), "fromFresh");
+    QTEST(members(result), "fromFilled");
 }
 
 void TaskResultTest::copiesAllMembers()
@@ -116,39 +100,18 @@ void TaskResultTest::copiesAllMembers()
     const TaskResult copy(original);
     TaskResult assigned;
     assigned = original;
+    TaskResult emptied = filled();
+    emptied = TaskResult();
+    TaskResult same = filled();
+    const TaskResult &itself = same;
+    same = itself;
 
-    QCOMPARE(members(copy), filledMembers);
-    QCOMPARE(members(assigned), filledMembers);
+    for (const TaskResult &result : {copy, assigned, same}) {
+        QCOMPARE(members(result), members(original));
+    }
+    QCOMPARE(members(emptied), members(TaskResult()));
     assigned.setMessage(QStringLiteral("other"));
-    QCOMPARE(members(original), filledMembers);
-}
-
-void TaskResultTest::survivesAssignmentToItself()
-{
-    TaskResult result = filled();
-    const TaskResult &same = result;
-    result = same;
-
-    QCOMPARE(members(result), filledMembers);
-}
-
-void TaskResultTest::failsWithReason()
-{
-    TaskResult result;
-    result.setDescription(QStringLiteral("title"));
-    result.fail(QStringLiteral("why"));
-
-    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("1"), QStringLiteral("why")}));
-}
-
-void TaskResultTest::succeedsWithAndWithoutNotice()
-{
-    TaskResult result = filled();
-    result.succeed(QStringLiteral("notice"));
-    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("3"), QStringLiteral("notice")}));
-
-    result.succeed(QString());
-    QCOMPARE(members(result), QStringList({QStringLiteral("title"), QStringLiteral("2"), QString()}));
+    QCOMPARE(members(original), members(filled()));
 }
 
 QTEST_GUILESS_MAIN(TaskResultTest)
