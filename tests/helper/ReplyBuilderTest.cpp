@@ -4,6 +4,7 @@
 #include "helper/ReplyBuilder.h"
 
 #include "tasks/AbstractTask.h"
+#include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
 
 #include <QTest>
@@ -12,73 +13,48 @@
 
 namespace
 {
-/// Ends in a state of the test's choice, with an outcome that was not there before its run.
-class FakeTask : public AbstractTask
+using Work = std::function<void(AbstractTask *)>;
+
+/// Runs as the test says, and notes what is asked of it.
+class ScriptedTask : public AbstractTask
 {
 public:
-    FakeTask(const QVariantMap &values, int state) : AbstractTask(new QVariantMap(values)), m_state(state)
+    ScriptedTask(const QVariantMap &values, Work work) : AbstractTask(new QVariantMap(values)), m_work(std::move(work))
     {
+        m_flags = Cancellable;
         result().setDescription(QStringLiteral("title"));
     }
 
     void run() override
     {
-        ++runs;
-        values()->insert(QStringLiteral("read"), 7);
-        result().setMessage(QStringLiteral("text"));
-        result().setState(m_state);
-    }
-
-    void cancel() override
-    {
-    }
-
-    int runs = 0;
-
-private:
-    int m_state;
-};
-
-/// Runs as the test says, and notes whether it is cancelled.
-class ScriptedTask : public AbstractTask
-{
-public:
-    explicit ScriptedTask(const QVariantMap &values, std::function<void(AbstractTask *)> work)
-        : AbstractTask(new QVariantMap(values)), m_work(std::move(work))
-    {
-        m_flags = Cancellable;
-    }
-
-    void run() override
-    {
+        calls += QStringLiteral("run");
         m_work(this);
     }
-
     void cancel() override
     {
-        ++cancels;
+        calls += QStringLiteral("cancel");
     }
 
-    int cancels = 0;
+    QStringList calls;
 
 private:
-    std::function<void(AbstractTask *)> m_work;
+    Work m_work;
 };
 
-QVariantMap replyOf(const QVariantMap &values, std::function<void(AbstractTask *)> work)
+/// Ends in that state, with an outcome that was not there before.
+Work endingIn(int state)
 {
-    ScriptedTask task(values, std::move(work));
+    return [state](AbstractTask *task) {
+        task->values()->insert(QStringLiteral("read"), 7);
+        task->result().setMessage(QStringLiteral("text"));
+        task->result().setState(state);
+    };
+}
+
+QVariantMap replyOf(const QVariantMap &values, const Work &work)
+{
+    ScriptedTask task(values, work);
     return buildReply(&task);
-}
-
-void succeed(AbstractTask *task)
-{
-    task->result().succeed(QString());
-}
-
-void failWithoutTexts(AbstractTask *task)
-{
-    task->result().fail(QString());
 }
 
 QVariantMap callersMap()
@@ -87,6 +63,15 @@ QVariantMap callersMap()
             {QStringLiteral("description"), 1},
             {QStringLiteral("message"), QByteArray("mine")},
             {QStringLiteral("deny"), qlonglong(5)}};
+}
+
+/// A map in which "error" stands twice.
+QVariantMap twoErrors()
+{
+    QMultiMap<QString, QVariant> values;
+    values.insert(QStringLiteral("error"), 1);
+    values.insert(QStringLiteral("error"), 2);
+    return QVariantMap(values);
 }
 }
 
@@ -98,17 +83,10 @@ private Q_SLOTS:
     void answersByStateAlone_data();
     void answersByStateAlone();
     void removesEveryErrorEntryOfSuccess();
-    void addsNothingToEmptySuccess();
-    void leavesTheTaskItsValues();
+    void hasItsOwnErrorFirstInFailure();
     void takesTheMapThatTheRunPutInPlace();
     void takesTheOutcomeOfTheRun();
-    void asksForTheRunOnly_data();
-    void asksForTheRunOnly();
-    void addsEmptyTextsToFailure();
-    void hasItsOwnErrorFirstInFailure();
-    void removesNoOtherKey();
-    void keepsEveryTypeOfValue_data();
-    void keepsEveryTypeOfValue();
+    void keepsEveryOtherKeyAndType();
 };
 
 void ReplyBuilderTest::answersByStateAlone_data()
@@ -116,15 +94,13 @@ void ReplyBuilderTest::answersByStateAlone_data()
     QTest::addColumn<int>("state");
     QTest::addColumn<QStringList>("entries");
 
-    const QStringList success{QStringLiteral("deny: qlonglong 5"),
-                              QStringLiteral("description: int 1"),
-                              QStringLiteral("message: QByteArray mine"),
-                              QStringLiteral("read: int 7")};
-    const QStringList failure{QStringLiteral("deny: qlonglong 5"),
-                              QStringLiteral("description: QString title"),
-                              QStringLiteral("error: bool true"),
-                              QStringLiteral("message: QString text"),
-                              QStringLiteral("read: int 7")};
+    const QStringList success =
+        texts({"deny: qlonglong 5", "description: int 1", "message: QByteArray mine", "read: int 7"});
+    const QStringList failure = texts({"deny: qlonglong 5",
+                                       "description: QString title",
+                                       "error: bool true",
+                                       "message: QString text",
+                                       "read: int 7"});
     QTest::newRow("not started") << 0 << success;
     QTest::newRow("failed") << 1 << failure;
     QTest::newRow("succeeded") << 2 << success;
@@ -137,156 +113,79 @@ void ReplyBuilderTest::answersByStateAlone_data()
 void ReplyBuilderTest::answersByStateAlone()
 {
     QFETCH(int, state);
-    QFETCH(QStringList, entries);
-    FakeTask task(callersMap(), state);
+    ScriptedTask task(callersMap(), endingIn(state));
+    QVariantMap left = callersMap();
+    left.insert(QStringLiteral("read"), 7);
 
-    const QVariantMap reply = buildReply(&task);
+    QTEST(typedEntries(buildReply(&task)), "entries");
 
-    QCOMPARE(typedEntries(reply), entries);
-    QCOMPARE(task.runs, 1);
-}
-
-void ReplyBuilderTest::removesEveryErrorEntryOfSuccess()
-{
-    QVariantMap values;
-    QMultiMap<QString, QVariant> more;
-    more.insert(QStringLiteral("error"), 1);
-    more.insert(QStringLiteral("error"), 2);
-    static_cast<QMap<QString, QVariant> &>(values) = more;
-    QCOMPARE(values.count(QStringLiteral("error")), 2);
-    FakeTask task(values, TaskState::Succeeded);
-
-    QCOMPARE(typedEntries(buildReply(&task)), QStringList{QStringLiteral("read: int 7")});
-}
-
-void ReplyBuilderTest::addsNothingToEmptySuccess()
-{
-    FakeTask task({}, TaskState::SucceededWithNotice);
-
-    QCOMPARE(typedEntries(buildReply(&task)), QStringList{QStringLiteral("read: int 7")});
-}
-
-void ReplyBuilderTest::leavesTheTaskItsValues()
-{
-    FakeTask task(callersMap(), TaskState::Failed);
-    QVariantMap expected = callersMap();
-    expected.insert(QStringLiteral("read"), 7);
-
-    buildReply(&task);
-
-    QCOMPARE(typedEntries(*task.values()), typedEntries(expected));
-}
-
-void ReplyBuilderTest::takesTheMapThatTheRunPutInPlace()
-{
-    // a new one with another content at another address: the old one is gone by then
-    ScriptedTask task({{QStringLiteral("old"), 1}}, [](AbstractTask *self) {
-        auto *map = new QVariantMap{{QStringLiteral("new"), 2}};
-        self->setValues(map);
-        succeed(self);
-    });
-
-    QCOMPARE(typedEntries(buildReply(&task)), QStringList{QStringLiteral("new: int 2")});
-}
-
-void ReplyBuilderTest::takesTheOutcomeOfTheRun()
-{
-    ScriptedTask failing({}, [](AbstractTask *self) {
-        self->result().setDescription(QStringLiteral("later title"));
-        self->result().fail(QStringLiteral("later text"));
-    });
-    failing.result().setDescription(QStringLiteral("title"));
-    ScriptedTask succeeding({}, succeed);
-    succeeding.result().fail(QStringLiteral("text"));
-
-    QCOMPARE(typedEntries(buildReply(&failing)),
-             QStringList({QStringLiteral("description: QString later title"),
-                          QStringLiteral("error: bool true"),
-                          QStringLiteral("message: QString later text")}));
-    QCOMPARE(typedEntries(buildReply(&succeeding)), QStringList());
-}
-
-void ReplyBuilderTest::asksForTheRunOnly_data()
-{
-    QTest::addColumn<int>("state");
-
-    QTest::newRow("not started") << 0;
-    QTest::newRow("failed") << 1;
-    QTest::newRow("succeeded") << 2;
-    QTest::newRow("succeeded with a notice") << 3;
-}
-
-void ReplyBuilderTest::asksForTheRunOnly()
-{
-    QFETCH(int, state);
-    ScriptedTask task({}, [state](AbstractTask *self) {
-        self->result().setDescription(QStringLiteral("title"));
-        self->result().setState(state);
-        self->result().setMessage(QStringLiteral("text"));
-    });
-
-    buildReply(&task);
-
-    QCOMPARE(task.cancels, 0);
+    QCOMPARE(task.calls, texts({"run"}));
     QCOMPARE(task.isCancelRequested(), false);
     QCOMPARE(task.result().description(), QStringLiteral("title"));
     QCOMPARE(task.result().state(), state);
     QCOMPARE(task.result().message(), QStringLiteral("text"));
+    QCOMPARE(typedEntries(*task.values()), typedEntries(left));
 }
 
-void ReplyBuilderTest::addsEmptyTextsToFailure()
+void ReplyBuilderTest::removesEveryErrorEntryOfSuccess()
 {
-    QCOMPARE(typedEntries(replyOf({}, failWithoutTexts)),
-             QStringList({QStringLiteral("description: QString "),
-                          QStringLiteral("error: bool true"),
-                          QStringLiteral("message: QString ")}));
+    QCOMPARE(twoErrors().count(QStringLiteral("error")), 2);
+
+    QCOMPARE(typedEntries(replyOf(twoErrors(), endingIn(TaskState::Succeeded))), texts({"read: int 7"}));
 }
 
 void ReplyBuilderTest::hasItsOwnErrorFirstInFailure()
 {
-    QMultiMap<QString, QVariant> values;
-    values.insert(QStringLiteral("error"), 1);
-    values.insert(QStringLiteral("error"), 2);
-
-    const QVariant error = replyOf(QVariantMap(values), failWithoutTexts).value(QStringLiteral("error"));
+    const QVariant error = replyOf(twoErrors(), endingIn(TaskState::Failed)).value(QStringLiteral("error"));
 
     QCOMPARE(error.userType(), int(QMetaType::Bool));
     QCOMPARE(error.toBool(), true);
 }
 
-void ReplyBuilderTest::removesNoOtherKey()
+void ReplyBuilderTest::takesTheMapThatTheRunPutInPlace()
+{
+    // a new one with another content at another address: the old one is gone by then
+    const QVariantMap reply = replyOf({{QStringLiteral("old"), 1}}, [](AbstractTask *self) {
+        self->setValues(new QVariantMap{{QStringLiteral("new"), 2}});
+    });
+
+    QCOMPARE(typedEntries(reply), texts({"new: int 2"}));
+}
+
+void ReplyBuilderTest::takesTheOutcomeOfTheRun()
+{
+    const QVariantMap failure = replyOf({}, [](AbstractTask *self) {
+        self->result().setDescription(QString());
+        self->result().fail(QString());
+    });
+    ScriptedTask succeeding({}, endingIn(TaskState::SucceededWithNotice));
+    succeeding.result().fail(QStringLiteral("earlier"));
+
+    QCOMPARE(typedEntries(failure), texts({"description: QString ", "error: bool true", "message: QString "}));
+    QCOMPARE(typedEntries(buildReply(&succeeding)), texts({"read: int 7"}));
+}
+
+void ReplyBuilderTest::keepsEveryOtherKeyAndType()
 {
     const QVariantMap values{{QString(), 1},
                              {QStringLiteral("Error"), 2},
                              {QStringLiteral("error "), 3},
                              {QStringLiteral("errors"), 4},
-                             {QStringLiteral("inner"), QVariantMap{{QStringLiteral("error"), true}}}};
-
-    QCOMPARE(replyOf(values, succeed), values);
-}
-
-void ReplyBuilderTest::keepsEveryTypeOfValue_data()
-{
-    QTest::addColumn<QVariant>("value");
-
-    QTest::newRow("nothing") << QVariant();
-    QTest::newRow("64 bits") << QVariant(Q_INT64_C(3000000000));
-    QTest::newRow("double") << QVariant(0.5);
-    QTest::newRow("bytes with NUL") << QVariant(QByteArray("a\0b", 3));
-    QTest::newRow("text with placeholder") << QVariant(QStringLiteral("%1"));
-    QTest::newRow("list") << QVariant(QVariantList{1, QStringLiteral("two")});
-}
-
-void ReplyBuilderTest::keepsEveryTypeOfValue()
-{
-    QFETCH(QVariant, value);
-    const QString key = QStringLiteral("key");
-
-    for (const auto &work : {succeed, failWithoutTexts}) {
-        const QVariantMap reply = replyOf({{key, value}}, work);
-        QVERIFY(reply.contains(key));
-        QCOMPARE(reply.value(key).userType(), value.userType());
-        QCOMPARE(reply.value(key), value);
+                             {QStringLiteral("inner"), QVariantMap{{QStringLiteral("error"), true}}},
+                             {QStringLiteral("nothing"), QVariant()},
+                             {QStringLiteral("64 bits"), Q_INT64_C(3000000000)},
+                             {QStringLiteral("double"), 0.5},
+                             {QStringLiteral("bytes with NUL"), QByteArray("a\0b", 3)},
+                             {QStringLiteral("placeholder"), QStringLiteral("%1")},
+                             {QStringLiteral("list"), QVariantList{1, QStringLiteral("two")}}};
+    for (const int state : {TaskState::Failed, TaskState::Succeeded}) {
+        const QVariantMap reply = replyOf(values, endingIn(state));
+        for (auto it = values.cbegin(); it != values.cend(); ++it) {
+            QVERIFY2(reply.contains(it.key()), qPrintable(it.key()));
+            QCOMPARE(reply.value(it.key()).userType(), it->userType());
+            QCOMPARE(reply.value(it.key()), *it);
+        }
+        QCOMPARE(reply.size(), values.size() + (state == TaskState::Failed ? 4 : 1));
     }
 }
 
