@@ -26,114 +26,36 @@ struct Vocabulary {
     QStringList days;
 };
 
+// clang-format off
 constexpr const char *blanks[] = {" ", " ", "\t", "  ", "\t\t", " \t ", "\t   "};
 /// White space for some, text for others: of ASCII, of Latin 1 and of Unicode, and what only looks like it.
-constexpr const char *oddBlanks[] = {"\v",
-                                     "\f",
-                                     "\r",
-                                     "\x1c",
-                                     "\x1f",
-                                     "\xc2\x85",
-                                     "\xc2\xa0",
-                                     "\xe1\x9a\x80",
-                                     "\xe1\xa0\x8e",
-                                     "\xe2\x80\x83",
-                                     "\xe2\x80\x8b",
-                                     "\xe2\x80\xa8",
-                                     "\xe2\x80\xaf",
-                                     "\xe2\x81\x9f",
-                                     "\xe3\x80\x80",
-                                     "\xef\xbb\xbf"};
+constexpr const char *oddBlanks[] = {"\v", "\f", "\r", "\x1c", "\x1f", "\xc2\x85", "\xc2\xa0", "\xe1\x9a\x80",
+    "\xe1\xa0\x8e", "\xe2\x80\x83", "\xe2\x80\x8b", "\xe2\x80\xa8", "\xe2\x80\xaf", "\xe2\x81\x9f", "\xe3\x80\x80",
+    "\xef\xbb\xbf"};
 constexpr const char *someBlanks[] = {"", "", "", " ", "\t", "   "};
 constexpr const char *lineEnds[] = {"\n", "\n", "\n", "\n", "\n", "\r\n", " \n", "\t\r\n", "\n\n", "\r"};
-constexpr const char *comments[] = {"",
-                                    "",
-                                    "",
-                                    "",
-                                    "# note",
-                                    " # note",
-                                    "\t#",
-                                    "#PASS_MAX_DAYS 9",
-                                    " # deny=9 # minlen=9 ",
-                                    "#EXPIRE=2001-01-01",
-                                    " # gr\xc3\xbcn\t",
-                                    "## \xff"};
-constexpr const char *oddNumbers[] = {"",
-                                      "007",
-                                      "-0",
-                                      "-007",
-                                      "+5",
-                                      "-",
-                                      "--5",
-                                      "1.5",
-                                      "1e3",
-                                      "0x10",
-                                      "5x",
-                                      "x5",
-                                      "\"5\"",
-                                      "'5'",
-                                      "5,6",
-                                      "5;",
-                                      "2147483647",
-                                      "2147483648",
-                                      "-2147483648",
-                                      "-2147483649",
-                                      "4294967297",
-                                      "99999999999999999999",
-                                      "\xd9\xa3",
-                                      "3\xd9\xa3",
-                                      "\xef\xbc\x95",
-                                      "5\xff",
-                                      "\xe2\x88\x92\x35",
-                                      "\xf0\x9d\x9f\x93",
-                                      "5\xf0\x9d\x9f\x93"};
-constexpr const char *oddDates[] = {"",
-                                    "-1",
-                                    "never",
-                                    "2025-1-1",
-                                    "25-01-01",
-                                    "2025-02-29",
-                                    "2024-02-29",
-                                    "1900-02-29",
-                                    "2000-02-29",
-                                    "1970-02-30",
-                                    "2025-13-01",
-                                    "2025-00-10",
-                                    "2025-01-00",
-                                    "20250101",
-                                    "2025/01/01",
-                                    "01-01-2025",
-                                    "2025-01-01x",
-                                    "x2025-01-01",
-                                    "2025-01-01T00:00",
-                                    "\"2025-01-01\"",
-                                    "0000-01-01",
-                                    "0001-01-01",
-                                    "1582-10-10",
-                                    "1969-12-31",
-                                    "9999-12-31",
-                                    "10000-01-01",
-                                    "02025-01-01",
-                                    "2025 -01-01",
-                                    "2025-01-",
-                                    "+2025-01-01",
-                                    "-2025-01-01",
-                                    "2025--1-01",
-                                    "\xd9\xa2\xd9\xa0\xd9\xa2\xd9\xa5-01-01"};
+constexpr const char *comments[] = {"", "", "", "", "# note", " # note", "\t#", "#PASS_MAX_DAYS 9",
+    " # deny=9 # minlen=9 ", "#EXPIRE=2001-01-01", " # gr\xc3\xbcn\t", "## \xff"};
+constexpr const char *oddNumbers[] = {"", "007", "-0", "-007", "+5", "-", "--5", "1.5", "1e3", "0x10", "5x", "x5",
+    "\"5\"", "'5'", "5,6", "5;", "2147483647", "2147483648", "-2147483648", "-2147483649", "4294967297",
+    "99999999999999999999", "\xd9\xa3", "3\xd9\xa3", "\xef\xbc\x95", "5\xff", "\xe2\x88\x92\x35",
+    "\xf0\x9d\x9f\x93", "5\xf0\x9d\x9f\x93"};
+constexpr const char *oddDates[] = {"", "-1", "never", "2025-1-1", "25-01-01", "2025-02-29", "2024-02-29",
+    "1900-02-29", "2000-02-29", "1970-02-30", "2025-13-01", "2025-00-10", "2025-01-00", "20250101", "2025/01/01",
+    "01-01-2025", "2025-01-01x", "x2025-01-01", "2025-01-01T00:00", "\"2025-01-01\"", "0000-01-01", "0001-01-01",
+    "1582-10-10", "1969-12-31", "9999-12-31", "10000-01-01", "02025-01-01", "2025 -01-01", "2025-01-",
+    "+2025-01-01", "-2025-01-01", "2025--1-01", "\xd9\xa2\xd9\xa0\xd9\xa2\xd9\xa5-01-01"};
 constexpr const char *glue[] = {"", "", "", ".1", "x", ",", "=", ";", "\"", "/", "pam_tally.so", "\xff"};
-constexpr const char *controls[] = {"required",
-                                    "requisite",
-                                    "sufficient",
-                                    "optional",
-                                    "[success=1 default=ignore]",
-                                    "[success=ok new_authtok_reqd=ok ignore=ignore user_unknown=bad default=die]",
-                                    "[default=bad]",
-                                    "include"};
+constexpr const char *controls[] = {"required", "requisite", "sufficient", "optional",
+    "[success=1 default=ignore]", "[success=ok new_authtok_reqd=ok ignore=ignore user_unknown=bad default=die]",
+    "[default=bad]", "include"};
 constexpr const char *types[] = {"auth", "password", "-auth", "-password", "account", "session"};
 constexpr const char *folders[] = {"", "", "", "/lib/security/", "/lib/x86_64-linux-gnu/security/"};
+// clang-format on
 
 const Vocabulary &vocabularyOf(Kind kind)
 {
+    // clang-format off
     static const Vocabulary vocabularies[] = {
         {QStringLiteral("/etc/login.defs"),
          "login.defs",
@@ -141,19 +63,9 @@ const Vocabulary &vocabularyOf(Kind kind)
          {},
          {},
          {" ", "\t", "   ", "\t\t", "", "=", " = ", ": ", "\xc2\xa0"},
-         {"UMASK 022",
-          "PASS_MAX_DAYS_OLD 4",
-          "XPASS_MIN_DAYS 6",
-          "pass_max_days 3",
-          "PASS_MAX",
-          "ENV_PATH PATH=/bin",
-          "PASS_MIN_LEN\t5",
-          "Pass_Warn_Age 2",
-          "PASS_CHANGE_TRIES 3"},
-         {"UMASK 022",
-          "PASS_MIN_LEN\t5",
-          "ENV_PATH PATH=/bin:/usr/bin",
-          "MAIL_DIR        /var/mail",
+         {"UMASK 022", "PASS_MAX_DAYS_OLD 4", "XPASS_MIN_DAYS 6", "pass_max_days 3", "PASS_MAX",
+          "ENV_PATH PATH=/bin", "PASS_MIN_LEN\t5", "Pass_Warn_Age 2", "PASS_CHANGE_TRIES 3"},
+         {"UMASK 022", "PASS_MIN_LEN\t5", "ENV_PATH PATH=/bin:/usr/bin", "MAIL_DIR        /var/mail",
           "PASS_CHANGE_TRIES 3"},
          {QStringLiteral("maxInterval"), QStringLiteral("minInterval"), QStringLiteral("warningInterval")}},
         {QStringLiteral("/etc/default/useradd"),
@@ -162,17 +74,8 @@ const Vocabulary &vocabularyOf(Kind kind)
          {},
          {},
          {"=", "=", "=", "=", " = ", "= ", "\t=", "", " ", "==", ":="},
-         {"SHELL=/bin/sh",
-          "GROUP=100",
-          "XINACTIVE=3",
-          "EXPIRED=2001-01-01",
-          "export INACTIVE=5",
-          "inactive=9",
-          "HOME=/home",
-          "EXPIRE",
-          "INACTIVE=3;EXPIRE=2001-01-01",
-          "INACTIVE_DAYS=3",
-          "unset EXPIRE"},
+         {"SHELL=/bin/sh", "GROUP=100", "XINACTIVE=3", "EXPIRED=2001-01-01", "export INACTIVE=5", "inactive=9",
+          "HOME=/home", "EXPIRE", "INACTIVE=3;EXPIRE=2001-01-01", "INACTIVE_DAYS=3", "unset EXPIRE"},
          {"SHELL=/bin/sh", "GROUP=100", "HOME=/home", "SKEL=\"/etc/skel\"", "CREATE_MAIL_SPOOL=no", "INACTIV=3"},
          {QStringLiteral("inactiveInterval"), QStringLiteral("expireDate")}},
         {QStringLiteral("/etc/pam.d/common-auth"),
@@ -181,22 +84,9 @@ const Vocabulary &vocabularyOf(Kind kind)
          {"per_user", "magic_root", "no_reset"},
          {"pam_tally.so"},
          {"=", "=", "=", "=", "", "==", "-", ":", "=+"},
-         {"onerr=fail",
-          "even_deny_root_account",
-          "audit",
-          "silent",
-          "no_log_info",
-          "even_deny_root",
-          "root_unlock_time=5",
-          "file=/var/log/per_user",
-          "deny_root=3",
-          "Deny=3",
-          "[x y]",
-          "=",
-          "==",
-          "=5",
-          "=deny=5",
-          "lock_timeout=4"},
+         {"onerr=fail", "even_deny_root_account", "audit", "silent", "no_log_info", "even_deny_root",
+          "root_unlock_time=5", "file=/var/log/per_user", "deny_root=3", "Deny=3", "[x y]", "=", "==", "=5",
+          "=deny=5", "lock_timeout=4"},
          {"onerr=fail", "audit", "silent", "no_log_info", "file=/var/log/tallies", "Deny=3"},
          {}},
         {QStringLiteral("/etc/pam.d/common-password"),
@@ -205,24 +95,13 @@ const Vocabulary &vocabularyOf(Kind kind)
          {"gecoscheck", "enforce_for_root", "reject_username"},
          {"pam_cracklib.so", "pam_pwquality.so"},
          {"=", "=", "=", "=", "", "==", "-", ":", "=+", "=-"},
-         {"retry=3",
-          "difok=3",
-          "use_authtok",
-          "minlength=3",
-          "xminlen=4",
-          "maxrepeat=3",
-          "dictcheck=0",
-          "minclass=4",
-          "usercheck=1",
-          "Minlen=3",
-          "reject_username=0",
-          "enforce_for_root_too",
-          "=",
-          "=minlen=5",
+         {"retry=3", "maxsequence=3", "use_authtok", "minlength=3", "xminlen=4", "maxrepeat=3", "dictcheck=0",
+          "minclass=4", "usercheck=1", "Minlen=3", "reject_username=0", "enforce_for_root_too", "=", "=minlen=5",
           "[a b]"},
-         {"retry=3", "difok=3", "use_authtok", "maxrepeat=3", "minclass=4", "Minlen=3"},
+         {"retry=3", "maxsequence=3", "use_authtok", "maxrepeat=3", "minclass=4", "Minlen=3"},
          {}},
     };
+    // clang-format on
     return vocabularies[int(kind)];
 }
 
@@ -246,6 +125,12 @@ QString pathOf(Kind kind)
 QByteArray nameOf(Kind kind)
 {
     return vocabularyOf(kind).name;
+}
+
+QByteArray wordsOf(Kind kind)
+{
+    const Vocabulary &words = vocabularyOf(kind);
+    return words.name + ' ' + words.modules.join(',') + ' ' + words.flags.join(',') + ' ' + words.numbers.join(',');
 }
 
 QStringList flagsOf(Kind kind)

@@ -19,6 +19,8 @@ inline constexpr Kind allKinds[] = {Kind::LoginDefs, Kind::UseraddDefaults, Kind
 QString pathOf(Kind kind);
 /// What the second readings call it.
 QByteArray nameOf(Kind kind);
+/// A PAM module's words for them: "KIND MODULE,MODULE FLAG,FLAG NUMBER,NUMBER".
+QByteArray wordsOf(Kind kind);
 /// The flags that a read always gives.
 QStringList flagsOf(Kind kind);
 

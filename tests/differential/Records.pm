@@ -11,18 +11,12 @@ use Exporter 'import';
 
 our @EXPORT = qw(nextRecord linesOf decoded textOf integerOf outcomeOf);
 
-our %flagsOf = (
-    'common-auth' => [qw(per_user magic_root no_reset)],
-    'common-password' => [qw(gecoscheck enforce_for_root reject_username)],
-);
-our %numbersOf = (
-    'common-auth' => [qw(deny lock_time unlock_time)],
-    'common-password' => [qw(minlen lcredit ucredit dcredit ocredit)],
-);
-our %modulesOf = (
-    'common-auth' => ['pam_tally.so'],
-    'common-password' => ['pam_cracklib.so', 'pam_pwquality.so'],
-);
+# By kind, in the policy's order; they come as "KIND MODULE,MODULE FLAG,FLAG NUMBER,NUMBER" on the command line.
+our (%modulesOf, %flagsOf, %numbersOf);
+for my $words (@ARGV) {
+    my ($kind, @lists) = split ' ', $words;
+    ($modulesOf{$kind}, $flagsOf{$kind}, $numbersOf{$kind}) = map { [split /,/] } @lists;
+}
 
 # The next record of the standard input: the words of its head line, and its bytes. Empty at the end.
 sub nextRecord () {

@@ -4,8 +4,11 @@
 #include "tests/differential/SecondReadings.h"
 
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "tests/support/Program.h"
 #include "tests/support/TypedMap.h"
 
@@ -16,17 +19,30 @@
 
 namespace
 {
+constexpr int shownDifferences = 5;
+
 QByteArray answer(const QString &script, const QVector<Record> &records)
 {
     QByteArray input;
     for (const Record &record : records) {
         input += record.head + ' ' + QByteArray::number(record.content.size()) + '\n' + record.content;
     }
-    const ProgramResult result = runAs(root, QStringLiteral("perl"), {QStringLiteral(SCRIPTS "/") + script}, input);
+    const QStringList command{QStringLiteral(SCRIPTS "/") + script,
+                              QString::fromLatin1(wordsOf(Kind::CommonAuth)),
+                              QString::fromLatin1(wordsOf(Kind::CommonPassword))};
+    const ProgramResult result = runAs(root, QStringLiteral("perl"), command, input);
     if (result.exitCode != 0 || !result.standardError.isEmpty()) {
         qFatal("%s: %s", qPrintable(script), result.standardError.constData());
     }
     return result.standardOutput;
+}
+
+template<typename Task>
+int stateAfter(const QVariantMap &arguments)
+{
+    Task task(nullptr, new QVariantMap(arguments));
+    task.run();
+    return task.result().state();
 }
 
 std::unique_ptr<AbstractTask> readTaskOf(Kind kind)
@@ -93,13 +109,30 @@ QByteArray ownReading(Kind kind)
     return parts.join(QLatin1String("; ")).toUtf8();
 }
 
-QByteArray
-difference(quint32 seed, int number, const Record &record, const QByteArray &expected, const QByteArray &actual)
+int stateAfterWrite(Kind kind, const QVariantMap &arguments)
 {
-    QString report;
-    QDebug(&report).nospace() << "file " << number << " of seed " << seed << ", " << record.head.constData() << '\n'
-                              << record.content << "\nsecond: " << expected << "\nours:   " << actual;
-    return report.toUtf8();
+    switch (kind) {
+    case Kind::CommonAuth:
+        return stateAfter<LocalPolicyLockoutUpdateTask>(arguments);
+    case Kind::CommonPassword:
+        return stateAfter<LocalPolicyPasswordComplexityUpdateTask>(arguments);
+    default:
+        return stateAfter<LocalPolicyPasswordExpirationUpdateTask>(arguments);
+    }
+}
+
+int countDifferences(
+    quint32 seed, const QVector<Record> &records, const QByteArrayList &second, const QByteArrayList &own, int first)
+{
+    int differences = 0;
+    for (int i = 0; i < records.size(); ++i) {
+        if (own[i] != second[i] && ++differences <= shownDifferences) {
+            qWarning().nospace() << "record " << first + i << " of seed " << seed << ", " << records[i].head.constData()
+                                 << '\n'
+                                 << records[i].content << "\nsecond: " << second[i] << "\nours:   " << own[i];
+        }
+    }
+    return differences;
 }
 
 void addKinds()

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "tests/differential/FileGenerator.h"
+#include "tests/support/Sandbox.h"
 
 #include <QCoreApplication>
 #include <QMetaType>
@@ -29,9 +30,15 @@ QByteArrayList rewritings(const QVector<Record> &records);
 /// The policy's own reading of the file as it is on the system now, in the words of reading.pl.
 QByteArray ownReading(Kind kind);
 
-/// A difference: the bytes of the file, as a literal of C++ would have them, and both sides.
-QByteArray
-difference(quint32 seed, int number, const Record &record, const QByteArray &expected, const QByteArray &actual);
+/// The state in which a write of the kind's policy ends.
+int stateAfterWrite(Kind kind, const QVariantMap &arguments);
+
+/// How many of the records, counted from @p first, differ. Some are printed, their bytes as in a literal of C++.
+int countDifferences(quint32 seed,
+                     const QVector<Record> &records,
+                     const QByteArrayList &second,
+                     const QByteArrayList &own,
+                     int first = 0);
 
 /// A column "kind" and a row for each.
 void addKinds();
@@ -46,12 +53,17 @@ struct Extent {
 /// Takes "--seed N" and "--files N" off a command line.
 Extent takeExtent(QStringList *arguments, int usualFiles);
 
-/// The main() of a test program; @p Test is made from its Extent.
+/// The main() of a test program, which runs in the sandbox; @p Test is made from its Extent.
 template<typename Test>
 int runTest(int argc, char **argv, int usualFiles)
 {
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments();
-    Test test(takeExtent(&arguments, usualFiles));
+    const Extent extent = takeExtent(&arguments, usualFiles);
+    if (!inSandbox()) {
+        qFatal("%s", outsideSandbox);
+    }
+    qInfo("seed %u, %d files of each kind", extent.seed, extent.files);
+    Test test(extent);
     return QTest::qExec(&test, arguments);
 }

@@ -96,6 +96,17 @@ QStringList wordsOf(const char *text)
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
+// clang-format off
+const PamWords lockoutWords{
+    QStringLiteral("/usr/share/pam-configs/tally"), QStringLiteral("/etc/pam.d/common-auth"), "pam_tally.so",
+    wordsOf("per_user magic_root no_reset"), wordsOf("deny lock_time unlock_time"), QStringLiteral("deny")};
+const PamWords complexityWords{
+    QStringLiteral("/usr/share/pam-configs/pwquality"), QStringLiteral("/etc/pam.d/common-password"),
+    "pam_pwquality.so",
+    wordsOf("gecoscheck enforce_for_root reject_username"), wordsOf("minlen lcredit ucredit dcredit ocredit"),
+    QStringLiteral("minlen")};
+// clang-format on
+
 void require(bool property, const char *what, const QByteArray &shown)
 {
     if (!property) {

@@ -39,5 +39,24 @@ private:
 /// The words of a text, cut at blanks.
 QStringList wordsOf(const char *text);
 
+/// What a PAM policy's files and options are called.
+struct PamWords {
+    QString profile;
+    QString stack;
+    QByteArray module;
+    QStringList flags;
+    QStringList numbers;
+    /// The one that is corrected in the stack, too.
+    QString corrected;
+
+    QStringList options() const
+    {
+        return flags + numbers;
+    }
+};
+
+extern const PamWords lockoutWords;
+extern const PamWords complexityWords;
+
 /// Ends the fuzzer with its report unless the property holds.
 void require(bool property, const char *what, const QByteArray &shown = QByteArray());

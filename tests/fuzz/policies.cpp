@@ -143,61 +143,63 @@ void checkUnmanagedOptions(const QByteArray &content, const QVariantMap &argumen
     }
 }
 
-/// What the reader finds in a file whose only line of the module was written from these arguments.
-template<typename Reader, typename Rewriter>
-void checkModuleLine(const QByteArray &module, const QVariantMap &arguments)
+/// A file whose only line of the module was written from these arguments, and any file.
+template<typename Read, typename Update>
+void checkPam(const PamWords &words, const QByteArray &module, int smallest, FuzzInput *input)
 {
+    using Reader = typename Read::LoginReaderRegExpHandler;
+    using Rewriter = typename Update::LoginRewriterRegExpHandler;
+    const QVariantMap arguments = input->takeFittingMap(words.flags, words.numbers, smallest);
+    const QVariantMap anything = input->takeMap(words.options());
+    const QByteArray content = input->rest();
+
     const QByteArray written = rewrittenThrough<Rewriter>("auth required " + module + " retry=3 x\n", arguments);
     require(readThrough<Reader>(written) == arguments, "what was written is read", written);
     require(rewrittenThrough<Rewriter>(written, arguments) == written, "writing again changes nothing", written);
     require(written.startsWith("auth required " + module + " retry=3 x"), "unmanaged options stay", written);
+    check<Reader, Rewriter>(content, anything, arguments);
+    checkUnmanagedOptions<Rewriter>(content, anything, words.options());
+}
+
+/// A file that was written from these arguments, and any file.
+template<typename Reader, typename Rewriter>
+void checkSettings(const QByteArray &before, const QVariantMap &arguments, const QStringList &keys, FuzzInput *input)
+{
+    const QVariantMap anything = input->takeMap(keys);
+    const QByteArray written = rewrittenThrough<Rewriter>(before, arguments);
+    require(readThrough<Reader>(written) == arguments, "what was written is read", written);
+    check<Reader, Rewriter>(input->rest(), anything, arguments);
 }
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
 {
+    using Read = LocalPolicyPasswordExpirationReadTask;
+    using Update = LocalPolicyPasswordExpirationUpdateTask;
+    constexpr int smallest = std::numeric_limits<int>::min();
     FuzzInput input(data, size);
     const uint8_t policy = input.takeByte();
-    if (policy % 4 == 0) {
-        using Reader = LocalPolicyLockoutReadTask::LoginReaderRegExpHandler;
-        using Rewriter = LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList flags = wordsOf("per_user magic_root no_reset");
-        const QStringList numbers = wordsOf("deny lock_time unlock_time");
-        const QVariantMap arguments = input.takeFittingMap(flags, numbers, 0);
-        const QVariantMap anything = input.takeMap(flags + numbers);
-        const QByteArray content = input.rest();
-        checkModuleLine<Reader, Rewriter>("pam_tally.so", arguments);
-        check<Reader, Rewriter>(content, anything, arguments);
-        checkUnmanagedOptions<Rewriter>(content, anything, flags + numbers);
-    } else if (policy % 4 == 1) {
-        using Reader = LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler;
-        using Rewriter = LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList flags = wordsOf("gecoscheck enforce_for_root reject_username");
-        const QStringList numbers = wordsOf("minlen lcredit ucredit dcredit ocredit");
-        const QVariantMap arguments = input.takeFittingMap(flags, numbers, std::numeric_limits<int>::min());
-        const QVariantMap anything = input.takeMap(flags + numbers);
-        checkModuleLine<Reader, Rewriter>(policy & 4 ? "pam_cracklib.so" : "pam_pwquality.so", arguments);
-        const QByteArray content = input.rest();
-        check<Reader, Rewriter>(content, anything, arguments);
-        checkUnmanagedOptions<Rewriter>(content, anything, flags + numbers);
-    } else if (policy % 4 == 2) {
-        using Reader = LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler;
-        using Rewriter = LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler;
-        const QStringList numbers = wordsOf("maxInterval minInterval warningInterval");
-        const QVariantMap arguments = input.takeFittingMap({}, numbers, std::numeric_limits<int>::min());
-        const QVariantMap anything = input.takeMap(numbers);
-        const QByteArray written = rewrittenThrough<Rewriter>("UMASK 022\nPASS_MAX_DAYS 1\n", arguments);
-        require(readThrough<Reader>(written) == arguments, "what was written is read", written);
-        check<Reader, Rewriter>(input.rest(), anything, arguments);
-    } else {
-        using Reader = LocalPolicyPasswordExpirationReadTask::UseraddReaderRegExpHandler;
-        using Rewriter = LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler;
-        QVariantMap arguments = input.takeFittingMap({}, wordsOf("inactiveInterval"), std::numeric_limits<int>::min());
+    switch (policy % 4) {
+    case 0:
+        checkPam<LocalPolicyLockoutReadTask, LocalPolicyLockoutUpdateTask>(lockoutWords, "pam_tally.so", 0, &input);
+        break;
+    case 1:
+        checkPam<LocalPolicyPasswordComplexityReadTask, LocalPolicyPasswordComplexityUpdateTask>(
+            complexityWords, policy & 4 ? "pam_cracklib.so" : "pam_pwquality.so", smallest, &input);
+        break;
+    case 2: {
+        const QStringList keys = wordsOf("maxInterval minInterval warningInterval");
+        const QVariantMap arguments = input.takeFittingMap({}, keys, smallest);
+        checkSettings<Read::LoginReaderRegExpHandler, Update::LoginRewriterRegExpHandler>(
+            "UMASK 022\nPASS_MAX_DAYS 1\n", arguments, keys, &input);
+        break;
+    }
+    default: {
+        QVariantMap arguments = input.takeFittingMap({}, wordsOf("inactiveInterval"), smallest);
         arguments.insert(QStringLiteral("expireDate"), qAbs(input.takeNumber()) % 2932897);
-        const QVariantMap anything = input.takeMap(wordsOf("inactiveInterval expireDate"));
-        const QByteArray written = rewrittenThrough<Rewriter>("SHELL=/bin/sh\nINACTIVE=3\n", arguments);
-        require(readThrough<Reader>(written) == arguments, "what was written is read", written);
-        check<Reader, Rewriter>(input.rest(), anything, arguments);
+        checkSettings<Read::UseraddReaderRegExpHandler, Update::UseraddRewriterRegExpHandler>(
+            "SHELL=/bin/sh\nINACTIVE=3\n", arguments, wordsOf("inactiveInterval expireDate"), &input);
+    }
     }
     return 0;
 }

@@ -19,38 +19,6 @@
 
 namespace
 {
-struct PamPolicy {
-    QString profile;
-    QString stack;
-    QByteArray module;
-    QStringList flags;
-    QStringList numbers;
-    /// The one that is corrected in the stack, too.
-    QString corrected;
-};
-
-const PamPolicy &lockout()
-{
-    static const PamPolicy policy{QStringLiteral("/usr/share/pam-configs/tally"),
-                                  QStringLiteral("/etc/pam.d/common-auth"),
-                                  "pam_tally.so",
-                                  wordsOf("per_user magic_root no_reset"),
-                                  wordsOf("deny lock_time unlock_time"),
-                                  QStringLiteral("deny")};
-    return policy;
-}
-
-const PamPolicy &complexity()
-{
-    static const PamPolicy policy{QStringLiteral("/usr/share/pam-configs/pwquality"),
-                                  QStringLiteral("/etc/pam.d/common-password"),
-                                  "pam_pwquality.so",
-                                  wordsOf("gecoscheck enforce_for_root reject_username"),
-                                  wordsOf("minlen lcredit ucredit dcredit ocredit"),
-                                  QStringLiteral("minlen")};
-    return policy;
-}
-
 template<typename Task>
 bool succeedsWith(const QVariantMap &arguments)
 {
@@ -63,19 +31,19 @@ bool succeedsWith(const QVariantMap &arguments)
 }
 
 /// The options of one module line, as what stands behind each name; null where it doesn't stand there.
-QVariantMap optionsIn(const PamPolicy &policy, const QByteArray &line)
+QVariantMap optionsIn(const PamWords &policy, const QByteArray &line)
 {
     QVariantMap options;
     for (const QByteArray &word : line.simplified().split(' ')) {
         const QString name = QString::fromLatin1(word.mid(0, word.indexOf('=')));
-        if ((policy.flags + policy.numbers).contains(name)) {
+        if (policy.options().contains(name)) {
             options.insert(name, word.contains('=') ? word.mid(word.indexOf('=') + 1) : QByteArray("set"));
         }
     }
     return options;
 }
 
-QVariantMap optionsAskedFor(const PamPolicy &policy, const QVariantMap &arguments)
+QVariantMap optionsAskedFor(const PamWords &policy, const QVariantMap &arguments)
 {
     QVariantMap options;
     for (const QString &flag : policy.flags) {
@@ -92,7 +60,7 @@ QVariantMap optionsAskedFor(const PamPolicy &policy, const QVariantMap &argument
 }
 
 template<typename Task>
-void checkPam(const PamPolicy &policy, const QVariantMap &arguments)
+void checkPam(const PamWords &policy, const QVariantMap &arguments)
 {
     const QByteArray head = "Name: x\nAuth:\n";
     writeContent(policy.profile, head + "\trequired " + policy.module + " onerr=fail minlen=1 deny=2 # why\n");
@@ -183,11 +151,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size)
     FuzzInput input(data, size);
     switch (input.takeByte() % 5) {
     case 0:
-        checkPam<LocalPolicyLockoutUpdateTask>(lockout(), input.takeMap(lockout().flags + lockout().numbers));
+        checkPam<LocalPolicyLockoutUpdateTask>(lockoutWords, input.takeMap(lockoutWords.options()));
         break;
     case 1:
-        checkPam<LocalPolicyPasswordComplexityUpdateTask>(complexity(),
-                                                          input.takeMap(complexity().flags + complexity().numbers));
+        checkPam<LocalPolicyPasswordComplexityUpdateTask>(complexityWords, input.takeMap(complexityWords.options()));
         break;
     case 2:
         checkExpiration(input.takeMap(wordsOf("maxInterval minInterval warningInterval inactiveInterval expireDate")));
