@@ -29,15 +29,15 @@ public:
      *
      * @param line null in a read walk. In a rewrite walk the raw line (local 8-bit bytes, line end included), which
      *             the handler may replace
-     * @return whether @p line now holds the new text of a setting, without comment and line end: the walk then adds
-     *         both. Ignored in a read walk
+     * @return whether @p line now holds the new text of a setting, to which the walk is to add the comment and the line
+     *         end. Ignored in a read walk
      */
     virtual bool handleLine(QByteArray *line) = 0;
 
     /**
      * Called once by a rewrite walk, after the last line.
      *
-     * @param tail receives the text to add at the end of the file, line ends included
+     * @param tail a null array; receives the text to add at the end of the file, line ends included
      * @return whether there is such a text; the default has none
      */
     virtual bool appendLines(QByteArray *tail);

@@ -9,7 +9,7 @@ namespace
 {
 /**
  * Gives "\s" and "\d" the meaning that they have for QRegExp: the white space and the decimal digits of Unicode's first
- * plane. Any other meaning would start searches that find nothing, over and over.
+ * plane. With wider ones, a hint would start searches that find nothing, and take quadratic time again.
  */
 QString withClassesOfQRegExp(QString pattern)
 {

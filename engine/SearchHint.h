@@ -10,8 +10,8 @@
 /**
  * Tells in linear time whether and where a line can match a handler's pattern.
  *
- * QRegExp tries a pattern at every offset and needs quadratic time for a pattern that begins with ".*" or "\s*":
- * a line of a megabyte would keep it busy for hours. A hint never changes what matches, only how fast it is found.
+ * QRegExp tries a pattern at every offset. That takes quadratic time where the pattern begins with ".*" or "\s*": hours
+ * for a line of a megabyte. A hint never changes what matches, only how fast it is found.
  */
 class SearchHint
 {
@@ -20,9 +20,10 @@ public:
     SearchHint() = default;
 
     /**
-     * @param words ASCII texts of which every match contains at least one
-     * @param start a Perl-compatible pattern, with "\\s" and "\\d" as QRegExp takes them, whose leftmost match begins where the leftmost match of the handler's
-     *              pattern begins, and that is found nowhere if that pattern isn't; empty: the start of the line
+     * @param words ASCII texts; every match of the handler's pattern contains at least one of them
+     * @param start a Perl-compatible pattern, in which "\\s" and "\\d" mean what they mean to QRegExp. Its leftmost
+     *              match begins where that of the handler's pattern does; where it has none, that has none either.
+     *              Empty: the search starts with the line
      */
     explicit SearchHint(const QList<QByteArray> &words, const QString &start = QString());
 
