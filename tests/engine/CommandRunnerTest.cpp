@@ -6,6 +6,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/Texts.h"
@@ -92,15 +93,14 @@ void CommandRunnerTest::init()
 
 void CommandRunnerTest::succeedsWithExitCodeZeroAlone_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-
-    QTest::newRow("silent") << script("exit 0");
-    QTest::newRow("writes to standard error") << script("echo warning >&2");
-    QTest::newRow("writes much to standard output") << script("head -c 3000000 /dev/zero");
-    QTest::newRow("writes much to standard error") << script("head -c 3000000 /dev/zero >&2");
-    QTest::newRow("gets no input") << script("test -z \"$(timeout 1 cat)\"");
-    QTest::newRow("inherits the environment") << script("test \"$INHERITED\" = 'a b'");
-    QTest::newRow("inherits the working directory") << script("test \"$(pwd)\" = /var/lib/commands");
+    const Rows<QStringList> row("arguments");
+    row("silent", script("exit 0"));
+    row("writes to standard error", script("echo warning >&2"));
+    row("writes much to standard output", script("head -c 3000000 /dev/zero"));
+    row("writes much to standard error", script("head -c 3000000 /dev/zero >&2"));
+    row("gets no input", script("test -z \"$(timeout 1 cat)\""));
+    row("inherits the environment", script("test \"$INHERITED\" = 'a b'"));
+    row("inherits the working directory", script("test \"$(pwd)\" = /var/lib/commands"));
 }
 
 void CommandRunnerTest::succeedsWithExitCodeZeroAlone()
@@ -116,18 +116,12 @@ void CommandRunnerTest::succeedsWithExitCodeZeroAlone()
 
 void CommandRunnerTest::tellsWhatFailed_data()
 {
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("message");
-
-    const auto row = [](const char *name, const char *program, const QStringList &arguments, const QString &message) {
-        QTest::newRow(name) << program << arguments << QLatin1String("x\nProcess: ") + message;
-    };
+    const Rows<RowText, QStringList, RowText> row("program", "arguments", "message");
     const auto inShell = [&row](const char *name, const char *text, const char *reason) {
         row(name,
-            "sh",
+            shell,
             script(text),
-            QStringLiteral("\"sh -c %1\". ").arg(QString::fromUtf8(text)) + QString::fromUtf8(reason));
+            QStringLiteral("\"sh -c %1\". %2").arg(QString::fromUtf8(text), QString::fromUtf8(reason)));
     };
     // clang-format off
     inShell("no output", "exit 3", "Exit code: 3.\n\"\"");
@@ -137,16 +131,16 @@ void CommandRunnerTest::tellsWhatFailed_data()
     inShell("placeholders stay", "echo %1%2%3%4 >&2; exit 4 # %1 %3", "Exit code: 4.\n\"%1%2%3%4\"");
     inShell("killed", "echo a >&2; kill -9 $$", "Error: Process crashed.\n\"Not finished\"");
     inShell("crashed", "kill -SEGV $$", "Error: Process crashed.\n\"Not finished\"");
-    row("NUL byte", "sh", script("printf 'a\\0b' >&2; exit 1"),
+    row("NUL byte", shell, script("printf 'a\\0b' >&2; exit 1"),
         QStringLiteral("\"sh -c printf 'a\\0b' >&2; exit 1\". Exit code: 1.\n\"a%1b\"").arg(QChar(QChar::Null)));
-    row("no arguments", "false", {}, QStringLiteral("\"false \". Exit code: 1.\n\"\""));
-    row("an empty argument", "false", texts({"", "b"}), QStringLiteral("\"false  b\". Exit code: 1.\n\"\""));
+    row("no arguments", "false", {}, "\"false \". Exit code: 1.\n\"\"");
+    row("an empty argument", "false", texts({"", "b"}), "\"false  b\". Exit code: 1.\n\"\"");
     row("missing", "/no/such/program", texts({"a", "b"}),
-        QStringLiteral("\"/no/such/program a b\". Error: execvp: No such file or directory.\n\"Not started\""));
+        "\"/no/such/program a b\". Error: execvp: No such file or directory.\n\"Not started\"");
     row("missing in the search path", "no-such-program", {},
-        QStringLiteral("\"no-such-program \". Error: execvp: No such file or directory.\n\"Not started\""));
+        "\"no-such-program \". Error: execvp: No such file or directory.\n\"Not started\"");
     row("not executable", "/etc/passwd", {},
-        QStringLiteral("\"/etc/passwd \". Error: execvp: Permission denied.\n\"Not started\""));
+        "\"/etc/passwd \". Error: execvp: Permission denied.\n\"Not started\"");
     // clang-format on
 }
 
@@ -154,7 +148,8 @@ void CommandRunnerTest::tellsWhatFailed()
 {
     QFETCH(QString, program);
     QFETCH(QStringList, arguments);
-    QTEST(errorOf(program, arguments), "message");
+    QFETCH(QString, message);
+    QCOMPARE(errorOf(program, arguments), QLatin1String("x\nProcess: ") + message);
 }
 
 void CommandRunnerTest::translatesMessagesAsQObject()

@@ -4,12 +4,14 @@
 #include "engine/Command.h"
 
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 
 #include <QTest>
 
 Q_DECLARE_METATYPE(CommandOutcome::End)
 
+Q_DECLARE_METATYPE(Command)
 Q_DECLARE_METATYPE(CommandOutcome)
 
 // the names that the linker gives to the operations asked for their limits, and to those put before them
@@ -68,28 +70,20 @@ private Q_SLOTS:
 
 void CommandTest::tellsHowItEnded_data()
 {
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<CommandOutcome>("expected");
-
-    const auto row = [](const char *name, const Command &command, const CommandOutcome &expected) {
-        QTest::newRow(name) << command.program << command.arguments << expected;
-    };
+    const Rows<Command, CommandOutcome> row("command", "expected");
     using End = CommandOutcome::End;
-    const Command missing{QStringLiteral("/no/such/program"), {}};
     row("success", shell("echo a >&2"), outcome(End::Exited, 0, QProcess::UnknownError, QStringLiteral("a\n")));
     row("failure", shell("echo b >&2; exit 9"), outcome(End::Exited, 9, QProcess::UnknownError, QStringLiteral("b\n")));
     row("signal", shell("echo c >&2; kill -9 $$"), outcome(End::NotFinished, 0, QProcess::Crashed));
-    row("missing", missing, outcome(End::NotStarted, 0, QProcess::FailedToStart));
+    row("missing", {QStringLiteral("/no/such/program"), {}}, outcome(End::NotStarted, 0, QProcess::FailedToStart));
 }
 
 void CommandTest::tellsHowItEnded()
 {
-    QFETCH(QString, program);
-    QFETCH(QStringList, arguments);
+    QFETCH(Command, command);
     QFETCH(CommandOutcome, expected);
 
-    const CommandOutcome actual = runCommand({program, arguments});
+    const CommandOutcome actual = runCommand(command);
 
     QCOMPARE(int(actual.end), int(expected.end));
     QCOMPARE(actual.exitCode, expected.exitCode);
@@ -116,17 +110,11 @@ void CommandTest::readsErrorsInTheEncodingOfTheLocale()
 
 void CommandTest::putsFailureIntoTheCallersWords_data()
 {
-    QTest::addColumn<CommandOutcome>("outcome");
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("message");
-
+    const Rows<CommandOutcome, QByteArray, RowText> row("outcome", "source", "message");
     using End = CommandOutcome::End;
-    const auto row = [](const char *name, End end, const char *source, const char *message) {
-        QTest::newRow(name) << outcome(end, 7) << QByteArray(source) << message;
-    };
-    row("not started", End::NotStarted, failureTexts.notStarted, "[start %4 a %1 %2]");
-    row("not finished", End::NotFinished, failureTexts.notFinished, "[finish %4 a %1 %2]");
-    row("exit code", End::Exited, failureTexts.exitCode, "[exit %4 a %1 7 %3]");
+    row("not started", outcome(End::NotStarted, 7), failureTexts.notStarted, "[start %4 a %1 %2]");
+    row("not finished", outcome(End::NotFinished, 7), failureTexts.notFinished, "[finish %4 a %1 %2]");
+    row("exit code", outcome(End::Exited, 7), failureTexts.exitCode, "[exit %4 a %1 7 %3]");
 }
 
 void CommandTest::putsFailureIntoTheCallersWords()

@@ -4,6 +4,7 @@
 #include "engine/ErrorText.h"
 
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -23,21 +24,16 @@ private Q_SLOTS:
 
 void ErrorTextTest::putsMessagesOnLinesOfTheirOwn_data()
 {
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("after");
-
-    // clang-format off
-    QTest::newRow("first message") << QString() << "message" << "message";
-    QTest::newRow("first message, empty string") << "" << "message" << "message";
-    QTest::newRow("second message") << "x" << "message" << "x\nmessage";
-    QTest::newRow("third message") << "x\ny" << "message" << "x\ny\nmessage";
-    QTest::newRow("behind a line end") << "x\n" << "message" << "x\n\nmessage";
-    QTest::newRow("of two lines") << "x" << "one\ntwo" << "x\none\ntwo";
-    QTest::newRow("empty message") << "x" << "" << "x\n";
-    QTest::newRow("empty first message") << "" << "" << "";
-    QTest::newRow("placeholder") << "%1" << "%2" << "%1\n%2";
-    // clang-format on
+    const Rows<RowText, RowText, RowText> row("before", "message", "after");
+    row("first message", QString(), "message", "message");
+    row("first message, empty string", "", "message", "message");
+    row("second message", "x", "message", "x\nmessage");
+    row("third message", "x\ny", "message", "x\ny\nmessage");
+    row("behind a line end", "x\n", "message", "x\n\nmessage");
+    row("of two lines", "x", "one\ntwo", "x\none\ntwo");
+    row("empty message", "x", "", "x\n");
+    row("empty first message", "", "", "");
+    row("placeholder", "%1", "%2", "%1\n%2");
 }
 
 void ErrorTextTest::putsMessagesOnLinesOfTheirOwn()
@@ -51,10 +47,10 @@ void ErrorTextTest::putsMessagesOnLinesOfTheirOwn()
 
 void ErrorTextTest::saysWhatFailed_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::newRow("plain name") << "file";
-    QTest::newRow("placeholders") << "%1%2%3%4";
-    QTest::newRow("unicode") << "\u00fc";
+    const Rows<RowText> row("name");
+    row("plain name", "file");
+    row("placeholders", "%1%2%3%4");
+    row("unicode", "\u00fc");
 }
 
 void ErrorTextTest::saysWhatFailed()

@@ -7,6 +7,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/NoMoreFiles.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -100,12 +101,7 @@ void FileReadingTest::init()
 
 void FileReadingTest::handsOverMatchingLines_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<Values>("values");
-
-    const auto row = [](const char *name, const QByteArray &content, const Values &values) {
-        QTest::newRow(name) << content << values;
-    };
+    const Rows<QByteArray, Values> row("content", "values");
     // clang-format off
     row("empty file", "", {});
     row("one setting", "KEY 10\n", {"10"});
@@ -177,12 +173,7 @@ void FileReadingTest::handsOverTenThousandLines()
 
 void FileReadingTest::readsLinesOfAMegabyte_data()
 {
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<Values>("values");
-
-    const auto row = [](const char *name, const QByteArray &line, const Values &values) {
-        QTest::newRow(name) << line << values;
-    };
+    const Rows<QByteArray, Values> row("line", "values");
     const QByteArray ones(megabyte, '1');
     const QByteArray names = QByteArray("KEY=").repeated(megabyte / 4);
     row("letters", QByteArray(megabyte, 'x'), {});
@@ -240,18 +231,14 @@ void FileReadingTest::searchesFromTheStart()
 
 void FileReadingTest::reportsWhatItCannotRead_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("message");
-
-    // clang-format off
-    QTest::newRow("missing") << "/nowhere/settings" << "\"/nowhere/settings\" not exists";
-    QTest::newRow("as passed in") << "nowhere/../a//b" << "\"nowhere/../a//b\" not exists";
-    QTest::newRow("placeholders") << "/nowhere/%1%2" << "\"/nowhere/%1%2\" not exists";
-    QTest::newRow("unicode") << "/\u00fc" << "\"/\u00fc\" not exists";
-    QTest::newRow("no path") << "" << "\"\" not exists";
-    QTest::newRow("dangling link") << "dangling" << "\"dangling\" not exists";
-    QTest::newRow("folder") << "%1%3" << "\"%1%3\" error 5\nfile to open is a directory";
-    // clang-format on
+    const Rows<RowText, RowText> row("file", "message");
+    row("missing", "/nowhere/settings", "\"/nowhere/settings\" not exists");
+    row("as passed in", "nowhere/../a//b", "\"nowhere/../a//b\" not exists");
+    row("placeholders", "/nowhere/%1%2", "\"/nowhere/%1%2\" not exists");
+    row("unicode", "/\u00fc", "\"/\u00fc\" not exists");
+    row("no path", "", "\"\" not exists");
+    row("dangling link", "dangling", "\"dangling\" not exists");
+    row("folder", "%1%3", "\"%1%3\" error 5\nfile to open is a directory");
 }
 
 void FileReadingTest::reportsWhatItCannotRead()

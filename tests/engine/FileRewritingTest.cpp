@@ -6,6 +6,7 @@
 #include "engine/RegExpHandler.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/Texts.h"
@@ -188,19 +189,14 @@ void FileRewritingTest::cleanupTestCase()
 
 void FileRewritingTest::rewritesLines_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<bool>("replaces");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("expected");
-
-    const auto row = [](const char *name, const QByteArray &content, const QByteArray &expected) {
-        QTest::newRow(name) << QByteArray("DAYS 90") << true << content << expected;
+    const Rows<QByteArray, bool, QByteArray, QByteArray> anyRow("text", "replaces", "content", "expected");
+    const auto row = [&anyRow](const char *name, const QByteArray &content, const QByteArray &expected) {
+        anyRow(name, "DAYS 90", true, content, expected);
     };
     const QByteArray unclaimed("\0DAYS 5\n \t\r\n\n\xff\xfe DAY\n\xef\xbb\xbf\n", 24);
     const QByteArray letters(1 << 20, 'x');
     const QByteArray marks(1 << 20, '#');
     const QByteArray alone("  DAYS\t5 # a \r\nDAYS 6");
-    // clang-format off
     row("comment behind one tab", "DAYS\t5   # max\n", "DAYS 90\t# max\n");
     row("no comment", "DAYS\t5\n", "DAYS 90\n");
     row("blanks around the comment", "DAYS 5 #  a  b \t \v\f\r\n", "DAYS 90\t#  a  b\n");
@@ -220,10 +216,9 @@ void FileRewritingTest::rewritesLines_data()
     row("unclaimed bytes", unclaimed, unclaimed);
     row("a megabyte", letters + "\nDAYS 5\n" + marks, letters + "\nDAYS 90\n" + marks);
     row("ten thousand lines", QByteArray("DAYS 5 # a\n").repeated(10000), QByteArray("DAYS 90\t# a\n").repeated(10000));
-    QTest::newRow("emptied") << QByteArray("") << true << QByteArray("DAYS 5\nDAYS 5 # a\n") << QByteArray("\n\t# a\n");
-    QTest::newRow("left alone") << QByteArray() << false << alone << alone;
-    QTest::newRow("without our end") << QByteArray("any") << false << QByteArray("DAYS 5 # a\nx") << QByteArray("anyx");
-    // clang-format on
+    anyRow("emptied", "", true, "DAYS 5\nDAYS 5 # a\n", "\n\t# a\n");
+    anyRow("left alone", QByteArray(), false, alone, alone);
+    anyRow("without our end", "any", false, "DAYS 5 # a\nx", "anyx");
 }
 
 void FileRewritingTest::rewritesLines()
@@ -256,14 +251,7 @@ void FileRewritingTest::handsOverRawLinesAndThenAnEmptyBuffer()
 
 void FileRewritingTest::appendsOnceAtTheEnd_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("tail");
-    QTest::addColumn<bool>("appendsTail");
-    QTest::addColumn<QByteArray>("expected");
-
-    const auto row = [](const char *name, const char *content, const char *tail, bool appends, const char *expected) {
-        QTest::newRow(name) << QByteArray(content) << QByteArray(tail) << appends << QByteArray(expected);
-    };
+    const Rows<QByteArray, QByteArray, bool, QByteArray> row("content", "tail", "appendsTail", "expected");
     row("nothing", "x\n", nullptr, false, "x\n");
     row("nothing of a text", "x\n", "a\nb\n", false, "x\n");
     row("an empty text", "x\n", "", true, "x\n");
@@ -349,13 +337,7 @@ void FileRewritingTest::closesFilesBeforeItCopiesThem()
 // a backup is asked for
 void FileRewritingTest::leavesWhatItTells_data()
 {
-    QTest::addColumn<Obstacle>("obstacle");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QStringList>("files");
-
-    const auto row = [](const char *name, const Obstacle &obstacle, const QString &message, const QStringList &files) {
-        QTest::newRow(name) << obstacle << message << files;
-    };
+    const Rows<Obstacle, RowText, QStringList> row("obstacle", "message", "files");
     const auto failedCopy = [](const char *from, const char *to, const char *reason) {
         return QStringLiteral("failed: x\nProcess: \"cp --force --preserve=mode,ownership %1 %2\". %3")
             .arg(QLatin1String(from), QLatin1String(to), QLatin1String(reason));

@@ -5,6 +5,8 @@
 
 #include "engine/RegExpHandler.h"
 
+#include "tests/support/Rows.h"
+
 #include <QBuffer>
 #include <QTest>
 #include <QVector>
@@ -76,12 +78,11 @@ int randomNumber(Random *random, int limit)
 
 QByteArray randomContent(Random *random)
 {
-    // clang-format off
     static const QVector<QByteArray> fragments{
-        "KEY", "KEY", "K", "5", "12", "=", "-", "#", "# ", " ", "  ", "\t", "\r", "\n", "\n", "\n", "\v\f", {1, '\0'},
-        "\u00a0", "\u2003", "\ufeff", "\u00fc", "\u20ac", "\U0001f600",
-        "\xff", "\xc3", "\xe2\x82", "\xf0\x9f", "\x80", "\xed\xa0\x80", "\xc2\x85"};
-    // clang-format on
+        "KEY",     "KEY",    "K",      "5",          "12",   "=",    "-",        "#",        "# ",     " ",
+        "  ",      "\t",     "\r",     "\n",         "\n",   "\n",   "\v\f",     {1, '\0'},  "\u00a0", "\u2003",
+        "\ufeff",  "\u00fc", "\u20ac", "\U0001f600", "\xff", "\xc3", "\xe2\x82", "\xf0\x9f", "\x80",   "\xed\xa0\x80",
+        "\xc2\x85"};
     QByteArray content;
     for (int length = randomNumber(random, 40); length > 0; --length) {
         content += fragments.at(randomNumber(random, fragments.size()));
@@ -104,13 +105,7 @@ private Q_SLOTS:
 
 void LineWalkTest::visitsEveryLine_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<Lines>("lines");
-
-    const auto row = [](const char *name, const QByteArray &content, const Lines &lines) {
-        QTest::newRow(name) << content << lines;
-    };
-    // clang-format off
+    const Rows<QByteArray, Lines> row("content", "lines");
     row("nothing", "", {});
     row("one line", "a\n", {"a\n"});
     row("no line end", "a", {"a"});
@@ -120,7 +115,6 @@ void LineWalkTest::visitsEveryLine_data()
     row("NUL bytes", {"\0\na\0b\nc\0", 8}, {{"\0\n", 2}, {"a\0b\n", 4}, {"c\0", 2}});
     row("no valid text", "\xff\n\xc3\n", {"\xff\n", "\xc3\n"});
     row("blanks and comments", "  \n#\n # b\n", {"  \n", "#\n", " # b\n"});
-    // clang-format on
     // the file is read in pieces, of which a megabyte is a multiple
     constexpr int megabyte = 1024 * 1024;
     for (const int length : {-2, -1, 0, 1}) {
@@ -152,10 +146,10 @@ void LineWalkTest::visitsWhatTheDeviceStillHas()
 
 void LineWalkTest::walksLikeAPlainReader_data()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::newRow("setting") << "\\s*(KEY)\\s*=?\\s*(-?\\d+)";
-    QTest::newRow("anything") << ".*";
-    QTest::newRow("anchored") << "^K.*$";
+    const Rows<RowText> row("pattern");
+    row("setting", "\\s*(KEY)\\s*=?\\s*(-?\\d+)");
+    row("anything", ".*");
+    row("anchored", "^K.*$");
 }
 
 void LineWalkTest::walksLikeAPlainReader()

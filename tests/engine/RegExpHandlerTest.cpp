@@ -3,6 +3,7 @@
 
 #include "engine/RegExpHandler.h"
 
+#include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/Texts.h"
 #include "tests/support/VirtualSlot.h"
@@ -98,13 +99,7 @@ void RegExpHandlerTest::appendsNothingByDefault()
 
 void RegExpHandlerTest::searchesTheText_data()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QStringList>("captures"); // none where nothing is found
-
-    const auto row = [](const char *name, const char *pattern, const QByteArray &text, const QStringList &captures) {
-        QTest::newRow(name) << pattern << text << captures;
-    };
+    const Rows<RowText, QByteArray, QStringList> row("pattern", "text", "captures");
     // clang-format off
     row("whole text", "KEY (\\d+)", "KEY 5", texts({"KEY 5", "5"}));
     row("inside other text", "KEY (\\d+)", "xKEY 57y", texts({"KEY 57", "57"}));
@@ -154,20 +149,7 @@ void RegExpHandlerTest::readsBytesOfTheLocale()
 
 void RegExpHandlerTest::startsWhereTheHintSays_data()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<SearchWords>("words");
-    QTest::addColumn<QString>("start");
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<int>("position");
-
-    const auto row = [](const char *name,
-                        const char *pattern,
-                        const SearchWords &words,
-                        const char *start,
-                        const char *text,
-                        int position) {
-        QTest::newRow(name) << pattern << words << start << QByteArray(text) << position;
-    };
+    const Rows<RowText, SearchWords, RowText, QByteArray, int> row("pattern", "words", "start", "text", "position");
     row("word is there", ".KEY", {"KEY", "NAME"}, "", "aaKEY", 1);
     row("other word is there", ".NAME", {"KEY", "NAME"}, "", "aaNAME", 1);
     row("no word is there", "a", {"KEY", "NAME"}, "", "aaa", -1);

@@ -3,6 +3,8 @@
 
 #include "engine/SearchHint.h"
 
+#include "tests/support/Rows.h"
+
 #include <QTest>
 
 class SearchHintTest : public QObject
@@ -20,12 +22,12 @@ private Q_SLOTS:
 
 void SearchHintTest::saysNothingByDefault_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("null") << QString();
-    QTest::newRow("empty") << "";
-    QTest::newRow("blank") << " ";
-    QTest::newRow("word") << "word";
-    QTest::newRow("unicode") << "\u00fc\u2003";
+    const Rows<RowText> row("text");
+    row("null", QString());
+    row("empty", "");
+    row("blank", " ");
+    row("word", "word");
+    row("unicode", "\u00fc\u2003");
 }
 
 void SearchHintTest::saysNothingByDefault()
@@ -40,13 +42,7 @@ void SearchHintTest::saysNothingByDefault()
 
 void SearchHintTest::admitsLinesWithAWord_data()
 {
-    QTest::addColumn<QList<QByteArray>>("words");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("admits");
-
-    const auto row = [](const char *name, const QList<QByteArray> &words, const QByteArray &bytes, bool admits) {
-        QTest::newRow(name) << words << bytes << admits;
-    };
+    const Rows<QList<QByteArray>, QByteArray, bool> row("words", "bytes", "admits");
     // clang-format off
     row("the only word", {"first"}, "a first b", true);
     row("nothing but the word", {"first"}, "first", true);
@@ -75,20 +71,15 @@ void SearchHintTest::admitsLinesWithAWord()
 
 void SearchHintTest::findsTheStart_data()
 {
-    QTest::addColumn<QString>("start");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("offset");
-
-    // clang-format off
-    QTest::newRow("at the front") << "KEY" << "KEY KEY" << 0;
-    QTest::newRow("leftmost") << "KEY" << "a KEY KEY" << 2;
-    QTest::newRow("not there") << "KEY" << "a KE" << -1;
-    QTest::newRow("other case") << "KEY" << "key" << -1;
-    QTest::newRow("empty text") << "KEY" << "" << -1;
-    QTest::newRow("counted in UTF-16") << "KEY" << "\u00fc\U0001f600KEY" << 3;
-    QTest::newRow("blanks of unicode") << "\\s+KEY" << "a\u00a0\u2003KEY" << 1;
-    QTest::newRow("digits of unicode") << "\\d" << "a\u0664" << 1;
-    // clang-format on
+    const Rows<RowText, RowText, int> row("start", "text", "offset");
+    row("at the front", "KEY", "KEY KEY", 0);
+    row("leftmost", "KEY", "a KEY KEY", 2);
+    row("not there", "KEY", "a KE", -1);
+    row("other case", "KEY", "key", -1);
+    row("empty text", "KEY", "", -1);
+    row("counted in UTF-16", "KEY", "\u00fc\U0001f600KEY", 3);
+    row("blanks of unicode", "\\s+KEY", "a\u00a0\u2003KEY", 1);
+    row("digits of unicode", "\\d", "a\u0664", 1);
 }
 
 void SearchHintTest::findsTheStart()

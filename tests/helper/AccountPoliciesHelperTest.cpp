@@ -4,6 +4,7 @@
 #include "helper/AccountPoliciesHelper.h"
 
 #include "tests/support/Files.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
@@ -15,15 +16,16 @@
 
 namespace
 {
-const QStringList slotNames = texts({"readaccountslockoutpolicy",
-                                     "writeaccountslockoutpolicy",
-                                     "readpasswordcomplexitypolicy",
-                                     "writepasswordcomplexitypolicy",
-                                     "readpasswordexpirationpolicy",
-                                     "writepasswordexpirationpolicy"});
+const char readLockout[] = "readaccountslockoutpolicy";
+const char writeLockout[] = "writeaccountslockoutpolicy";
+const char readComplexity[] = "readpasswordcomplexitypolicy";
+const char writeComplexity[] = "writepasswordcomplexitypolicy";
+const char readExpiration[] = "readpasswordexpirationpolicy";
+const char writeExpiration[] = "writepasswordexpirationpolicy";
+/// In the order of their declarations.
+const char *const slotNames[] = {
+    readLockout, writeLockout, readComplexity, writeComplexity, readExpiration, writeExpiration};
 constexpr int slotCount = 6;
-// their places
-enum { readLockout, writeLockout, readComplexity, writeComplexity, readExpiration, writeExpiration };
 
 const QStringList lockoutFlags = texts({"magic_root: bool false", "no_reset: bool false", "per_user: bool false"});
 const QStringList complexityFlags =
@@ -42,16 +44,13 @@ QStringList sorted(QStringList entries)
 }
 
 /// Calls a slot as KAuth does: by its name, through the meta-object. Whatever its task does, the reply is no failure.
-QStringList dataOf(QObject *helper, int slot, const QVariantMap &args = {})
+QStringList dataOf(QObject *helper, const char *slot, const QVariantMap &args = {})
 {
     ActionReply reply;
     reply.setError(-1);
-    if (!QMetaObject::invokeMethod(helper,
-                                   slotNames.at(slot).toLatin1().constData(),
-                                   Qt::DirectConnection,
-                                   Q_RETURN_ARG(ActionReply, reply),
-                                   Q_ARG(QVariantMap, args))) {
-        qFatal("no slot %s", qPrintable(slotNames.at(slot)));
+    if (!QMetaObject::invokeMethod(
+            helper, slot, Qt::DirectConnection, Q_RETURN_ARG(ActionReply, reply), Q_ARG(QVariantMap, args))) {
+        qFatal("no slot %s", slot);
     }
     if (reply.type() != ActionReply::SuccessType || reply.errorCode() != ActionReply::NoError
         || !reply.errorDescription().isEmpty()) {
@@ -86,8 +85,7 @@ private Q_SLOTS:
     void succeedsAfterFailure();
     void keepsAllButErrorAmongArgumentsOfSuccess();
     void leavesNoTraceOfOneActionInTheNext();
-    void leavesArgumentsOfTheCallerAlone();
-    void freesArgumentsWithTheTask();
+    void freesItsOwnArgumentsAlone();
     void invokesByIndex();
     void tellsHowFarIdsAreBelowTheEnd();
     void leavesIdsOfItsBaseAsTheBaseReturnsThem();
@@ -136,7 +134,7 @@ void AccountPoliciesHelperTest::declaresSlotsInOrder()
     for (int i = 0; i < slotCount; ++i) {
         const QMetaMethod method = meta->method(meta->methodOffset() + i);
 
-        QCOMPARE(method.methodSignature(), slotNames.at(i).toLatin1() + "(QVariantMap)");
+        QCOMPARE(method.methodSignature(), slotNames[i] + QByteArray("(QVariantMap)"));
         QCOMPARE(method.methodType(), QMetaMethod::Slot);
         QCOMPARE(method.access(), QMetaMethod::Public);
         QCOMPARE(QByteArray(method.typeName()), QByteArray("ActionReply"));
@@ -155,17 +153,7 @@ void AccountPoliciesHelperTest::castsByName()
 
 void AccountPoliciesHelperTest::runsTheTaskOfTheSlot_data()
 {
-    QTest::addColumn<int>("slot");
-    QTest::addColumn<QVariantMap>("args");
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("content");
-
-    const auto row =
-        [](int slot, const QVariantMap &args, const QStringList &entries, const QString &file, const char *content) {
-            QTest::newRow(qPrintable(slotNames.at(slot)))
-                << slot << args << sorted(entries) << file << QByteArray(content);
-        };
+    const Rows<QVariantMap, QStringList, RowText, QByteArray> row("args", "entries", "file", "content");
     // clang-format off
     row(readLockout, {}, texts({"deny: int 3"}) + lockoutFlags,
         tallyProfile, "required pam_tally.so\n");
@@ -184,26 +172,18 @@ void AccountPoliciesHelperTest::runsTheTaskOfTheSlot_data()
 
 void AccountPoliciesHelperTest::runsTheTaskOfTheSlot()
 {
-    QFETCH(int, slot);
     QFETCH(QVariantMap, args);
+    QFETCH(QStringList, entries);
     QFETCH(QString, file);
 
-    QTEST(dataOf(&m_helper, slot, args), "entries");
+    QCOMPARE(dataOf(&m_helper, QTest::currentDataTag(), args), sorted(entries));
 
     QTEST(contentOf(file), "content");
 }
 
 void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot_data()
 {
-    QTest::addColumn<int>("slot");
-    QTest::addColumn<QStringList>("entries");
-
-    const auto row = [](int slot, QStringList values, const char *description, const char *message) {
-        values += QStringLiteral("error: bool true");
-        values += QLatin1String("description: QString ") + QLatin1String(description);
-        values += QLatin1String("message: QString ") + QLatin1String(message);
-        QTest::newRow(qPrintable(slotNames.at(slot))) << slot << sorted(values);
-    };
+    const Rows<QStringList, RowText, RowText> row("values", "description", "message");
     // clang-format off
     row(readLockout, lockoutFlags,
         "Read default lockout account policy", "\"/etc/pam.d/common-auth\" not exists");
@@ -222,7 +202,9 @@ void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot_data()
 
 void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot()
 {
-    QFETCH(int, slot);
+    QFETCH(QStringList, values);
+    QFETCH(QString, description);
+    QFETCH(QString, message);
     for (const QString &file : {lockoutStack, complexityStack, loginDefs, tallyProfile, pwqualityProfile}) {
         QVERIFY(QFile::remove(file));
     }
@@ -230,7 +212,10 @@ void AccountPoliciesHelperTest::reportsFailureOfTheTaskOfTheSlot()
     const QVariantMap args{
         {QStringLiteral("x"), 1}, {QStringLiteral("error"), QStringLiteral("mine")}, {QStringLiteral("message"), 1}};
 
-    QTEST(dataOf(&m_helper, slot, args), "entries");
+    values += QStringLiteral("error: bool true");
+    values += QLatin1String("description: QString ") + description;
+    values += QLatin1String("message: QString ") + message;
+    QCOMPARE(dataOf(&m_helper, QTest::currentDataTag(), args), sorted(values));
 }
 
 void AccountPoliciesHelperTest::ignoresArgumentsOfReads()
@@ -240,7 +225,7 @@ void AccountPoliciesHelperTest::ignoresArgumentsOfReads()
                            {QStringLiteral("maxInterval"), 1},
                            {QStringLiteral("name"), QStringLiteral("root")}};
 
-    for (const int read : {readLockout, readComplexity, readExpiration}) {
+    for (const char *read : {readLockout, readComplexity, readExpiration}) {
         QCOMPARE(dataOf(&m_helper, read, args), dataOf(&m_helper, read));
     }
 }
@@ -263,7 +248,7 @@ void AccountPoliciesHelperTest::keepsAllButErrorAmongArgumentsOfSuccess()
                            {QStringLiteral("message"), 7}};
 
     // the last one's notice is told to nobody
-    for (const int write : {writeLockout, writeComplexity, writeExpiration}) {
+    for (const char *write : {writeLockout, writeComplexity, writeExpiration}) {
         QCOMPARE(dataOf(&m_helper, write, args), texts({"description: QString mine", "message: int 7"}));
     }
 }
@@ -279,22 +264,15 @@ void AccountPoliciesHelperTest::leavesNoTraceOfOneActionInTheNext()
     QVERIFY(m_helper.dynamicPropertyNames().isEmpty());
 }
 
-void AccountPoliciesHelperTest::leavesArgumentsOfTheCallerAlone()
+void AccountPoliciesHelperTest::freesItsOwnArgumentsAlone()
 {
-    const QVariantMap args{{QStringLiteral("error"), true}, {QStringLiteral("deny"), 2}};
-
-    m_helper.writeaccountslockoutpolicy(args);
-
-    QCOMPARE(typedEntries(args), texts({"deny: int 2", "error: bool true"}));
-}
-
-void AccountPoliciesHelperTest::freesArgumentsWithTheTask()
-{
-    for (int slot = 0; slot < slotCount; ++slot) {
+    for (const char *slot : slotNames) {
         std::weak_ptr<int> life;
         {
             const std::unique_ptr<QVariantMap> args(newWatchedMap(&life));
+            args->insert(QStringLiteral("error"), true);
             dataOf(&m_helper, slot, *args);
+            QCOMPARE(args->keys(), texts({"error", "watched"}));
             QVERIFY(!life.expired());
         }
         QVERIFY(life.expired());
@@ -306,14 +284,14 @@ void AccountPoliciesHelperTest::invokesByIndex()
     ActionReply reply;
     QVariantMap args{{QStringLiteral("deny"), 8}};
     void *arguments[] = {&reply, &args};
-    QVERIFY(metacall(&m_helper, QMetaObject::InvokeMetaMethod, writeLockout, arguments) < 0);
+    QVERIFY(metacall(&m_helper, QMetaObject::InvokeMetaMethod, 1, arguments) < 0);
     QCOMPARE(typedEntries(reply.data()), texts({"deny: int 8"}));
     QCOMPARE(contentOf(tallyProfile), QByteArray("required pam_tally.so deny=8\n"));
 
     // without a place for the reply
     args.insert(QStringLiteral("deny"), 7);
     arguments[0] = nullptr;
-    metacall(&m_helper, QMetaObject::InvokeMetaMethod, writeLockout, arguments);
+    metacall(&m_helper, QMetaObject::InvokeMetaMethod, 1, arguments);
     QCOMPARE(contentOf(tallyProfile), QByteArray("required pam_tally.so deny=7\n"));
 }
 

@@ -4,6 +4,7 @@
 #include "helper/ReplyBuilder.h"
 
 #include "tasks/AbstractTask.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
 
@@ -91,9 +92,7 @@ private Q_SLOTS:
 
 void ReplyBuilderTest::answersByStateAlone_data()
 {
-    QTest::addColumn<int>("state");
-    QTest::addColumn<QStringList>("entries");
-
+    const Rows<int, QStringList> row("state", "entries");
     const QStringList success =
         texts({"deny: qlonglong 5", "description: int 1", "message: QByteArray mine", "read: int 7"});
     const QStringList failure = texts({"deny: qlonglong 5",
@@ -101,13 +100,13 @@ void ReplyBuilderTest::answersByStateAlone_data()
                                        "error: bool true",
                                        "message: QString text",
                                        "read: int 7"});
-    QTest::newRow("not started") << 0 << success;
-    QTest::newRow("failed") << 1 << failure;
-    QTest::newRow("succeeded") << 2 << success;
-    QTest::newRow("succeeded with a notice") << 3 << success;
-    QTest::newRow("no known state") << 4 << success;
-    QTest::newRow("no known state, odd") << 5 << success;
-    QTest::newRow("no known state, negative") << -1 << success;
+    row("not started", 0, success);
+    row("failed", 1, failure);
+    row("succeeded", 2, success);
+    row("succeeded with a notice", 3, success);
+    row("no known state", 4, success);
+    row("no known state, odd", 5, success);
+    row("no known state, negative", -1, success);
 }
 
 void ReplyBuilderTest::answersByStateAlone()

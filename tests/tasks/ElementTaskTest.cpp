@@ -12,6 +12,7 @@
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Texts.h"
 #include "tests/support/WatchedMap.h"
 
@@ -76,16 +77,12 @@ private Q_SLOTS:
 
 void ElementTaskTest::startsAndCancelsAsItsKindDoes_data()
 {
-    QTest::addColumn<Make>("make");
-    QTest::addColumn<Map>("map");
-    QTest::addColumn<QByteArray>("title");
-
+    const Rows<Make, Map, QByteArray> row("make", "map", "title");
     addTask<CreateTask, ElementTask>("CreateTask", Map::Given);
     addTask<ReadContentTask, ElementTask>("ReadContentTask", Map::None);
     addTask<ReadPropertyHeavyTask, ElementTask>("ReadPropertyHeavyTask", Map::None);
     addTask<UpdateTask, ElementTask>("UpdateTask", Map::Given);
     addTask<DeleteTask, ElementTask>("DeleteTask", Map::None);
-    // clang-format off
     addTask<LocalPolicyLockoutReadTask, ReadPropertyHeavyTask>(
         "LocalPolicyLockoutReadTask", Map::OfItsOwn, "Read default lockout account policy");
     addTask<LocalPolicyLockoutUpdateTask, UpdateTask>(
@@ -102,7 +99,6 @@ void ElementTaskTest::startsAndCancelsAsItsKindDoes_data()
         "LocalUserPolicyPasswordExpirationReadTask", Map::OfItsOwn, "Read user password expiration policy");
     addTask<LocalUserPolicyPasswordExpirationUpdateTask, UpdateTask>(
         "LocalUserPolicyPasswordExpirationUpdateTask", Map::Given, "Update user password expiration policy");
-    // clang-format on
 }
 
 void ElementTaskTest::startsAndCancelsAsItsKindDoes()

@@ -7,6 +7,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/NoMoreFiles.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
@@ -89,22 +90,17 @@ class ExportHtmlTaskTest : public QObject
 private Q_SLOTS:
     void init();
 
-    void startsWithTheGivenMap();
-    void freesItsMap();
+    void ownsTheGivenMap();
     void translatesItsTexts();
     void doesNothingOnCancel();
-    void writesTextByOneCall_data();
-    void writesTextByOneCall();
-    void writesUtf8WhateverTheLocale();
+    void writesUtf8ByOneCallWhateverTheLocale_data();
+    void writesUtf8ByOneCallWhateverTheLocale();
     void takesPathAsText();
     void replacesFileInPlace_data();
     void replacesFileInPlace();
     void writesThroughLink();
     void leavesModeOfNewFileToTheUmask();
-    void succeedsWhereTheDiskIsFull_data();
     void succeedsWhereTheDiskIsFull();
-    void failsWithoutPath_data();
-    void failsWithoutPath();
     void failsWhereFileCannotBeOpened_data();
     void failsWhereFileCannotBeOpened();
     void tellsErrorCode();
@@ -119,28 +115,22 @@ void ExportHtmlTaskTest::init()
     QVERIFY(QDir::setCurrent(m_folder->path()));
 }
 
-void ExportHtmlTaskTest::startsWithTheGivenMap()
-{
-    auto *map = new QVariantMap(arguments(1, 2));
-    ExportHtmlTask task(map);
-
-    QVERIFY(task.values() == map);
-    QCOMPARE(stateOf(&task), stateWith(TaskState::NotStarted, QString(), arguments(1, 2)));
-    QCOMPARE(task.flags(), quint64(0));
-    QCOMPARE(task.isCancelRequested(), false);
-    QCOMPARE(ExportHtmlTask(nullptr).values(), nullptr);
-}
-
-void ExportHtmlTaskTest::freesItsMap()
+void ExportHtmlTaskTest::ownsTheGivenMap()
 {
     std::weak_ptr<int> life;
+    QVariantMap *map = newWatchedMap(&life);
+    map->insert(filePath, page);
     {
-        const std::unique_ptr<AbstractTask> task = std::make_unique<ExportHtmlTask>(newWatchedMap(&life));
-        task->values()->insert(filePath, page);
+        const std::unique_ptr<AbstractTask> task = std::make_unique<ExportHtmlTask>(map);
+        QCOMPARE(task->values(), map);
+        QCOMPARE(stateOf(task.get()), stateWith(TaskState::NotStarted, QString(), *map));
+        QCOMPARE(task->flags(), quint64(0));
+        QCOMPARE(task->isCancelRequested(), false);
         task->run();
         QVERIFY(!life.expired());
     }
     QVERIFY(life.expired());
+    QCOMPARE(ExportHtmlTask(nullptr).values(), nullptr);
 }
 
 void ExportHtmlTaskTest::translatesItsTexts()
@@ -168,15 +158,9 @@ void ExportHtmlTaskTest::doesNothingOnCancel()
     QVERIFY(!QFile::exists(page));
 }
 
-void ExportHtmlTaskTest::writesTextByOneCall_data()
+void ExportHtmlTaskTest::writesUtf8ByOneCallWhateverTheLocale_data()
 {
-    QTest::addColumn<QVariant>("text");
-    QTest::addColumn<QByteArray>("bytes");
-
-    const auto row = [](const char *name, const QVariant &text, const QByteArray &bytes) {
-        QTest::newRow(name) << text << bytes;
-    };
-    // clang-format off
+    const Rows<QVariant, QByteArray> row("text", "bytes");
     row("markup", QStringLiteral("<p>a &amp; \"b\"</p>\n"), "<p>a &amp; \"b\"</p>\n");
     row("empty", QString(), "");
     row("beyond ASCII", QStringLiteral("gr\u00fc\u00df \u20ac"), "gr\xc3\xbc\xc3\x9f \xe2\x82\xac");
@@ -190,28 +174,19 @@ void ExportHtmlTaskTest::writesTextByOneCall_data()
     row("bytes", QByteArray("\xc3\xbc"), "\xc3\xbc");
     row("list", texts({"a", "b"}), "");
     row("nothing", QVariant(), "");
-    // clang-format on
 }
 
-void ExportHtmlTaskTest::writesTextByOneCall()
+void ExportHtmlTaskTest::writesUtf8ByOneCallWhateverTheLocale()
 {
     QFETCH(QVariant, text);
     QFETCH(QByteArray, bytes);
+    const ScopedLatin1 locale;
 
     QCOMPARE(outcomeOf(arguments(page, text)), success(arguments(page, text)));
 
     QCOMPARE(writes, QList<qint64>{bytes.size()});
     QVERIFY2(contentOf(page) == bytes, contentOf(page).left(100).constData());
     QCOMPARE(QDir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{page});
-}
-
-void ExportHtmlTaskTest::writesUtf8WhateverTheLocale()
-{
-    const ScopedLatin1 locale;
-
-    outcomeOf(arguments(page, QStringLiteral("caf\u00e9")));
-
-    QCOMPARE(contentOf(page), QByteArray("caf\xc3\xa9"));
 }
 
 void ExportHtmlTaskTest::takesPathAsText()
@@ -225,14 +200,11 @@ void ExportHtmlTaskTest::takesPathAsText()
 
 void ExportHtmlTaskTest::replacesFileInPlace_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QVariantMap>("values");
-    QTest::addColumn<QByteArray>("after");
-
+    const Rows<QByteArray, QVariantMap, QByteArray> row("before", "values", "after");
     const QVariantMap text = arguments(page, QStringLiteral("text"));
-    QTest::newRow("shorter") << QByteArray("b") << text << QByteArray("text");
-    QTest::newRow("longer") << QByteArray(100000, 'b') << text << QByteArray("text");
-    QTest::newRow("by nothing") << QByteArray("b") << QVariantMap{{filePath, page}} << QByteArray("");
+    row("shorter", "b", text, "text");
+    row("longer", QByteArray(100000, 'b'), text, "text");
+    row("by nothing", "b", QVariantMap{{filePath, page}}, "");
 }
 
 void ExportHtmlTaskTest::replacesFileInPlace()
@@ -277,66 +249,48 @@ void ExportHtmlTaskTest::leavesModeOfNewFileToTheUmask()
     QCOMPARE(status.st_mode & 07777U, 0640U);
 }
 
-void ExportHtmlTaskTest::succeedsWhereTheDiskIsFull_data()
-{
-    QTest::addColumn<int>("length");
-
-    // a short text fails to be written only when the file is closed
-    QTest::newRow("short") << 1;
-    QTest::newRow("long") << 1000000;
-}
-
 void ExportHtmlTaskTest::succeedsWhereTheDiskIsFull()
 {
-    QFETCH(int, length);
-    const QVariantMap values = arguments(QStringLiteral("/dev/full"), QString(length, QLatin1Char('x')));
-
-    QCOMPARE(outcomeOf(values), success(values));
-}
-
-void ExportHtmlTaskTest::failsWithoutPath_data()
-{
-    QTest::addColumn<QVariantMap>("values");
-
-    QTest::newRow("no arguments") << QVariantMap();
-    QTest::newRow("no path") << QVariantMap({{htmlText, QStringLiteral("text")}});
-    QTest::newRow("empty path") << arguments(QString(), QStringLiteral("text"));
-    QTest::newRow("path that is no text") << arguments(QVariantMap(), QStringLiteral("text"));
-    QTest::newRow("other key") << QVariantMap({{QStringLiteral("FilePath"), page}});
-}
-
-void ExportHtmlTaskTest::failsWithoutPath()
-{
-    QFETCH(QVariantMap, values);
-    QTest::ignoreMessage(QtWarningMsg, "QFSFileEngine::open: No file name specified");
-
-    QCOMPARE(outcomeOf(values),
-             stateWith(TaskState::Failed, QStringLiteral("\"\" error 5\nNo file name specified"), values));
+    // a short text fails to be written only when the file is closed
+    for (const int length : {1, 1000000}) {
+        const QVariantMap values = arguments(QStringLiteral("/dev/full"), QString(length, QLatin1Char('x')));
+        QCOMPARE(outcomeOf(values), success(values));
+    }
 }
 
 void ExportHtmlTaskTest::failsWhereFileCannotBeOpened_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("error");
-
-    // clang-format off
-    QTest::newRow("missing folder") << "/no/such/file.html" << "No such file or directory";
-    QTest::newRow("file for a folder") << "/dev/null/file.html" << "Not a directory";
-    QTest::newRow("folder") << "/" << "Is a directory";
-    QTest::newRow("running program") << "/proc/self/exe" << "Text file busy";
-    QTest::newRow("as given") << "./no//such/../f.html" << "No such file or directory";
-    QTest::newRow("placeholders") << "/no/%3/%1/%2" << "No such file or directory";
-    // clang-format on
+    const Rows<QVariantMap, RowText> row("values", "message");
+    const QString text = QStringLiteral("text");
+    const QString nameless = QStringLiteral("\"\" error 5\nNo file name specified");
+    row("no arguments", {}, nameless);
+    row("no path", {{htmlText, text}}, nameless);
+    row("empty path", arguments(QString(), text), nameless);
+    row("path that is no text", arguments(QVariantMap(), text), nameless);
+    row("other key", {{QStringLiteral("FilePath"), page}}, nameless);
+    const auto at = [&row, &text](const char *name, const char *path, const char *error) {
+        const QString utf8 = QString::fromUtf8(path);
+        row(name,
+            arguments(utf8, text),
+            QLatin1Char('"') + utf8 + QLatin1String("\" error 5\n") + QLatin1String(error));
+    };
+    at("missing folder", "/no/such/file.html", "No such file or directory");
+    at("file for a folder", "/dev/null/file.html", "Not a directory");
+    at("folder", "/", "Is a directory");
+    at("running program", "/proc/self/exe", "Text file busy");
+    at("as given", "./no//such/../f.html", "No such file or directory");
+    at("placeholders", "/no/%3/%1/%2", "No such file or directory");
 }
 
 void ExportHtmlTaskTest::failsWhereFileCannotBeOpened()
 {
-    QFETCH(QString, path);
-    QFETCH(QString, error);
-    const QVariantMap values = arguments(path, QStringLiteral("text"));
+    QFETCH(QVariantMap, values);
+    QFETCH(QString, message);
+    if (values.value(filePath).toString().isEmpty()) {
+        QTest::ignoreMessage(QtWarningMsg, "QFSFileEngine::open: No file name specified");
+    }
 
-    QCOMPARE(outcomeOf(values),
-             stateWith(TaskState::Failed, QStringLiteral("\"%1\" error 5\n%2").arg(path, error), values));
+    QCOMPARE(outcomeOf(values), stateWith(TaskState::Failed, message, values));
 }
 
 void ExportHtmlTaskTest::tellsErrorCode()

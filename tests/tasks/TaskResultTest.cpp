@@ -3,6 +3,7 @@
 
 #include "tasks/TaskResult.h"
 
+#include "tests/support/Rows.h"
 #include "tests/support/Texts.h"
 
 #include <QTest>
@@ -54,13 +55,7 @@ private Q_SLOTS:
 
 void TaskResultTest::changesWhatIsNamedAlone_data()
 {
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<QStringList>("fromFresh");
-    QTest::addColumn<QStringList>("fromFilled");
-
-    const auto row = [](const char *name, const Change &change, const QStringList &fresh, const QStringList &filled) {
-        QTest::newRow(name) << change << fresh << filled;
-    };
+    const Rows<Change, QStringList, QStringList> row("change", "fromFresh", "fromFilled");
     // clang-format off
     row("nothing", [](TaskResult *) {}, texts({"", "0", ""}), texts({"title", "1", "reason"}));
     row("description", [](TaskResult *result) { result->setDescription(QStringLiteral("a")); },
