@@ -4,6 +4,7 @@
 // The texts that translators see: what lupdate(1) finds in the sources is just what the system says.
 
 #include "tests/support/Program.h"
+#include "tests/support/Texts.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -58,49 +59,43 @@ QStringList textsOf(const QStringList &folders)
     return lupdate.exitCode == 0 ? textsIn(tsFile) : QStringList{QString::fromLocal8Bit(lupdate.standardError)};
 }
 
-QStringList commandTexts(const QString &context)
-{
-    return {QStringLiteral("%1: Process: \"%2 %3\". Error: %4.\n\"Not started\"")
-                .arg(context, QStringLiteral("%1"), QStringLiteral("%2"), QStringLiteral("%3")),
-            QStringLiteral("%1: Process: \"%2 %3\". Error: %4.\n\"Not finished\"")
-                .arg(context, QStringLiteral("%1"), QStringLiteral("%2"), QStringLiteral("%3")),
-            context + QStringLiteral(": Process: \"%1 %2\". Exit code: %3.\n\"%4\"")};
-}
-
 QStringList expectedTexts()
 {
-    QStringList texts{
-        QStringLiteral("LocalPolicyLockoutReadTask: Read default lockout account policy"),
-        QStringLiteral("LocalPolicyLockoutReadTask: \"%1\" not contain \"pam_tally\""),
-        QStringLiteral("LocalPolicyLockoutUpdateTask: Update default lockout account policy"),
-        QStringLiteral("LocalPolicyLockoutUpdateTask: \"%1\" not contain \"pam_tally\""),
-        QStringLiteral("LocalPolicyPasswordComplexityReadTask: Read default password complexity policy"),
-        QStringLiteral("LocalPolicyPasswordComplexityReadTask: \"%1\" not contain \"pam_cracklib or pam_pwquality\""),
-        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: Update default password complexity policy"),
-        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_cracklib\""),
-        QStringLiteral("LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_pwquality\""),
-        QStringLiteral(
-            "LocalPolicyPasswordComplexityUpdateTask: Both profiles of supported PAM modules do not exist (%1, %2)"),
-        QStringLiteral("LocalPolicyPasswordExpirationReadTask: Read default password expiration policy"),
-        QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Update default password expiration policy"),
-        QStringLiteral("LocalPolicyPasswordExpirationUpdateTask: Default password expiration policy will be applied "
-                       "only for new user creation"),
-        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: Read user password expiration policy"),
-        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: Internal error: %1"),
-        QStringLiteral("LocalUserPolicyPasswordExpirationReadTask: System not use /etc/shadow for this account"),
-        QStringLiteral("LocalUserPolicyPasswordExpirationUpdateTask: Update user password expiration policy"),
-        QStringLiteral("QObject: Export to HTML"),
-        QStringLiteral("QObject: \"%1\" not exists"),
-        QStringLiteral("QObject: \"%1\" error %2\n%3"),
-    };
+    QStringList all = texts({
+        "LocalPolicyLockoutReadTask: Read default lockout account policy",
+        "LocalPolicyLockoutReadTask: \"%1\" not contain \"pam_tally\"",
+        "LocalPolicyLockoutUpdateTask: Update default lockout account policy",
+        "LocalPolicyLockoutUpdateTask: \"%1\" not contain \"pam_tally\"",
+        "LocalPolicyPasswordComplexityReadTask: Read default password complexity policy",
+        "LocalPolicyPasswordComplexityReadTask: \"%1\" not contain \"pam_cracklib or pam_pwquality\"",
+        "LocalPolicyPasswordComplexityUpdateTask: Update default password complexity policy",
+        "LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_cracklib\"",
+        "LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_pwquality\"",
+        "LocalPolicyPasswordComplexityUpdateTask: Both profiles of supported PAM modules do not exist (%1, %2)",
+        "LocalPolicyPasswordExpirationReadTask: Read default password expiration policy",
+        "LocalPolicyPasswordExpirationUpdateTask: Update default password expiration policy",
+        "LocalPolicyPasswordExpirationUpdateTask: Default password expiration policy will be applied only for new user "
+        "creation",
+        "LocalUserPolicyPasswordExpirationReadTask: Read user password expiration policy",
+        "LocalUserPolicyPasswordExpirationReadTask: Internal error: %1",
+        "LocalUserPolicyPasswordExpirationReadTask: System not use /etc/shadow for this account",
+        "LocalUserPolicyPasswordExpirationUpdateTask: Update user password expiration policy",
+        "QObject: Export to HTML",
+        "QObject: \"%1\" not exists",
+        "QObject: \"%1\" error %2\n%3",
+    });
     for (const char *context : {"LocalPolicyLockoutUpdateTask",
                                 "LocalPolicyPasswordComplexityUpdateTask",
                                 "LocalUserPolicyPasswordExpirationUpdateTask",
                                 "QObject"}) {
-        texts += commandTexts(QString::fromLatin1(context));
+        for (const char *text : {"Process: \"%1 %2\". Error: %3.\n\"Not started\"",
+                                 "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
+                                 "Process: \"%1 %2\". Exit code: %3.\n\"%4\""}) {
+            all += QLatin1String(context) + QLatin1String(": ") + QLatin1String(text);
+        }
     }
-    texts.sort();
-    return texts;
+    all.sort();
+    return all;
 }
 }
 
