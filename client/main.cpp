@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
+#include "client/Translation.h"
 #include "client/commands/CommandLine.h"
 #include "client/output/Terminal.h"
 
@@ -40,8 +41,7 @@ ExitCode closeOutput(ExitCode code)
     if (error == 0 || error == EPIPE) {
         return code;
     }
-    printError(
-        QCoreApplication::translate("main", "cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(error))));
+    printError(translate("main", "cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(error))));
     return code == ExitCode::Done ? ExitCode::Failed : code;
 }
 }

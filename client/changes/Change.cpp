@@ -3,25 +3,20 @@
 
 #include "client/changes/Change.h"
 
+#include "client/Translation.h"
 #include "client/changes/History.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
 
-#include <QCoreApplication>
 #include <QFile>
 
 namespace
 {
-/// Translates this file's texts.
-struct ChangeText {
-    Q_DECLARE_TR_FUNCTIONS(Change)
-};
-
 Outcome saveBefore(const Change &change, QString *file)
 {
     if (!change.before.outcome.succeeded()) {
-        printError(ChangeText::tr("%1 could not be read, so that there is no way back from this change")
+        printError(translate("Change", "%1 could not be read, so that there is no way back from this change")
                        .arg(change.store->phrase()));
         return {};
     }
@@ -36,7 +31,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
     const auto keys = differingKeys(schema, wanted, found);
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
-        lines += ChangeText::tr("%1: asked for %2, found %3")
+        lines += translate("Change", "%1: asked for %2, found %3")
                      .arg(key, settingText(setting, wanted.value(key)), settingText(setting, found.value(key)));
     }
     return lines.join(QLatin1Char('\n'));
@@ -44,7 +39,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
 
 Outcome verify(const Change &change)
 {
-    const QString written = ChangeText::tr("%1 was written, but is not in force").arg(change.store->phrase());
+    const QString written = translate("Change", "%1 was written, but is not in force").arg(change.store->phrase());
     const Reading after = change.store->read();
     if (!after.outcome.succeeded()) {
         const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
@@ -95,9 +90,9 @@ QString previewText(const Change &change)
     const SettingSchema &schema = change.store->schema();
     const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
     if (keys.isEmpty()) {
-        return ChangeText::tr("%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
+        return translate("Change", "%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
     }
-    QVector<QStringList> rows{{change.store->name(), ChangeText::tr("now"), ChangeText::tr("then")}};
+    QVector<QStringList> rows{{change.store->name(), translate("Change", "now"), translate("Change", "then")}};
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         rows += {key,
@@ -111,7 +106,7 @@ QString previewText(const Change &change)
 ExitCode performChange(const Change &change, bool dryRun)
 {
     if (!change.store->exists()) {
-        printError(ChangeText::tr("%1 does not exist").arg(change.store->phrase()));
+        printError(translate("Change", "%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
     if (dryRun) {
@@ -123,6 +118,6 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(outcome.error);
         return outcome.code;
     }
-    out().write(printable(ChangeText::tr("%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
+    out().write(printable(translate("Change", "%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
     return ExitCode::Done;
 }

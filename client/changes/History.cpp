@@ -3,6 +3,7 @@
 
 #include "client/changes/History.h"
 
+#include "client/Translation.h"
 #include "client/settings/Document.h"
 #include "client/stores/Stores.h"
 
@@ -18,11 +19,6 @@
 namespace
 {
 constexpr int mostEntries = 100;
-
-/// Translates this file's texts.
-struct HistoryText {
-    Q_DECLARE_TR_FUNCTIONS(History)
-};
 
 QString timeKey()
 {
@@ -66,10 +62,11 @@ QString stateHome()
 
 Outcome noWayBack(const QString &reason)
 {
-    return {ExitCode::Failed,
-            HistoryText::tr(
-                "nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours")
-                + QLatin1Char('\n') + reason};
+    return {
+        ExitCode::Failed,
+        translate("History",
+                  "nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of yours")
+            + QLatin1Char('\n') + reason};
 }
 
 QByteArray textOf(const HistoryEntry &entry, const SettingSchema &schema)
@@ -118,7 +115,7 @@ QString History::folder() const
 Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const
 {
     if (m_folder.isEmpty()) {
-        return noWayBack(HistoryText::tr("this account has no home folder"));
+        return noWayBack(translate("History", "this account has no home folder"));
     }
     QDir().mkpath(m_folder);
     // names sort by time; the process tells apart what happens at the same one

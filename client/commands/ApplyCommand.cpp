@@ -3,6 +3,7 @@
 
 #include "client/commands/ApplyCommand.h"
 
+#include "client/Translation.h"
 #include "client/changes/Change.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/output/Terminal.h"
@@ -11,17 +12,10 @@
 #include "client/settings/SettingText.h"
 #include "client/stores/Stores.h"
 
-#include <QCoreApplication>
-
 #include <algorithm>
 
 namespace
 {
-/// Translates this file's texts.
-struct ApplyCommandText {
-    Q_DECLARE_TR_FUNCTIONS(ApplyCommand)
-};
-
 /// The first value that would be set and may not be; what is in force already may be any value.
 QString disallowedText(const SettingSchema &schema, const Settings &before, const Wishes &wishes)
 {
@@ -74,7 +68,7 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
-        out().write(ApplyCommandText::tr("%1: already in force").arg(name) + QLatin1Char('\n'));
+        out().write(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
         return ExitCode::Done;
     }
     return performChange(
@@ -96,7 +90,7 @@ QString ApplyCommand::name() const
 
 QString ApplyCommand::summary() const
 {
-    return ApplyCommandText::tr("Put the policies of a document in force.");
+    return translate("ApplyCommand", "Put the policies of a document in force.");
 }
 
 QList<Argument> ApplyCommand::arguments() const

@@ -3,6 +3,7 @@
 
 #include "client/commands/CheckCommand.h"
 
+#include "client/Translation.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/commands/PolicyReadings.h"
 #include "client/output/Table.h"
@@ -10,15 +11,8 @@
 #include "client/settings/Policies.h"
 #include "client/settings/SettingText.h"
 
-#include <QCoreApplication>
-
 namespace
 {
-/// Translates this file's texts.
-struct CheckCommandText {
-    Q_DECLARE_TR_FUNCTIONS(CheckCommand)
-};
-
 QVector<QStringList> driftRows(const Policy &policy, const Settings &found, const Wishes &wishes)
 {
     QVector<QStringList> rows;
@@ -39,7 +33,7 @@ QString CheckCommand::name() const
 
 QString CheckCommand::summary() const
 {
-    return CheckCommandText::tr("Tell where the policies in force differ from a document.");
+    return translate("CheckCommand", "Tell where the policies in force differ from a document.");
 }
 
 QList<Argument> CheckCommand::arguments() const
@@ -65,10 +59,10 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
         rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
     }
     if (!rows.isEmpty()) {
-        rows.prepend({CheckCommandText::tr("policy"),
-                      CheckCommandText::tr("setting"),
-                      CheckCommandText::tr("wanted"),
-                      CheckCommandText::tr("found")});
+        rows.prepend({translate("CheckCommand", "policy"),
+                      translate("CheckCommand", "setting"),
+                      translate("CheckCommand", "wanted"),
+                      translate("CheckCommand", "found")});
         out().write(table(rows, 0));
     }
     const ExitCode read = printFailures(readings);

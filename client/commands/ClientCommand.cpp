@@ -3,22 +3,14 @@
 
 #include "client/commands/ClientCommand.h"
 
+#include "client/Translation.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
 
-#include <QCoreApplication>
 #include <QFile>
 
 #include <pwd.h>
-
-namespace
-{
-/// Translates this file's texts.
-struct ClientCommandText {
-    Q_DECLARE_TR_FUNCTIONS(ClientCommand)
-};
-}
 
 ClientCommand::~ClientCommand() = default;
 
@@ -40,17 +32,18 @@ QStringList ClientCommand::candidates(const QStringList &before) const
 
 QCommandLineOption jsonOption()
 {
-    return {QStringLiteral("json"), ClientCommandText::tr("Print a JSON document.")};
+    return {QStringLiteral("json"), translate("ClientCommand", "Print a JSON document.")};
 }
 
 QCommandLineOption dryRunOption()
 {
-    return {QStringLiteral("dry-run"), ClientCommandText::tr("Show what would change, and change nothing.")};
+    return {QStringLiteral("dry-run"), translate("ClientCommand", "Show what would change, and change nothing.")};
 }
 
 QCommandLineOption noAskPasswordOption()
 {
-    return {QStringLiteral("no-ask-password"), ClientCommandText::tr("Do not ask for a password on the terminal.")};
+    return {QStringLiteral("no-ask-password"),
+            translate("ClientCommand", "Do not ask for a password on the terminal.")};
 }
 
 bool isDryRun(const QCommandLineParser &line)
@@ -80,22 +73,22 @@ QStringList accountNames()
 
 ExitCode usageError(const QString &text)
 {
-    printError(text + QLatin1Char('\n') + ClientCommandText::tr("see accountpolicyctl --help"));
+    printError(text + QLatin1Char('\n') + translate("ClientCommand", "see accountpolicyctl --help"));
     return ExitCode::Usage;
 }
 
 ExitCode tooManyArguments(const QString &unexpected)
 {
-    return usageError(ClientCommandText::tr("\"%1\" is not expected here").arg(unexpected));
+    return usageError(translate("ClientCommand", "\"%1\" is not expected here").arg(unexpected));
 }
 
 ExitCode unknownPolicy(const QString &name)
 {
     const QString meant = nearest(name, policyNames());
     const QString known = meant.isEmpty()
-        ? ClientCommandText::tr("there are %1").arg(policyNames().join(QStringLiteral(", ")))
-        : ClientCommandText::tr("did you mean \"%1\"?").arg(meant);
-    return usageError(ClientCommandText::tr("there is no policy \"%1\"; %2").arg(name, known));
+        ? translate("ClientCommand", "there are %1").arg(policyNames().join(QStringLiteral(", ")))
+        : translate("ClientCommand", "did you mean \"%1\"?").arg(meant);
+    return usageError(translate("ClientCommand", "there is no policy \"%1\"; %2").arg(name, known));
 }
 
 Outcome readInput(const QString &path, QByteArray *content)
@@ -107,7 +100,7 @@ Outcome readInput(const QString &path, QByteArray *content)
         *content = file.readAll();
     }
     if (file.error() != QFileDevice::NoError) {
-        return {ExitCode::Failed, ClientCommandText::tr("%1 cannot be read\n%2").arg(path, file.errorString())};
+        return {ExitCode::Failed, translate("ClientCommand", "%1 cannot be read\n%2").arg(path, file.errorString())};
     }
     return {};
 }

@@ -3,6 +3,7 @@
 
 #include "client/commands/CommandLine.h"
 
+#include "client/Translation.h"
 #include "client/commands/ApplyCommand.h"
 #include "client/commands/CheckCommand.h"
 #include "client/commands/DoctorCommand.h"
@@ -25,11 +26,6 @@
 namespace
 {
 using Commands = std::vector<std::unique_ptr<ClientCommand>>;
-
-/// Translates this file's texts.
-struct CommandLineText {
-    Q_DECLARE_TR_FUNCTIONS(CommandLine)
-};
 
 const Commands &allCommands()
 {
@@ -81,13 +77,13 @@ QString helpText()
         commands += {syntax.join(QLatin1Char(' ')), command->summary()};
     }
     const QVector<QStringList> options{
-        {QStringLiteral("--help"), CommandLineText::tr("Show this, or the help of a command.")},
-        {QStringLiteral("--version"), CommandLineText::tr("Show the version.")}};
-    return CommandLineText::tr("Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
-        + CommandLineText::tr("Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
-        + CommandLineText::tr("Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n')
-        + CommandLineText::tr("Options:") + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
-        + CommandLineText::tr("Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
+        {QStringLiteral("--help"), translate("CommandLine", "Show this, or the help of a command.")},
+        {QStringLiteral("--version"), translate("CommandLine", "Show the version.")}};
+    return translate("CommandLine", "Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
+        + translate("CommandLine", "Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
+        + translate("CommandLine", "Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n')
+        + translate("CommandLine", "Options:") + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
+        + translate("CommandLine", "Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
 }
 
 ExitCode runClientCommand(const ClientCommand &command, const QStringList &words)
@@ -100,7 +96,8 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
         parser.addPositionalArgument(argument.name, argument.description, argument.syntax);
     }
     parser.addOptions(command.options());
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, CommandLineText::tr("Show this."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  translate("CommandLine", "Show this."));
     parser.addOption(help);
     if (!parser.parse(words)) {
         return usageError(parser.errorText());
@@ -188,8 +185,9 @@ ExitCode runCommandLine(const QStringList &words)
     if (!command) {
         const QString meant = nearest(name, commandNames());
         return usageError(
-            meant.isEmpty() ? CommandLineText::tr("there is no command \"%1\"").arg(name)
-                            : CommandLineText::tr("there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));
+            meant.isEmpty()
+                ? translate("CommandLine", "there is no command \"%1\"").arg(name)
+                : translate("CommandLine", "there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));
     }
     QStringList rest = words;
     rest.removeAt(place);

@@ -3,31 +3,25 @@
 
 #include "client/commands/DoctorCommand.h"
 
+#include "client/Translation.h"
 #include "client/output/Terminal.h"
 #include "client/system/Checkup.h"
 
-#include <QCoreApplication>
-
 namespace
 {
-/// Translates this file's texts.
-struct DoctorCommandText {
-    Q_DECLARE_TR_FUNCTIONS(DoctorCommand)
-};
-
 QString lineOf(const Finding &finding)
 {
     switch (finding.grade) {
     case Finding::Grade::Good:
-        return out().good(DoctorCommandText::tr("ok   ")) + QLatin1Char(' ') + printable(finding.text)
+        return out().good(translate("DoctorCommand", "ok   ")) + QLatin1Char(' ') + printable(finding.text)
             + QLatin1Char('\n');
     case Finding::Grade::Note:
         break;
     case Finding::Grade::Wrong:
-        return out().bad(DoctorCommandText::tr("WRONG")) + QLatin1Char(' ') + printable(finding.text)
+        return out().bad(translate("DoctorCommand", "WRONG")) + QLatin1Char(' ') + printable(finding.text)
             + QStringLiteral("\n      ") + printable(finding.remedy) + QLatin1Char('\n');
     }
-    return DoctorCommandText::tr("note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
+    return translate("DoctorCommand", "note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
         + printable(finding.remedy) + QLatin1Char('\n');
 }
 }
@@ -39,7 +33,7 @@ QString DoctorCommand::name() const
 
 QString DoctorCommand::summary() const
 {
-    return DoctorCommandText::tr("Check the installation, and tell how to mend it.");
+    return translate("DoctorCommand", "Check the installation, and tell how to mend it.");
 }
 
 ExitCode DoctorCommand::run(const QCommandLineParser &line) const

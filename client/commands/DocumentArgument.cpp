@@ -3,23 +3,14 @@
 
 #include "client/commands/DocumentArgument.h"
 
+#include "client/Translation.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Document.h"
-
-#include <QCoreApplication>
-
-namespace
-{
-/// Translates this file's texts.
-struct DocumentArgumentText {
-    Q_DECLARE_TR_FUNCTIONS(DocumentArgument)
-};
-}
 
 QList<Argument> documentArguments()
 {
     return {{QStringLiteral("FILE"),
-             DocumentArgumentText::tr("A document as printed by export; - for the standard input."),
+             translate("DocumentArgument", "A document as printed by export; - for the standard input."),
              QStringLiteral("FILE")}};
 }
 
@@ -27,7 +18,7 @@ ExitCode readDocumentArgument(const QCommandLineParser &line, QMap<QString, Wish
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(DocumentArgumentText::tr("which document? FILE, or - for the standard input"));
+        return usageError(translate("DocumentArgument", "which document? FILE, or - for the standard input"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

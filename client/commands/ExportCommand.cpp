@@ -3,10 +3,9 @@
 
 #include "client/commands/ExportCommand.h"
 
+#include "client/Translation.h"
 #include "client/commands/PolicyReadings.h"
 #include "client/settings/Policies.h"
-
-#include <QCoreApplication>
 
 QString ExportCommand::name() const
 {
@@ -15,7 +14,7 @@ QString ExportCommand::name() const
 
 QString ExportCommand::summary() const
 {
-    return QCoreApplication::translate("ExportCommand", "Print the policies in force as a document.");
+    return translate("ExportCommand", "Print the policies in force as a document.");
 }
 
 QList<QCommandLineOption> ExportCommand::options() const

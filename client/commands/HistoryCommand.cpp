@@ -3,19 +3,13 @@
 
 #include "client/commands/HistoryCommand.h"
 
+#include "client/Translation.h"
 #include "client/changes/History.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 
-#include <QCoreApplication>
-
 namespace
 {
-/// Translates this file's texts.
-struct HistoryCommandText {
-    Q_DECLARE_TR_FUNCTIONS(HistoryCommand)
-};
-
 /// What comes from a file is one cell of the table, whatever it contains.
 QString cell(const QString &text)
 {
@@ -30,7 +24,7 @@ QString HistoryCommand::name() const
 
 QString HistoryCommand::summary() const
 {
-    return HistoryCommandText::tr("List the changes that can be undone.");
+    return translate("HistoryCommand", "List the changes that can be undone.");
 }
 
 ExitCode HistoryCommand::run(const QCommandLineParser &line) const
@@ -44,7 +38,7 @@ ExitCode HistoryCommand::run(const QCommandLineParser &line) const
         const QString number = QString::number(rows.size() + 1);
         const QString time = entry.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
         rows += entry.store.isEmpty()
-            ? QStringList{number, HistoryCommandText::tr("cannot be read: %1").arg(cell(entry.file))}
+            ? QStringList{number, translate("HistoryCommand", "cannot be read: %1").arg(cell(entry.file))}
             : QStringList{number, time, cell(entry.command)};
     }
     out().write(table(rows, 0));

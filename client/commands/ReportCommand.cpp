@@ -3,6 +3,7 @@
 
 #include "client/commands/ReportCommand.h"
 
+#include "client/Translation.h"
 #include "client/commands/PolicyReadings.h"
 #include "client/output/HtmlReport.h"
 #include "client/output/Terminal.h"
@@ -10,7 +11,6 @@
 #include "client/stores/AccountStore.h"
 #include "tasks/ExportHtmlTask.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -20,11 +20,6 @@
 
 namespace
 {
-/// Translates this file's texts.
-struct ReportCommandText {
-    Q_DECLARE_TR_FUNCTIONS(ReportCommand)
-};
-
 QString userOption()
 {
     return QStringLiteral("user");
@@ -49,14 +44,15 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
         if (!reading.outcome.succeeded()) {
             return reading.outcome;
         }
-        sections->append({ReportCommandText::tr("Account %1").arg(account), &store.schema(), reading.settings});
+        sections->append({translate("ReportCommand", "Account %1").arg(account), &store.schema(), reading.settings});
     }
     return {};
 }
 
 Outcome notWritten(const QString &path, const QString &reason)
 {
-    return {ExitCode::Failed, ReportCommandText::tr("%1 could not be written").arg(path) + QLatin1Char('\n') + reason};
+    return {ExitCode::Failed,
+            translate("ReportCommand", "%1 could not be written").arg(path) + QLatin1Char('\n') + reason};
 }
 
 /// Into a pipe or a device, which can't be read back: what the task leaves unchecked is checked byte by byte.
@@ -86,7 +82,7 @@ Outcome writePage(const QString &path, const QString &html)
     }
     QFile written(path);
     if (!written.open(QIODevice::ReadOnly) || written.readAll() != html.toUtf8()) {
-        return {ExitCode::Failed, ReportCommandText::tr("%1 was not written completely").arg(path)};
+        return {ExitCode::Failed, translate("ReportCommand", "%1 was not written completely").arg(path)};
     }
     return {};
 }
@@ -105,20 +101,20 @@ QString ReportCommand::name() const
 
 QString ReportCommand::summary() const
 {
-    return ReportCommandText::tr("Write the policies in force as an HTML page.");
+    return translate("ReportCommand", "Write the policies in force as an HTML page.");
 }
 
 QList<Argument> ReportCommand::arguments() const
 {
     return {{QStringLiteral("FILE"),
-             ReportCommandText::tr("The file to write; one that is there is replaced."),
+             translate("ReportCommand", "The file to write; one that is there is replaced."),
              QStringLiteral("FILE")}};
 }
 
 QList<QCommandLineOption> ReportCommand::options() const
 {
     return {{userOption(),
-             ReportCommandText::tr("Report this account too (root only). May be given several times."),
+             translate("ReportCommand", "Report this account too (root only). May be given several times."),
              QStringLiteral("NAME")},
             noAskPasswordOption()};
 }
@@ -127,7 +123,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(ReportCommandText::tr("into which file?"));
+        return usageError(translate("ReportCommand", "into which file?"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

@@ -3,6 +3,7 @@
 
 #include "client/commands/SetCommand.h"
 
+#include "client/Translation.h"
 #include "client/changes/Change.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
@@ -10,16 +11,10 @@
 #include "client/settings/SettingText.h"
 #include "client/stores/Stores.h"
 
-#include <QCoreApplication>
 #include <QRegularExpression>
 
 namespace
 {
-/// Translates this file's texts.
-struct SetCommandText {
-    Q_DECLARE_TR_FUNCTIONS(SetCommand)
-};
-
 QString userWord()
 {
     return QStringLiteral("user");
@@ -64,7 +59,7 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     const Outcome &read = change.before.outcome;
     if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
         const QString hint =
-            SetCommandText::tr("what is not known cannot be kept; --replace writes just what is typed");
+            translate("SetCommand", "what is not known cannot be kept; --replace writes just what is typed");
         printError(read.code == ExitCode::Failed ? read.error + QLatin1Char('\n') + hint : read.error);
         return read.code;
     }
@@ -80,22 +75,22 @@ QString SetCommand::name() const
 
 QString SetCommand::summary() const
 {
-    return SetCommandText::tr("Change settings of a policy, or of an account.");
+    return translate("SetCommand", "Change settings of a policy, or of an account.");
 }
 
 QList<Argument> SetCommand::arguments() const
 {
     QStringList subjects = policyNames();
-    subjects += SetCommandText::tr("or \"user NAME\" for an account (root only)");
+    subjects += translate("SetCommand", "or \"user NAME\" for an account (root only)");
     return {{QStringLiteral("POLICY"), subjects.join(QStringLiteral(", ")), QStringLiteral("POLICY|user NAME")},
             {QStringLiteral("KEY=VALUE"),
-             SetCommandText::tr("A setting; KEY= drops it. Those that are not named stay as they are."),
+             translate("SetCommand", "A setting; KEY= drops it. Those that are not named stay as they are."),
              QStringLiteral("KEY=VALUE...")}};
 }
 
 QList<QCommandLineOption> SetCommand::options() const
 {
-    return {{QStringLiteral("replace"), SetCommandText::tr("Drop all settings that are not named.")},
+    return {{QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
             dryRunOption(),
             noAskPasswordOption()};
 }
@@ -104,7 +99,7 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.size() < subjectLength(words)) {
-        return usageError(SetCommandText::tr("what is to be set? a policy (%1), or \"user NAME\"")
+        return usageError(translate("SetCommand", "what is to be set? a policy (%1), or \"user NAME\"")
                               .arg(policyNames().join(QStringLiteral(", "))));
     }
     const std::unique_ptr<SettingsStore> store = makeStore(storeName(words), mayAskPassword(line));
@@ -114,7 +109,7 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     const QStringList assignments = words.mid(subjectLength(words));
     if (assignments.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
         return usageError(
-            SetCommandText::tr("which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
+            translate("SetCommand", "which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
     }
     Wishes wishes;
     const QString wrong = parseAssignments(store->schema(), store->phrase(), assignments, &wishes);

@@ -3,20 +3,14 @@
 
 #include "client/commands/ShowCommand.h"
 
+#include "client/Translation.h"
 #include "client/commands/PolicyReadings.h"
 #include "client/output/SettingsTable.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
 
-#include <QCoreApplication>
-
 namespace
 {
-/// Translates this file's texts.
-struct ShowCommandText {
-    Q_DECLARE_TR_FUNCTIONS(ShowCommand)
-};
-
 void printForPeople(const PolicyReadings &readings)
 {
     QStringList sections;
@@ -37,15 +31,15 @@ QString ShowCommand::name() const
 
 QString ShowCommand::summary() const
 {
-    return ShowCommandText::tr("Show the policies in force.");
+    return translate("ShowCommand", "Show the policies in force.");
 }
 
 QList<Argument> ShowCommand::arguments() const
 {
-    return {
-        {QStringLiteral("POLICY"),
-         ShowCommandText::tr("The policy: %1. All where none is given.").arg(policyNames().join(QStringLiteral(", "))),
-         QStringLiteral("[POLICY]")}};
+    return {{QStringLiteral("POLICY"),
+             translate("ShowCommand", "The policy: %1. All where none is given.")
+                 .arg(policyNames().join(QStringLiteral(", "))),
+             QStringLiteral("[POLICY]")}};
 }
 
 QList<QCommandLineOption> ShowCommand::options() const

@@ -3,20 +3,14 @@
 
 #include "client/commands/UndoCommand.h"
 
+#include "client/Translation.h"
 #include "client/changes/Change.h"
 #include "client/changes/History.h"
 #include "client/output/Terminal.h"
 #include "client/stores/Stores.h"
 
-#include <QCoreApplication>
-
 namespace
 {
-/// Translates this file's texts.
-struct UndoCommandText {
-    Q_DECLARE_TR_FUNCTIONS(UndoCommand)
-};
-
 ExitCode fail(const QString &text)
 {
     printError(text);
@@ -27,15 +21,16 @@ ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
 {
     const std::unique_ptr<SettingsStore> store = makeStore(entry.store, mayAskPassword(line));
     if (!store) {
-        return fail(UndoCommandText::tr("%1 cannot be understood").arg(entry.file));
+        return fail(translate("UndoCommand", "%1 cannot be understood").arg(entry.file));
     }
     const Reading before = store->read();
     if (before.outcome.code != ExitCode::Done && before.outcome.code != ExitCode::Failed) {
         printError(before.outcome.error);
         return before.outcome.code;
     }
-    return performChange({store.get(), before, entry.before, UndoCommandText::tr("undo of: %1").arg(entry.command)},
-                         isDryRun(line));
+    return performChange(
+        {store.get(), before, entry.before, translate("UndoCommand", "undo of: %1").arg(entry.command)},
+        isDryRun(line));
 }
 }
 
@@ -46,13 +41,13 @@ QString UndoCommand::name() const
 
 QString UndoCommand::summary() const
 {
-    return UndoCommandText::tr("Bring back the settings from before a change.");
+    return translate("UndoCommand", "Bring back the settings from before a change.");
 }
 
 QList<Argument> UndoCommand::arguments() const
 {
     return {{QStringLiteral("NUMBER"),
-             UndoCommandText::tr("Which change, as listed by history; 1, the newest, if not given."),
+             translate("UndoCommand", "Which change, as listed by history; 1, the newest, if not given."),
              QStringLiteral("[NUMBER]")}};
 }
 
@@ -69,15 +64,16 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
     }
     const int number = words.isEmpty() ? 1 : words.first().toInt();
     if (number < 1) {
-        return usageError(UndoCommandText::tr("\"%1\" is not the number of a change; see accountpolicyctl history")
+        return usageError(translate("UndoCommand", "\"%1\" is not the number of a change; see accountpolicyctl history")
                               .arg(words.first()));
     }
     const QVector<HistoryEntry> entries = History().entries();
     if (entries.isEmpty()) {
-        return fail(UndoCommandText::tr("there is nothing to undo"));
+        return fail(translate("UndoCommand", "there is nothing to undo"));
     }
     if (number > entries.size()) {
-        return fail(UndoCommandText::tr("there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
+        return fail(
+            translate("UndoCommand", "there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
     }
     return undo(entries.at(number - 1), line);
 }

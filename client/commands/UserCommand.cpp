@@ -3,19 +3,10 @@
 
 #include "client/commands/UserCommand.h"
 
+#include "client/Translation.h"
 #include "client/output/SettingsTable.h"
 #include "client/output/Terminal.h"
 #include "client/stores/AccountStore.h"
-
-#include <QCoreApplication>
-
-namespace
-{
-/// Translates this file's texts.
-struct UserCommandText {
-    Q_DECLARE_TR_FUNCTIONS(UserCommand)
-};
-}
 
 QString UserCommand::name() const
 {
@@ -24,19 +15,19 @@ QString UserCommand::name() const
 
 QString UserCommand::summary() const
 {
-    return UserCommandText::tr("Show the expiration settings of an account (root only).");
+    return translate("UserCommand", "Show the expiration settings of an account (root only).");
 }
 
 QList<Argument> UserCommand::arguments() const
 {
-    return {{QStringLiteral("NAME"), UserCommandText::tr("The account's login name."), QStringLiteral("NAME")}};
+    return {{QStringLiteral("NAME"), translate("UserCommand", "The account's login name."), QStringLiteral("NAME")}};
 }
 
 ExitCode UserCommand::run(const QCommandLineParser &line) const
 {
     const QStringList words = line.positionalArguments();
     if (words.isEmpty()) {
-        return usageError(UserCommandText::tr("which account?"));
+        return usageError(translate("UserCommand", "which account?"));
     }
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));

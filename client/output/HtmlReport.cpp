@@ -3,10 +3,9 @@
 
 #include "client/output/HtmlReport.h"
 
+#include "client/Translation.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
-
-#include <QCoreApplication>
 
 namespace
 {
@@ -23,11 +22,6 @@ const char style[] =
     "body { color: #eff0f1; background: #1b1e20; }\n"
     "thead th { border-bottom-color: #eff0f1; }\n"
     "}\n";
-
-/// Translates this file's texts.
-struct HtmlReportText {
-    Q_DECLARE_TR_FUNCTIONS(HtmlReport)
-};
 
 /// Text for a page; control characters have no place in HTML.
 QString escaped(const QString &text)
@@ -50,8 +44,10 @@ QString sectionHtml(const ReportSection &section)
     return QStringLiteral("<table>\n<caption>%1</caption>\n"
                           "<thead><tr><th scope=\"col\">%2</th><th scope=\"col\">%3</th></tr></thead>\n"
                           "<tbody>\n%4</tbody>\n</table>\n")
-        .arg(
-            escaped(section.title), escaped(HtmlReportText::tr("Setting")), escaped(HtmlReportText::tr("Value")), rows);
+        .arg(escaped(section.title),
+             escaped(translate("HtmlReport", "Setting")),
+             escaped(translate("HtmlReport", "Value")),
+             rows);
 }
 
 QString failureHtml(const QString &failure)
@@ -77,11 +73,11 @@ QString bodyHtml(const Report &report, const QString &title)
 
 QString htmlReport(const Report &report)
 {
-    const QString title = escaped(HtmlReportText::tr("Account policies of %1").arg(report.machine));
+    const QString title = escaped(translate("HtmlReport", "Account policies of %1").arg(report.machine));
     const QString head = QStringLiteral("<meta charset=\"utf-8\">\n"
                                         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
                                         "<title>%1</title>\n<style>\n%2</style>\n")
                              .arg(title, QLatin1String(style));
     return QStringLiteral("<!DOCTYPE html>\n<html lang=\"%1\">\n<head>\n%2</head>\n<body>\n%3</body>\n</html>\n")
-        .arg(HtmlReportText::tr("en"), head, bodyHtml(report, title));
+        .arg(translate("HtmlReport", "en"), head, bodyHtml(report, title));
 }

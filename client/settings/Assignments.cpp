@@ -3,9 +3,8 @@
 
 #include "client/settings/Assignments.h"
 
+#include "client/Translation.h"
 #include "client/settings/SettingText.h"
-
-#include <QCoreApplication>
 
 #include <algorithm>
 #include <numeric>
@@ -13,11 +12,6 @@
 
 namespace
 {
-/// Translates this file's texts.
-struct AssignmentsText {
-    Q_DECLARE_TR_FUNCTIONS(Assignments)
-};
-
 /// The number of characters to insert, remove or replace on the way from one word to the other.
 int editDistance(const QString &left, const QString &right)
 {
@@ -38,7 +32,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
 {
     const int equals = word.indexOf(QLatin1Char('='));
     if (equals < 1) {
-        return AssignmentsText::tr("\"%1\" is not of the form KEY=VALUE").arg(word);
+        return translate("Assignments", "\"%1\" is not of the form KEY=VALUE").arg(word);
     }
     const QString key = word.left(equals);
     const QString text = word.mid(equals + 1);
@@ -47,7 +41,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
         return unknownKeyText(schema, subject, key);
     }
     if (wishes->contains(key)) {
-        return AssignmentsText::tr("%1 is given twice").arg(key);
+        return translate("Assignments", "%1 is given twice").arg(key);
     }
     QVariant value;
     if (!text.isEmpty() && !(parseSettingText(*setting, text, &value) && isAllowed(*setting, value))) {
@@ -76,15 +70,15 @@ QString unknownKeyText(const SettingSchema &schema, const QString &subject, cons
 {
     const QString meant = nearest(key, schema.keys());
     if (!meant.isEmpty()) {
-        return AssignmentsText::tr("%1 has no setting \"%2\"; did you mean \"%3\"?").arg(subject, key, meant);
+        return translate("Assignments", "%1 has no setting \"%2\"; did you mean \"%3\"?").arg(subject, key, meant);
     }
-    return AssignmentsText::tr("%1 has no setting \"%2\"; it has %3")
+    return translate("Assignments", "%1 has no setting \"%2\"; it has %3")
         .arg(subject, key, schema.keys().join(QStringLiteral(", ")));
 }
 
 QString badValueText(const Setting &setting, const QString &value)
 {
-    return AssignmentsText::tr("%1: \"%2\" is not allowed; allowed is %3")
+    return translate("Assignments", "%1: \"%2\" is not allowed; allowed is %3")
         .arg(setting.key, value, allowedText(setting));
 }
 

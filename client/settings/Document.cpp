@@ -3,22 +3,17 @@
 
 #include "client/settings/Document.h"
 
+#include "client/Translation.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
 #include "client/settings/SettingText.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 
 namespace
 {
 constexpr int formatVersion = 1;
-
-/// Translates this file's texts.
-struct DocumentText {
-    Q_DECLARE_TR_FUNCTIONS(Document)
-};
 
 QJsonValue toJson(const Setting &setting, const QVariant &value)
 {
@@ -81,7 +76,7 @@ QString impossibleValueText(const SettingSchema &schema, const Wishes &wishes)
 QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wishes)
 {
     if (!value.isObject()) {
-        return DocumentText::tr("%1 is not an object").arg(policy.phrase());
+        return translate("Document", "%1 is not an object").arg(policy.phrase());
     }
     QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
     return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
@@ -128,20 +123,20 @@ QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
     QJsonParseError error;
     const QJsonObject document = QJsonDocument::fromJson(text, &error).object();
     if (error.error != QJsonParseError::NoError) {
-        return DocumentText::tr("not a JSON document: %1 (at byte %2)")
+        return translate("Document", "not a JSON document: %1 (at byte %2)")
             .arg(error.errorString(), QString::number(error.offset));
     }
     if (document.value(QStringLiteral("version")) != QJsonValue(formatVersion)
         || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {
-        return DocumentText::tr(
-                   "not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
+        return translate("Document",
+                         "not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
             .arg(formatVersion);
     }
     const QJsonObject all = document.value(QStringLiteral("policies")).toObject();
     for (auto member = all.begin(); member != all.end(); ++member) {
         const Policy *policy = findPolicy(member.key());
         if (!policy) {
-            return DocumentText::tr("there is no policy \"%1\"; there are %2")
+            return translate("Document", "there is no policy \"%1\"; there are %2")
                 .arg(member.key(), policyNames().join(QStringLiteral(", ")));
         }
         QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);

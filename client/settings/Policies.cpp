@@ -3,7 +3,7 @@
 
 #include "client/settings/Policies.h"
 
-#include <QCoreApplication>
+#include "client/Translation.h"
 
 #include <limits>
 
@@ -83,12 +83,12 @@ SettingSchema ageingSchema(Never never)
 
 QString Policy::phrase() const
 {
-    return QCoreApplication::translate("Policies", "the %1 policy").arg(name);
+    return translate("Policies", "the %1 policy").arg(name);
 }
 
 QString Policy::titleText() const
 {
-    return QCoreApplication::translate("Policies", title);
+    return translate("Policies", title);
 }
 
 const QVector<Policy> &allPolicies()

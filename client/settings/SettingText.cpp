@@ -3,17 +3,13 @@
 
 #include "client/settings/SettingText.h"
 
+#include "client/Translation.h"
 #include "policies/expiration/DayCount.h"
 
-#include <QCoreApplication>
 #include <QRegularExpression>
 
 namespace
 {
-/// Translates this file's texts.
-struct DisplayText {
-    Q_DECLARE_TR_FUNCTIONS(SettingText)
-};
 
 QString neverWord()
 {
@@ -34,7 +30,7 @@ QString duration(qlonglong seconds)
     QStringList words;
     for (const Part &part : parts) {
         if (seconds >= part.length) {
-            words += DisplayText::tr(part.text).arg(seconds / part.length);
+            words += translate("SettingText", part.text).arg(seconds / part.length);
             seconds %= part.length;
         }
     }
@@ -49,23 +45,26 @@ QString withUnit(Unit unit, qlonglong number)
     case Unit::None:
         break;
     case Unit::FailedLogins:
-        return (plural == 1 ? DisplayText::tr("%1 failed login") : DisplayText::tr("%1 failed logins")).arg(text);
+        return (plural == 1 ? translate("SettingText", "%1 failed login")
+                            : translate("SettingText", "%1 failed logins"))
+            .arg(text);
     case Unit::Seconds:
-        return number < 60 ? DisplayText::tr("%1 s").arg(text)
-                           : DisplayText::tr("%1 s (%2)").arg(text, duration(number));
+        return number < 60 ? translate("SettingText", "%1 s").arg(text)
+                           : translate("SettingText", "%1 s (%2)").arg(text, duration(number));
     case Unit::Characters:
-        return (plural == 1 ? DisplayText::tr("%1 character") : DisplayText::tr("%1 characters")).arg(text);
+        return (plural == 1 ? translate("SettingText", "%1 character") : translate("SettingText", "%1 characters"))
+            .arg(text);
     case Unit::Credits:
         if (number < 0) {
-            return (plural == 1 ? DisplayText::tr("%1 (at least %2 character)")
-                                : DisplayText::tr("%1 (at least %2 characters)"))
+            return (plural == 1 ? translate("SettingText", "%1 (at least %2 character)")
+                                : translate("SettingText", "%1 (at least %2 characters)"))
                 .arg(text, QString::number(-number));
         }
-        return (plural == 1 ? DisplayText::tr("%1 (a credit of at most %1 character)")
-                            : DisplayText::tr("%1 (a credit of at most %1 characters)"))
+        return (plural == 1 ? translate("SettingText", "%1 (a credit of at most %1 character)")
+                            : translate("SettingText", "%1 (a credit of at most %1 characters)"))
             .arg(text);
     case Unit::Days:
-        return (plural == 1 ? DisplayText::tr("%1 day") : DisplayText::tr("%1 days")).arg(text);
+        return (plural == 1 ? translate("SettingText", "%1 day") : translate("SettingText", "%1 days")).arg(text);
     }
     return text;
 }
@@ -111,7 +110,7 @@ bool parseDate(const QString &text, qlonglong *days)
 QString settingText(const Setting &setting, const QVariant &value)
 {
     if (!value.isValid()) {
-        return DisplayText::tr("not set");
+        return translate("SettingText", "not set");
     }
     if (setting.kind == SettingKind::Flag) {
         return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
@@ -135,17 +134,17 @@ QString allowedText(const Setting &setting)
     QString allowed;
     switch (setting.kind) {
     case SettingKind::Flag:
-        return DisplayText::tr("yes or no");
+        return translate("SettingText", "yes or no");
     case SettingKind::Number:
-        allowed = DisplayText::tr("a whole number from %1 to %2")
+        allowed = translate("SettingText", "a whole number from %1 to %2")
                       .arg(QString::number(setting.minimum), QString::number(setting.maximum));
         break;
     case SettingKind::Date:
-        allowed = DisplayText::tr("a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
+        allowed = translate("SettingText", "a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
                       .arg(dateText(setting.minimum), dateText(setting.maximum));
         break;
     }
-    return setting.never == Never::NoWord ? allowed : DisplayText::tr("%1, or \"never\"").arg(allowed);
+    return setting.never == Never::NoWord ? allowed : translate("SettingText", "%1, or \"never\"").arg(allowed);
 }
 
 bool parseSettingText(const Setting &setting, const QString &text, QVariant *value)

@@ -3,6 +3,7 @@
 
 #include "client/stores/AccountStore.h"
 
+#include "client/Translation.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
@@ -14,11 +15,6 @@
 
 namespace
 {
-/// Translates this file's texts.
-struct AccountStoreText {
-    Q_DECLARE_TR_FUNCTIONS(AccountStore)
-};
-
 QString nameKey()
 {
     return QStringLiteral("name");
@@ -28,9 +24,10 @@ QString nameKey()
 Outcome outcomeOf(AbstractTask *task)
 {
     if (geteuid() != 0) {
-        return {ExitCode::NotAuthorized, AccountStoreText::tr("the settings of accounts are for root alone; try sudo")};
+        return {ExitCode::NotAuthorized,
+                translate("AccountStore", "the settings of accounts are for root alone; try sudo")};
     }
-    const WaitingLine line(AccountStoreText::tr("waiting for the accounts…"));
+    const WaitingLine line(translate("AccountStore", "waiting for the accounts…"));
     task->run();
     if (task->result().state() == TaskState::Failed) {
         return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
@@ -50,7 +47,7 @@ QString AccountStore::name() const
 
 QString AccountStore::phrase() const
 {
-    return AccountStoreText::tr("the account %1").arg(m_account);
+    return translate("AccountStore", "the account %1").arg(m_account);
 }
 
 const SettingSchema &AccountStore::schema() const

@@ -3,15 +3,7 @@
 
 #include "client/stores/SettingsStore.h"
 
-#include <QCoreApplication>
-
-namespace
-{
-/// Translates this file's texts.
-struct SettingsStoreText {
-    Q_DECLARE_TR_FUNCTIONS(SettingsStore)
-};
-}
+#include "client/Translation.h"
 
 SettingsStore::~SettingsStore() = default;
 
@@ -27,11 +19,11 @@ QString SettingsStore::reasonNotInForce() const
 
 QString SettingsStore::readFailure(const QString &told) const
 {
-    return SettingsStoreText::tr("%1 could not be read").arg(phrase()) + QLatin1Char('\n') + told;
+    return translate("SettingsStore", "%1 could not be read").arg(phrase()) + QLatin1Char('\n') + told;
 }
 
 QString SettingsStore::writeFailure(const QString &told) const
 {
     // no word of what is in force now: a task may fail halfway
-    return SettingsStoreText::tr("%1 could not be changed").arg(phrase()) + QLatin1Char('\n') + told;
+    return translate("SettingsStore", "%1 could not be changed").arg(phrase()) + QLatin1Char('\n') + told;
 }
