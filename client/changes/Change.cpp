@@ -90,9 +90,9 @@ QString previewText(const Change &change)
     const SettingSchema &schema = change.store->schema();
     const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
     if (keys.isEmpty()) {
-        return translate("Change", "%1: already in force").arg(change.store->name()) + QLatin1Char('\n');
+        return translate("Change", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n');
     }
-    QVector<QStringList> rows{{change.store->name(), translate("Change", "now"), translate("Change", "then")}};
+    QVector<QStringList> rows{{change.store->name().text(), translate("Change", "now"), translate("Change", "then")}};
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         rows += {key,
@@ -118,6 +118,6 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(outcome.error);
         return outcome.code;
     }
-    out().write(printable(translate("Change", "%1: in force").arg(change.store->name())) + QLatin1Char('\n'));
+    out().write(printable(translate("Change", "%1: in force").arg(change.store->name().text())) + QLatin1Char('\n'));
     return ExitCode::Done;
 }

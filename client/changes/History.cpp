@@ -72,7 +72,7 @@ Outcome noWayBack(const QString &reason)
 QByteArray textOf(const HistoryEntry &entry, const SettingSchema &schema)
 {
     const QJsonObject object{{timeKey(), entry.time.toString(Qt::ISODateWithMs)},
-                             {storeKey(), entry.store},
+                             {storeKey(), entry.store->text()},
                              {commandKey(), entry.command},
                              {beforeKey(), settingsToJson(schema, entry.before)}};
     return QJsonDocument(object).toJson();
@@ -87,11 +87,11 @@ HistoryEntry readEntry(const QString &path)
         file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
     entry.time = QDateTime::fromString(object.value(timeKey()).toString(), Qt::ISODateWithMs);
     entry.command = object.value(commandKey()).toString();
-    const QString name = object.value(storeKey()).toString();
-    const SettingSchema *schema = schemaOfStore(name);
+    const StoreName name = StoreName::fromText(object.value(storeKey()).toString());
+    const SettingSchema *schema = schemaOf(name);
     Wishes values;
     if (schema && entry.time.isValid() && object.value(beforeKey()).isObject()
-        && settingsFromJson(*schema, name, object.value(beforeKey()).toObject(), &values).isEmpty()) {
+        && settingsFromJson(*schema, name.text(), object.value(beforeKey()).toObject(), &values).isEmpty()) {
         entry.store = name;
         entry.before = fulfilled(*schema, {}, values);
     }

@@ -5,6 +5,7 @@
 
 #include "client/Outcome.h"
 #include "client/settings/Setting.h"
+#include "client/stores/StoreName.h"
 
 #include <QDateTime>
 #include <QVector>
@@ -14,8 +15,8 @@ struct HistoryEntry {
     /// Where it is kept; set by whoever reads it.
     QString file;
     QDateTime time;
-    /// The name of the store: "lockout", "user alice".
-    QString store;
+    /// None if the entry can't be understood.
+    std::optional<StoreName> store;
     /// What was typed to change it.
     QString command;
     Settings before;
@@ -37,6 +38,7 @@ public:
     /**
      * Keeps one entry more.
      *
+     * @param entry  with a store
      * @param schema the schema of its settings
      * @param file   receives where it is kept
      */

@@ -45,7 +45,7 @@ ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLinePa
         if (allowsAll(schema, policy.value())) {
             continue;
         }
-        const Reading reading = makeStore(policy.key(), mayAskPassword(line))->read();
+        const Reading reading = makeStore({StoreName::Kind::Policy, policy.key()}, mayAskPassword(line))->read();
         if (!reading.outcome.succeeded()) {
             printError(reading.outcome.error);
             return reading.outcome.code;
@@ -60,7 +60,7 @@ ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLinePa
 
 ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line)
 {
-    const std::unique_ptr<SettingsStore> store = makeStore(name, mayAskPassword(line));
+    const std::unique_ptr<SettingsStore> store = makeStore({StoreName::Kind::Policy, name}, mayAskPassword(line));
     const Reading before = store->read();
     if (!before.outcome.succeeded()) {
         printError(before.outcome.error);

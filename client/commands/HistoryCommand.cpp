@@ -37,9 +37,9 @@ ExitCode HistoryCommand::run(const QCommandLineParser &line) const
     for (const HistoryEntry &entry : entries) {
         const QString number = QString::number(rows.size() + 1);
         const QString time = entry.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-        rows += entry.store.isEmpty()
-            ? QStringList{number, translate("HistoryCommand", "cannot be read: %1").arg(cell(entry.file))}
-            : QStringList{number, time, cell(entry.command)};
+        rows += entry.store
+            ? QStringList{number, time, cell(entry.command)}
+            : QStringList{number, translate("HistoryCommand", "cannot be read: %1").arg(cell(entry.file))};
     }
     out().write(table(rows, 0));
     return ExitCode::Done;

@@ -11,7 +11,7 @@ PolicyReadings readPolicies(const QStringList &names, bool mayAsk)
 {
     PolicyReadings readings;
     for (const QString &name : names) {
-        const Reading reading = makeStore(name, mayAsk)->read();
+        const Reading reading = makeStore({StoreName::Kind::Policy, name}, mayAsk)->read();
         if (reading.outcome.succeeded()) {
             readings.settings.insert(name, reading.settings);
             continue;

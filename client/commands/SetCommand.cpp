@@ -15,22 +15,6 @@
 
 namespace
 {
-QString userWord()
-{
-    return QStringLiteral("user");
-}
-
-/// How many words name what is to be changed.
-int subjectLength(const QStringList &words)
-{
-    return words.value(0) == userWord() ? 2 : 1;
-}
-
-QString storeName(const QStringList &words)
-{
-    return words.mid(0, subjectLength(words)).join(QLatin1Char(' '));
-}
-
 QStringList assignmentCandidates(const SettingSchema &schema, const QStringList &given)
 {
     QStringList candidates;
@@ -97,33 +81,32 @@ QList<QCommandLineOption> SetCommand::options() const
 
 ExitCode SetCommand::run(const QCommandLineParser &line) const
 {
-    const QStringList words = line.positionalArguments();
-    if (words.size() < subjectLength(words)) {
+    QStringList words = line.positionalArguments();
+    const std::optional<StoreName> name = StoreName::takeFrom(&words);
+    if (!name) {
         return usageError(translate("SetCommand", "what is to be set? a policy (%1), or \"user NAME\"")
                               .arg(policyNames().join(QStringLiteral(", "))));
     }
-    const std::unique_ptr<SettingsStore> store = makeStore(storeName(words), mayAskPassword(line));
+    const std::unique_ptr<SettingsStore> store = makeStore(*name, mayAskPassword(line));
     if (!store) {
-        return unknownPolicy(words.first());
+        return unknownPolicy(name->name);
     }
-    const QStringList assignments = words.mid(subjectLength(words));
-    if (assignments.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
+    if (words.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
         return usageError(
             translate("SetCommand", "which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
     }
     Wishes wishes;
-    const QString wrong = parseAssignments(store->schema(), store->phrase(), assignments, &wishes);
+    const QString wrong = parseAssignments(store->schema(), store->phrase(), words, &wishes);
     return wrong.isEmpty() ? setSettings(store.get(), wishes, line) : usageError(wrong);
 }
 
 QStringList SetCommand::candidates(const QStringList &before) const
 {
-    if (before.isEmpty()) {
-        return policyNames() + QStringList{userWord()};
+    QStringList words = before;
+    const std::optional<StoreName> name = StoreName::takeFrom(&words);
+    if (!name) {
+        return before.isEmpty() ? policyNames() + QStringList{accountWord()} : accountNames();
     }
-    if (before.size() < subjectLength(before)) {
-        return accountNames();
-    }
-    const SettingSchema *schema = schemaOfStore(storeName(before));
-    return schema ? assignmentCandidates(*schema, before.mid(subjectLength(before))) : QStringList();
+    const SettingSchema *schema = schemaOf(*name);
+    return schema ? assignmentCandidates(*schema, words) : QStringList();
 }

@@ -19,10 +19,10 @@ ExitCode fail(const QString &text)
 
 ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
 {
-    const std::unique_ptr<SettingsStore> store = makeStore(entry.store, mayAskPassword(line));
-    if (!store) {
+    if (!entry.store) {
         return fail(translate("UndoCommand", "%1 cannot be understood").arg(entry.file));
     }
+    const std::unique_ptr<SettingsStore> store = makeStore(*entry.store, mayAskPassword(line));
     const Reading before = store->read();
     if (before.outcome.code != ExitCode::Done && before.outcome.code != ExitCode::Failed) {
         printError(before.outcome.error);

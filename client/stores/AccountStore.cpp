@@ -40,9 +40,9 @@ AccountStore::AccountStore(QString account) : m_account(std::move(account))
 {
 }
 
-QString AccountStore::name() const
+StoreName AccountStore::name() const
 {
-    return QLatin1String("user ") + m_account;
+    return {StoreName::Kind::Account, m_account};
 }
 
 QString AccountStore::phrase() const

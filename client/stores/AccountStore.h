@@ -13,7 +13,7 @@ class AccountStore : public SettingsStore
 public:
     explicit AccountStore(QString account);
 
-    QString name() const override;
+    StoreName name() const override;
     QString phrase() const override;
     const SettingSchema &schema() const override;
     /// Whether the account database has the name: chage(1) would take one like "-l" for an option.

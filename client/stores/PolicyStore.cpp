@@ -10,9 +10,9 @@ PolicyStore::PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits)
 {
 }
 
-QString PolicyStore::name() const
+StoreName PolicyStore::name() const
 {
-    return m_policy.name;
+    return {StoreName::Kind::Policy, m_policy.name};
 }
 
 QString PolicyStore::phrase() const

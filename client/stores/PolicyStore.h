@@ -18,7 +18,7 @@ public:
      */
     PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits = {});
 
-    QString name() const override;
+    StoreName name() const override;
     QString phrase() const override;
     const SettingSchema &schema() const override;
     Reading read() override;

@@ -5,6 +5,7 @@
 
 #include "client/Outcome.h"
 #include "client/settings/Setting.h"
+#include "client/stores/StoreName.h"
 
 /// What was read.
 struct Reading {
@@ -21,8 +22,7 @@ class SettingsStore
 public:
     virtual ~SettingsStore();
 
-    /// As it is typed, and as the history names it: "lockout", "user alice".
-    virtual QString name() const = 0;
+    virtual StoreName name() const = 0;
     /// As part of a sentence: "the lockout policy".
     virtual QString phrase() const = 0;
     virtual const SettingSchema &schema() const = 0;

@@ -7,28 +7,20 @@
 #include "client/stores/AccountStore.h"
 #include "client/stores/PolicyStore.h"
 
-namespace
+std::unique_ptr<SettingsStore> makeStore(const StoreName &name, bool mayAsk)
 {
-QString accountPrefix()
-{
-    return QStringLiteral("user ");
-}
-}
-
-std::unique_ptr<SettingsStore> makeStore(const QString &name, bool mayAsk)
-{
-    if (name.startsWith(accountPrefix())) {
-        return std::make_unique<AccountStore>(name.mid(accountPrefix().size()));
+    if (name.kind == StoreName::Kind::Account) {
+        return std::make_unique<AccountStore>(name.name);
     }
-    const Policy *policy = findPolicy(name);
+    const Policy *policy = findPolicy(name.name);
     return policy ? std::make_unique<PolicyStore>(*policy, mayAsk) : nullptr;
 }
 
-const SettingSchema *schemaOfStore(const QString &name)
+const SettingSchema *schemaOf(const StoreName &name)
 {
-    if (name.startsWith(accountPrefix())) {
+    if (name.kind == StoreName::Kind::Account) {
         return &accountSchema();
     }
-    const Policy *policy = findPolicy(name);
+    const Policy *policy = findPolicy(name.name);
     return policy ? &policy->schema : nullptr;
 }

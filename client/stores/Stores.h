@@ -8,12 +8,12 @@
 #include <memory>
 
 /**
- * The store of that name: a policy, or "user NAME" for an account.
+ * The store of that name.
  *
  * @param mayAsk whether a password may be asked for on the terminal
  * @return null if there is no such policy
  */
-std::unique_ptr<SettingsStore> makeStore(const QString &name, bool mayAsk);
+std::unique_ptr<SettingsStore> makeStore(const StoreName &name, bool mayAsk);
 
-/// The schema of the store of that name; null if there is none.
-const SettingSchema *schemaOfStore(const QString &name);
+/// The schema of the store of that name; null if there is no such policy.
+const SettingSchema *schemaOf(const StoreName &name);

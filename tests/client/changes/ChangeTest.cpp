@@ -23,9 +23,9 @@ public:
     {
     }
 
-    QString name() const override
+    StoreName name() const override
     {
-        return QStringLiteral("expiration");
+        return {StoreName::Kind::Policy, QStringLiteral("expiration")};
     }
     QString phrase() const override
     {
@@ -33,7 +33,7 @@ public:
     }
     const SettingSchema &schema() const override
     {
-        return findPolicy(name())->schema;
+        return findPolicy(name().name)->schema;
     }
     Reading read() override
     {

@@ -26,7 +26,7 @@ HistoryEntry entryOf(int second, int value)
 {
     return {QString(),
             QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), Qt::UTC),
-            QStringLiteral("expiration"),
+            StoreName{StoreName::Kind::Policy, QStringLiteral("expiration")},
             QStringLiteral("set expiration maxInterval=%1").arg(value),
             {{QStringLiteral("maxInterval"), qlonglong(value)}}};
 }
@@ -133,7 +133,7 @@ void HistoryTest::listsNewestFirst()
     for (int i = 0; i < 3; ++i) {
         const HistoryEntry expected = entryOf(9 - i, 9 - i);
         QCOMPARE(entries.at(i).time, expected.time);
-        QCOMPARE(entries.at(i).store, expected.store);
+        QCOMPARE(entries.at(i).store->text(), QStringLiteral("expiration"));
         QCOMPARE(entries.at(i).command, expected.command);
         QCOMPARE(typedEntries(entries.at(i).before), typedEntries(expected.before));
         QVERIFY(QFile::exists(entries.at(i).file));
@@ -159,11 +159,11 @@ void HistoryTest::keepsAHundred()
 void HistoryTest::keepsAccountsToo()
 {
     HistoryEntry entry = entryOf(1, 60);
-    entry.store = QStringLiteral("user alice");
+    entry.store = StoreName{StoreName::Kind::Account, QStringLiteral("alice")};
     QString file;
     QVERIFY(History().save(entry, accountSchema(), &file).succeeded());
 
-    QCOMPARE(History().entries().first().store, QStringLiteral("user alice"));
+    QCOMPARE(History().entries().first().store->text(), QStringLiteral("user alice"));
     QCOMPARE(typedEntries(History().entries().first().before), typedEntries(entry.before));
 }
 
@@ -189,7 +189,7 @@ void HistoryTest::listsWhatCannotBeUnderstood()
 
     QCOMPARE(entries.size(), 1);
     QCOMPARE(entries.first().file, file);
-    QCOMPARE(entries.first().store, QString());
+    QVERIFY(!entries.first().store);
     QCOMPARE(entries.first().before, Settings());
 }
 
@@ -249,15 +249,16 @@ void HistoryTest::understandsValuesThatMayNotBeSet()
     QFETCH(QString, store);
     QFETCH(QString, key);
     QFETCH(qlonglong, value);
-    const SettingSchema &schemaOf = *schemaOfStore(store);
+    const StoreName name = StoreName::fromText(store);
+    const SettingSchema &schema = *schemaOf(name);
     HistoryEntry entry = entryOf(6, 1);
-    entry.store = store;
-    entry.before = normalized(schemaOf, {{key, value}});
+    entry.store = name;
+    entry.before = normalized(schema, {{key, value}});
     QString file;
 
-    QVERIFY(History().save(entry, schemaOf, &file).succeeded());
+    QVERIFY(History().save(entry, schema, &file).succeeded());
 
-    QCOMPARE(History().entries().constFirst().store, store);
+    QCOMPARE(History().entries().constFirst().store->text(), store);
     QCOMPARE(typedEntries(History().entries().constFirst().before), typedEntries(entry.before));
     QCOMPARE(entry.before.value(key), QVariant(value));
 }
