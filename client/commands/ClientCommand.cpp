@@ -24,6 +24,11 @@ QList<QCommandLineOption> ClientCommand::options() const
     return {};
 }
 
+QString ClientCommand::details() const
+{
+    return {};
+}
+
 QStringList ClientCommand::candidates(const QStringList &before) const
 {
     Q_UNUSED(before)

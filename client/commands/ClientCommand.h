@@ -27,6 +27,8 @@ public:
     virtual QString summary() const = 0;
     virtual QList<Argument> arguments() const;
     virtual QList<QCommandLineOption> options() const;
+    /// What its help says below arguments and options; empty or whole lines.
+    virtual QString details() const;
 
     /**
      * @param line what was typed; its positional arguments don't have the command's name

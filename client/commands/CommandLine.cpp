@@ -103,7 +103,7 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
         return usageError(parser.errorText());
     }
     if (parser.isSet(help)) {
-        out().write(parser.helpText());
+        out().write(parser.helpText() + command.details());
         return ExitCode::Done;
     }
     return command.run(parser);

@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/changes/Change.h"
+#include "client/output/SettingsTable.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
@@ -77,6 +78,17 @@ QList<QCommandLineOption> SetCommand::options() const
     return {{QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
             dryRunOption(),
             noAskPasswordOption()};
+}
+
+QString SetCommand::details() const
+{
+    QString details;
+    for (const Policy &policy : allPolicies()) {
+        details += QLatin1Char('\n') + translate("SetCommand", "Settings of %1:").arg(policy.name) + QLatin1Char('\n')
+            + settingsHelp(policy.schema);
+    }
+    return details + QLatin1Char('\n') + translate("SetCommand", "An account has the settings of expiration.")
+        + QLatin1Char('\n');
 }
 
 ExitCode SetCommand::run(const QCommandLineParser &line) const

@@ -13,6 +13,7 @@ public:
     QString summary() const override;
     QList<Argument> arguments() const override;
     QList<QCommandLineOption> options() const override;
+    QString details() const override;
     ExitCode run(const QCommandLineParser &line) const override;
     QStringList candidates(const QStringList &before) const override;
 };

@@ -7,3 +7,6 @@
 
 /// The settings for people: a line for each, with its key and its value with units.
 QString settingsTable(const SettingSchema &schema, const Settings &settings);
+
+/// What the settings are, for people who ask for help: a paragraph for each, with its key and its explanation.
+QString settingsHelp(const SettingSchema &schema);

@@ -25,3 +25,17 @@ QString table(const QVector<QStringList> &rows, int indent)
     }
     return text;
 }
+
+QStringList wrapped(const QString &text, int width)
+{
+    QStringList lines;
+    const auto words = text.split(QLatin1Char(' '));
+    for (const QString &word : words) {
+        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > width) {
+            lines += word;
+        } else {
+            lines.last() += QLatin1Char(' ') + word;
+        }
+    }
+    return lines;
+}

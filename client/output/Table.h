@@ -14,3 +14,6 @@
  * @return one line for each row, each with its line end
  */
 QString table(const QVector<QStringList> &rows, int indent);
+
+/// The text in lines of at most @p width characters; a word that is longer has a line of its own.
+QStringList wrapped(const QString &text, int width);

@@ -19,66 +19,78 @@ constexpr qlonglong shortestMinimum = 6;
 // 9999-12-31, where the dates of useradd's defaults end
 constexpr qlonglong lastDay = 2932896;
 
-Setting flag(const QString &key)
+Setting flag(const char *key, const char *description)
 {
-    return {key, SettingKind::Flag, Unit::None, 0, 0, Never::NoWord};
+    return {QLatin1String(key), SettingKind::Flag, Unit::None, 0, 0, Never::NoWord, description};
 }
 
-Setting seconds(const QString &key)
+Setting number(const char *key, Unit unit, qlonglong minimum, qlonglong maximum, const char *description)
 {
-    return {key, SettingKind::Number, Unit::Seconds, 0, intMaximum, Never::NoWord};
+    return {QLatin1String(key), SettingKind::Number, unit, minimum, maximum, Never::NoWord, description};
 }
 
-Setting credit(const QString &key)
+Setting seconds(const char *key, const char *description)
 {
-    return {key, SettingKind::Number, Unit::Credits, -longestPassword, longestPassword, Never::NoWord};
+    return number(key, Unit::Seconds, 0, intMaximum, description);
 }
+
+Setting credit(const char *key, const char *description)
+{
+    return number(key, Unit::Credits, -longestPassword, longestPassword, description);
+}
+
+/// @param never what it means that it never ends
+Setting interval(const char *key, Never never, const char *description)
+{
+    return {QLatin1String(key), SettingKind::Number, Unit::Days, -1, intMaximum, never, description};
+}
+
+Setting date(const char *key, const char *description)
+{
+    return {QLatin1String(key), SettingKind::Date, Unit::None, 0, lastDay, Never::NotSet, description};
+}
+
+// All that there is to say of a setting stands in its row; the rows are in the order in which people see them.
+// clang-format off
 
 SettingSchema lockoutSchema()
 {
     return {{
-        flag(QStringLiteral("per_user")),
-        flag(QStringLiteral("magic_root")),
-        flag(QStringLiteral("no_reset")),
-        {QStringLiteral("deny"), SettingKind::Number, Unit::FailedLogins, 0, mostFailedLogins, Never::NoWord},
-        seconds(QStringLiteral("lock_time")),
-        seconds(QStringLiteral("unlock_time")),
+        flag("per_user", QT_TRANSLATE_NOOP("Policies", "Some accounts have limits of their own")),
+        flag("magic_root", QT_TRANSLATE_NOOP("Policies", "Logins by root, such as su, are not counted")),
+        flag("no_reset", QT_TRANSLATE_NOOP("Policies", "A login that succeeds does not reset the count")),
+        number("deny", Unit::FailedLogins, 0, mostFailedLogins, QT_TRANSLATE_NOOP("Policies", "Failed logins after which an account is locked")),
+        seconds("lock_time", QT_TRANSLATE_NOOP("Policies", "Seconds for which logins are refused after a failed one")),
+        seconds("unlock_time", QT_TRANSLATE_NOOP("Policies", "Seconds after which a locked account is open again")),
     }};
 }
 
 SettingSchema complexitySchema()
 {
     return {{
-        flag(QStringLiteral("gecoscheck")),
-        flag(QStringLiteral("enforce_for_root")),
-        flag(QStringLiteral("reject_username")),
-        {QStringLiteral("minlen"),
-         SettingKind::Number,
-         Unit::Characters,
-         shortestMinimum,
-         longestPassword,
-         Never::NoWord},
-        credit(QStringLiteral("lcredit")),
-        credit(QStringLiteral("ucredit")),
-        credit(QStringLiteral("dcredit")),
-        credit(QStringLiteral("ocredit")),
+        flag("gecoscheck", QT_TRANSLATE_NOOP("Policies", "Words of the user's full name are refused")),
+        flag("enforce_for_root", QT_TRANSLATE_NOOP("Policies", "Root is bound too")),
+        flag("reject_username", QT_TRANSLATE_NOOP("Policies", "The user's name is refused")),
+        number("minlen", Unit::Characters, shortestMinimum, longestPassword, QT_TRANSLATE_NOOP("Policies", "Characters of the shortest password, before credits")),
+        credit("lcredit", QT_TRANSLATE_NOOP("Policies", "The highest credit for lower-case letters or, if negative, how many are needed")),
+        credit("ucredit", QT_TRANSLATE_NOOP("Policies", "The highest credit for upper-case letters or, if negative, how many are needed")),
+        credit("dcredit", QT_TRANSLATE_NOOP("Policies", "The highest credit for digits or, if negative, how many are needed")),
+        credit("ocredit", QT_TRANSLATE_NOOP("Policies", "The highest credit for other characters or, if negative, how many are needed")),
     }};
 }
 
-/// @param never what it means for an interval that it never ends
 SettingSchema ageingSchema(Never never)
 {
-    const auto interval = [never](const QString &key) {
-        return Setting{key, SettingKind::Number, Unit::Days, -1, intMaximum, never};
-    };
     return {{
-        interval(QStringLiteral("maxInterval")),
-        interval(QStringLiteral("minInterval")),
-        interval(QStringLiteral("warningInterval")),
-        interval(QStringLiteral("inactiveInterval")),
-        {QStringLiteral("expireDate"), SettingKind::Date, Unit::None, 0, lastDay, Never::NotSet},
+        interval("maxInterval", never, QT_TRANSLATE_NOOP("Policies", "Days after which a password must be changed")),
+        interval("minInterval", never, QT_TRANSLATE_NOOP("Policies", "Days for which a password must be kept")),
+        interval("warningInterval", never, QT_TRANSLATE_NOOP("Policies", "Days of warning before a password expires")),
+        interval("inactiveInterval", never, QT_TRANSLATE_NOOP("Policies", "Days after which an account with an expired password is closed")),
+        date("expireDate", QT_TRANSLATE_NOOP("Policies", "The day on which an account expires")),
     }};
 }
+
+// clang-format on
 }
 
 QString Policy::phrase() const

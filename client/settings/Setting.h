@@ -31,6 +31,8 @@ struct Setting {
     qlonglong minimum;
     qlonglong maximum;
     Never never;
+    /// One line, untranslated, in the context "Policies".
+    const char *description;
 };
 
 /// The settings that are read and written together.

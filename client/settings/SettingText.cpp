@@ -147,6 +147,16 @@ QString allowedText(const Setting &setting)
     return setting.never == Never::NoWord ? allowed : translate("SettingText", "%1, or \"never\"").arg(allowed);
 }
 
+QString descriptionText(const Setting &setting)
+{
+    return translate("Policies", setting.description);
+}
+
+QString explanationText(const Setting &setting)
+{
+    return translate("SettingText", "%1: %2").arg(descriptionText(setting), allowedText(setting));
+}
+
 bool parseSettingText(const Setting &setting, const QString &text, QVariant *value)
 {
     if (setting.kind == SettingKind::Flag) {

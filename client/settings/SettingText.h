@@ -14,6 +14,12 @@ QString settingWords(const Setting &setting, const QVariant &value);
 /// What may be typed, as part of a sentence: "a whole number from 0 to 65535".
 QString allowedText(const Setting &setting);
 
+/// What the setting is, in one line.
+QString descriptionText(const Setting &setting);
+
+/// What the setting is and what may be typed: "Characters of the shortest password: a whole number from 6 to 512".
+QString explanationText(const Setting &setting);
+
 /**
  * Understands what was typed, whether or not it is within the setting's range.
  *

@@ -12,8 +12,8 @@ namespace
 const SettingSchema &schema()
 {
     static const SettingSchema schema{{
-        {QStringLiteral("a<b"), SettingKind::Flag, Unit::None, 0, 0, Never::NoWord},
-        {QStringLiteral("time"), SettingKind::Number, Unit::Seconds, 0, 9, Never::NoWord},
+        {QStringLiteral("a<b"), SettingKind::Flag, Unit::None, 0, 0, Never::NoWord, ""},
+        {QStringLiteral("time"), SettingKind::Number, Unit::Seconds, 0, 9, Never::NoWord, ""},
     }};
     return schema;
 }
