@@ -130,7 +130,7 @@ ExitCode ApplyCommand::run(const QCommandLineParser &line) const
     return result;
 }
 
-QStringList ApplyCommand::candidates(const QStringList &before) const
+QVector<Candidate> ApplyCommand::candidates(const QStringList &before) const
 {
-    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+    return before.isEmpty() ? QVector<Candidate>{{anyFile(), {}}} : QVector<Candidate>();
 }

@@ -72,7 +72,7 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
     return rows.isEmpty() ? ExitCode::Done : ExitCode::Drift;
 }
 
-QStringList CheckCommand::candidates(const QStringList &before) const
+QVector<Candidate> CheckCommand::candidates(const QStringList &before) const
 {
-    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+    return before.isEmpty() ? QVector<Candidate>{{anyFile(), {}}} : QVector<Candidate>();
 }

@@ -14,5 +14,5 @@ public:
     QList<Argument> arguments() const override;
     QList<QCommandLineOption> options() const override;
     ExitCode run(const QCommandLineParser &line) const override;
-    QStringList candidates(const QStringList &before) const override;
+    QVector<Candidate> candidates(const QStringList &before) const override;
 };

@@ -29,7 +29,7 @@ QString ClientCommand::details() const
     return {};
 }
 
-QStringList ClientCommand::candidates(const QStringList &before) const
+QVector<Candidate> ClientCommand::candidates(const QStringList &before) const
 {
     Q_UNUSED(before)
     return {};
@@ -66,14 +66,23 @@ QString anyFile()
     return QStringLiteral("<file>");
 }
 
-QStringList accountNames()
+QVector<Candidate> policyCandidates()
 {
-    QStringList names;
+    QVector<Candidate> candidates;
+    for (const Policy &policy : allPolicies()) {
+        candidates += {policy.name, policy.titleText()};
+    }
+    return candidates;
+}
+
+QVector<Candidate> accountCandidates()
+{
+    QVector<Candidate> candidates;
     while (const passwd *entry = getpwent()) {
-        names += QString::fromLocal8Bit(entry->pw_name);
+        candidates += {QString::fromLocal8Bit(entry->pw_name), {}};
     }
     endpwent();
-    return names;
+    return candidates;
 }
 
 ExitCode usageError(const QString &text)

@@ -7,6 +7,7 @@
 
 #include <QCommandLineParser>
 #include <QStringList>
+#include <QVector>
 
 /// What stands behind a command's name, for its help.
 struct Argument {
@@ -14,6 +15,13 @@ struct Argument {
     QString description;
     /// As in the line of its usage: "[POLICY]".
     QString syntax;
+};
+
+/// What may stand at the end of the command line.
+struct Candidate {
+    QString word;
+    /// What it means, one line; may be empty.
+    QString description;
 };
 
 /// One of the tool's commands.
@@ -40,7 +48,7 @@ public:
      *
      * @param before the arguments before that place, without options
      */
-    virtual QStringList candidates(const QStringList &before) const;
+    virtual QVector<Candidate> candidates(const QStringList &before) const;
 };
 
 QCommandLineOption jsonOption();
@@ -52,8 +60,9 @@ bool mayAskPassword(const QCommandLineParser &line);
 
 /// Stands for the names of files among the candidates.
 QString anyFile();
+QVector<Candidate> policyCandidates();
 /// The names of this machine's accounts.
-QStringList accountNames();
+QVector<Candidate> accountCandidates();
 
 /// Prints what is wrong with the command line, and where to find help.
 ExitCode usageError(const QString &text);

@@ -65,6 +65,18 @@ const ClientCommand *findCommand(const QString &name)
     return nullptr;
 }
 
+/// Those of the tool as a whole: how each is typed, and its description.
+QVector<QStringList> commonOptions()
+{
+    return {{QStringLiteral("--help"), translate("CommandLine", "Show this, or the help of a command.")},
+            {QStringLiteral("--version"), translate("CommandLine", "Show the version.")}};
+}
+
+QCommandLineOption helpOption()
+{
+    return {{QStringLiteral("h"), QStringLiteral("help")}, translate("CommandLine", "Show this.")};
+}
+
 QString helpText()
 {
     QVector<QStringList> commands;
@@ -76,13 +88,10 @@ QString helpText()
         }
         commands += {syntax.join(QLatin1Char(' ')), command->summary()};
     }
-    const QVector<QStringList> options{
-        {QStringLiteral("--help"), translate("CommandLine", "Show this, or the help of a command.")},
-        {QStringLiteral("--version"), translate("CommandLine", "Show the version.")}};
     return translate("CommandLine", "Usage: accountpolicyctl [COMMAND] [OPTION...]") + QStringLiteral("\n\n")
         + translate("CommandLine", "Shows and changes this machine's account policies.") + QStringLiteral("\n\n")
         + translate("CommandLine", "Commands:") + QLatin1Char('\n') + table(commands, 2) + QLatin1Char('\n')
-        + translate("CommandLine", "Options:") + QLatin1Char('\n') + table(options, 2) + QLatin1Char('\n')
+        + translate("CommandLine", "Options:") + QLatin1Char('\n') + table(commonOptions(), 2) + QLatin1Char('\n')
         + translate("CommandLine", "Without a command: show. See accountpolicyctl(1).") + QLatin1Char('\n');
 }
 
@@ -96,40 +105,51 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
         parser.addPositionalArgument(argument.name, argument.description, argument.syntax);
     }
     parser.addOptions(command.options());
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  translate("CommandLine", "Show this."));
-    parser.addOption(help);
+    parser.addOption(helpOption());
     if (!parser.parse(words)) {
         return usageError(parser.errorText());
     }
-    if (parser.isSet(help)) {
+    if (parser.isSet(helpOption())) {
         out().write(parser.helpText() + command.details());
         return ExitCode::Done;
     }
     return command.run(parser);
 }
 
-QStringList optionNames(const ClientCommand &command)
+QVector<Candidate> firstCandidates()
 {
-    QStringList names;
-    const auto options = command.options();
-    for (const QCommandLineOption &option : options) {
-        names += QLatin1String("--") + option.names().constFirst();
+    QVector<Candidate> candidates;
+    for (const auto &command : allCommands()) {
+        candidates += {command->name(), command->summary()};
     }
-    return names + QStringList{QStringLiteral("--help")};
+    const auto options = commonOptions();
+    for (const QStringList &option : options) {
+        candidates += {option.first(), option.last()};
+    }
+    return candidates;
 }
 
-QStringList candidatesFor(const QStringList &typed)
+QVector<Candidate> optionCandidates(const ClientCommand &command)
+{
+    QVector<Candidate> candidates;
+    const auto options = command.options() + QList<QCommandLineOption>{helpOption()};
+    for (const QCommandLineOption &option : options) {
+        candidates += {QLatin1String("--") + option.names().constLast(), option.description()};
+    }
+    return candidates;
+}
+
+QVector<Candidate> candidatesFor(const QStringList &typed)
 {
     if (typed.size() <= 1) {
-        return commandNames() + QStringList{QStringLiteral("--help"), QStringLiteral("--version")};
+        return firstCandidates();
     }
     const ClientCommand *command = findCommand(typed.first());
     if (!command) {
         return {};
     }
     if (typed.last().startsWith(QLatin1Char('-'))) {
-        return optionNames(*command);
+        return optionCandidates(*command);
     }
     QStringList arguments;
     const QStringList before = typed.mid(1, typed.size() - 2);
@@ -141,14 +161,17 @@ QStringList candidatesFor(const QStringList &typed)
     return command->candidates(arguments);
 }
 
-/// Prints, one a line, what may replace the last of the words; the shells' completions call this.
+/// Prints, one a line, what may replace the last of the words, with a tab and its description behind it; the shells'
+/// completions call this.
 ExitCode complete(const QStringList &typed)
 {
     const QString last = typed.value(typed.size() - 1);
     const auto candidates = candidatesFor(typed);
-    for (const QString &candidate : candidates) {
-        if (candidate.startsWith(last) || candidate == anyFile()) {
-            out().write(candidate + QLatin1Char('\n'));
+    for (const Candidate &candidate : candidates) {
+        if (candidate.word.startsWith(last) || candidate.word == anyFile()) {
+            const QString behind =
+                candidate.description.isEmpty() ? QString() : QLatin1Char('\t') + candidate.description;
+            out().write(candidate.word + behind + QLatin1Char('\n'));
         }
     }
     return ExitCode::Done;

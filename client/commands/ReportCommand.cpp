@@ -141,7 +141,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
     return written.succeeded() ? printFailures(readings) : fail(written);
 }
 
-QStringList ReportCommand::candidates(const QStringList &before) const
+QVector<Candidate> ReportCommand::candidates(const QStringList &before) const
 {
-    return before.isEmpty() ? QStringList{anyFile()} : QStringList();
+    return before.isEmpty() ? QVector<Candidate>{{anyFile(), {}}} : QVector<Candidate>();
 }

@@ -16,18 +16,19 @@
 
 namespace
 {
-QStringList assignmentCandidates(const SettingSchema &schema, const QStringList &given)
+QVector<Candidate> assignmentCandidates(const SettingSchema &schema, const QStringList &given)
 {
-    QStringList candidates;
+    QVector<Candidate> candidates;
     for (const Setting &setting : schema.settings) {
         const QString start = setting.key + QLatin1Char('=');
         if (!given.filter(QRegularExpression(QLatin1Char('^') + start)).isEmpty()) {
             continue;
         }
-        if (setting.kind == SettingKind::Flag) {
-            candidates += {start + QLatin1String("yes"), start + QLatin1String("no")};
-        } else {
-            candidates += start;
+        const QStringList values = setting.kind == SettingKind::Flag
+            ? QStringList{QStringLiteral("yes"), QStringLiteral("no")}
+            : QStringList{QString()};
+        for (const QString &value : values) {
+            candidates += {start + value, descriptionText(setting)};
         }
     }
     return candidates;
@@ -112,13 +113,14 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     return wrong.isEmpty() ? setSettings(store.get(), wishes, line) : usageError(wrong);
 }
 
-QStringList SetCommand::candidates(const QStringList &before) const
+QVector<Candidate> SetCommand::candidates(const QStringList &before) const
 {
     QStringList words = before;
     const std::optional<StoreName> name = StoreName::takeFrom(&words);
     if (!name) {
-        return before.isEmpty() ? policyNames() + QStringList{accountWord()} : accountNames();
+        const Candidate account{accountWord(), translate("SetCommand", "The settings of an account (root only)")};
+        return before.isEmpty() ? policyCandidates() + QVector<Candidate>{account} : accountCandidates();
     }
     const SettingSchema *schema = schemaOf(*name);
-    return schema ? assignmentCandidates(*schema, words) : QStringList();
+    return schema ? assignmentCandidates(*schema, words) : QVector<Candidate>();
 }

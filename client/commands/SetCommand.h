@@ -15,5 +15,5 @@ public:
     QList<QCommandLineOption> options() const override;
     QString details() const override;
     ExitCode run(const QCommandLineParser &line) const override;
-    QStringList candidates(const QStringList &before) const override;
+    QVector<Candidate> candidates(const QStringList &before) const override;
 };

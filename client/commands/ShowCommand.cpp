@@ -65,7 +65,7 @@ ExitCode ShowCommand::run(const QCommandLineParser &line) const
     return printFailures(readings);
 }
 
-QStringList ShowCommand::candidates(const QStringList &before) const
+QVector<Candidate> ShowCommand::candidates(const QStringList &before) const
 {
-    return before.isEmpty() ? policyNames() : QStringList();
+    return before.isEmpty() ? policyCandidates() : QVector<Candidate>();
 }

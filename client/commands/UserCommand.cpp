@@ -43,7 +43,7 @@ ExitCode UserCommand::run(const QCommandLineParser &line) const
     return ExitCode::Done;
 }
 
-QStringList UserCommand::candidates(const QStringList &before) const
+QVector<Candidate> UserCommand::candidates(const QStringList &before) const
 {
-    return before.isEmpty() ? accountNames() : QStringList();
+    return before.isEmpty() ? accountCandidates() : QVector<Candidate>();
 }

@@ -13,5 +13,5 @@ public:
     QString summary() const override;
     QList<Argument> arguments() const override;
     ExitCode run(const QCommandLineParser &line) const override;
-    QStringList candidates(const QStringList &before) const override;
+    QVector<Candidate> candidates(const QStringList &before) const override;
 };

@@ -10,6 +10,8 @@ _accountpolicyctl()
     [[ ${COMP_LINE:COMP_POINT-1:1} == ' ' ]] && typed+=('')
     current=${typed[-1]}
     mapfile -t candidates < <(accountpolicyctl complete -- "${typed[@]:1}" 2>/dev/null)
+    # what bash completes has no descriptions
+    candidates=("${candidates[@]%%$'\t'*}")
     if [[ ${candidates[0]-} == '<file>' ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$current")

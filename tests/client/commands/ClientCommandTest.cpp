@@ -29,10 +29,15 @@ void ClientCommandTest::namesAllAccountsEachTime()
     writeContent(QStringLiteral("/etc/nsswitch.conf"), "passwd: files\n");
     writeContent(QStringLiteral("/etc/passwd"), "john:x:1:1::/:/bin/sh\nj\xfcrgen:x:2:2::/:/bin/sh\n");
     const ScopedLatin1 locale;
-    const QStringList all{QStringLiteral("john"), QString::fromUtf8("j\xc3\xbcrgen")};
+    for (int time = 0; time < 2; ++time) {
+        QStringList names;
+        const auto candidates = accountCandidates();
+        for (const Candidate &candidate : candidates) {
+            names += candidate.word + candidate.description;
+        }
 
-    QCOMPARE(accountNames(), all);
-    QCOMPARE(accountNames(), all);
+        QCOMPARE(names, QStringList({QStringLiteral("john"), QString::fromUtf8("j\xc3\xbcrgen")}));
+    }
 }
 
 QTEST_GUILESS_MAIN(ClientCommandTest)

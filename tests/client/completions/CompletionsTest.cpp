@@ -40,13 +40,19 @@ QVector<Shell> shells()
 
 const QString lineFile = QStringLiteral("/run/completions/line");
 
+/// Whether the shell takes what is typed.
+bool getsReady(PseudoTerminal *terminal, const Shell &shell)
+{
+    terminal->type(shell.setup + " && echo rea''dy\r");
+    return terminal->waitFor("ready");
+}
+
 /// The command line that the shell has after these keys.
 QByteArray lineAfter(const Shell &shell, const QByteArray &keys)
 {
     QFile::remove(lineFile);
     PseudoTerminal terminal(root, QString::fromLatin1(shell.name), shell.arguments);
-    terminal.type(shell.setup + " && echo rea''dy\r");
-    if (!terminal.waitFor("ready")) {
+    if (!getsReady(&terminal, shell)) {
         return "the shell is not ready: " + terminal.output();
     }
     // to the line's begin, and its end: the shell writes it into a file instead of running it
@@ -69,6 +75,8 @@ private Q_SLOTS:
     void initTestCase();
     void completes_data();
     void completes();
+    void describes_data();
+    void describes();
 };
 
 void CompletionsTest::initTestCase()
@@ -122,6 +130,32 @@ void CompletionsTest::completes()
 
     // the next letter shows whether a blank stands before it
     QCOMPARE(lineAfter(shells().at(shell), typed + "\tx"), line + "x\n");
+}
+
+void CompletionsTest::describes_data()
+{
+    QTest::addColumn<int>("shell");
+    QTest::addColumn<QByteArray>("typed");
+    QTest::addColumn<QByteArray>("shown");
+    QTest::newRow("bash: keys alone") << 0 << QByteArray("set lockout ")
+                                      << QByteArray("deny=           lock_time=      ");
+    QTest::newRow("zsh: keys") << 1 << QByteArray("set lockout ")
+                               << QByteArray("deny=         -- Failed logins after which an account is locked");
+    QTest::newRow("zsh: words") << 1 << QByteArray("show ") << QByteArray("complexity  -- Password complexity");
+    QTest::newRow("fish: words") << 2 << QByteArray("show ") << QByteArray("(Password complexity)");
+}
+
+void CompletionsTest::describes()
+{
+    QFETCH(int, shell);
+    QFETCH(QByteArray, typed);
+    QFETCH(QByteArray, shown);
+    PseudoTerminal terminal(root, QString::fromLatin1(shells().at(shell).name), shells().at(shell).arguments);
+    QVERIFY(getsReady(&terminal, shells().at(shell)));
+
+    terminal.type("accountpolicyctl " + typed + "\t\t");
+
+    QVERIFY2(terminal.waitFor(shown), terminal.output().constData());
 }
 
 QTEST_GUILESS_MAIN(CompletionsTest)
