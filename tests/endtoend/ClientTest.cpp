@@ -133,14 +133,34 @@ void ClientTest::printsCandidates_data()
     const auto candidates = [](const char *typed, const char *expected) {
         QTest::newRow(typed) << QByteArray(expected);
     };
-    candidates("--", "show\nset\nexport\napply\ncheck\nundo\nhistory\nuser\nreport\ndoctor\n--help\n--version\n");
-    candidates("-- sh", "show\n");
-    candidates("sh", "show\n"); // without the mark
+    candidates("--",
+               "show\tShow the policies in force.\n"
+               "set\tChange settings of a policy, or of an account.\n"
+               "export\tPrint the policies in force as a document.\n"
+               "apply\tPut the policies of a document in force.\n"
+               "check\tTell where the policies in force differ from a document.\n"
+               "undo\tBring back the settings from before a change.\n"
+               "history\tList the changes that can be undone.\n"
+               "user\tShow the expiration settings of an account (root only).\n"
+               "report\tWrite the policies in force as an HTML page.\n"
+               "doctor\tCheck the installation, and tell how to mend it.\n"
+               "--help\tShow this, or the help of a command.\n"
+               "--version\tShow the version.\n");
+    candidates("-- sh", "show\tShow the policies in force.\n");
+    candidates("sh", "show\tShow the policies in force.\n"); // without the mark
     candidates("-- se s", ""); // behind no command
-    candidates("-- set --", "--replace\n--dry-run\n--no-ask-password\n--help\n");
-    candidates("-- set --re", "--replace\n");
-    candidates("-- set --replace lockout den", "deny=\n");
-    candidates("-- set lockout per_user=", "per_user=yes\nper_user=no\n");
+    candidates("-- set co", "complexity\tPassword complexity\n");
+    candidates("-- set u", "user\tThe settings of an account (root only)\n");
+    candidates("-- set --",
+               "--replace\tDrop all settings that are not named.\n"
+               "--dry-run\tShow what would change, and change nothing.\n"
+               "--no-ask-password\tDo not ask for a password on the terminal.\n"
+               "--help\tShow this.\n");
+    candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");
+    candidates("-- set --replace lockout den", "deny=\tFailed logins after which an account is locked\n");
+    candidates("-- set lockout per_user=",
+               "per_user=yes\tSome accounts have limits of their own\n"
+               "per_user=no\tSome accounts have limits of their own\n");
     candidates("-- set lockout deny=3 de", ""); // not twice
     for (const char *command : {"-- apply x", "-- check x", "-- report x"}) {
         candidates(command, "<file>\n");
