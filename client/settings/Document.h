@@ -25,7 +25,7 @@ QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings
 QString
 settingsFromJson(const SettingSchema &schema, const QString &subject, const QJsonObject &object, Wishes *wishes);
 
-/// The document of docs/accountpolicies.schema.json.
+/// The document of docs/accountpolicies.schema.json.in.
 /// @param policies settings by the name of their policy
 QByteArray writeDocument(const QMap<QString, Settings> &policies);
 

@@ -1,0 +1,174 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// Fills the places that manual pages and the schema leave for what the client's tables say of the settings:
+//
+//   describesettings SOURCE TARGET
+
+#include "client/settings/Policies.h"
+#include "client/settings/SettingText.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QStringList>
+
+#include <cstdio>
+#include <limits>
+
+namespace
+{
+using Texts = QMap<QString, QString>;
+
+/// Items of a list of mdoc(7), with explanations.
+QString manualItems(const SettingSchema &schema)
+{
+    QStringList lines;
+    for (const Setting &setting : schema.settings) {
+        lines += {QLatin1String(".It Cm ") + setting.key, explanationText(setting)};
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+/// The type of a key on the bus, and what it counts.
+QString busType(const Setting &setting)
+{
+    switch (setting.kind) {
+    case SettingKind::Flag:
+        return QStringLiteral("bool");
+    case SettingKind::Date:
+        return QStringLiteral("int, days since 1970-01-01");
+    case SettingKind::Number:
+        break;
+    }
+    switch (setting.unit) {
+    case Unit::None:
+        break;
+    case Unit::FailedLogins:
+        return QStringLiteral("int, failed logins");
+    case Unit::Seconds:
+        return QStringLiteral("int, seconds");
+    case Unit::Characters:
+        return QStringLiteral("int, characters");
+    case Unit::Credits:
+        return QStringLiteral("int, credits");
+    case Unit::Days:
+        return QStringLiteral("int, days");
+    }
+    return QStringLiteral("int");
+}
+
+/// The keys in lines of mdoc(7), those of one type after another together.
+QString manualKeys(const SettingSchema &schema)
+{
+    QStringList lines;
+    for (int i = 0; i < schema.settings.size();) {
+        const QString type = busType(schema.settings.at(i));
+        QStringList keys;
+        for (; i < schema.settings.size() && busType(schema.settings.at(i)) == type; ++i) {
+            keys += schema.settings.at(i).key;
+        }
+        lines += QLatin1String(".Cm ") + keys.join(QStringLiteral(" , "));
+        lines += QStringLiteral("(%1)").arg(type) + (i < schema.settings.size() ? QStringLiteral(",") : QString());
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+/// Any number that a machine may have, with further members.
+QJsonObject numberSchema(QJsonObject members)
+{
+    members.insert(QStringLiteral("minimum"), std::numeric_limits<int>::min());
+    members.insert(QStringLiteral("maximum"), std::numeric_limits<int>::max());
+    return members;
+}
+
+QJsonObject dateSchema(const QString &description)
+{
+    const QString form = QStringLiteral("^[0-9]{4}-(0[1-9]|1[0-2])-(0[1-9]|[12][0-9]|3[01])$");
+    const QString further = QStringLiteral(
+        ", or its number of days since 1970-01-01 (printed only where the day has no such text); null for never");
+    return {{QStringLiteral("description"), description + further},
+            {QStringLiteral("anyOf"),
+             QJsonArray{
+                 QJsonObject{{QStringLiteral("type"), QStringLiteral("null")}},
+                 numberSchema({{QStringLiteral("type"), QStringLiteral("integer")}}),
+                 QJsonObject{{QStringLiteral("type"), QStringLiteral("string")}, {QStringLiteral("pattern"), form}}}}};
+}
+
+QJsonObject valueSchema(const Setting &setting)
+{
+    const QString description = descriptionText(setting);
+    switch (setting.kind) {
+    case SettingKind::Flag:
+        return {{QStringLiteral("type"), QStringLiteral("boolean")}, {QStringLiteral("description"), description}};
+    case SettingKind::Date:
+        return dateSchema(description);
+    case SettingKind::Number:
+        break;
+    }
+    const QString never = setting.never == Never::MinusOne ? QStringLiteral(", -1 for never") : QString();
+    return numberSchema(
+        {{QStringLiteral("type"), QJsonArray{QStringLiteral("integer"), QStringLiteral("null")}},
+         {QStringLiteral("description"), description + never + QStringLiteral("; null where it is not set")}});
+}
+
+QJsonObject policySchema(const Policy &policy)
+{
+    QJsonObject properties;
+    for (const Setting &setting : policy.schema.settings) {
+        properties.insert(setting.key, valueSchema(setting));
+    }
+    return {{QStringLiteral("type"), QStringLiteral("object")},
+            {QStringLiteral("description"), policy.titleText()},
+            {QStringLiteral("properties"), properties},
+            {QStringLiteral("additionalProperties"), false}};
+}
+
+/// What comes to which place.
+Texts allTexts()
+{
+    Texts texts;
+    QJsonObject schemas;
+    for (const Policy &policy : allPolicies()) {
+        texts.insert(QStringLiteral("@settings of %1@").arg(policy.name), manualItems(policy.schema));
+        texts.insert(QStringLiteral("@keys of %1@").arg(policy.name), manualKeys(policy.schema));
+        schemas.insert(policy.name, policySchema(policy));
+    }
+    texts.insert(QStringLiteral("@policies@"), QString::fromUtf8(QJsonDocument(schemas).toJson()).trimmed());
+    return texts;
+}
+
+/// The line with the texts in its places, indented as it is.
+QString filled(const Texts &texts, QString line)
+{
+    int blanks = 0;
+    while (blanks < line.size() && line.at(blanks) == QLatin1Char(' ')) {
+        ++blanks;
+    }
+    for (auto text = texts.cbegin(); text != texts.cend(); ++text) {
+        line.replace(text.key(),
+                     QString(text.value()).replace(QLatin1Char('\n'), QLatin1Char('\n') + line.left(blanks)));
+    }
+    return line;
+}
+}
+
+int main(int argc, char *argv[])
+{
+    QFile source(QFile::decodeName(argc == 3 ? argv[1] : ""));
+    QFile target(QFile::decodeName(argc == 3 ? argv[2] : ""));
+    if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly)) {
+        std::fputs("usage: describesettings SOURCE TARGET\n", stderr);
+        return 1;
+    }
+    const Texts texts = allTexts();
+    QStringList lines = QString::fromUtf8(source.readAll()).split(QLatin1Char('\n'));
+    for (QString &line : lines) {
+        line = filled(texts, line);
+    }
+    target.write(lines.join(QLatin1Char('\n')).toUtf8());
+    target.close();
+    return target.error() == QFileDevice::NoError ? 0 : 1;
+}
