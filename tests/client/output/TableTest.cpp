@@ -4,11 +4,15 @@
 #include "client/output/Table.h"
 #include "client/output/SettingsTable.h"
 #include "client/settings/Policies.h"
-
-#include <QTest>
+#include "tests/support/TextRows.h"
 
 namespace
 {
+const SettingSchema &lockout()
+{
+    return findPolicy(QStringLiteral("lockout"))->schema;
+}
+
 QStringList cells(const char *text)
 {
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -23,7 +27,10 @@ private Q_SLOTS:
     void linesUpColumns();
     void takesRowsOfDifferentLength();
     void isEmptyWithoutRows();
+    void wrapsText_data();
+    void wrapsText();
     void showsSettingsWithUnits();
+    void explainsSettingsInParagraphs();
 };
 
 void TableTest::linesUpColumns()
@@ -41,16 +48,44 @@ void TableTest::isEmptyWithoutRows()
     QCOMPARE(table({}, 4), QString());
 }
 
+void TableTest::wrapsText_data()
+{
+    addTextRows(R"(
+a => a
+aa bb cc => aa bb|cc
+aa bbb c => aa|bbb c
+aaaaaa b => aaaaaa|b
+a bbbbbb => a|bbbbbb
+)");
+}
+
+void TableTest::wrapsText()
+{
+    QFETCH(QString, input);
+
+    QTEST(wrapped(input, 5).join(QLatin1Char('|')), "result");
+}
+
 void TableTest::showsSettingsWithUnits()
 {
-    QCOMPARE(settingsTable(findPolicy(QStringLiteral("lockout"))->schema,
-                           {{QStringLiteral("per_user"), true}, {QStringLiteral("unlock_time"), 900}}),
-             QStringLiteral("  per_user     yes\n"
-                            "  magic_root   not set\n"
-                            "  no_reset     not set\n"
-                            "  deny         not set\n"
-                            "  lock_time    not set\n"
-                            "  unlock_time  900 s (15 min)\n"));
+    QCOMPARE(settingsTable(lockout(), {{QStringLiteral("per_user"), true}, {QStringLiteral("unlock_time"), 900}}),
+             QStringLiteral(R"(  per_user     yes
+  magic_root   not set
+  no_reset     not set
+  deny         not set
+  lock_time    not set
+  unlock_time  900 s (15 min)
+)"));
+}
+
+void TableTest::explainsSettingsInParagraphs()
+{
+    const SettingSchema schema{{*lockout().find(QStringLiteral("per_user")), *lockout().find(QStringLiteral("deny"))}};
+
+    QCOMPARE(settingsHelp(schema), QStringLiteral(R"(  per_user  Some accounts have limits of their own: yes or no
+  deny      Failed logins after which an account is locked: a whole
+            number from 0 to 65535
+)"));
 }
 
 QTEST_GUILESS_MAIN(TableTest)

@@ -10,11 +10,19 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <pty.h>
 #include <unistd.h>
 
 namespace
 {
+using FilePointer = std::unique_ptr<FILE, int (*)(FILE *)>;
+
+FilePointer temporaryFile()
+{
+    return {std::tmpfile(), std::fclose};
+}
+
 /// A stream that is a terminal.
 class TerminalStream
 {
@@ -50,116 +58,86 @@ class TerminalTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void coloursOnTerminal();
-    void coloursNothingWhereDeclined_data();
-    void coloursNothingWhereDeclined();
-    void coloursNothingElsewhere();
+    void coloursWhereNobodyDeclines_data();
+    void coloursWhereNobodyDeclines();
     void writesLocalEncoding();
-    void remembersFirstError();
-    void closesWithoutErrorWhereAllArrived();
-    void returnsErrorOfClosing();
+    void tellsFirstErrorWhenItIsClosed_data();
+    void tellsFirstErrorWhenItIsClosed();
     void makesTextSafe_data();
     void makesTextSafe();
 };
 
-void TerminalTest::coloursOnTerminal()
+void TerminalTest::coloursWhereNobodyDeclines_data()
 {
-    const ScopedVariable terminalType("TERM", "xterm");
-    const ScopedVariable noColour("NO_COLOR", QByteArray());
-    const TerminalStream stream;
-    const Terminal terminal(stream.stream());
-
-    QVERIFY(terminal.isTerminal());
-    QCOMPARE(terminal.bold(QStringLiteral("x")), QStringLiteral("\033[1mx\033[0m"));
-    QCOMPARE(terminal.good(QStringLiteral("x")), QStringLiteral("\033[32mx\033[0m"));
-    QCOMPARE(terminal.bad(QStringLiteral("x")), QStringLiteral("\033[31mx\033[0m"));
-}
-
-void TerminalTest::coloursNothingWhereDeclined_data()
-{
+    QTest::addColumn<bool>("onTerminal");
     QTest::addColumn<QByteArray>("terminalType");
     QTest::addColumn<QByteArray>("noColour");
     QTest::addColumn<bool>("colours");
-    QTest::newRow("NO_COLOR") << QByteArray("xterm") << QByteArray("1") << false;
-    QTest::newRow("empty NO_COLOR") << QByteArray("xterm") << QByteArray("") << true;
-    QTest::newRow("dumb terminal") << QByteArray("dumb") << QByteArray() << false;
-    QTest::newRow("unknown terminal") << QByteArray() << QByteArray() << false;
+    QTest::newRow("terminal") << true << QByteArray("xterm") << QByteArray() << true;
+    QTest::newRow("NO_COLOR") << true << QByteArray("xterm") << QByteArray("1") << false;
+    QTest::newRow("empty NO_COLOR") << true << QByteArray("xterm") << QByteArray("") << true;
+    QTest::newRow("dumb terminal") << true << QByteArray("dumb") << QByteArray() << false;
+    QTest::newRow("unknown terminal") << true << QByteArray() << QByteArray() << false;
+    QTest::newRow("file") << false << QByteArray("xterm") << QByteArray() << false;
 }
 
-void TerminalTest::coloursNothingWhereDeclined()
+void TerminalTest::coloursWhereNobodyDeclines()
 {
+    QFETCH(bool, onTerminal);
     QFETCH(QByteArray, terminalType);
     QFETCH(QByteArray, noColour);
     QFETCH(bool, colours);
     const ScopedVariable type("TERM", terminalType);
     const ScopedVariable declined("NO_COLOR", noColour);
     const TerminalStream stream;
-    const Terminal terminal(stream.stream());
+    const FilePointer file = temporaryFile();
+    const Terminal terminal(onTerminal ? stream.stream() : file.get());
+    const QString text = colours ? QStringLiteral("\033[%1mx\033[0m") : QStringLiteral("x%1");
 
-    QVERIFY(terminal.isTerminal());
-    QCOMPARE(terminal.bad(QStringLiteral("x")) != QStringLiteral("x"), colours);
-}
-
-void TerminalTest::coloursNothingElsewhere()
-{
-    const ScopedVariable terminalType("TERM", "xterm");
-    const ScopedVariable noColour("NO_COLOR", QByteArray());
-    FILE *file = std::tmpfile();
-    const Terminal terminal(file);
-
-    QVERIFY(!terminal.isTerminal());
-    QCOMPARE(terminal.bold(QStringLiteral("x")), QStringLiteral("x"));
-    QCOMPARE(terminal.good(QStringLiteral("x")), QStringLiteral("x"));
-    QCOMPARE(terminal.bad(QStringLiteral("x")), QStringLiteral("x"));
-    std::fclose(file);
+    QCOMPARE(terminal.isTerminal(), onTerminal);
+    QCOMPARE(terminal.bold(QStringLiteral("x")), text.arg(colours ? QStringLiteral("1") : QString()));
+    QCOMPARE(terminal.good(QStringLiteral("x")), text.arg(colours ? QStringLiteral("32") : QString()));
+    QCOMPARE(terminal.bad(QStringLiteral("x")), text.arg(colours ? QStringLiteral("31") : QString()));
 }
 
 void TerminalTest::writesLocalEncoding()
 {
     const ScopedLatin1 locale;
-    FILE *file = std::tmpfile();
-    Terminal terminal(file);
+    const FilePointer file = temporaryFile();
+    Terminal terminal(file.get());
 
     terminal.write(QStringLiteral("\u00e4\n"));
 
-    std::rewind(file);
+    std::rewind(file.get());
     QByteArray content(8, '\0');
-    content.resize(static_cast<int>(std::fread(content.data(), 1, 8, file)));
+    content.resize(static_cast<int>(std::fread(content.data(), 1, 8, file.get())));
     QCOMPARE(content, QByteArray("\xe4\n"));
-    std::fclose(file);
 }
 
-void TerminalTest::remembersFirstError()
+void TerminalTest::tellsFirstErrorWhenItIsClosed_data()
 {
-    FILE *stream = std::fopen("/dev/full", "w");
-    QVERIFY(stream);
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<bool>("losesFile");
+    QTest::addColumn<int>("error");
+    QTest::newRow("none") << QByteArray("/dev/null") << false << 0;
+    QTest::newRow("of closing") << QByteArray("/dev/null") << true << EBADF;
+    QTest::newRow("of writing, and another") << QByteArray("/dev/full") << true << ENOSPC;
+}
+
+void TerminalTest::tellsFirstErrorWhenItIsClosed()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(bool, losesFile);
+    FILE *stream = std::fopen(file.constData(), "w");
     Terminal terminal(stream);
 
     terminal.write(QStringLiteral("x"));
-    close(fileno(stream)); // the next error is another
-    terminal.write(QStringLiteral("x"));
+    if (losesFile) {
+        close(fileno(stream));
+        terminal.write(QString());
+    }
 
-    QCOMPARE(terminal.close(), ENOSPC);
-}
-
-void TerminalTest::closesWithoutErrorWhereAllArrived()
-{
-    Terminal terminal(std::fopen("/dev/null", "w"));
-
-    terminal.write(QStringLiteral("x"));
-
-    QCOMPARE(terminal.close(), 0);
-}
-
-void TerminalTest::returnsErrorOfClosing()
-{
-    const int descriptor = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    Terminal terminal(fdopen(descriptor, "w"));
-    terminal.write(QStringLiteral("x"));
-
-    close(descriptor);
-
-    QCOMPARE(terminal.close(), EBADF);
+    QTEST(terminal.close(), "error");
 }
 
 void TerminalTest::makesTextSafe_data()
