@@ -22,7 +22,7 @@ Outcome saveBefore(const Change &change, QString *file)
     }
     const HistoryEntry entry{
         {}, QDateTime::currentDateTimeUtc(), change.store->name(), change.command, change.before.settings};
-    return History().save(entry, change.store->schema(), file);
+    return History().save(entry, file);
 }
 
 QString mismatchText(const SettingSchema &schema, const Settings &wanted, const Settings &found)

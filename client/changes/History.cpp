@@ -69,12 +69,12 @@ Outcome noWayBack(const QString &reason)
             + QLatin1Char('\n') + reason};
 }
 
-QByteArray textOf(const HistoryEntry &entry, const SettingSchema &schema)
+QByteArray textOf(const HistoryEntry &entry)
 {
     const QJsonObject object{{timeKey(), entry.time.toString(Qt::ISODateWithMs)},
                              {storeKey(), entry.store->text()},
                              {commandKey(), entry.command},
-                             {beforeKey(), settingsToJson(schema, entry.before)}};
+                             {beforeKey(), settingsToJson(*schemaOf(*entry.store), entry.before)}};
     return QJsonDocument(object).toJson();
 }
 
@@ -112,7 +112,7 @@ QString History::folder() const
     return m_folder;
 }
 
-Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const
+Outcome History::save(const HistoryEntry &entry, QString *file) const
 {
     if (m_folder.isEmpty()) {
         return noWayBack(translate("History", "this account has no home folder"));
@@ -122,7 +122,7 @@ Outcome History::save(const HistoryEntry &entry, const SettingSchema &schema, QS
     *file = m_folder + entry.time.toString(QStringLiteral("/yyyyMMdd'T'HHmmsszzz-"))
         + QString::number(QCoreApplication::applicationPid()) + QLatin1String(".json");
     QSaveFile target(*file);
-    const QByteArray text = textOf(entry, schema);
+    const QByteArray text = textOf(entry);
     if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() || !target.commit()) {
         return noWayBack(*file + QLatin1String(": ") + target.errorString());
     }

@@ -38,11 +38,10 @@ public:
     /**
      * Keeps one entry more.
      *
-     * @param entry  with a store
-     * @param schema the schema of its settings
-     * @param file   receives where it is kept
+     * @param entry of a store that there is
+     * @param file  receives where it is kept
      */
-    Outcome save(const HistoryEntry &entry, const SettingSchema &schema, QString *file) const;
+    Outcome save(const HistoryEntry &entry, QString *file) const;
 
     /// The newest first; the values of one that can't be understood are missing, as is its store.
     QVector<HistoryEntry> entries() const;

@@ -2,39 +2,49 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "client/changes/History.h"
-#include "client/settings/Policies.h"
 #include "client/stores/Stores.h"
 #include "tests/support/Files.h"
+#include "tests/support/TextRows.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDir>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <pwd.h>
 #include <unistd.h>
 
 namespace
 {
-const SettingSchema &schema()
-{
-    return findPolicy(QStringLiteral("expiration"))->schema;
-}
-
-HistoryEntry entryOf(int second, int value)
+/// Of a change at that second.
+HistoryEntry entryOf(int second, const QString &store, const QVariantMap &before)
 {
     return {QString(),
             QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), Qt::UTC),
-            StoreName{StoreName::Kind::Policy, QStringLiteral("expiration")},
-            QStringLiteral("set expiration maxInterval=%1").arg(value),
-            {{QStringLiteral("maxInterval"), qlonglong(value)}}};
+            StoreName::fromText(store),
+            QStringLiteral("set something %1").arg(second),
+            before};
+}
+
+HistoryEntry entryOf(int second)
+{
+    return entryOf(second, QStringLiteral("expiration"), {{QStringLiteral("maxInterval"), qlonglong(second)}});
 }
 
 QString save(const HistoryEntry &entry)
 {
     QString file;
-    return History().save(entry, schema(), &file).succeeded() ? file : QString();
+    return History().save(entry, &file).succeeded() ? file : QString();
+}
+
+/// "time store command: settings"
+QString described(const HistoryEntry &entry)
+{
+    return QStringLiteral("%1 %2 %3: %4")
+        .arg(entry.time.toString(Qt::ISODateWithMs),
+             entry.store ? entry.store->text() : QStringLiteral("nothing"),
+             entry.command,
+             typedEntries(entry.before).join(QStringLiteral(", ")));
 }
 }
 
@@ -50,22 +60,23 @@ private Q_SLOTS:
     void keepsEntryAsText();
     void listsNewestFirst();
     void keepsAHundred();
-    void keepsAccountsToo();
     void listsWhatCannotBeUnderstood_data();
     void listsWhatCannotBeUnderstood();
     void failsWhereNothingCanBeKept();
-    void takesFolderByItsName();
-    void understandsValuesThatMayNotBeSet_data();
-    void understandsValuesThatMayNotBeSet();
+    void understandsWhatItKeeps_data();
+    void understandsWhatItKeeps();
 
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_state;
 };
 
 void HistoryTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    qputenv("XDG_STATE_HOME", m_folder->path().toLocal8Bit());
+    // a name is nothing to put texts into
+    m_state = m_folder->filePath(QStringLiteral("%1 %2 %3"));
+    qputenv("XDG_STATE_HOME", QFile::encodeName(m_state));
 }
 
 void HistoryTest::isInTheStateFolder_data()
@@ -73,18 +84,24 @@ void HistoryTest::isInTheStateFolder_data()
     QTest::addColumn<QByteArray>("stateHome");
     QTest::addColumn<QByteArray>("home");
     QTest::addColumn<QString>("folder");
+    const auto row = [](const char *name, const QByteArray &stateHome, const QByteArray &home, const QString &parent) {
+        QTest::newRow(name) << stateHome << home << parent + QLatin1String("/accountpolicyctl");
+    };
     const QByteArray home("/some/home");
-    QTest::newRow("as set") << QByteArray("/some/state") << home << "/some/state/accountpolicyctl";
-    QTest::newRow("not set") << QByteArray() << home << "/some/home/.local/state/accountpolicyctl";
-    QTest::newRow("empty") << QByteArray("") << home << "/some/home/.local/state/accountpolicyctl";
-    QTest::newRow("relative") << QByteArray("state") << home << "/some/home/.local/state/accountpolicyctl";
-    QTest::newRow("slash at its end") << QByteArray("/some/state/") << home << "/some/state/accountpolicyctl";
-    const QString ofAccount = QFile::decodeName(getpwuid(geteuid())->pw_dir);
-    const QString fallback = QDir::cleanPath(ofAccount + QStringLiteral("/.local/state/accountpolicyctl"));
-    QTest::newRow("no home") << QByteArray() << QByteArray() << fallback;
-    QTest::newRow("empty home") << QByteArray() << QByteArray("") << fallback;
-    QTest::newRow("relative home") << QByteArray() << QByteArray("home") << fallback;
-    QTest::newRow("as set without home") << QByteArray("/some/state") << QByteArray() << "/some/state/accountpolicyctl";
+    const QByteArray unset;
+    const QString state = QStringLiteral("/some/state");
+    const QString ofHome = QStringLiteral("/some/home/.local/state");
+    const QString ofAccount =
+        QDir::cleanPath(QFile::decodeName(getpwuid(geteuid())->pw_dir) + QLatin1String("/.local/state"));
+    row("as set", "/some/state", home, state);
+    row("not set", unset, home, ofHome);
+    row("empty", "", home, ofHome);
+    row("relative", "state", home, ofHome);
+    row("slash at its end", "/some/state/", home, state);
+    row("no home", unset, unset, ofAccount);
+    row("empty home", unset, "", ofAccount);
+    row("relative home", unset, "home", ofAccount);
+    row("as set without home", "/some/state", unset, state);
 }
 
 void HistoryTest::isInTheStateFolder()
@@ -100,49 +117,45 @@ void HistoryTest::isInTheStateFolder()
 
 void HistoryTest::keepsEntryAsText()
 {
-    const QString file = save(entryOf(6, 90));
+    const QString file = save(entryOf(6));
 
     QCOMPARE(file,
-             QStringLiteral("%1/accountpolicyctl/20261121T040506678-%2.json")
-                 .arg(m_folder->path())
-                 .arg(QCoreApplication::applicationPid()));
-    QCOMPARE(contentOf(file),
-             QByteArray("{\n"
-                        "    \"before\": {\n"
-                        "        \"expireDate\": null,\n"
-                        "        \"inactiveInterval\": null,\n"
-                        "        \"maxInterval\": 90,\n"
-                        "        \"minInterval\": null,\n"
-                        "        \"warningInterval\": null\n"
-                        "    },\n"
-                        "    \"command\": \"set expiration maxInterval=90\",\n"
-                        "    \"of\": \"expiration\",\n"
-                        "    \"time\": \"2026-11-21T04:05:06.678Z\"\n"
-                        "}\n"));
+             m_state + QLatin1String("/accountpolicyctl/20261121T040506678-")
+                 + QString::number(QCoreApplication::applicationPid()) + QLatin1String(".json"));
+    QCOMPARE(contentOf(file), QByteArray(R"({
+    "before": {
+        "expireDate": null,
+        "inactiveInterval": null,
+        "maxInterval": 6,
+        "minInterval": null,
+        "warningInterval": null
+    },
+    "command": "set something 6",
+    "of": "expiration",
+    "time": "2026-11-21T04:05:06.678Z"
+}
+)"));
 }
 
 void HistoryTest::listsNewestFirst()
 {
+    QStringList files;
     for (int second : {7, 9, 8}) {
-        QVERIFY(!save(entryOf(second, second)).isEmpty());
+        files += save(entryOf(second));
     }
 
     const QVector<HistoryEntry> entries = History().entries();
 
     QCOMPARE(entries.size(), 3);
     for (int i = 0; i < 3; ++i) {
-        const HistoryEntry expected = entryOf(9 - i, 9 - i);
-        QCOMPARE(entries.at(i).time, expected.time);
-        QCOMPARE(entries.at(i).store->text(), QStringLiteral("expiration"));
-        QCOMPARE(entries.at(i).command, expected.command);
-        QCOMPARE(typedEntries(entries.at(i).before), typedEntries(expected.before));
-        QVERIFY(QFile::exists(entries.at(i).file));
+        QCOMPARE(described(entries.at(i)), described(entryOf(9 - i)));
     }
+    QCOMPARE(QStringList({entries.at(2).file, entries.at(0).file, entries.at(1).file}), files);
 }
 
 void HistoryTest::keepsAHundred()
 {
-    HistoryEntry entry = entryOf(0, 1);
+    HistoryEntry entry = entryOf(0);
     for (int i = 0; i < 103; ++i) {
         entry.time = entry.time.addSecs(1);
         entry.command = QString::number(i);
@@ -156,33 +169,26 @@ void HistoryTest::keepsAHundred()
     QCOMPARE(entries.last().command, QStringLiteral("3"));
 }
 
-void HistoryTest::keepsAccountsToo()
-{
-    HistoryEntry entry = entryOf(1, 60);
-    entry.store = StoreName{StoreName::Kind::Account, QStringLiteral("alice")};
-    QString file;
-    QVERIFY(History().save(entry, accountSchema(), &file).succeeded());
-
-    QCOMPARE(History().entries().first().store->text(), QStringLiteral("user alice"));
-    QCOMPARE(typedEntries(History().entries().first().before), typedEntries(entry.before));
-}
-
 void HistoryTest::listsWhatCannotBeUnderstood_data()
 {
     QTest::addColumn<QByteArray>("text");
-    const char start[] = R"({"command": "x", "time": "2026-11-21T04:05:06.678Z", )";
-    QTest::newRow("no JSON") << QByteArray("x");
-    QTest::newRow("unknown policy") << QByteArray(start) + R"("of": "x", "before": {}})";
-    QTest::newRow("unknown key") << QByteArray(start) + R"("of": "lockout", "before": {"x": 1}})";
-    QTest::newRow("value of another type") << QByteArray(start) + R"("of": "lockout", "before": {"deny": "3"}})";
-    QTest::newRow("nothing before") << QByteArray(start) + R"("of": "lockout"})";
-    QTest::newRow("no time") << QByteArray(R"({"command": "x", "of": "lockout", "before": {}})");
+    const QStringList texts = linesOf(R"(
+x
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "x", "before": {}}
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout", "before": {"x": 1}}
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout", "before": {"deny": "3"}}
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout"}
+{"command": "x", "of": "lockout", "before": {}}
+)");
+    for (const QString &text : texts) {
+        QTest::newRow(qPrintable(text)) << text.toUtf8();
+    }
 }
 
 void HistoryTest::listsWhatCannotBeUnderstood()
 {
     QFETCH(QByteArray, text);
-    const QString file = m_folder->filePath(QStringLiteral("accountpolicyctl/1.json"));
+    const QString file = m_state + QLatin1String("/accountpolicyctl/1.json");
     writeContent(file, text);
 
     const QVector<HistoryEntry> entries = History().entries();
@@ -198,7 +204,7 @@ void HistoryTest::failsWhereNothingCanBeKept()
     qputenv("XDG_STATE_HOME", "/dev/null");
     QString file;
 
-    const Outcome outcome = History().save(entryOf(6, 1), schema(), &file);
+    const Outcome outcome = History().save(entryOf(6), &file);
 
     QCOMPARE(static_cast<int>(outcome.code), static_cast<int>(ExitCode::Failed));
     QCOMPARE(
@@ -208,29 +214,16 @@ void HistoryTest::failsWhereNothingCanBeKept()
             + file + QStringLiteral(": Not a directory"));
 }
 
-void HistoryTest::takesFolderByItsName()
-{
-    const QString folder = m_folder->filePath(QStringLiteral("%1 %2 %3"));
-    qputenv("XDG_STATE_HOME", QFile::encodeName(folder));
-
-    const QString file = save(entryOf(6, 90));
-
-    QCOMPARE(file,
-             folder + QStringLiteral("/accountpolicyctl/20261121T040506678-")
-                 + QString::number(QCoreApplication::applicationPid()) + QStringLiteral(".json"));
-    QVERIFY(QFile::exists(file));
-    QCOMPARE(History().entries().size(), 1);
-}
-
-void HistoryTest::understandsValuesThatMayNotBeSet_data()
+void HistoryTest::understandsWhatItKeeps_data()
 {
     QTest::addColumn<QString>("store");
     QTest::addColumn<QString>("key");
     QTest::addColumn<qlonglong>("value");
     const auto row = [](const char *store, const char *key, qlonglong value) {
-        QTest::addRow("%s %s=%lld", store, key, value)
-            << QString::fromLatin1(store) << QString::fromLatin1(key) << value;
+        QTest::addRow("%s %s=%lld", store, key, value) << store << key << value;
     };
+    row("user alice", "maxInterval", 60);
+    // values that may not be set, too
     row("lockout", "deny", -1);
     row("lockout", "deny", 65536);
     row("complexity", "minlen", 4);
@@ -244,23 +237,17 @@ void HistoryTest::understandsValuesThatMayNotBeSet_data()
     row("user alice", "maxInterval", 4294967296LL);
 }
 
-void HistoryTest::understandsValuesThatMayNotBeSet()
+void HistoryTest::understandsWhatItKeeps()
 {
     QFETCH(QString, store);
     QFETCH(QString, key);
     QFETCH(qlonglong, value);
-    const StoreName name = StoreName::fromText(store);
-    const SettingSchema &schema = *schemaOf(name);
-    HistoryEntry entry = entryOf(6, 1);
-    entry.store = name;
-    entry.before = normalized(schema, {{key, value}});
-    QString file;
-
-    QVERIFY(History().save(entry, schema, &file).succeeded());
-
-    QCOMPARE(History().entries().constFirst().store->text(), store);
-    QCOMPARE(typedEntries(History().entries().constFirst().before), typedEntries(entry.before));
+    const HistoryEntry entry = entryOf(6, store, normalized(*schemaOf(StoreName::fromText(store)), {{key, value}}));
     QCOMPARE(entry.before.value(key), QVariant(value));
+
+    QVERIFY(!save(entry).isEmpty());
+
+    QCOMPARE(described(History().entries().constFirst()), described(entry));
 }
 
 QTEST_GUILESS_MAIN(HistoryTest)
