@@ -9,6 +9,7 @@
 #include "tests/support/TypedMap.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <pwd.h>
@@ -81,38 +82,33 @@ void HistoryTest::init()
 
 void HistoryTest::isInTheStateFolder_data()
 {
-    QTest::addColumn<QByteArray>("stateHome");
-    QTest::addColumn<QByteArray>("home");
-    QTest::addColumn<QString>("folder");
-    const auto row = [](const char *name, const QByteArray &stateHome, const QByteArray &home, const QString &parent) {
-        QTest::newRow(name) << stateHome << home << parent + QLatin1String("/accountpolicyctl");
-    };
-    const QByteArray home("/some/home");
-    const QByteArray unset;
-    const QString state = QStringLiteral("/some/state");
-    const QString ofHome = QStringLiteral("/some/home/.local/state");
-    const QString ofAccount =
-        QDir::cleanPath(QFile::decodeName(getpwuid(geteuid())->pw_dir) + QLatin1String("/.local/state"));
-    row("as set", "/some/state", home, state);
-    row("not set", unset, home, ofHome);
-    row("empty", "", home, ofHome);
-    row("relative", "state", home, ofHome);
-    row("slash at its end", "/some/state/", home, state);
-    row("no home", unset, unset, ofAccount);
-    row("empty home", unset, "", ofAccount);
-    row("relative home", unset, "home", ofAccount);
-    row("as set without home", "/some/state", unset, state);
+    addTextRows(R"(
+XDG_STATE_HOME=/some/state HOME=/some/home => /some/state
+HOME=/some/home => /some/home/.local/state
+XDG_STATE_HOME= HOME=/some/home => /some/home/.local/state
+XDG_STATE_HOME=state HOME=/some/home => /some/home/.local/state
+XDG_STATE_HOME=/some/state/ HOME=/some/home => /some/state
+XDG_STATE_HOME=/some/state => /some/state
+=> ~/.local/state
+HOME= => ~/.local/state
+HOME=home => ~/.local/state
+)");
 }
 
 void HistoryTest::isInTheStateFolder()
 {
-    QFETCH(QByteArray, stateHome);
-    QFETCH(QByteArray, home);
-    QFETCH(QString, folder);
-    const ScopedVariable homeVariable("HOME", home);
-    const ScopedVariable stateVariable("XDG_STATE_HOME", stateHome);
+    QFETCH(QString, input);
+    QFETCH(QString, result);
+    const auto value = [&](const QString &name) {
+        const QRegularExpressionMatch match = QRegularExpression(name + QStringLiteral("=(\\S*)")).match(input);
+        return match.hasMatch() ? match.captured(1).toLatin1() : QByteArray();
+    };
+    const ScopedVariable stateVariable("XDG_STATE_HOME", value(QStringLiteral("XDG_STATE_HOME")));
+    const ScopedVariable homeVariable("HOME", value(QStringLiteral("\\bHOME")));
+    const QString home = QFile::decodeName(getpwuid(geteuid())->pw_dir);
 
-    QCOMPARE(History().folder(), folder);
+    QCOMPARE(History().folder(),
+             QDir::cleanPath(result.replace(QLatin1Char('~'), home) + QStringLiteral("/accountpolicyctl")));
 }
 
 void HistoryTest::keepsEntryAsText()
@@ -216,38 +212,34 @@ void HistoryTest::failsWhereNothingCanBeKept()
 
 void HistoryTest::understandsWhatItKeeps_data()
 {
-    QTest::addColumn<QString>("store");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<qlonglong>("value");
-    const auto row = [](const char *store, const char *key, qlonglong value) {
-        QTest::addRow("%s %s=%lld", store, key, value) << store << key << value;
-    };
-    row("user alice", "maxInterval", 60);
-    // values that may not be set, too
-    row("lockout", "deny", -1);
-    row("lockout", "deny", 65536);
-    row("complexity", "minlen", 4);
-    row("complexity", "dcredit", -2147483648LL);
-    row("expiration", "maxInterval", -2);
-    row("expiration", "inactiveInterval", -7);
-    row("expiration", "expireDate", -365);
-    row("user alice", "expireDate", 3000000);
-    row("user alice", "expireDate", -800000);
-    // the shadow database's numbers have 64 bits
-    row("user alice", "maxInterval", 4294967296LL);
+    // values that may not be set, too; the shadow database's numbers have 64 bits
+    addTextRows(R"(
+user alice: maxInterval => 60
+user alice: maxInterval => 4294967296
+user alice: expireDate => 3000000
+user alice: expireDate => -800000
+lockout: deny => -1
+lockout: deny => 65536
+complexity: minlen => 4
+complexity: dcredit => -2147483648
+expiration: maxInterval => -2
+expiration: inactiveInterval => -7
+expiration: expireDate => -365
+)");
 }
 
 void HistoryTest::understandsWhatItKeeps()
 {
-    QFETCH(QString, store);
-    QFETCH(QString, key);
-    QFETCH(qlonglong, value);
-    const HistoryEntry entry = entryOf(6, store, normalized(*schemaOf(StoreName::fromText(store)), {{key, value}}));
-    QCOMPARE(entry.before.value(key), QVariant(value));
+    QFETCH(QString, input);
+    QFETCH(QString, result);
+    const QString store = input.section(QStringLiteral(": "), 0, 0);
+    const QString key = input.section(QStringLiteral(": "), 1);
+    const Settings before = normalized(*schemaOf(StoreName::fromText(store)), {{key, result.toLongLong()}});
+    QCOMPARE(before.value(key).toString(), result);
 
-    QVERIFY(!save(entry).isEmpty());
+    QVERIFY(!save(entryOf(6, store, before)).isEmpty());
 
-    QCOMPARE(described(History().entries().constFirst()), described(entry));
+    QCOMPARE(described(History().entries().constFirst()), described(entryOf(6, store, before)));
 }
 
 QTEST_GUILESS_MAIN(HistoryTest)

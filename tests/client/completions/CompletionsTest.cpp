@@ -6,11 +6,11 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/PseudoTerminal.h"
+#include "tests/support/TextRows.h"
 #include "tests/support/Sandbox.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 namespace
 {
@@ -96,28 +96,25 @@ void CompletionsTest::completes_data()
     QTest::addColumn<QByteArray>("typed");
     QTest::addColumn<QByteArray>("line");
 
-    struct Row {
-        const char *name;
-        const char *typed;
-        const char *line;
-    };
-    static constexpr Row rows[] = {
-        {"command", "exp", "export "},
-        {"policy", "show lock", "show lockout "},
-        {"policy to set", "set compl", "set complexity "},
-        {"key", "set lockout den", "set lockout deny="},
-        {"key behind a setting", "set lockout deny=3 unl", "set lockout deny=3 unlock_time="},
-        {"value of a switch", "set lockout per_user=y", "set lockout per_user=yes "},
-        {"account", "user policytes", "user policytester "},
-        {"key of an account", "set user policytester maxI", "set user policytester maxInterval="},
-        {"option", "set --repl", "set --replace "},
-        {"file", "apply poli", "apply policies.json "},
-        {"nothing", "export x", "export x"},
-    };
+    // with the letter that is typed next, which shows whether a blank stands before it
+    const QStringList rows = linesOf(R"(
+exp => export x
+show lock => show lockout x
+set compl => set complexity x
+set lockout den => set lockout deny=x
+set lockout deny=3 unl => set lockout deny=3 unlock_time=x
+set lockout per_user=y => set lockout per_user=yes x
+user policytes => user policytester x
+set user policytester maxI => set user policytester maxInterval=x
+set --repl => set --replace x
+apply poli => apply policies.json x
+export x => export xx
+)");
     for (int shell = 0; shell < shells().size(); ++shell) {
-        for (const Row &row : rows) {
-            QTest::newRow((QByteArray(shells().at(shell).name) + ": " + row.name).constData())
-                << shell << QByteArray("accountpolicyctl ") + row.typed << QByteArray("accountpolicyctl ") + row.line;
+        for (const QString &row : rows) {
+            const QStringList cells = row.split(QStringLiteral(" => "));
+            QTest::addRow("%s: %s", shells().at(shell).name, qPrintable(cells.first()))
+                << shell << cells.first().toLatin1() << cells.last().toLatin1();
         }
     }
 }
@@ -128,8 +125,7 @@ void CompletionsTest::completes()
     QFETCH(QByteArray, typed);
     QFETCH(QByteArray, line);
 
-    // the next letter shows whether a blank stands before it
-    QCOMPARE(lineAfter(shells().at(shell), typed + "\tx"), line + "x\n");
+    QCOMPARE(lineAfter(shells().at(shell), "accountpolicyctl " + typed + "\tx"), "accountpolicyctl " + line + '\n');
 }
 
 void CompletionsTest::describes_data()
@@ -137,12 +133,13 @@ void CompletionsTest::describes_data()
     QTest::addColumn<int>("shell");
     QTest::addColumn<QByteArray>("typed");
     QTest::addColumn<QByteArray>("shown");
-    QTest::newRow("bash: keys alone") << 0 << QByteArray("set lockout ")
-                                      << QByteArray("deny=           lock_time=      ");
-    QTest::newRow("zsh: keys") << 1 << QByteArray("set lockout ")
-                               << QByteArray("deny=         -- Failed logins after which an account is locked");
-    QTest::newRow("zsh: words") << 1 << QByteArray("show ") << QByteArray("complexity  -- Password complexity");
-    QTest::newRow("fish: words") << 2 << QByteArray("show ") << QByteArray("(Password complexity)");
+    const auto row = [](int shell, const char *typed, const char *shown) {
+        QTest::addRow("%s: %s", shells().at(shell).name, typed) << shell << QByteArray(typed) << QByteArray(shown);
+    };
+    row(0, "set lockout ", "deny=           lock_time=      ");
+    row(1, "set lockout ", "deny=         -- Failed logins after which an account is locked");
+    row(1, "show ", "complexity  -- Password complexity");
+    row(2, "show ", "(Password complexity)");
 }
 
 void CompletionsTest::describes()
