@@ -63,7 +63,6 @@ class ManualPagesTest : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void areWellFormed_data();
     void areWellFormed();
     void nameEachCommandAndOption();
     void explainEachSetting();
@@ -80,25 +79,16 @@ void ManualPagesTest::initTestCase()
     QVERIFY2(inSandbox(), outsideSandbox);
 }
 
-void ManualPagesTest::areWellFormed_data()
-{
-    QTest::addColumn<QString>("page");
-    QTest::newRow("client") << clientPage;
-    QTest::newRow("helper") << helperPage;
-}
-
 void ManualPagesTest::areWellFormed()
 {
-    QFETCH(QString, page);
-
-    const ProgramResult lint =
-        runAs(nobody, QStringLiteral("mandoc"), splitWords(QStringLiteral("-T lint -W warning ")) + QStringList{page});
-
-    QCOMPARE(lint.standardOutput + lint.standardError, QByteArray());
-    QCOMPARE(lint.exitCode, 0);
-    // no place is left to be filled
-    QVERIFY(!sourceOf(page).isEmpty());
-    QCOMPARE(sourceOf(page).count('@'), 0);
+    for (const QString &page : {clientPage, helperPage}) {
+        const ProgramResult lint = runAs(
+            nobody, QStringLiteral("mandoc"), splitWords(QStringLiteral("-T lint -W warning ")) + QStringList{page});
+        QCOMPARE(lint.standardOutput + lint.standardError, QByteArray());
+        QCOMPARE(lint.exitCode, 0);
+        QVERIFY(!sourceOf(page).isEmpty());
+        QCOMPARE(sourceOf(page).count('@'), 0); // no place is left to be filled
+    }
 }
 
 void ManualPagesTest::nameEachCommandAndOption()

@@ -45,8 +45,7 @@ private Q_SLOTS:
     void haveTheseSettings_data();
     void haveTheseSettings();
     void accountHasTheSettingsOfExpiration();
-    void areInOrder();
-    void knowNoOtherPolicy();
+    void areTheseAndNoOthers();
     void translateWhatTheyAreCalled();
 };
 
@@ -108,13 +107,9 @@ void PoliciesTest::accountHasTheSettingsOfExpiration()
              QString::fromLatin1(ageing).replace(QLatin1String("%1"), QLatin1String("unset")));
 }
 
-void PoliciesTest::areInOrder()
+void PoliciesTest::areTheseAndNoOthers()
 {
     QCOMPARE(policyNames().join(QLatin1Char(' ')), QStringLiteral("lockout complexity expiration"));
-}
-
-void PoliciesTest::knowNoOtherPolicy()
-{
     QVERIFY(!findPolicy(QStringLiteral("Lockout")));
     QVERIFY(!findPolicy(QString()));
 }

@@ -40,8 +40,6 @@ private Q_SLOTS:
     void understandsWhatIsTyped();
     void refusesWhatIsNotAllowed_data();
     void refusesWhatIsNotAllowed();
-    void tellsWhatIsAllowed_data();
-    void tellsWhatIsAllowed();
     void neverOfAnAccountIsNotSet();
     void writesDatesOfAllDays();
 };
@@ -153,23 +151,6 @@ void SettingTextTest::refusesWhatIsNotAllowed()
 
     QVariant parsed;
     QVERIFY(!parseSettingText(setting, textIn(assignment), &parsed) || !isAllowed(setting, parsed));
-}
-
-void SettingTextTest::tellsWhatIsAllowed_data()
-{
-    addTextRows(R"(
-per_user => yes or no
-deny => a whole number from 0 to 65535
-maxInterval => a whole number from -1 to 2147483647, or "never"
-expireDate => a date from 1970-01-01 to 9999-12-31, as YYYY-MM-DD or in days since 1970-01-01, or "never"
-)");
-}
-
-void SettingTextTest::tellsWhatIsAllowed()
-{
-    QFETCH(QString, input);
-
-    QTEST(allowedText(settingOf(input)), "result");
 }
 
 void SettingTextTest::neverOfAnAccountIsNotSet()
