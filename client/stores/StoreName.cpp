@@ -26,14 +26,12 @@ StoreName StoreName::fromText(const QString &text)
 
 std::optional<StoreName> StoreName::takeFrom(QStringList *words)
 {
-    const bool isAccount = words->value(0) == accountWord();
-    if (words->size() < (isAccount ? 2 : 1)) {
+    const int length = words->value(0) == accountWord() ? 2 : 1;
+    if (words->size() < length) {
         return {};
     }
-    if (isAccount) {
-        words->removeFirst();
-    }
-    return StoreName{isAccount ? Kind::Account : Kind::Policy, words->takeFirst()};
+    const QString first = words->takeFirst();
+    return length == 2 ? StoreName{Kind::Account, words->takeFirst()} : fromText(first);
 }
 
 QString accountWord()

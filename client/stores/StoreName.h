@@ -22,7 +22,7 @@ struct StoreName {
     static StoreName fromText(const QString &text);
 
     /**
-     * Takes the words of a name from the begin of what was typed.
+     * Takes the words of a name, which may be one in quotes, from the begin of what was typed.
      *
      * @return none if they don't make a name yet: there is no word, or "user" alone
      */

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 #include "client/stores/StoreName.h"
-
-#include <QTest>
+#include "tests/support/TextRows.h"
 
 class StoreNameTest : public QObject
 {
@@ -17,35 +16,29 @@ private Q_SLOTS:
 
 void StoreNameTest::standsInFrontOfOtherWords_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("account");
-    QTest::newRow("policy") << "lockout"
-                            << "lockout" << false;
-    QTest::newRow("account") << "user alice"
-                             << "alice" << true;
-    QTest::newRow("account like a policy") << "user lockout"
-                                           << "lockout" << true;
-    QTest::newRow("account like the word before it") << "user user"
-                                                     << "user" << true;
-    QTest::newRow("no policy") << "users"
-                               << "users" << false;
+    addTextRows(R"(
+lockout => policy lockout
+users => policy users
+user alice => account alice
+user lockout => account lockout
+user user => account user
+)");
 }
 
 void StoreNameTest::standsInFrontOfOtherWords()
 {
-    QFETCH(QString, text);
-    QFETCH(QString, name);
-    QFETCH(bool, account);
-    QStringList words = text.split(QLatin1Char(' ')) + QStringList{QStringLiteral("deny=3")};
+    QFETCH(QString, input);
+    QStringList words = input.split(QLatin1Char(' ')) + QStringList{QStringLiteral("deny=3")};
     const std::optional<StoreName> taken = StoreName::takeFrom(&words);
     QVERIFY(taken);
 
     QCOMPARE(words, QStringList{QStringLiteral("deny=3")});
-    for (const StoreName &found : {*taken, StoreName::fromText(text)}) {
-        QCOMPARE(found.kind == StoreName::Kind::Account, account);
-        QCOMPARE(found.name, name);
-        QCOMPARE(found.text(), text);
+    QStringList inQuotes{input};
+    for (const StoreName &found : {*taken, *StoreName::takeFrom(&inQuotes), StoreName::fromText(input)}) {
+        const QString kind =
+            found.kind == StoreName::Kind::Account ? QStringLiteral("account ") : QStringLiteral("policy ");
+        QTEST(kind + found.name, "result");
+        QCOMPARE(found.text(), input);
     }
 }
 
