@@ -15,7 +15,6 @@
 #include <QMap>
 #include <QStringList>
 
-#include <cstdio>
 #include <limits>
 
 namespace
@@ -160,7 +159,7 @@ int main(int argc, char *argv[])
     QFile source(QFile::decodeName(argc == 3 ? argv[1] : ""));
     QFile target(QFile::decodeName(argc == 3 ? argv[2] : ""));
     if (!source.open(QIODevice::ReadOnly) || !target.open(QIODevice::WriteOnly)) {
-        std::fputs("usage: describesettings SOURCE TARGET\n", stderr);
+        qCritical("usage: describesettings SOURCE TARGET");
         return 1;
     }
     const Texts texts = allTexts();

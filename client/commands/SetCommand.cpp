@@ -95,14 +95,14 @@ QString SetCommand::details() const
 ExitCode SetCommand::run(const QCommandLineParser &line) const
 {
     QStringList words = line.positionalArguments();
-    const std::optional<StoreName> name = StoreName::takeFrom(&words);
-    if (!name) {
+    const std::optional<StoreName> subject = StoreName::takeFrom(&words);
+    if (!subject) {
         return usageError(translate("SetCommand", "what is to be set? a policy (%1), or \"user NAME\"")
                               .arg(policyNames().join(QStringLiteral(", "))));
     }
-    const std::unique_ptr<SettingsStore> store = makeStore(*name, mayAskPassword(line));
+    const std::unique_ptr<SettingsStore> store = makeStore(*subject, mayAskPassword(line));
     if (!store) {
-        return unknownPolicy(name->name);
+        return unknownPolicy(subject->name);
     }
     if (words.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
         return usageError(
@@ -116,11 +116,11 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
 QVector<Candidate> SetCommand::candidates(const QStringList &before) const
 {
     QStringList words = before;
-    const std::optional<StoreName> name = StoreName::takeFrom(&words);
-    if (!name) {
+    const std::optional<StoreName> subject = StoreName::takeFrom(&words);
+    if (!subject) {
         const Candidate account{accountWord(), translate("SetCommand", "The settings of an account (root only)")};
         return before.isEmpty() ? policyCandidates() + QVector<Candidate>{account} : accountCandidates();
     }
-    const SettingSchema *schema = schemaOf(*name);
+    const SettingSchema *schema = schemaOf(*subject);
     return schema ? assignmentCandidates(*schema, words) : QVector<Candidate>();
 }

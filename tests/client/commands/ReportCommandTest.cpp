@@ -24,14 +24,12 @@ QByteArray titleOfReport(const QString &path)
 {
     // a pipe takes the page, which is shorter than what a pipe holds
     const int pipe = open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    if (runCommandLine({QStringLiteral("accountpolicyctl"), QStringLiteral("report"), path}) != ExitCode::Done) {
-        return "failed";
-    }
+    const ExitCode end = runCommandLine({QStringLiteral("accountpolicyctl"), QStringLiteral("report"), path});
     QByteArray page(65536, '\0');
     page.resize(static_cast<int>(qMax<ssize_t>(0, read(pipe, page.data(), 65536))));
     close(pipe);
     const int begin = page.indexOf("<title>");
-    return page.mid(begin, page.indexOf('\n', begin) - begin);
+    return end == ExitCode::Done ? page.mid(begin, page.indexOf('\n', begin) - begin) : "failed";
 }
 }
 
