@@ -4,6 +4,7 @@
 #include "client/system/Checkup.h"
 
 #include "HelperId.h"
+#include "client/Translation.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/system/PamFiles.h"
@@ -11,7 +12,6 @@
 #include "policies/lockout/LockoutPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDir>
@@ -20,11 +20,6 @@
 namespace
 {
 constexpr int toolLimit = 30000; // ms
-
-/// Translates this file's texts.
-struct CheckupText {
-    Q_DECLARE_TR_FUNCTIONS(Checkup)
-};
 
 QString id()
 {
@@ -48,30 +43,30 @@ Finding wrong(const QString &text, const QString &remedy)
 
 Finding checkFile(const QString &path, const QString &what, const QString &remedy)
 {
-    return QFile::exists(path) ? good(CheckupText::tr("%1: %2").arg(what, path))
-                               : wrong(CheckupText::tr("%1 is missing: %2").arg(what, path), remedy);
+    return QFile::exists(path) ? good(translate("Checkup", "%1: %2").arg(what, path))
+                               : wrong(translate("Checkup", "%1 is missing: %2").arg(what, path), remedy);
 }
 
 QString reinstall()
 {
-    return CheckupText::tr("install the helper again");
+    return translate("Checkup", "install the helper again");
 }
 
 Finding checkHelperProgram()
 {
     const QFileInfo helper{QLatin1String(helperPath)};
     if (!helper.exists()) {
-        return wrong(CheckupText::tr("the helper is missing: %1").arg(helper.filePath()), reinstall());
+        return wrong(translate("Checkup", "the helper is missing: %1").arg(helper.filePath()), reinstall());
     }
     if (!helper.permission(QFile::ExeOther)) {
-        return wrong(CheckupText::tr("the helper cannot be executed: %1").arg(helper.filePath()),
-                     CheckupText::tr("chmod 755 %1").arg(helper.filePath()));
+        return wrong(translate("Checkup", "the helper cannot be executed: %1").arg(helper.filePath()),
+                     translate("Checkup", "chmod 755 %1").arg(helper.filePath()));
     }
     if (helper.ownerId() != 0 || helper.permission(QFile::WriteOther)) {
-        return wrong(CheckupText::tr("others than root may replace the helper: %1").arg(helper.filePath()),
-                     CheckupText::tr("chown root %1; chmod 755 %1").arg(helper.filePath()));
+        return wrong(translate("Checkup", "others than root may replace the helper: %1").arg(helper.filePath()),
+                     translate("Checkup", "chown root %1; chmod 755 %1").arg(helper.filePath()));
     }
-    return good(CheckupText::tr("helper: %1").arg(helper.filePath()));
+    return good(translate("Checkup", "helper: %1").arg(helper.filePath()));
 }
 
 QVector<Finding> checkFiles()
@@ -79,19 +74,20 @@ QVector<Finding> checkFiles()
     return {
         checkHelperProgram(),
         checkFile(QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id()),
-                  CheckupText::tr("bus service"),
+                  translate("Checkup", "bus service"),
                   reinstall()),
-        checkFile(
-            QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id()), CheckupText::tr("bus policy"), reinstall()),
+        checkFile(QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id()),
+                  translate("Checkup", "bus policy"),
+                  reinstall()),
         checkFile(QStringLiteral("/usr/share/dbus-1/system.d/org.kde.kf5auth.conf"),
-                  CheckupText::tr("bus policy of KAuth"),
-                  CheckupText::tr("apt install libkf5auth-data")),
+                  translate("Checkup", "bus policy of KAuth"),
+                  translate("Checkup", "apt install libkf5auth-data")),
         checkFile(QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id()),
-                  CheckupText::tr("polkit actions"),
+                  translate("Checkup", "polkit actions"),
                   reinstall()),
         checkFile(QStringLiteral("/usr/bin/pkttyagent"),
-                  CheckupText::tr("password prompt for terminals"),
-                  CheckupText::tr("apt install polkitd")),
+                  translate("Checkup", "password prompt for terminals"),
+                  translate("Checkup", "apt install polkitd")),
     };
 }
 
@@ -125,53 +121,55 @@ Finding checkActions()
 {
     const QStringList known = polkitActions();
     if (known.isEmpty()) {
-        return wrong(CheckupText::tr("polkit does not answer"), CheckupText::tr("apt install polkitd"));
+        return wrong(translate("Checkup", "polkit does not answer"), translate("Checkup", "apt install polkitd"));
     }
     for (const Policy &policy : allPolicies()) {
         for (const char *action : {policy.readAction, policy.writeAction}) {
             const QString name = id() + QLatin1Char('.') + QLatin1String(action);
             if (!known.contains(name)) {
-                return wrong(CheckupText::tr("polkit does not know the action %1").arg(name), reinstall());
+                return wrong(translate("Checkup", "polkit does not know the action %1").arg(name), reinstall());
             }
         }
     }
-    return good(CheckupText::tr("polkit knows the six actions"));
+    return good(translate("Checkup", "polkit knows the six actions"));
 }
 
 Finding checkStart()
 {
     const QDBusReply<void> started = QDBusConnection::systemBus().interface()->startService(id());
     return started.isValid()
-        ? good(CheckupText::tr("the bus starts the helper"))
-        : wrong(CheckupText::tr("the bus cannot start the helper: %1").arg(started.error().message()),
-                CheckupText::tr("look into the system's journal, then install the helper again"));
+        ? good(translate("Checkup", "the bus starts the helper"))
+        : wrong(translate("Checkup", "the bus cannot start the helper: %1").arg(started.error().message()),
+                translate("Checkup", "look into the system's journal, then install the helper again"));
 }
 
 QVector<Finding> checkBus()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
-        return {wrong(CheckupText::tr("the system bus cannot be reached"), CheckupText::tr("start the service dbus"))};
+        return {wrong(translate("Checkup", "the system bus cannot be reached"),
+                      translate("Checkup", "start the service dbus"))};
     }
-    const WaitingLine line(CheckupText::tr("waiting for the helper…"));
-    return {good(CheckupText::tr("system bus")), checkStart(), checkActions()};
+    const WaitingLine line(translate("Checkup", "waiting for the helper…"));
+    return {good(translate("Checkup", "system bus")), checkStart(), checkActions()};
 }
 
 Finding checkProfile(const PamProfile &profile)
 {
     if (!namesModule(profile.path(), profile.module)) {
-        return wrong(CheckupText::tr("%1 does not name %2.so").arg(profile.path(), profile.module),
-                     CheckupText::tr("bring its line back: %1").arg(QStringLiteral("dpkg -S %1").arg(profile.path())));
+        return wrong(
+            translate("Checkup", "%1 does not name %2.so").arg(profile.path(), profile.module),
+            translate("Checkup", "bring its line back: %1").arg(QStringLiteral("dpkg -S %1").arg(profile.path())));
     }
     if (modulePath(profile.module).isEmpty()) {
-        return wrong(CheckupText::tr("%1 names %2.so, which is not installed").arg(profile.path(), profile.module),
-                     CheckupText::tr("install the module, or remove the profile"));
+        return wrong(translate("Checkup", "%1 names %2.so, which is not installed").arg(profile.path(), profile.module),
+                     translate("Checkup", "install the module, or remove the profile"));
     }
     if (isModuleRefused(profile.module)) {
-        return wrong(CheckupText::tr("%1 can be written, but never comes into force").arg(profile.path()),
-                     CheckupText::tr("pam-auth-update of this system leaves out every profile that names %1")
+        return wrong(translate("Checkup", "%1 can be written, but never comes into force").arg(profile.path()),
+                     translate("Checkup", "pam-auth-update of this system leaves out every profile that names %1")
                          .arg(profile.module));
     }
-    return good(CheckupText::tr("profile: %1").arg(profile.path()));
+    return good(translate("Checkup", "profile: %1").arg(profile.path()));
 }
 
 QVector<Finding> checkProfiles(const PamFiles &files)
@@ -185,35 +183,37 @@ QVector<Finding> checkProfiles(const PamFiles &files)
         }
     }
     if (findings.isEmpty()) {
-        findings += note(CheckupText::tr("the %1 policy cannot be written: there is no profile %2")
+        findings += note(translate("Checkup", "the %1 policy cannot be written: there is no profile %2")
                              .arg(files.policy, paths.join(QStringLiteral(", "))),
-                         CheckupText::tr("install a package that brings one, or do without this policy"));
+                         translate("Checkup", "install a package that brings one, or do without this policy"));
     }
     if (!QFile::exists(files.stack)) {
-        findings += wrong(CheckupText::tr("%1 is missing").arg(files.stack),
-                          CheckupText::tr("apt install --reinstall libpam-runtime"));
+        findings += wrong(translate("Checkup", "%1 is missing").arg(files.stack),
+                          translate("Checkup", "apt install --reinstall libpam-runtime"));
     }
     return findings;
 }
 
 QVector<Finding> checkPam()
 {
-    QVector<Finding> findings{checkFile(
-        pamAuthUpdatePath(), CheckupText::tr("pam-auth-update"), CheckupText::tr("apt install libpam-runtime"))};
+    QVector<Finding> findings{checkFile(pamAuthUpdatePath(),
+                                        translate("Checkup", "pam-auth-update"),
+                                        translate("Checkup", "apt install libpam-runtime"))};
     for (const PamFiles &files : allPamFiles()) {
         findings += checkProfiles(files);
     }
     const QString lockoutModule = modulePath(lockoutPolicy().profiles.constFirst().module);
     if (!lockoutModule.isEmpty()) {
-        findings += good(CheckupText::tr("module: %1").arg(lockoutModule));
+        findings += good(translate("Checkup", "module: %1").arg(lockoutModule));
     } else {
-        findings += note(CheckupText::tr("pam_tally.so is not installed: no account is locked after failed logins"),
-                         CheckupText::tr("Debian has dropped this module after version 10"));
+        findings +=
+            note(translate("Checkup", "pam_tally.so is not installed: no account is locked after failed logins"),
+                 translate("Checkup", "Debian has dropped this module after version 10"));
     }
     const bool needsDictionary = !modulePath(QStringLiteral("pam_pwquality")).isEmpty();
     if (needsDictionary && !QFile::exists(QStringLiteral("/var/cache/cracklib/cracklib_dict.pwd"))) {
-        findings += wrong(CheckupText::tr("pam_pwquality has no dictionary, and refuses every password"),
-                          CheckupText::tr("apt install cracklib-runtime"));
+        findings += wrong(translate("Checkup", "pam_pwquality has no dictionary, and refuses every password"),
+                          translate("Checkup", "apt install cracklib-runtime"));
     }
     return findings;
 }
@@ -222,11 +222,11 @@ QVector<Finding> checkExpirationFiles()
 {
     return {
         checkFile(loginDefs().path,
-                  CheckupText::tr("defaults of passwords"),
-                  CheckupText::tr("apt install --reinstall login")),
+                  translate("Checkup", "defaults of passwords"),
+                  translate("Checkup", "apt install --reinstall login")),
         checkFile(useraddDefaults().path,
-                  CheckupText::tr("defaults of useradd"),
-                  CheckupText::tr("apt install --reinstall passwd")),
+                  translate("Checkup", "defaults of useradd"),
+                  translate("Checkup", "apt install --reinstall passwd")),
     };
 }
 
@@ -245,13 +245,14 @@ QVector<Finding> checkLeftovers()
         const auto names = QDir(folder).entryList({QStringLiteral("*.tmp")}, QDir::Files | QDir::Hidden | QDir::System);
         for (const QString &name : names) {
             const QString path = folder + QLatin1Char('/') + name;
-            const QString remedy = CheckupText::tr("rm %1").arg(path);
+            const QString remedy = translate("Checkup", "rm %1").arg(path);
             findings += folder == pamProfilesFolder()
-                ? wrong(CheckupText::tr("left behind: %1, which pam-auth-update takes for a profile").arg(path), remedy)
-                : note(CheckupText::tr("left behind: %1").arg(path), remedy);
+                ? wrong(translate("Checkup", "left behind: %1, which pam-auth-update takes for a profile").arg(path),
+                        remedy)
+                : note(translate("Checkup", "left behind: %1").arg(path), remedy);
         }
     }
-    return findings.isEmpty() ? QVector<Finding>{good(CheckupText::tr("nothing was left behind"))} : findings;
+    return findings.isEmpty() ? QVector<Finding>{good(translate("Checkup", "nothing was left behind"))} : findings;
 }
 }
 

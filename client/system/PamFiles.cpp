@@ -3,11 +3,11 @@
 
 #include "client/system/PamFiles.h"
 
+#include "client/Translation.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/lockout/LockoutPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -16,11 +16,6 @@
 
 namespace
 {
-/// Translates this file's texts.
-struct PamFilesText {
-    Q_DECLARE_TR_FUNCTIONS(PamFiles)
-};
-
 PamFiles filesOf(const QString &name, const PamPolicy &policy)
 {
     PamFiles files{name, policy.stack, policy.profiles};
@@ -94,18 +89,20 @@ QString reasonNotInStack(const PamFiles &files)
 {
     for (const PamProfile &profile : files.profiles) {
         if (namesModule(profile.path(), profile.module) && isModuleRefused(profile.module)) {
-            return PamFilesText::tr("pam-auth-update of this system leaves out every profile that names %1")
+            return translate("PamFiles", "pam-auth-update of this system leaves out every profile that names %1")
                 .arg(profile.module);
         }
     }
     for (const PamProfile &profile : files.profiles) {
         if (namesModule(files.stack, profile.module)) {
-            return PamFilesText::tr(
+            return translate(
+                       "PamFiles",
                        "the profile has changed, but %1 has not; pam-auth-update keeps what was edited there by hand")
                 .arg(files.stack);
         }
     }
-    return PamFilesText::tr(
+    return translate(
+               "PamFiles",
                "the profile has changed, but %1 does not name its module; is the profile enabled in pam-auth-update?")
         .arg(files.stack);
 }
