@@ -3,32 +3,15 @@
 
 #pragma once
 
-#include "client/Outcome.h"
+#include "client/bus/HelperCall.h"
 
-#include <QEventLoop>
 #include <QTimer>
-#include <QVariantMap>
 
 #include <memory>
 
-namespace KAuth
-{
-class ActionReply;
-}
-class InterruptWatch;
+class PasswordPrompt;
 class QDBusPendingCallWatcher;
 class QDBusServiceWatcher;
-class TextAgent;
-class WaitingLine;
-
-/// What came of a request.
-struct HelperReply {
-    Outcome outcome;
-    /// The values read, or the arguments of a write.
-    QVariantMap values;
-    /// Whether the error is that of the helper's task, which tells what was tried and why not.
-    bool taskFailed = false;
-};
 
 /// How long a request waits for its answer, in milliseconds.
 struct HelperLimits {
@@ -39,71 +22,62 @@ struct HelperLimits {
 };
 
 /**
- * One action of the helper, carried out once.
+ * One action of the helper, carried out once: the call is repeated until the helper takes it.
  *
- * This speaks to the helper as KAuth's own client library does, by the method performAction, but waits for the method's
- * answer. The library waits for a broadcast instead: it hands a caller the first reply for its action, even another
- * caller's, and never hears that the helper is at work for somebody else. Besides, a write carries a key of its own,
- * which the helper must send back.
- *
- * A request that was sent is waited for until it is answered: the helper hangs for good if its caller is gone by the time
- * that it asks polkit about it.
+ * Whoever ends a request before finished() may halt the helper: it waits for good for polkit's word on a caller that is
+ * gone.
  */
 class HelperRequest : public QObject
 {
     Q_OBJECT
 
 public:
-    enum class Kind { Read, Write };
-
     /**
-     * @param kind      whether the action reads or writes
-     * @param action    without the helper's name, such as "readaccountslockoutpolicy"
-     * @param arguments the arguments of the action
-     * @param mayAsk    whether a password may be asked for on the terminal
-     * @param limits    how long to wait
+     * @param prompt the person behind it, who outlives the request
+     * @param limits how long to wait
      */
-    HelperRequest(Kind kind, const QString &action, QVariantMap arguments, bool mayAsk, HelperLimits limits = {});
+    HelperRequest(HelperCall call, PasswordPrompt *prompt, HelperLimits limits = {});
     ~HelperRequest() override;
 
-    /// Sends it and waits for the reply.
-    HelperReply execute();
+    /// The answer, or whatever else there is to tell, comes by the event loop.
+    void start();
+
+    /// Tries to keep it from being carried out; finished() tells whether that was in time.
+    void cancel();
+
+Q_SIGNALS:
+    /// Comes once.
+    void finished(const HelperReply &reply);
 
 private:
+    enum class Phase {
+        Waiting, ///< for its turn: nothing is under way
+        Asked, ///< the helper has it
+        Prompting, ///< the helper has it, and polkit's question for a password may be open
+        Late, ///< the limit is over, and the answer has one more moment
+        Unanswered, ///< the same, but the question for a password was open
+        Cancelled, ///< by the person, and the answer has a moment to tell whether in time
+        Over,
+    };
+
     void send();
-    void receive(QDBusPendingCallWatcher *answer);
-    void receiveReply(const KAuth::ActionReply &reply);
-    void receiveData(const QVariantMap &data);
+    void receive(QDBusPendingCallWatcher *sent);
+    void receiveBusy();
     void receiveDenial();
-    void cancel();
-    void tryAgain();
-    void giveUp();
-    void finishBusy();
-    void finishUnanswered();
-    bool needsPassword() const;
-    void openAgent();
-    void closeAgent();
+    void receiveLimit();
     void goOnAfterPrompt();
     void losePolkit();
-    void finish(ExitCode code, const QString &error, const QVariantMap &values = QVariantMap());
+    bool openPrompt();
+    void awaitLastAnswer(Phase phase);
+    void finishBusy();
+    void finishUnanswered();
+    void finishWith(ExitCode code, const QString &error, bool mayHappen = false);
+    void finish(const HelperReply &reply);
 
-    Kind m_kind;
-    QString m_name;
-    QVariantMap m_arguments;
-    QString m_key;
-    bool m_mayAsk;
+    HelperCall m_call;
+    PasswordPrompt *m_prompt;
     HelperLimits m_limits;
-    /// The limit is over; only the answer to the last call is waited for.
-    bool m_late = false;
-    /// The limit ended the question for the password.
-    bool m_promptEnded = false;
-    QEventLoop m_loop;
-    QTimer m_again;
+    Phase m_phase = Phase::Waiting;
     QTimer m_limit;
-    // before the agent, whose end it outlives: Ctrl-C meanwhile would leave the terminal as the agent had it
-    std::unique_ptr<InterruptWatch> m_interrupts;
-    std::unique_ptr<TextAgent> m_agent;
     std::unique_ptr<QDBusServiceWatcher> m_polkit;
-    std::unique_ptr<WaitingLine> m_waitingLine;
-    HelperReply m_reply;
 };

@@ -11,6 +11,9 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <systemd/sd-login.h>
 #include <unistd.h>
 #include <utility>
@@ -21,12 +24,11 @@ constexpr int registrationLimit = 10000; // ms
 constexpr int endLimit = 5000; // ms
 constexpr int lookPause = 100; // ms
 
-/// Waits until the other end of the pipe is closed.
-void waitForClose(int descriptor, int limit)
+/// Waits for this event, or for the other end's being closed, which comes without being asked for; false if not in time.
+bool waitForEvent(int descriptor, short event, int limit)
 {
-    // POLLHUP comes without being asked for
-    pollfd watched = {descriptor, 0, 0};
-    poll(&watched, 1, limit);
+    pollfd watched = {descriptor, event, 0};
+    return poll(&watched, 1, limit) > 0;
 }
 
 /// Whether polkit sees a session around this process, which may have an agent of its own.
@@ -40,16 +42,30 @@ bool hasSession()
     return found;
 }
 
-/// The agent has a child, polkit's own, for as long as a question is open, and tells nobody about it.
-bool hasChild(qint64 process)
+/// A descriptor that can be read from once the process has ended: pidfd_open(2), which glibc 2.36 declares for C alone.
+int openProcess(pid_t process)
 {
-    // whichever of its threads has started it
+    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QList<pid_t> childrenOf(qint64 process)
+{
+    QList<pid_t> children;
+    // whichever of its threads has started them
     const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
-    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    return std::any_of(names.cbegin(), names.cend(), [&threads](const QString &name) {
-        QFile children(threads.filePath(name + QStringLiteral("/children")));
-        return children.open(QIODevice::ReadOnly) && !children.readAll().isEmpty();
-    });
+    for (const QString &name : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        for (const QByteArray &child : contentOf(threads.filePath(name + QStringLiteral("/children"))).split(' ')) {
+            children += child.toInt();
+        }
+    }
+    children.removeAll(0); // behind the last blank
+    return children;
 }
 
 bool canOpenTerminal()
@@ -75,6 +91,8 @@ QStringList agentArguments(int notification)
 
 TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answered))
 {
+    // what the agent leaves behind becomes a child of this process
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     int notification[2] = {-1, -1};
     if (pipe(notification) != 0) {
         return;
@@ -87,7 +105,7 @@ TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answ
     close(notification[1]);
     if (started) {
         // it closes its end once it is registered
-        waitForClose(notification[0], registrationLimit);
+        waitForEvent(notification[0], 0, registrationLimit);
     }
     close(notification[0]);
     QObject::connect(&m_look, &QTimer::timeout, &m_look, [this] {
@@ -98,18 +116,58 @@ TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answ
 
 TextAgent::~TextAgent()
 {
+    endAgent();
+    endQuestion();
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
+}
+
+void TextAgent::endAgent()
+{
     if (m_agent.state() == QProcess::NotRunning) {
         return;
     }
     // by SIGTERM it brings the terminal's settings back before it ends; a stopped one must go on for that
     m_agent.terminate();
     kill(static_cast<pid_t>(m_agent.processId()), SIGCONT);
-    m_agent.waitForFinished(endLimit);
+    if (!m_agent.waitForFinished(endLimit)) {
+        m_agent.kill();
+        m_agent.waitForFinished(endLimit);
+    }
+}
+
+/// The process of an open question outlives its agent, and complains on the terminal that it gets no answer.
+void TextAgent::endQuestion()
+{
+    for (const pid_t process : questions()) {
+        const int end = openProcess(process);
+        if (!waitForEvent(end, POLLIN, endLimit)) {
+            kill(process, SIGKILL); // as Ctrl-C would
+            waitForEvent(end, POLLIN, endLimit);
+        }
+        close(end);
+        waitpid(process, nullptr, WNOHANG);
+    }
+}
+
+/**
+ * The processes by which polkit asks for a password: the agent has one for as long as a question is open, and tells
+ * nobody about it. If the agent ends first, it is a child of this process, until endQuestion().
+ */
+QList<pid_t> TextAgent::questions() const
+{
+    QList<pid_t> found = childrenOf(m_agent.processId()) + childrenOf(getpid());
+    const auto isOther = [this](pid_t process) {
+        const QByteArray name = contentOf(QStringLiteral("/proc/%1/comm").arg(process));
+        // the agent's own until it has become another program
+        return process == m_agent.processId() || (name != "polkit-agent-he\n" && name != "pkttyagent\n");
+    };
+    found.erase(std::remove_if(found.begin(), found.end(), isOther), found.end());
+    return found;
 }
 
 void TextAgent::look()
 {
-    const bool asked = std::exchange(m_asks, hasChild(m_agent.processId()));
+    const bool asked = std::exchange(m_asks, isAsking());
     if (asked && !m_asks) {
         m_look.stop();
         m_answered = true;
@@ -119,12 +177,18 @@ void TextAgent::look()
 
 bool TextAgent::isAsking() const
 {
-    return hasChild(m_agent.processId());
+    return !questions().isEmpty();
 }
 
 bool TextAgent::isAnswered() const
 {
-    return m_answered;
+    return m_answered || (m_asks && !isAsking());
+}
+
+bool TextAgent::isCutShort()
+{
+    m_agent.waitForFinished(0);
+    return !isAnswered() && (isAsking() || m_agent.exitStatus() == QProcess::CrashExit);
 }
 
 bool TextAgent::canAsk()

@@ -7,10 +7,11 @@
 #include <QTimer>
 
 #include <functional>
+#include <sys/types.h>
 
 /**
  * A polkit agent that asks for passwords on the terminal: pkttyagent(1), started for this process.
- * Ends with this object. Where the session has an agent of its own, that one is asked, not this.
+ * Ends with this object, and with it what it has started: nobody writes to the terminal afterwards. Where the session has an agent of its own, that one is asked, not this.
  */
 class TextAgent
 {
@@ -27,6 +28,8 @@ public:
     bool isAsking() const;
     /// Whether a question was asked here and is over, whatever the answer.
     bool isAnswered() const;
+    /// Whether a question was left open: polkit doesn't wait for the answer any more, or the agent was ended.
+    bool isCutShort();
 
     /**
      * Whether it makes sense: the user is not root, whom polkit doesn't ask, and sits at the terminal of this process.
@@ -38,6 +41,9 @@ private:
     Q_DISABLE_COPY(TextAgent)
 
     void look();
+    QList<pid_t> questions() const;
+    void endAgent();
+    void endQuestion();
 
     QProcess m_agent;
     QTimer m_look;

@@ -3,7 +3,11 @@
 
 #include "client/stores/PolicyStore.h"
 
+#include "client/bus/RequestWait.h"
+#include "client/bus/TerminalPrompt.h"
 #include "client/system/PamFiles.h"
+
+#include <utility>
 
 PolicyStore::PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits)
     : m_policy(policy), m_mayAsk(mayAsk), m_limits(limits)
@@ -27,8 +31,7 @@ const SettingSchema &PolicyStore::schema() const
 
 Reading PolicyStore::read()
 {
-    HelperRequest request(HelperRequest::Kind::Read, QLatin1String(m_policy.readAction), {}, m_mayAsk, m_limits);
-    HelperReply reply = request.execute();
+    HelperReply reply = replyTo(HelperCall(HelperCall::Kind::Read, QLatin1String(m_policy.readAction), {}));
     if (reply.taskFailed) {
         reply.outcome.error = readFailure(reply.outcome.error);
     }
@@ -37,9 +40,7 @@ Reading PolicyStore::read()
 
 Outcome PolicyStore::write(const Settings &settings)
 {
-    HelperRequest request(
-        HelperRequest::Kind::Write, QLatin1String(m_policy.writeAction), settings, m_mayAsk, m_limits);
-    HelperReply reply = request.execute();
+    HelperReply reply = replyTo(HelperCall(HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings));
     if (reply.taskFailed) {
         reply.outcome.error = writeFailure(reply.outcome.error);
     }
@@ -50,4 +51,11 @@ QString PolicyStore::reasonNotInForce() const
 {
     const PamFiles *files = pamFilesOf(m_policy.name);
     return files ? reasonNotInStack(*files) : QString();
+}
+
+HelperReply PolicyStore::replyTo(HelperCall call) const
+{
+    TerminalPrompt prompt(m_mayAsk);
+    HelperRequest request(std::move(call), &prompt, m_limits);
+    return waitFor(&request);
 }

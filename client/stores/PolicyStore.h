@@ -26,6 +26,8 @@ public:
     QString reasonNotInForce() const override;
 
 private:
+    HelperReply replyTo(HelperCall call) const;
+
     const Policy &m_policy;
     bool m_mayAsk;
     HelperLimits m_limits;

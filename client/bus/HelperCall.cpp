@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/HelperCall.h"
+
+#include "HelperId.h"
+
+#include <KAuth/ActionReply>
+
+#include <QDBusConnection>
+#include <QDBusPendingReply>
+#include <QDataStream>
+#include <QUuid>
+
+#include <utility>
+
+namespace
+{
+// past the limits of requests, so that the bus never gives up first
+constexpr int busLimit = 400000; // ms
+
+QString keyName()
+{
+    return QStringLiteral("request");
+}
+
+/**
+ * Whether a tool was refused debconf's database, which apt has.
+ *
+ * By debconf's words, which it doesn't translate. Its exit status is the same for all its errors; and its lock can't be
+ * asked without being taken, and would tell of now, not of then.
+ */
+bool tellsOfLock(const QString &message)
+{
+    return message.contains(QLatin1String("is locked by another process"));
+}
+
+HelperAnswer failure(const QString &error)
+{
+    return {HelperAnswer::Kind::Final, {{ExitCode::Failed, error}, {}}};
+}
+}
+
+HelperCall::HelperCall(Kind kind, const QString &action, QVariantMap arguments)
+    : m_kind(kind)
+    , m_name(QLatin1String(helperId) + QLatin1Char('.') + action)
+    , m_arguments(std::move(arguments))
+    , m_key(QUuid::createUuid().toString(QUuid::WithoutBraces))
+{
+    if (kind == Kind::Write) {
+        m_arguments.insert(keyName(), m_key);
+    }
+}
+
+HelperCall::Kind HelperCall::kind() const
+{
+    return m_kind;
+}
+
+QString HelperCall::name() const
+{
+    return m_name;
+}
+
+/// What KAuth's helper side takes: action, caller, details for polkit's prompt, arguments as a data stream.
+QDBusPendingCall HelperCall::send() const
+{
+    QByteArray encoded;
+    QDataStream stream(&encoded, QIODevice::WriteOnly);
+    stream << m_arguments;
+    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
+                                                       QStringLiteral("/"),
+                                                       QStringLiteral("org.kde.kf5auth"),
+                                                       QStringLiteral("performAction"));
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    call << m_name << bus.baseService().toUtf8() << QVariantMap() << encoded;
+    return bus.asyncCall(call, busLimit);
+}
+
+HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const
+{
+    const QDBusPendingReply<QByteArray> reply = call;
+    if (reply.error().type() == QDBusError::Disconnected) {
+        return failure(tr("the system bus cannot be reached"));
+    }
+    if (reply.isError()) {
+        return failure(tr("the helper does not answer\n%1").arg(reply.error().message()));
+    }
+    return answerOf(KAuth::ActionReply::deserialize(reply.value()));
+}
+
+HelperAnswer HelperCall::answerOf(const KAuth::ActionReply &reply) const
+{
+    switch (reply.errorCode()) {
+    case KAuth::ActionReply::NoError:
+        return answerOf(reply.data());
+    case KAuth::ActionReply::HelperBusyError:
+        return {HelperAnswer::Kind::Busy, {}};
+    case KAuth::ActionReply::AuthorizationDeniedError:
+    case KAuth::ActionReply::UserCancelledError:
+        return {HelperAnswer::Kind::Denied, {}};
+    default:
+        return failure(tr("the helper refuses the request (error %1)\n%2")
+                           .arg(QString::number(reply.error()), reply.errorDescription()));
+    }
+}
+
+HelperAnswer HelperCall::answerOf(const QVariantMap &data) const
+{
+    if (m_kind == Kind::Write && data.value(keyName()) != m_key) {
+        return {HelperAnswer::Kind::Busy, {}}; // not the answer to this
+    }
+    HelperReply reply;
+    reply.values = data;
+    reply.values.remove(keyName());
+    reply.taskFailed = data.value(QStringLiteral("error")).toBool();
+    if (reply.taskFailed) {
+        const QString message = data.value(QStringLiteral("message")).toString();
+        reply.outcome = {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed,
+                         data.value(QStringLiteral("description")).toString() + QLatin1Char('\n') + message};
+    }
+    return {HelperAnswer::Kind::Final, reply};
+}

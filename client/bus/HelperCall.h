@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/Outcome.h"
+
+#include <QCoreApplication>
+#include <QDBusPendingCall>
+#include <QVariantMap>
+
+namespace KAuth
+{
+class ActionReply;
+}
+
+/// What came of a request.
+struct HelperReply {
+    Outcome outcome;
+    /// The values read, or the arguments of a write.
+    QVariantMap values;
+    /// Whether the error is that of the helper's task, which tells what was tried and why not.
+    bool taskFailed = false;
+};
+
+/// What the helper says to a call.
+struct HelperAnswer {
+    enum class Kind {
+        Final, ///< the reply tells what came of it, also that nothing did
+        Busy, ///< it is at work for somebody else; nothing came of the call
+        Denied, ///< polkit refuses
+    };
+    Kind kind = Kind::Final;
+    /// Of a final answer.
+    HelperReply reply;
+};
+
+/**
+ * The call of an action of the helper, which can be repeated.
+ *
+ * This speaks to the helper as KAuth's own client library does, by the method performAction, but waits for the method's
+ * answer. The library waits for a broadcast instead: it hands a caller the first reply for its action, even another
+ * caller's, and never hears that the helper is at work for somebody else. Besides, a write carries a key of its own,
+ * which the helper must send back.
+ */
+class HelperCall
+{
+    Q_DECLARE_TR_FUNCTIONS(HelperRequest)
+
+public:
+    enum class Kind { Read, Write };
+
+    HelperCall(Kind kind, const QString &action, QVariantMap arguments);
+
+    Kind kind() const;
+    /// The action's whole name.
+    QString name() const;
+
+    QDBusPendingCall send() const;
+
+    /// Understands what has come of send().
+    HelperAnswer answerOf(const QDBusPendingCall &call) const;
+
+private:
+    HelperAnswer answerOf(const KAuth::ActionReply &reply) const;
+    HelperAnswer answerOf(const QVariantMap &data) const;
+
+    Kind m_kind;
+    QString m_name;
+    QVariantMap m_arguments;
+    QString m_key;
+};

@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/RequestWait.h"
+
+#include <QEventLoop>
+
+HelperReply waitFor(HelperRequest *request)
+{
+    HelperReply reply;
+    QEventLoop loop;
+    QObject::connect(request, &HelperRequest::finished, &loop, [&](const HelperReply &finished) {
+        reply = finished;
+        loop.quit();
+    });
+    request->start();
+    loop.exec();
+    return reply;
+}

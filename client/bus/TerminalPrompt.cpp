@@ -1,0 +1,89 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/TerminalPrompt.h"
+
+#include "client/bus/HelperRequest.h"
+#include "client/bus/TextAgent.h"
+#include "client/output/Terminal.h"
+
+#include <KAuth/Action>
+
+#include <QDBusConnection>
+
+namespace
+{
+bool needsPassword(const QString &action)
+{
+    // where there is no bus, KAuth would complain on its own
+    return QDBusConnection::systemBus().isConnected()
+        && KAuth::Action(action).status() == KAuth::Action::AuthRequiredStatus;
+}
+
+void leaveLine()
+{
+    err().write(QStringLiteral("\n"));
+}
+}
+
+TerminalPrompt::TerminalPrompt(bool mayAsk)
+    : m_mayAsk(mayAsk && TextAgent::canAsk())
+    , m_interrupts([this] {
+        Q_EMIT cancelled();
+    })
+    , m_waitingLine(HelperRequest::tr("waiting for the helper…"))
+{
+}
+
+TerminalPrompt::~TerminalPrompt()
+{
+    m_waitingLine.giveWay();
+    if (m_agent && m_agent->isCutShort()) {
+        leaveLine();
+    }
+    // Ctrl-C is still watched for: now it would leave the terminal as the agent had it
+    m_agent.reset();
+}
+
+bool TerminalPrompt::open(const QString &action)
+{
+    if (!m_mayAsk || m_agent || !needsPassword(action)) {
+        return false;
+    }
+    m_agent = std::make_unique<TextAgent>([this] {
+        goOnAfterPrompt();
+    });
+    // the agent has the terminal from now on
+    m_waitingLine.giveWay();
+    return true;
+}
+
+void TerminalPrompt::close()
+{
+    if (isOpen()) {
+        leaveLine();
+    }
+    m_agent.reset();
+}
+
+bool TerminalPrompt::isOpen() const
+{
+    return m_agent && !m_agent->isAnswered();
+}
+
+bool TerminalPrompt::isAsking() const
+{
+    return m_agent && m_agent->isAsking();
+}
+
+bool TerminalPrompt::isCancelled() const
+{
+    return m_interrupts.isInterrupted();
+}
+
+/// Whatever the answer was, the helper is at work now, on the change or on its refusal.
+void TerminalPrompt::goOnAfterPrompt()
+{
+    m_waitingLine.comeBack();
+    Q_EMIT answered();
+}

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/bus/InterruptWatch.h"
+#include "client/bus/PasswordPrompt.h"
+#include "client/output/WaitingLine.h"
+
+#include <memory>
+
+class TextAgent;
+
+/**
+ * The person at the terminal: answers polkit's own agent there, and cancels by Ctrl-C.
+ *
+ * A line tells that the helper is being waited for, but not while the agent has the terminal. When this ends the cursor
+ * is at the begin of a line, and nobody else writes any more.
+ */
+class TerminalPrompt : public PasswordPrompt
+{
+    Q_OBJECT
+
+public:
+    /// @param mayAsk whether a password may be asked for
+    explicit TerminalPrompt(bool mayAsk);
+    ~TerminalPrompt() override;
+
+    bool open(const QString &action) override;
+    void close() override;
+    bool isOpen() const override;
+    bool isAsking() const override;
+    bool isCancelled() const override;
+
+private:
+    void goOnAfterPrompt();
+
+    bool m_mayAsk;
+    InterruptWatch m_interrupts;
+    WaitingLine m_waitingLine;
+    std::unique_ptr<TextAgent> m_agent;
+};
