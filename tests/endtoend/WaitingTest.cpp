@@ -99,7 +99,7 @@ private Q_SLOTS:
 void WaitingTest::givesUpAPromptThatNobodyAnswers()
 {
     PseudoTerminal terminal(administrator,
-                            QStringLiteral(IMPATIENT_CLIENT),
+                            copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
                             setImpatiently(70000, 8000, QStringLiteral("expiration maxInterval=7")));
     QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
 
@@ -182,7 +182,7 @@ void WaitingTest::tellsThatAnAnsweredChangeMayStillCome()
 {
     const SlowProgram slow(pamAuthUpdate(), 12);
     PseudoTerminal terminal(administrator,
-                            QStringLiteral(IMPATIENT_CLIENT),
+                            copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
                             setImpatiently(3000, 60000, QStringLiteral("complexity minlen=12")));
     QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
     answerSlowly(&terminal);
