@@ -129,10 +129,7 @@ void TextAgent::endAgent()
     // by SIGTERM it brings the terminal's settings back before it ends; a stopped one must go on for that
     m_agent.terminate();
     kill(static_cast<pid_t>(m_agent.processId()), SIGCONT);
-    if (!m_agent.waitForFinished(endLimit)) {
-        m_agent.kill();
-        m_agent.waitForFinished(endLimit);
-    }
+    m_agent.waitForFinished(endLimit);
 }
 
 /// The process of an open question outlives its agent, and complains on the terminal that it gets no answer.

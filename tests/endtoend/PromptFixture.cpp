@@ -5,7 +5,6 @@
 
 #include "tests/endtoend/Client.h"
 #include "tests/support/Files.h"
-#include "tests/support/PseudoTerminal.h"
 #include "tests/support/Sandbox.h"
 
 #include <QDir>
@@ -13,7 +12,10 @@
 
 const char password[] = "Kw7-zR4q-Tm2xBv9";
 
-const QString accountpolicyctl = QStringLiteral("accountpolicyctl");
+PseudoTerminal clientAtTerminal(const char *words)
+{
+    return {administrator, QStringLiteral("accountpolicyctl"), splitWords(QString::fromLatin1(words))};
+}
 
 QByteArray loginDefs()
 {
@@ -25,9 +27,15 @@ QByteArray lastLine(const QByteArray &output)
     return output.trimmed().split('\n').constLast().trimmed().replace("\033[0m", "");
 }
 
+void awaitPrompt(PseudoTerminal *terminal)
+{
+    QVERIFY2(terminal->waitFor("Password: "), terminal->output().constData());
+    QTRY_VERIFY(!terminal->echoes());
+}
+
 void answer(PseudoTerminal *terminal, const QByteArray &typed)
 {
-    QTRY_VERIFY(!terminal->echoes());
+    awaitPrompt(terminal);
     terminal->type(typed + '\r');
 }
 

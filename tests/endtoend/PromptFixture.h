@@ -4,25 +4,27 @@
 #pragma once
 
 #include "tests/endtoend/PamState.h"
+#include "tests/support/PseudoTerminal.h"
 
 #include <QObject>
-
-class PseudoTerminal;
 
 /// The account policyadmin, one of the group sudo, which PromptFixture makes, and its password.
 inline constexpr int administrator = 4322;
 extern const char password[];
 
-/// The client, as a person calls it.
-extern const QString accountpolicyctl;
+/// The client on a terminal, called by policyadmin with these words.
+PseudoTerminal clientAtTerminal(const char *words = "set expiration maxInterval=7");
 
 QByteArray loginDefs();
 
 /// What the client itself says at the end of the terminal's text, where the agent may have left its colours.
 QByteArray lastLine(const QByteArray &output);
 
-/// Types the password once the agent is ready for it: what comes before it hides what is typed is thrown away.
-void answer(PseudoTerminal *terminal, const QByteArray &typed);
+/// Waits until the agent asks for a password, and hides what is typed: it throws away what was typed before.
+void awaitPrompt(PseudoTerminal *terminal);
+
+/// Types the password once the agent asks for it.
+void answer(PseudoTerminal *terminal, const QByteArray &typed = password);
 
 /// Makes an account a member of these groups and no others.
 void putIntoGroups(const QString &account, const QString &groups);

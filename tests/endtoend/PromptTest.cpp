@@ -7,16 +7,84 @@
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/PromptFixture.h"
 #include "tests/support/Files.h"
-#include "tests/support/PseudoTerminal.h"
 
 #include <QDir>
-#include <QRegularExpression>
+#include <QFile>
 #include <QTest>
 
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <thread>
+
+namespace
+{
+using Deed = std::function<void(PseudoTerminal *)>;
+
+void interrupt(PseudoTerminal *terminal)
+{
+    kill(terminal->process(), SIGINT);
+}
+
+/// Without an answer.
+void leave(PseudoTerminal *terminal)
+{
+    interrupt(terminal);
+    QCOMPARE(terminal->waitForEnd(), 3);
+}
+
+Deed typing(const QByteArray &keys)
+{
+    return [keys](PseudoTerminal *terminal) {
+        terminal->type(keys);
+    };
+}
+
+void signalAgent(const char *signal)
+{
+    QCOMPARE(runAs(root,
+                   QStringLiteral("pkill"),
+                   {QLatin1String(signal), QStringLiteral("-x"), QStringLiteral("pkttyagent")})
+                 .exitCode,
+             0);
+}
+
+void killAgent(PseudoTerminal *)
+{
+    signalAgent("-KILL");
+}
+
+QByteArray outputOf(const QString &script)
+{
+    const ProgramResult result = runAs(root, QStringLiteral("bash"), {QStringLiteral("-c"), script});
+    return result.standardOutput + result.standardError;
+}
+
+/// polkit's program that checks a password; this one takes none, and does something else when its agent is gone.
+class Questioner
+{
+public:
+    explicit Questioner(const QByteArray &script)
+    {
+        QFile::rename(m_path, m_path + QStringLiteral(".real"));
+        writeProgram(m_path, "#!/bin/sh\necho 'PAM_PROMPT_ECHO_OFF Password: '\ncat >/dev/null\n" + script + '\n');
+    }
+    ~Questioner()
+    {
+        QFile::remove(m_path);
+        QFile::rename(m_path + QStringLiteral(".real"), m_path);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Questioner)
+
+    QString m_path = QStringLiteral("/usr/lib/polkit-1/polkit-agent-helper-1");
+};
+
+const char failed[] = "polkit-agent-helper-1: pam_authenticate failed: Authentication failure\r\n";
+}
+Q_DECLARE_METATYPE(Deed)
 
 class PromptTest : public PromptFixture
 {
@@ -28,33 +96,29 @@ private Q_SLOTS:
     void keepsNoTerminalOpenButItsStreams();
     void letsTheSessionsAgentGoFirst_data();
     void letsTheSessionsAgentGoFirst();
-    void refusesWrongPassword();
-    void ctrlCAtThePromptChangesNothing();
-    void isCancelledByASignalForItAlone();
-    void bringsTheTerminalBackFromAStoppedAgent();
-    void tellsCtrlCFromARefusalThatComesFirst();
+    void hasTheLastWordAfterAPrompt_data();
+    void hasTheLastWordAfterAPrompt();
+    void hasTheLastWordAfterAChoice_data();
+    void hasTheLastWordAfterAChoice();
+    void hasTheLastWordWhateverIsLeftBehind_data();
+    void hasTheLastWordWhateverIsLeftBehind();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
-    void asksNothingWithoutTerminal_data();
-    void asksNothingWithoutTerminal();
-    void asksNothingIfToldSo();
-    void asksNothingToRead();
+    void asksNothing_data();
+    void asksNothing();
     void asksOnceAmidRefusalsOfOthers();
+    void asksForReadingWhereARuleWantsIt_data();
     void asksForReadingWhereARuleWantsIt();
-    void asksOnceForReading_data();
-    void asksOnceForReading();
 };
 
 void PromptTest::asksAndWrites()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    PseudoTerminal terminal = clientAtTerminal();
     // sooner than the limit for an agent that does not register
     QVERIFY2(
         terminal.waitFor("Authentication is required to change when passwords and accounts of new users expire", 9000),
         terminal.output().constData());
-    QVERIFY(terminal.waitFor("Password: "));
-    answer(&terminal, password);
+    answer(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 0);
     QCOMPARE(lastLine(terminal.output()), QByteArray("expiration: in force"));
@@ -65,49 +129,29 @@ void PromptTest::asksAndWrites()
 
 void PromptTest::givesTheAgentNoPipeOfItsOwn()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    PseudoTerminal terminal = clientAtTerminal();
+    awaitPrompt(&terminal);
 
     // its streams are the client's; another pipe is the agent's and its child's, or came from whoever started the client
-    const ProgramResult pipes =
-        runAs(root,
-              QStringLiteral("bash"),
-              {QStringLiteral("-c"),
-               QStringLiteral("pipes() { find \"${@/%//fd}\" -lname 'pipe:*' -printf '%l\\n' | sort -u; }; "
-                              "agent=$(pgrep -x pkttyagent) && child=$(pgrep -P $agent) && "
-                              "client=$(pgrep -x accountpolicyct) && cd /proc && "
-                              "cmp <(readlink $agent/fd/{0,1,2}) <(readlink $client/fd/{0,1,2}) && "
-                              "comm -12 <(pipes $agent) <(pipes $child) | wc -l && "
-                              "comm -23 <(pipes $agent) <(pipes $child $client) | wc -l")});
-
-    QCOMPARE(pipes.standardOutput + pipes.standardError, QByteArray("2\n0\n"));
-    answer(&terminal, password);
-    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(outputOf(QStringLiteral("pipes() { find \"${@/%//fd}\" -lname 'pipe:*' -printf '%l\\n' | sort -u; }; "
+                                     "agent=$(pgrep -x pkttyagent) && child=$(pgrep -P $agent) && "
+                                     "client=$(pgrep -x accountpolicyct) && cd /proc && "
+                                     "cmp <(readlink $agent/fd/{0,1,2}) <(readlink $client/fd/{0,1,2}) && "
+                                     "comm -12 <(pipes $agent) <(pipes $child) | wc -l && "
+                                     "comm -23 <(pipes $agent) <(pipes $child $client) | wc -l")),
+             QByteArray("2\n0\n"));
+    leave(&terminal);
 }
 
 void PromptTest::keepsNoTerminalOpenButItsStreams()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    PseudoTerminal terminal = clientAtTerminal();
+    awaitPrompt(&terminal);
 
-    const ProgramResult terminals = runAs(root,
-                                          QStringLiteral("find"),
-                                          {QStringLiteral("/proc/%1/fd").arg(terminal.process()),
-                                           QStringLiteral("("),
-                                           QStringLiteral("-lname"),
-                                           QStringLiteral("/dev/tty"),
-                                           QStringLiteral("-o"),
-                                           QStringLiteral("-lname"),
-                                           QStringLiteral("/dev/pts/*"),
-                                           QStringLiteral(")"),
-                                           QStringLiteral("-printf"),
-                                           QStringLiteral("%f ")});
-
-    QCOMPARE(terminals.standardOutput.simplified(), QByteArray("0 1 2"));
-    answer(&terminal, password);
-    QCOMPARE(terminal.waitForEnd(), 0);
+    QCOMPARE(outputOf(QStringLiteral("cd /proc/%1/fd && find . -lname '/dev/tty' -o -lname '/dev/pts/*' | sort | xargs")
+                          .arg(terminal.process())),
+             QByteArray("./0 ./1 ./2\n"));
+    leave(&terminal);
 }
 
 void PromptTest::letsTheSessionsAgentGoFirst_data()
@@ -144,94 +188,105 @@ void PromptTest::letsTheSessionsAgentGoFirst()
                                             "exec setpriv --reuid %1 --regid %1 --init-groups "
                                             "accountpolicyctl set expiration maxInterval=7")
                                  .arg(administrator)});
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    const ProgramResult agent =
-        runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("ps -o args= $(pgrep -x pkttyagent)")});
-    answer(&terminal, password);
+    awaitPrompt(&terminal);
 
-    QCOMPARE(terminal.waitForEnd(), 0);
-    QCOMPARE(QString::fromLatin1(agent.standardOutput.trimmed())
-                 .replace(QRegularExpression(QStringLiteral("--notify-fd \\d+")), QStringLiteral("--notify-fd N"))
-                 .toLatin1(),
-             arguments);
+    QCOMPARE(outputOf(QStringLiteral("ps -o args= $(pgrep -x pkttyagent) | sed -E 's/(notify-fd) [0-9]+/\\1 N/'")),
+             arguments + '\n');
+    leave(&terminal);
 }
 
-void PromptTest::refusesWrongPassword()
+void PromptTest::hasTheLastWordAfterAPrompt_data()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    answer(&terminal, "wrong");
+    QTest::addColumn<Deed>("deed");
+    QTest::addColumn<QByteArray>("ending");
+    const QByteArray cancelled = "accountpolicyctl: cancelled\r\n";
+    const QByteArray refused = "accountpolicyctl: not authorized\r\n";
+    QTest::newRow("wrong password") << typing(
+        "wrong\r") << failed + QByteArray("\033[1;31m==== AUTHENTICATION FAILED ====\r\n\033[0m") + refused;
+    QTest::newRow("Ctrl-C") << typing("\x03") << cancelled;
+    QTest::newRow("signal for it alone") << Deed(interrupt) << failed + cancelled;
+    QTest::newRow("stopped agent") << Deed([](PseudoTerminal *terminal) {
+        signalAgent("-STOP");
+        interrupt(terminal);
+    }) << failed + cancelled;
+    QTest::newRow("Ctrl-C, but the refusal comes first") << Deed([](PseudoTerminal *terminal) {
+        kill(terminal->process(), SIGSTOP);
+        terminal->type("\x03");
+        // is answered when the helper has answered the other
+        QCOMPARE(client(root, QStringLiteral("show lockout")).exitCode, 0);
+        kill(terminal->process(), SIGCONT);
+    }) << cancelled;
+}
+
+void PromptTest::hasTheLastWordAfterAPrompt()
+{
+    QFETCH(Deed, deed);
+    QFETCH(QByteArray, ending);
+    PseudoTerminal terminal = clientAtTerminal();
+    awaitPrompt(&terminal);
+
+    deed(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: not authorized"));
-    QCOMPARE(terminal.output().count("Password: "), 1);
+    QCOMPARE(terminal.output().mid(terminal.output().indexOf("Password: ")), "Password: \r\n" + ending);
     QVERIFY(terminal.echoes());
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
-}
-
-void PromptTest::ctrlCAtThePromptChangesNothing()
-{
-    {
-        PseudoTerminal terminal(
-            administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-        QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-        QTRY_VERIFY(!terminal.echoes());
-        terminal.type("\x03");
-
-        QCOMPARE(terminal.waitForEnd(), 3);
-        QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
-        QVERIFY(terminal.echoes());
-        QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
-    }
     // and the helper is free for the next
     QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=8")).exitCode, 0);
 }
 
-void PromptTest::isCancelledByASignalForItAlone()
+void PromptTest::hasTheLastWordAfterAChoice_data()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    QTRY_VERIFY(!terminal.echoes());
-
-    kill(terminal.process(), SIGINT);
-
-    QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
-    QVERIFY(terminal.echoes());
-    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
+    QTest::addColumn<Deed>("deed");
+    QTest::addColumn<QByteArray>("ending");
+    QTest::newRow("Ctrl-C") << typing("\x03") << QByteArray("^C\r\naccountpolicyctl: cancelled\r\n");
+    QTest::newRow("signal for it alone") << Deed(interrupt) << QByteArray("\r\naccountpolicyctl: cancelled\r\n");
+    QTest::newRow("killed agent") << Deed(killAgent) << QByteArray("\r\naccountpolicyctl: not authorized\r\n");
 }
 
-void PromptTest::bringsTheTerminalBackFromAStoppedAgent()
+void PromptTest::hasTheLastWordAfterAChoice()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    QTRY_VERIFY(!terminal.echoes());
+    QFETCH(Deed, deed);
+    QFETCH(QByteArray, ending);
+    putIntoGroups(QStringLiteral("otheradmin"), QStringLiteral("sudo"));
+    PseudoTerminal terminal = clientAtTerminal();
+    const QByteArray choice = "Choose identity to authenticate as (1-2): ";
+    QVERIFY2(terminal.waitFor(choice), terminal.output().constData());
 
-    QCOMPARE(runAs(root, QStringLiteral("pkill"), splitWords(QStringLiteral("-STOP -x pkttyagent"))).exitCode, 0);
-    kill(terminal.process(), SIGINT);
+    deed(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
-    QVERIFY(terminal.echoes());
+    QCOMPARE(terminal.output().mid(terminal.output().indexOf(choice)), choice + ending);
 }
 
-void PromptTest::tellsCtrlCFromARefusalThatComesFirst()
+void PromptTest::hasTheLastWordWhateverIsLeftBehind_data()
 {
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    QTRY_VERIFY(!terminal.echoes());
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<Deed>("deed");
+    QTest::addColumn<QByteArray>("output");
+    const QByteArray talk = "sleep 1; echo last >&2";
+    QTest::newRow("it talks on") << talk << Deed(interrupt)
+                                 << QByteArray("Password: \r\nlast\r\naccountpolicyctl: cancelled\r\n");
+    QTest::newRow("it stays") << QByteArray("kill -STOP $$") << Deed(interrupt)
+                              << QByteArray("Password: \r\naccountpolicyctl: cancelled\r\n");
+    QTest::newRow("the agent was killed")
+        << talk << Deed(killAgent) << QByteArray("Password: \r\nlast\r\naccountpolicyctl: not authorized\r\n");
+}
 
-    kill(static_cast<pid_t>(terminal.process()), SIGSTOP);
-    terminal.type("\x03");
-    QTest::qWait(1000); // the agent ends, and the helper answers
-    kill(static_cast<pid_t>(terminal.process()), SIGCONT);
+void PromptTest::hasTheLastWordWhateverIsLeftBehind()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(Deed, deed);
+    QFETCH(QByteArray, output);
+    const Questioner questioner(script);
+    PseudoTerminal terminal = clientAtTerminal();
+    awaitPrompt(&terminal);
+
+    deed(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: cancelled"));
+    QCOMPARE(terminal.output().mid(terminal.output().indexOf("Password: ")), output);
+    QCOMPARE(outputOf(QStringLiteral("pgrep -x polkit-agent-he")), QByteArray());
 }
 
 void PromptTest::asksOnTheTerminalOfRedirectedClient_data()
@@ -251,58 +306,42 @@ void PromptTest::asksOnTheTerminalOfRedirectedClient()
                  R"({"version": 1, "policies": {"expiration": {"maxInterval": 7}}})");
 
     PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-    answer(&terminal, password);
+    answer(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 0);
     QVERIFY(terminal.echoes());
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
 }
 
-void PromptTest::asksNothingWithoutTerminal_data()
+void PromptTest::asksNothing_data()
 {
     QTest::addColumn<QString>("script");
+    QTest::addColumn<int>("exitCode");
     QTest::addColumn<QByteArray>("output");
-    QTest::newRow("redirected") << QStringLiteral(
-        "accountpolicyctl set expiration maxInterval=7 </dev/null 2>/dev/null")
-                                << QByteArray();
-    QTest::newRow("on a terminal of somebody else")
-        << QStringLiteral("setsid -w accountpolicyctl set expiration maxInterval=7")
-        << QByteArray("accountpolicyctl: not authorized\r\n");
+    const QString set = QStringLiteral("accountpolicyctl set expiration maxInterval=7 ");
+    const QByteArray refused = "accountpolicyctl: not authorized\r\n";
+    QTest::newRow("redirected") << set + QStringLiteral("</dev/null 2>/dev/null") << 3 << QByteArray();
+    QTest::newRow("on a terminal of somebody else") << QStringLiteral("setsid -w ") + set << 3 << refused;
+    QTest::newRow("if told so") << set + QStringLiteral("--no-ask-password") << 3 << refused;
+    QTest::newRow("to read") << QStringLiteral("accountpolicyctl show expiration") << 0
+                             << QByteArray("Password expiration of new accounts\r\n"
+                                           "  maxInterval       90 days\r\n"
+                                           "  minInterval       not set\r\n"
+                                           "  warningInterval   not set\r\n"
+                                           "  inactiveInterval  never\r\n"
+                                           "  expireDate        not set\r\n");
 }
 
-void PromptTest::asksNothingWithoutTerminal()
+void PromptTest::asksNothing()
 {
     QFETCH(QString, script);
+    QFETCH(int, exitCode);
     QFETCH(QByteArray, output);
 
     PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
 
-    QCOMPARE(terminal.waitForEnd(), 3);
+    QCOMPARE(terminal.waitForEnd(), exitCode);
     QCOMPARE(terminal.output(), output);
-}
-
-void PromptTest::asksNothingIfToldSo()
-{
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7 --no-ask-password")));
-
-    QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(terminal.output(), QByteArray("accountpolicyctl: not authorized\r\n"));
-}
-
-void PromptTest::asksNothingToRead()
-{
-    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("show expiration")));
-
-    QCOMPARE(terminal.waitForEnd(), 0);
-    QCOMPARE(terminal.output(),
-             QByteArray("Password expiration of new accounts\r\n"
-                        "  maxInterval       90 days\r\n"
-                        "  minInterval       not set\r\n"
-                        "  warningInterval   not set\r\n"
-                        "  inactiveInterval  never\r\n"
-                        "  expireDate        not set\r\n"));
 }
 
 void PromptTest::asksOnceAmidRefusalsOfOthers()
@@ -314,64 +353,52 @@ void PromptTest::asksOnceAmidRefusalsOfOthers()
             refusals += client(nobody, QStringLiteral("set expiration maxInterval=9")).exitCode == 3 ? 1 : 1000;
         }
     });
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    const bool asked = terminal.waitFor("Password: ");
+    QTRY_VERIFY(refusals > 0);
+    PseudoTerminal terminal = clientAtTerminal();
+    awaitPrompt(&terminal);
     done = true; // those who are turned away meanwhile wait for their turn
-    answer(&terminal, password);
+    terminal.type(password + QByteArray("\r"));
     const int exitCode = terminal.waitForEnd();
     others.join();
 
-    QVERIFY2(asked, terminal.output().constData());
     QCOMPARE(exitCode, 0);
     QCOMPARE(terminal.output().count("Password: "), 1);
-    QVERIFY2(refusals > 0 && refusals < 1000, qPrintable(QString::number(refusals)));
+    QVERIFY2(refusals < 1000, qPrintable(QString::number(refusals)));
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
+}
+
+void PromptTest::asksForReadingWhereARuleWantsIt_data()
+{
+    QTest::addColumn<QByteArray>("decision");
+    QTest::addColumn<QByteArray>("typed");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("last");
+    const QByteArray refused = "accountpolicyctl: not authorized";
+    QTest::newRow("right password") << QByteArray("AUTH_ADMIN") << QByteArray(password) << 0
+                                    << QByteArray("expireDate        not set");
+    QTest::newRow("wrong password") << QByteArray("AUTH_ADMIN") << QByteArray("wrong") << 3 << refused;
+    QTest::newRow("no password would help") << QByteArray("NO") << QByteArray() << 3 << refused;
 }
 
 void PromptTest::asksForReadingWhereARuleWantsIt()
 {
-    auto rule = std::make_unique<PolkitRule>("accountpolicieshelper.read", "policyadmin", "AUTH_ADMIN");
-    QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 3);
-
-    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("show expiration")));
-    const bool asked = terminal.waitFor("Password: ");
-    answer(&terminal, password);
-    const int exitCode = terminal.waitForEnd();
-    rule.reset();
-
-    QVERIFY2(asked, terminal.output().constData());
-    QCOMPARE(exitCode, 0);
-    QVERIFY(terminal.output().contains("  maxInterval       90 days\r\n"));
-    QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
-}
-
-void PromptTest::asksOnceForReading_data()
-{
-    QTest::addColumn<QByteArray>("decision");
-    QTest::addColumn<int>("questions");
-    QTest::newRow("wrong password") << QByteArray("AUTH_ADMIN") << 1;
-    QTest::newRow("no password would help") << QByteArray("NO") << 0;
-}
-
-void PromptTest::asksOnceForReading()
-{
     QFETCH(QByteArray, decision);
-    QFETCH(int, questions);
+    QFETCH(QByteArray, typed);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, last);
     auto rule = std::make_unique<PolkitRule>("accountpolicieshelper.read", "policyadmin", decision);
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 3);
 
-    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("show expiration")));
-    if (questions > 0) {
-        QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
-        answer(&terminal, "wrong");
+    PseudoTerminal terminal = clientAtTerminal("show expiration");
+    if (!typed.isEmpty()) {
+        answer(&terminal, typed);
     }
-    const int exitCode = terminal.waitForEnd();
+    const int ended = terminal.waitForEnd();
     rule.reset();
 
-    QCOMPARE(exitCode, 3);
-    QCOMPARE(terminal.output().count("Password: "), questions);
-    QCOMPARE(lastLine(terminal.output()), QByteArray("accountpolicyctl: not authorized"));
+    QCOMPARE(ended, exitCode);
+    QCOMPARE(terminal.output().count("Password: "), typed.isEmpty() ? 0 : 1);
+    QCOMPARE(lastLine(terminal.output()), last);
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
 }
 

@@ -8,7 +8,6 @@
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/PromptFixture.h"
 #include "tests/support/Files.h"
-#include "tests/support/PseudoTerminal.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -20,34 +19,44 @@
 
 namespace
 {
-/// As people do, who need a moment; they may need longer than the waiting line.
+/// As people do, who need longer than it takes to see that they are asked, and than the waiting line.
 void answerSlowly(PseudoTerminal *terminal)
 {
+    awaitPrompt(terminal);
     QTest::qWait(1500);
-    answer(terminal, password);
+    terminal->type(password + QByteArray("\r"));
 }
 
-/// A program that takes some seconds more, until this object ends.
-class SlowProgram
+/// A program that waits at its start, until letGo() or the end of this object.
+class HeldProgram
 {
 public:
-    explicit SlowProgram(const QString &path, int seconds = 3) : m_path(path), m_program(contentOf(path))
+    explicit HeldProgram(const QString &path) : m_path(path), m_program(contentOf(path))
     {
+        QFile::remove(m_signal);
         const QByteArray moved = path.toLatin1() + ".real";
         writeProgram(QString::fromLatin1(moved), m_program);
         // by a new file: the old one may be running
         QFile::remove(path);
-        writeProgram(path, "#!/bin/sh\nsleep " + QByteArray::number(seconds) + "\nexec " + moved + " \"$@\"\n");
+        writeProgram(path,
+                     "#!/bin/sh\nuntil [ -e " + m_signal.toLatin1() + " ]; do sleep 0.1; done\nexec " + moved
+                         + " \"$@\"\n");
     }
-    ~SlowProgram()
+    ~HeldProgram()
     {
+        letGo();
         QFile::remove(m_path);
         writeProgram(m_path, m_program);
     }
+    void letGo() const
+    {
+        writeContent(m_signal, QByteArray());
+    }
 
 private:
-    Q_DISABLE_COPY_MOVE(SlowProgram)
+    Q_DISABLE_COPY_MOVE(HeldProgram)
 
+    QString m_signal = QStringLiteral("/run/go");
     QString m_path;
     QByteArray m_program;
 };
@@ -101,7 +110,7 @@ void WaitingTest::givesUpAPromptThatNobodyAnswers()
     PseudoTerminal terminal(administrator,
                             copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
                             setImpatiently(70000, 8000, QStringLiteral("expiration maxInterval=7")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    awaitPrompt(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 3);
     QVERIFY2(terminal.output().endsWith(
@@ -134,8 +143,7 @@ void WaitingTest::givesUpAPromptWhenPolkitIsGone()
     QFETCH(QByteArray, error);
     QFETCH(int, changesKept);
     putIntoGroups(QStringLiteral("otheradmin"), otherGroups);
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    PseudoTerminal terminal = clientAtTerminal();
     QVERIFY2(terminal.waitFor(prompt), terminal.output().constData());
     QVERIFY(killPolkit());
 
@@ -151,13 +159,13 @@ void WaitingTest::givesUpAPromptWhenPolkitIsGone()
 
 void WaitingTest::goesOnWithoutPolkitOnceItHasDecided()
 {
-    const SlowProgram slow(pamAuthUpdate());
-    PseudoTerminal terminal(administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    const HeldProgram update(pamAuthUpdate());
+    PseudoTerminal terminal = clientAtTerminal("set complexity minlen=12");
     answerSlowly(&terminal);
     QVERIFY2(terminal.waitFor("waiting for the helper"), terminal.output().constData());
 
     QVERIFY(killPolkit());
+    update.letGo();
 
     QCOMPARE(terminal.waitForEnd(), 0);
     QCOMPARE(lastLine(terminal.output()).split('\r').constLast(), QByteArray("\033[Kcomplexity: in force"));
@@ -165,12 +173,11 @@ void WaitingTest::goesOnWithoutPolkitOnceItHasDecided()
 
 void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
 {
-    const SlowProgram agent(QStringLiteral("/usr/bin/pkttyagent"), 100);
+    const HeldProgram agent(QStringLiteral("/usr/bin/pkttyagent"));
     QElapsedTimer clock;
     clock.start();
 
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    PseudoTerminal terminal = clientAtTerminal();
 
     QCOMPARE(terminal.waitForEnd(), 3);
     QCOMPARE(lastLine(terminal.output()), waitedFor("helper") + "accountpolicyctl: not authorized");
@@ -180,11 +187,10 @@ void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
 
 void WaitingTest::tellsThatAnAnsweredChangeMayStillCome()
 {
-    const SlowProgram slow(pamAuthUpdate(), 12);
+    const HeldProgram update(pamAuthUpdate());
     PseudoTerminal terminal(administrator,
                             copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
                             setImpatiently(3000, 60000, QStringLiteral("complexity minlen=12")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
     answerSlowly(&terminal);
 
     const int exitCode = terminal.waitForEnd();
@@ -193,9 +199,9 @@ void WaitingTest::tellsThatAnAnsweredChangeMayStillCome()
         lastLine(terminal.output()).split('\r').constLast(),
         QByteArray("\033[Kaccountpolicyctl: the helper has not answered in time; it may still carry the change out"));
     QVERIFY(client(administrator, QStringLiteral("history")).standardOutput.endsWith("  set\n"));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        client(root, QStringLiteral("show complexity")).standardOutput.contains("minlen            12 characters"),
-        20000);
+    update.letGo();
+    // once the helper has done with it
+    QVERIFY(client(root, QStringLiteral("show complexity")).standardOutput.contains("minlen            12 characters"));
 }
 
 void WaitingTest::showsThatItWaits_data()
@@ -220,10 +226,12 @@ void WaitingTest::showsThatItWaits()
     QFETCH(QString, words);
     QFETCH(QByteArray, whom);
     QFETCH(QByteArray, result);
-    const SlowProgram slow(program);
+    const HeldProgram held(program);
     endHelper();
 
-    PseudoTerminal terminal(root, accountpolicyctl, splitWords(words));
+    PseudoTerminal terminal(root, QStringLiteral("accountpolicyctl"), splitWords(words));
+    QVERIFY2(terminal.waitFor("waiting for"), terminal.output().constData());
+    held.letGo();
 
     QCOMPARE(terminal.waitForEnd(), 0);
     // the line comes, and goes before the result is printed
@@ -237,10 +245,9 @@ void WaitingTest::showsNoWaitingOnceThePromptMayCome()
     const PolkitRule rule("writepasswordexpirationpolicy", "policyadmin", "AUTH_ADMIN", 2);
     killPolkit(); // the next one knows the rule
 
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
+    PseudoTerminal terminal = clientAtTerminal();
 
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    awaitPrompt(&terminal);
     // while polkit was asked whether it would need a password, but not while it was asked for the decision
     QCOMPARE(terminal.output().count("waiting for"), 1);
     answer(&terminal, password);
@@ -249,11 +256,11 @@ void WaitingTest::showsNoWaitingOnceThePromptMayCome()
 
 void WaitingTest::showsThatItWaitsAfterAPrompt()
 {
-    const SlowProgram slow(pamAuthUpdate());
-    PseudoTerminal terminal(
-        administrator, accountpolicyctl, splitWords(QStringLiteral("set complexity minlen=12 --replace")));
-    QVERIFY2(terminal.waitFor("Password: "), terminal.output().constData());
+    const HeldProgram update(pamAuthUpdate());
+    PseudoTerminal terminal = clientAtTerminal("set complexity minlen=12 --replace");
     answerSlowly(&terminal);
+    QVERIFY2(terminal.waitFor("waiting for"), terminal.output().constData());
+    update.letGo();
 
     QCOMPARE(terminal.waitForEnd(), 0);
     QCOMPARE(terminal.output().count("waiting for"), 1);
@@ -263,9 +270,10 @@ void WaitingTest::showsThatItWaitsAfterAPrompt()
 
 void WaitingTest::showsNoWaitingOffTheTerminal()
 {
-    const SlowProgram slow(pamAuthUpdate());
+    const HeldProgram update(pamAuthUpdate());
 
-    const ProgramResult set = client(root, QStringLiteral("set complexity minlen=12 --replace"));
+    const ProgramResult set = shell(
+        root, QStringLiteral("accountpolicyctl set complexity minlen=12 --replace & sleep 2; touch /run/go; wait"));
 
     QCOMPARE(set.standardError, QByteArray());
     QCOMPARE(set.standardOutput, QByteArray("complexity: in force\n"));
@@ -273,8 +281,8 @@ void WaitingTest::showsNoWaitingOffTheTerminal()
 
 void WaitingTest::tellsThatHelperIsBusyAtAPrompt()
 {
-    PseudoTerminal other(administrator, accountpolicyctl, splitWords(QStringLiteral("set expiration maxInterval=7")));
-    QVERIFY2(other.waitFor("Password: "), other.output().constData());
+    PseudoTerminal other = clientAtTerminal();
+    awaitPrompt(&other);
     QElapsedTimer clock;
     clock.start();
 
@@ -285,7 +293,7 @@ void WaitingTest::tellsThatHelperIsBusyAtAPrompt()
     QCOMPARE(show.exitCode, 5);
     QVERIFY(clock.elapsed() > 69000 && clock.elapsed() < 80000); // ms
     // the one at the prompt isn't disturbed by it
-    answer(&other, password);
+    other.type(password + QByteArray("\r"));
     const int exitCode = other.waitForEnd(100000);
     QVERIFY2(exitCode == 0, other.output().constData());
     QCOMPARE(client(nobody, QStringLiteral("show lockout")).exitCode, 0);
