@@ -8,6 +8,7 @@
 #include "tests/support/Sandbox.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTest>
 
 const char password[] = "Kw7-zR4q-Tm2xBv9";
@@ -20,6 +21,12 @@ PseudoTerminal clientAtTerminal(const char *words)
 QByteArray loginDefs()
 {
     return contentOf(QStringLiteral("/etc/login.defs"));
+}
+
+QByteArray shown(const PseudoTerminal &terminal)
+{
+    static const QRegularExpression takenAway(QStringLiteral("[^\n]*\r\033\\[K"));
+    return QString::fromUtf8(terminal.output()).remove(takenAway).toUtf8();
 }
 
 QByteArray lastLine(const QByteArray &output)

@@ -17,6 +17,9 @@ PseudoTerminal clientAtTerminal(const char *words = "set expiration maxInterval=
 
 QByteArray loginDefs();
 
+/// What stays on the terminal: without lines that were taken away again, which come on a slow machine alone.
+QByteArray shown(const PseudoTerminal &terminal);
+
 /// What the client itself says at the end of the terminal's text, where the agent may have left its colours.
 QByteArray lastLine(const QByteArray &output);
 

@@ -250,7 +250,7 @@ void WaitingTest::showsNoWaitingOnceThePromptMayCome()
     awaitPrompt(&terminal);
     // while polkit was asked whether it would need a password, but not while it was asked for the decision
     QCOMPARE(terminal.output().count("waiting for"), 1);
-    answer(&terminal, password);
+    terminal.type(password + QByteArray("\r"));
     QCOMPARE(terminal.waitForEnd(), 0);
 }
 
