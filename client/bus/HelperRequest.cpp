@@ -14,10 +14,8 @@
 
 namespace
 {
-// for the answer to a request that was cancelled, or that came too late
-constexpr int farewell = 2000; // ms
-// until a busy helper is asked again
-constexpr int pause = 20; // ms
+constexpr int farewell = 2000; // ms, for the answer to a request that was cancelled, or that came too late
+constexpr int pause = 20; // ms, until a busy helper is asked again
 
 /// Up to twice the pause, so that callers who were turned away together don't come back together.
 int jitteredPause()
@@ -114,7 +112,12 @@ void HelperRequest::receiveLimit()
         break;
     case Phase::Late:
     case Phase::Unanswered:
-        m_call.kind() == HelperCall::Kind::Write ? finishUnanswered() : finishBusy();
+        if (m_call.kind() == HelperCall::Kind::Read) {
+            finishBusy();
+        } else {
+            finishWith(
+                ExitCode::Busy, tr("the helper has not answered in time; it may still carry the change out"), true);
+        }
         break;
     case Phase::Cancelled:
         finishWith(ExitCode::NotAuthorized, tr("cancelled; the helper may still carry it out"), true);
@@ -188,11 +191,6 @@ void HelperRequest::finish(const HelperReply &reply)
 void HelperRequest::finishBusy()
 {
     finishWith(ExitCode::Busy, tr("the helper is busy; try again later"));
-}
-
-void HelperRequest::finishUnanswered()
-{
-    finishWith(ExitCode::Busy, tr("the helper has not answered in time; it may still carry the change out"), true);
 }
 
 void HelperRequest::finishWith(ExitCode code, const QString &error, bool mayHappen)

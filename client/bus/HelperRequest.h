@@ -70,7 +70,6 @@ private:
     bool openPrompt();
     void awaitLastAnswer(Phase phase);
     void finishBusy();
-    void finishUnanswered();
     void finishWith(ExitCode code, const QString &error, bool mayHappen = false);
     void finish(const HelperReply &reply);
 

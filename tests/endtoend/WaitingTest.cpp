@@ -79,10 +79,12 @@ bool killPolkit()
     return polkit.isValid() && kill(static_cast<pid_t>(polkit.value()), SIGKILL) == 0;
 }
 
-/// A client with these limits, in ms: for the answer, and for a person at the prompt.
-QStringList setImpatiently(int answerLimit, int promptLimit, const QString &words)
+/// A client that sets something, and has these limits in ms: for the answer, and for a person at the prompt.
+PseudoTerminal impatientClient(const char *limitsAndWords)
 {
-    return QStringList{QString::number(answerLimit), QString::number(promptLimit)} + splitWords(words);
+    return {administrator,
+            copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
+            splitWords(QString::fromLatin1(limitsAndWords))};
 }
 }
 
@@ -107,9 +109,7 @@ private Q_SLOTS:
 
 void WaitingTest::givesUpAPromptThatNobodyAnswers()
 {
-    PseudoTerminal terminal(administrator,
-                            copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
-                            setImpatiently(70000, 8000, QStringLiteral("expiration maxInterval=7")));
+    PseudoTerminal terminal = impatientClient("70000 8000 expiration maxInterval=7");
     awaitPrompt(&terminal);
 
     QCOMPARE(terminal.waitForEnd(), 3);
@@ -168,7 +168,7 @@ void WaitingTest::goesOnWithoutPolkitOnceItHasDecided()
     update.letGo();
 
     QCOMPARE(terminal.waitForEnd(), 0);
-    QCOMPARE(lastLine(terminal.output()).split('\r').constLast(), QByteArray("\033[Kcomplexity: in force"));
+    QCOMPARE(lastLine(shown(terminal)), QByteArray("complexity: in force"));
 }
 
 void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
@@ -180,7 +180,8 @@ void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
     PseudoTerminal terminal = clientAtTerminal();
 
     QCOMPARE(terminal.waitForEnd(), 3);
-    QCOMPARE(lastLine(terminal.output()), waitedFor("helper") + "accountpolicyctl: not authorized");
+    QCOMPARE(shown(terminal), QByteArray("accountpolicyctl: not authorized\r\n"));
+    QVERIFY(terminal.output().contains(waitedFor("helper")));
     QVERIFY2(clock.elapsed() >= 10000 && clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
 }
@@ -188,16 +189,13 @@ void WaitingTest::goesOnWithoutAnAgentThatDoesNotRegister()
 void WaitingTest::tellsThatAnAnsweredChangeMayStillCome()
 {
     const HeldProgram update(pamAuthUpdate());
-    PseudoTerminal terminal(administrator,
-                            copyForEverybody(QStringLiteral(IMPATIENT_CLIENT)),
-                            setImpatiently(3000, 60000, QStringLiteral("complexity minlen=12")));
+    PseudoTerminal terminal = impatientClient("6000 60000 complexity minlen=12");
     answerSlowly(&terminal);
 
     const int exitCode = terminal.waitForEnd();
     QVERIFY2(exitCode == 5, terminal.output().constData());
-    QCOMPARE(
-        lastLine(terminal.output()).split('\r').constLast(),
-        QByteArray("\033[Kaccountpolicyctl: the helper has not answered in time; it may still carry the change out"));
+    QCOMPARE(lastLine(shown(terminal)),
+             QByteArray("accountpolicyctl: the helper has not answered in time; it may still carry the change out"));
     QVERIFY(client(administrator, QStringLiteral("history")).standardOutput.endsWith("  set\n"));
     update.letGo();
     // once the helper has done with it
@@ -236,8 +234,8 @@ void WaitingTest::showsThatItWaits()
     QCOMPARE(terminal.waitForEnd(), 0);
     // the line comes, and goes before the result is printed
     QVERIFY2(terminal.output().startsWith(waitedFor(whom)), terminal.output().constData());
-    QVERIFY2(terminal.output().endsWith(result), terminal.output().constData());
-    QCOMPARE(terminal.output().count("waiting for"), 1);
+    QVERIFY2(shown(terminal).endsWith(result), terminal.output().constData());
+    QVERIFY(!shown(terminal).contains("waiting"));
 }
 
 void WaitingTest::showsNoWaitingOnceThePromptMayCome()
@@ -249,7 +247,8 @@ void WaitingTest::showsNoWaitingOnceThePromptMayCome()
 
     awaitPrompt(&terminal);
     // while polkit was asked whether it would need a password, but not while it was asked for the decision
-    QCOMPARE(terminal.output().count("waiting for"), 1);
+    QVERIFY(terminal.output().contains(waitedFor("helper")));
+    QVERIFY2(!shown(terminal).contains("waiting"), terminal.output().constData());
     terminal.type(password + QByteArray("\r"));
     QCOMPARE(terminal.waitForEnd(), 0);
 }
@@ -263,9 +262,9 @@ void WaitingTest::showsThatItWaitsAfterAPrompt()
     update.letGo();
 
     QCOMPARE(terminal.waitForEnd(), 0);
-    QCOMPARE(terminal.output().count("waiting for"), 1);
-    QVERIFY2(terminal.output().endsWith(waitedFor("helper") + "complexity: in force\r\n"),
-             terminal.output().constData());
+    // not while the person thought about it
+    QVERIFY2(terminal.output().contains("\nPassword: \r\n"), terminal.output().constData());
+    QCOMPARE(lastLine(shown(terminal)), QByteArray("complexity: in force"));
 }
 
 void WaitingTest::showsNoWaitingOffTheTerminal()
@@ -291,7 +290,7 @@ void WaitingTest::tellsThatHelperIsBusyAtAPrompt()
     QCOMPARE(show.standardError, QByteArray("accountpolicyctl: the helper is busy; try again later\n"));
     QCOMPARE(show.standardOutput, QByteArray());
     QCOMPARE(show.exitCode, 5);
-    QVERIFY(clock.elapsed() > 69000 && clock.elapsed() < 80000); // ms
+    QVERIFY(clock.elapsed() > 69000 && clock.elapsed() < 100000); // ms
     // the one at the prompt isn't disturbed by it
     other.type(password + QByteArray("\r"));
     const int exitCode = other.waitForEnd(100000);
