@@ -13,15 +13,39 @@ namespace
 {
 constexpr int noSandbox = 125;
 
-ProgramResult sandboxed(const QStringList &command, int user = root)
+ProgramResult sandbox(const QStringList &arguments, const QByteArray &input = QByteArray())
 {
-    return runAs(user, QStringLiteral(SANDBOX), QStringList{QStringLiteral("--")} + command);
+    return runAs(root, QStringLiteral(SANDBOX), arguments, input);
 }
 
-ProgramResult sandboxedShell(const QString &script)
+/// Runs a shell script in the sandbox.
+ProgramResult sandboxed(const QString &script, const QByteArray &input = QByteArray())
 {
-    return sandboxed({QStringLiteral("sh"), QStringLiteral("-c"), script});
+    return sandbox({QStringLiteral("--"), QStringLiteral("sh"), QStringLiteral("-c"), script}, input);
 }
+
+QByteArray outputOf(const char *script)
+{
+    return sandboxed(QString::fromLatin1(script)).standardOutput;
+}
+
+/// Runs the sandbox $1 within itself, on a root that is an overlay, as a container's is.
+const char nestedScript[] = R"SHELL(set -e
+folder=$(dirname "$1") root=/
+if [ "$(stat --file-system --format=%T /)" != overlayfs ]; then
+    root=/mnt/root
+    mount -t tmpfs tmpfs /mnt
+    mkdir /mnt/upper /mnt/work $root
+    mount -t overlay overlay -o lowerdir=/,upperdir=/mnt/upper,workdir=/mnt/work $root
+    mkdir -p "$root$folder"
+    mount --bind "$folder" "$root$folder"
+    mount --rbind /dev $root/dev
+    mount --rbind /proc $root/proc
+fi
+chroot $root "$1" -- sh -c "
+echo outer >/etc/of-outer; rm /etc/login.defs
+'$1' -- sh -c 'cat /etc/of-outer; ls /etc/login.defs /etc/default/useradd; echo inner >/etc/of-outer; touch /etc/of-inner'
+cat /etc/of-outer; ls /etc/of-inner" 2>&1)SHELL";
 }
 
 class SandboxTest : public QObject
@@ -35,10 +59,12 @@ private Q_SLOTS:
     void throwsChangesAway_data();
     void throwsChangesAway();
     void showsFilesOfTheMachine();
+    void guardsFilesOfTheMachine();
     void startsWithEmptyRun();
     void hasProcessesOfItsOwn();
     void leavesNoProcessBehind();
     void makesNoMountOutside();
+    void standsOnTheChangesOfAnOuterOne();
     void tellsOrdinaryUserInOneLineThatItCannot();
     void tellsInOneLineWhereNamespacesAreRefused();
     void explainsItsUse_data();
@@ -58,18 +84,13 @@ void SandboxTest::passesExitStatusOn_data()
 void SandboxTest::passesExitStatusOn()
 {
     QFETCH(QString, script);
-    QFETCH(int, status);
 
-    QCOMPARE(sandboxedShell(script).exitCode, status);
+    QTEST(sandboxed(script).exitCode, "status");
 }
 
 void SandboxTest::passesInputAndOutputOn()
 {
-    const ProgramResult result =
-        runAs(root,
-              QStringLiteral(SANDBOX),
-              {QStringLiteral("--"), QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("cat; echo two >&2")},
-              "one");
+    const ProgramResult result = sandboxed(QStringLiteral("cat; echo two >&2"), "one");
 
     QCOMPARE(result.standardOutput, QByteArray("one"));
     QCOMPARE(result.standardError, QByteArray("two\n"));
@@ -89,7 +110,7 @@ void SandboxTest::throwsChangesAway()
 {
     QFETCH(QString, path);
 
-    const ProgramResult result = sandboxedShell(QStringLiteral("echo x > %1 && cat %1").arg(path));
+    const ProgramResult result = sandboxed(QStringLiteral("echo x > %1 && cat %1").arg(path));
 
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.standardOutput, QByteArray("x\n"));
@@ -98,32 +119,37 @@ void SandboxTest::throwsChangesAway()
 
 void SandboxTest::showsFilesOfTheMachine()
 {
-    QCOMPARE(sandboxed({QStringLiteral("cat"), QStringLiteral("/etc/login.defs")}).standardOutput,
-             contentOf(QStringLiteral("/etc/login.defs")));
+    QCOMPARE(outputOf("cat /etc/login.defs"), contentOf(QStringLiteral("/etc/login.defs")));
+}
+
+void SandboxTest::guardsFilesOfTheMachine()
+{
+    // it keeps a way to the folders under its overlays, for sandboxes in it
+    QCOMPARE(outputOf("for folder in etc usr var; do touch /run/overlay/$folder/layer0/sandbox-test 2>&1; done"),
+             QByteArray("touch: cannot touch '/run/overlay/etc/layer0/sandbox-test': Read-only file system\n"
+                        "touch: cannot touch '/run/overlay/usr/layer0/sandbox-test': Read-only file system\n"
+                        "touch: cannot touch '/run/overlay/var/layer0/sandbox-test': Read-only file system\n"));
 }
 
 void SandboxTest::startsWithEmptyRun()
 {
     // but for what mount(8) notes there
-    QCOMPARE(sandboxedShell(QStringLiteral("ls -I mount /run")).standardOutput,
-             QByteArray("accountpolicies-sandbox\noverlay\ntmp\n"));
+    QCOMPARE(outputOf("ls -I mount /run"), QByteArray("accountpolicies-sandbox\noverlay\ntmp\n"));
 }
 
 void SandboxTest::hasProcessesOfItsOwn()
 {
-    const ProgramResult result = sandboxedShell(QStringLiteral("ls -d /proc/[0-9]* | wc -l"));
+    const QByteArray processes = outputOf("ls -d /proc/[0-9]* | wc -l").trimmed();
 
     // the sandbox's shell, this one, and the two of the pipeline
-    QVERIFY2(result.standardOutput.trimmed().toInt() <= 4, result.standardOutput.constData());
+    QVERIFY2(processes.toInt() > 0 && processes.toInt() <= 4, processes.constData());
 }
 
 void SandboxTest::leavesNoProcessBehind()
 {
-    const QString mark = QStringLiteral("86399.25");
+    QCOMPARE(sandboxed(QStringLiteral("setsid sleep 86399.25 >/dev/null 2>&1 &")).exitCode, 0);
 
-    QCOMPARE(sandboxedShell(QStringLiteral("setsid sleep %1 >/dev/null 2>&1 &").arg(mark)).exitCode, 0);
-
-    QCOMPARE(runAs(root, QStringLiteral("pgrep"), {QStringLiteral("-f"), QStringLiteral("^sleep ") + mark}).exitCode,
+    QCOMPARE(runAs(root, QStringLiteral("pgrep"), {QStringLiteral("-f"), QStringLiteral("^sleep 86399.25")}).exitCode,
              1);
 }
 
@@ -131,19 +157,39 @@ void SandboxTest::makesNoMountOutside()
 {
     const QByteArray before = contentOf(QStringLiteral("/proc/self/mounts"));
 
-    QCOMPARE(sandboxedShell(QStringLiteral("mount -t tmpfs tmpfs /mnt")).exitCode, 0);
+    QCOMPARE(sandboxed(QStringLiteral("mount -t tmpfs tmpfs /mnt")).exitCode, 0);
 
     QCOMPARE(contentOf(QStringLiteral("/proc/self/mounts")), before);
+}
+
+void SandboxTest::standsOnTheChangesOfAnOuterOne()
+{
+    const ProgramResult result = runAs(root,
+                                       QStringLiteral("unshare"),
+                                       {QStringLiteral("--mount"),
+                                        QStringLiteral("sh"),
+                                        QStringLiteral("-c"),
+                                        QString::fromLatin1(nestedScript),
+                                        QStringLiteral("sh"),
+                                        QStringLiteral(SANDBOX)});
+
+    QCOMPARE(result.standardError, QByteArray());
+    QCOMPARE(result.standardOutput,
+             QByteArray("outer\n"
+                        "ls: cannot access '/etc/login.defs': No such file or directory\n"
+                        "/etc/default/useradd\n"
+                        "outer\n"
+                        "ls: cannot access '/etc/of-inner': No such file or directory\n"));
 }
 
 void SandboxTest::tellsOrdinaryUserInOneLineThatItCannot()
 {
     // from a place that everybody may read, wherever the sources are
-    QFile::remove(QStringLiteral("/tmp/sandbox-of-ordinary-user"));
-    QVERIFY(QFile::copy(QStringLiteral(SANDBOX), QStringLiteral("/tmp/sandbox-of-ordinary-user")));
-    const ProgramResult result =
-        runAs(nobody, QStringLiteral("/tmp/sandbox-of-ordinary-user"), {QStringLiteral("--"), QStringLiteral("true")});
-    QFile::remove(QStringLiteral("/tmp/sandbox-of-ordinary-user"));
+    const QString copy = QStringLiteral("/tmp/sandbox-of-ordinary-user");
+    QFile::remove(copy);
+    QVERIFY(QFile::copy(QStringLiteral(SANDBOX), copy));
+    const ProgramResult result = runAs(nobody, copy, {QStringLiteral("--"), QStringLiteral("true")});
+    QFile::remove(copy);
 
     QCOMPARE(result.exitCode, noSandbox);
     QCOMPARE(result.standardError, QByteArray("scripts/sandbox: must be run by root, who alone may make the mounts\n"));
@@ -181,7 +227,7 @@ void SandboxTest::explainsItsUse()
 {
     QFETCH(QStringList, arguments);
 
-    const ProgramResult result = runAs(root, QStringLiteral(SANDBOX), arguments);
+    const ProgramResult result = sandbox(arguments);
 
     QCOMPARE(result.exitCode, noSandbox);
     QCOMPARE(result.standardError,
