@@ -38,12 +38,19 @@ void separateMounts()
     }
 }
 
-QByteArray lowerFolders(MachineRoot::Contents contents)
+/// What installing our packages changed on the machine's root, once more.
+void unpackInstalled(const QString &upper)
 {
-    const QByteArray base = QFile::encodeName(machineFolder()) + "/base";
-    return contents == MachineRoot::Contents::WithOurPackages
-        ? QFile::encodeName(machineFolder()) + "/installed:" + base
-        : base;
+    const ProgramResult unpacked = runAs(superuser,
+                                         QStringLiteral("tar"),
+                                         {QStringLiteral("--directory=") + upper,
+                                          QStringLiteral("--xattrs"),
+                                          QStringLiteral("--xattrs-include=*"),
+                                          QStringLiteral("--extract"),
+                                          QStringLiteral("--file=%1/installed.tar").arg(machineFolder())});
+    if (unpacked.exitCode != 0) {
+        qFatal("cannot unpack what was installed: %s", unpacked.standardError.constData());
+    }
 }
 
 /// Ends the test program with one line. The last thing that the console said is most often the reason; all of it is kept.
@@ -85,11 +92,15 @@ MachineRoot::MachineRoot(Contents contents) : m_folder(machineFolder() + QString
     for (const char *part : {"upper", "work", "root"}) {
         QDir(m_folder).mkdir(QString::fromLatin1(part));
     }
+    if (contents == Contents::WithOurPackages) {
+        unpackInstalled(m_folder + QStringLiteral("/upper"));
+    }
     const QByteArray encoded = QFile::encodeName(m_folder);
     mountOrDie("overlay",
                path(),
                "overlay",
-               "lowerdir=" + lowerFolders(contents) + ",upperdir=" + encoded + "/upper,workdir=" + encoded + "/work");
+               "lowerdir=" + QFile::encodeName(machineFolder()) + "/base,upperdir=" + encoded
+                   + "/upper,workdir=" + encoded + "/work");
 }
 
 MachineRoot::~MachineRoot()
