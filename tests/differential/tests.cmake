@@ -8,6 +8,6 @@ add_library(differentialsupport STATIC
 target_link_libraries(differentialsupport PUBLIC policies testsupport)
 target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_SOURCE_DIR}/differential")
 
-add_unit_test(differential/ReadingTest SANDBOX LIBRARIES differentialsupport)
-add_unit_test(differential/RewritingTest SANDBOX LIBRARIES differentialsupport pamtestsupport)
-add_unit_test(differential/RealToolsTest SANDBOX LIBRARIES differentialsupport)
+add_unit_test(differential/ReadingTest SANDBOX COST 75 LIBRARIES differentialsupport)
+add_unit_test(differential/RewritingTest SANDBOX COST 55 LIBRARIES differentialsupport pamtestsupport)
+add_unit_test(differential/RealToolsTest SANDBOX COST 45 LIBRARIES differentialsupport)

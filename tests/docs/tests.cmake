@@ -2,4 +2,4 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
 add_bus_test(docs/ManualPagesTest LIBRARIES settings)
-add_bus_test(docs/SchemaTest)
+add_bus_test(docs/SchemaTest COST 40)

@@ -22,11 +22,14 @@ target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus PRIV
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
-foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest FaultsTest InstallationTest ManyClientsTest PamTest
-                      PromptTest ReportTest StreamsTest UndoTest WaitingTest)
+foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest PamTest
+                      PromptTest ReportTest StreamsTest)
     add_bus_test(endtoend/${name})
 endforeach()
 target_link_libraries(ClientTest PRIVATE client)
+add_bus_test(endtoend/FaultsTest COST 34)
+add_bus_test(endtoend/UndoTest COST 76)
+add_bus_test(endtoend/WaitingTest COST 100)
 
 add_dependencies(WaitingTest impatientclient)
 target_compile_definitions(WaitingTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:impatientclient>")
@@ -35,5 +38,5 @@ target_compile_definitions(WaitingTest PRIVATE IMPATIENT_CLIENT="$<TARGET_FILE:i
 if(VENDOR_PREFIX STREQUAL "org.accountpolicies")
     add_test(NAME endtoend/OtherVendor
              COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/endtoend/other-vendor ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/other-vendor)
-    set_tests_properties(endtoend/OtherVendor PROPERTIES TIMEOUT 1200)
+    set_tests_properties(endtoend/OtherVendor PROPERTIES LABELS unsanitized COST 50 TIMEOUT 1200)
 endif()

@@ -7,7 +7,7 @@ add_unit_test(engine/LineWalkTest LIBRARIES engine)
 add_unit_test(engine/ErrorTextTest LIBRARIES engine)
 add_unit_test(engine/FileReadingTest LIBRARIES engine)
 add_unit_test(engine/FileRewritingTest SANDBOX LIBRARIES engine)
-add_unit_test(engine/CommandRunnerTest SANDBOX LIBRARIES engine)
+add_unit_test(engine/CommandRunnerTest SANDBOX COST 31 LIBRARIES engine)
 add_unit_test(engine/CommandTest LIBRARIES engine)
 # how long a command may take is told to these
 target_link_options(CommandTest PRIVATE -Wl,--wrap=_ZN8QProcess14waitForStartedEi,--wrap=_ZN8QProcess15waitForFinishedEi)

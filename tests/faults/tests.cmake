@@ -10,4 +10,5 @@ target_link_libraries(writeonce PRIVATE policies)
 add_test(NAME faults/Writing COMMAND ${SANDBOX} -- ${DIE_AND_STARVE} $<TARGET_FILE:writeonce>)
 add_test(NAME faults/Helper
          COMMAND ${SANDBOX} --install ${PROJECT_BINARY_DIR} --bus -- ${DIE_AND_STARVE} --helper $<TARGET_FILE:buscaller>)
-set_tests_properties(faults/Writing faults/Helper PROPERTIES TIMEOUT 900)
+set_tests_properties(faults/Writing PROPERTIES LABELS unsanitized COST 80 TIMEOUT 900)
+set_tests_properties(faults/Helper PROPERTIES LABELS unsanitized COST 30 TIMEOUT 900)

@@ -8,4 +8,4 @@ target_link_libraries(loadclient PRIVATE client)
 add_test(NAME load/Actions
          COMMAND ${SANDBOX} --install ${PROJECT_BINARY_DIR} --bus -- ${CMAKE_CURRENT_SOURCE_DIR}/load/load 2000
                  $<TARGET_FILE:loadclient>)
-set_tests_properties(load/Actions PROPERTIES TIMEOUT 900)
+set_tests_properties(load/Actions PROPERTIES LABELS unsanitized COST 50 TIMEOUT 900)

@@ -9,18 +9,19 @@ target_compile_definitions(machinesupport PRIVATE MACHINE_FOLDER="${MACHINE_FOLD
 
 # What the tests below stand on: a machine's root, and the packages. If it can't be made, they fail.
 add_test(NAME machine/prepare COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/prepare ${MACHINE_FOLDER})
-set_tests_properties(machine/prepare PROPERTIES FIXTURES_SETUP machine TIMEOUT 1800)
+set_tests_properties(machine/prepare PROPERTIES FIXTURES_SETUP machine LABELS unsanitized COST 140 TIMEOUT 1800)
 
 # what is installed, once more: here not by cmake but as packages
 add_test(NAME machine/InstallationTest
          COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/with-packages ${MACHINE_FOLDER}/packages
                  ${SANDBOX} --bus -- $<TARGET_FILE:InstallationTest>)
-set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine TIMEOUT 600)
+set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine LABELS unsanitized TIMEOUT 600)
 
 foreach(name IN ITEMS MachineTest PackageTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)
     add_test(NAME machine/${name} COMMAND ${name})
     # one at a time: each has its machine in the same place
-    set_tests_properties(machine/${name} PROPERTIES FIXTURES_REQUIRED machine TIMEOUT 1800 RESOURCE_LOCK machine)
+    set_tests_properties(machine/${name} PROPERTIES FIXTURES_REQUIRED machine RESOURCE_LOCK machine LABELS unsanitized
+                                                    TIMEOUT 1800)
 endforeach()

@@ -10,7 +10,7 @@ add_library(pamtestsupport STATIC
 target_link_libraries(pamtestsupport PUBLIC policies testsupport)
 add_unit_test(policies/PolicyTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamPolicyTest LIBRARIES policies pamtestsupport)
-add_unit_test(policies/pam/PamUpdateTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamUpdateTasksTest SANDBOX COUNT_FINISH COST 62 LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamReadTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/files/SettingsFileTest LIBRARIES policies)
 add_unit_test(policies/expiration/ExpirationFilesTest LIBRARIES policies)
@@ -21,7 +21,7 @@ add_unit_test(policies/complexity/LocalPolicyPasswordComplexityUpdateTaskTest SA
 add_unit_test(policies/expiration/LocalPolicyPasswordExpirationReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/expiration/LocalUserPolicyPasswordExpirationReadTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
-add_unit_test(policies/expiration/LocalUserPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
+add_unit_test(policies/expiration/LocalUserPolicyPasswordExpirationUpdateTaskTest SANDBOX COUNT_FINISH COST 31 LIBRARIES policies pamtestsupport)
 # taken for a name service of the system by the test that puts it there
 add_library(aliasservice MODULE policies/expiration/aliasservice.cpp)
 target_compile_definitions(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE
