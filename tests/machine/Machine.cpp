@@ -6,7 +6,6 @@
 #include "tests/support/Files.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
@@ -21,10 +20,15 @@ namespace
 constexpr int superuser = 0;
 constexpr int bootLimit = 90000; // ms
 
-void mountOrDie(const char *source, const QString &target, const char *type, const QByteArray &options)
+QStringList words(const char *line)
 {
-    if (mount(source, QFile::encodeName(target).constData(), type, 0, options.constData()) != 0) {
-        qFatal("cannot mount %s on %s: %s", source, qPrintable(target), std::strerror(errno));
+    return QString::fromLatin1(line).split(QLatin1Char(' '));
+}
+
+void mountOrDie(const char *type, const QString &target, const QByteArray &options)
+{
+    if (mount(type, QFile::encodeName(target).constData(), type, 0, options.constData()) != 0) {
+        qFatal("cannot mount %s on %s: %s", type, qPrintable(target), std::strerror(errno));
     }
 }
 
@@ -38,69 +42,72 @@ void separateMounts()
     }
 }
 
-/// What installing our packages changed on the machine's root, once more.
-void unpackInstalled(const QString &upper)
+void runOrDie(const QString &program, const QStringList &arguments)
 {
-    const ProgramResult unpacked = runAs(superuser,
-                                         QStringLiteral("tar"),
-                                         {QStringLiteral("--directory=") + upper,
-                                          QStringLiteral("--xattrs"),
-                                          QStringLiteral("--xattrs-include=*"),
-                                          QStringLiteral("--extract"),
-                                          QStringLiteral("--file=%1/installed.tar").arg(machineFolder())});
-    if (unpacked.exitCode != 0) {
-        qFatal("cannot unpack what was installed: %s", unpacked.standardError.constData());
+    const ProgramResult result = runAs(superuser, program, arguments);
+    if (result.exitCode != 0) {
+        qFatal("%s failed: %s", qPrintable(program), result.standardError.constData());
     }
 }
 
 /// Ends the test program with one line. The last thing that the console said is most often the reason; all of it is kept.
 [[noreturn]] void endWithoutMachine(const QByteArray &console)
 {
-    const QString file = machineFolder() + QStringLiteral("/console.log");
+    const QString file = machineFile(QStringLiteral("console.log"));
     writeContent(file, console);
     qFatal("systemd-nspawn cannot boot a machine here: %s (its console: %s)",
            console.trimmed().split('\n').constLast().trimmed().constData(),
            qPrintable(file));
 }
 
-QStringList shell(const QString &script)
+QStringList shell(const QByteArray &script)
 {
-    return {QStringLiteral("/usr/bin/env"),
-            QStringLiteral("-i"),
-            QStringLiteral("PATH=/usr/sbin:/usr/bin:/sbin:/bin"),
-            QStringLiteral("HOME=/root"),
-            QStringLiteral("LC_ALL=C.UTF-8"),
-            QStringLiteral("DEBIAN_FRONTEND=noninteractive"),
-            QStringLiteral("/bin/sh"),
-            QStringLiteral("-c"),
-            script};
+    return words("/usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 "
+                 "DEBIAN_FRONTEND=noninteractive /bin/sh -c")
+        << QString::fromUtf8(script);
 }
+
+const char addAccounts[] = R"SHELL(set -e
+useradd -m -s /bin/bash -G sudo admin; useradd -m -s /bin/bash guest
+printf '%s:PASSWORD\n' root admin guest | chpasswd -c SHA512
+for home in /root /home/admin /home/guest; do
+    echo 'PS1="ready> "; bind "set enable-bracketed-paste off"; TERM=dumb' >$home/.bashrc
+    touch $home/.hushlogin
+done)SHELL";
 }
 
 const QByteArray Machine::password = "Kw7-zR4q-Tm2xBv9";
 
-QString machineFolder()
+QString machineFile(const QString &name)
 {
-    return QStringLiteral(MACHINE_FOLDER);
+    return QDir::cleanPath(QStringLiteral(MACHINE_FOLDER "/") + name);
 }
 
-MachineRoot::MachineRoot(Contents contents) : m_folder(machineFolder() + QStringLiteral("/run"))
+QByteArray described(const ProgramResult &result)
+{
+    return QByteArray::number(result.exitCode) + ": " + result.standardOutput + result.standardError;
+}
+
+MachineRoot::MachineRoot(Contents contents) : m_folder(machineFile(QStringLiteral("run")))
 {
     separateMounts();
     QDir().mkpath(m_folder);
-    mountOrDie("tmpfs", m_folder, "tmpfs", "mode=755");
-    for (const char *part : {"upper", "work", "root"}) {
-        QDir(m_folder).mkdir(QString::fromLatin1(part));
+    mountOrDie("tmpfs", m_folder, "mode=755");
+    const QDir folder(m_folder);
+    for (const QString &part : words("upper work root")) {
+        folder.mkdir(part);
     }
     if (contents == Contents::WithOurPackages) {
-        unpackInstalled(m_folder + QStringLiteral("/upper"));
+        runOrDie(QStringLiteral("tar"),
+                 words("--xattrs --xattrs-include=* --extract --file")
+                     << machineFile(QStringLiteral("installed.tar")) << QStringLiteral("--directory")
+                     << folder.filePath(QStringLiteral("upper")));
     }
-    const QByteArray encoded = QFile::encodeName(m_folder);
+    const QByteArray place = QFile::encodeName(m_folder);
     mountOrDie("overlay",
                path(),
-               "overlay",
-               "lowerdir=" + QFile::encodeName(machineFolder()) + "/base,upperdir=" + encoded
-                   + "/upper,workdir=" + encoded + "/work");
+               "lowerdir=" + QFile::encodeName(machineFile(QStringLiteral("base"))) + ",upperdir=" + place
+                   + "/upper,workdir=" + place + "/work");
 }
 
 MachineRoot::~MachineRoot()
@@ -109,51 +116,41 @@ MachineRoot::~MachineRoot()
     umount2(QFile::encodeName(m_folder).constData(), MNT_DETACH);
 }
 
-QString MachineRoot::path() const
+QString MachineRoot::path(const QByteArray &file) const
 {
-    return m_folder + QStringLiteral("/root");
+    return m_folder + QStringLiteral("/root") + QFile::decodeName(file);
 }
 
-QString MachineRoot::file(const QString &path) const
+QByteArray MachineRoot::read(const QByteArray &file) const
 {
-    return this->path() + path;
+    return contentOf(path(file));
 }
 
-ProgramResult MachineRoot::run(const QString &script) const
+bool MachineRoot::has(const QByteArray &file) const
 {
-    return runAs(superuser, QStringLiteral("chroot"), QStringList{path()} + shell(script));
+    return QFile::exists(path(file));
+}
+
+QByteArray MachineRoot::run(const QByteArray &script) const
+{
+    return described(runAs(superuser, QStringLiteral("chroot"), QStringList{path()} + shell(script)));
 }
 
 Machine::Machine(MachineRoot::Contents contents) : m_root(contents)
 {
-    const ProgramResult accounts =
-        m_root.run(QStringLiteral("set -e\n"
-                                  "useradd -m -s /bin/bash -G sudo admin; useradd -m -s /bin/bash guest\n"
-                                  "printf '%s:%1\\n' root admin guest | chpasswd -c SHA512\n"
-                                  "for home in /root /home/admin /home/guest; do\n"
-                                  "echo 'PS1=\"ready> \"; bind \"set enable-bracketed-paste off\"; TERM=dumb' "
-                                  ">$home/.bashrc\n"
-                                  "touch $home/.hushlogin\n"
-                                  "done")
-                       .arg(QString::fromLatin1(password)));
-    if (accounts.exitCode != 0) {
-        qFatal("cannot add accounts: %s", accounts.standardError.constData());
-    }
-    m_console = std::make_unique<PseudoTerminal>(superuser,
-                                                 QStringLiteral("systemd-nspawn"),
-                                                 QStringList{QStringLiteral("--quiet"),
-                                                             QStringLiteral("--directory=") + m_root.path(),
-                                                             QStringLiteral("--register=no"),
-                                                             QStringLiteral("--keep-unit"),
-                                                             QStringLiteral("--private-network"),
-                                                             QStringLiteral("--boot")});
+    runOrDie(QStringLiteral("chroot"),
+             QStringList{m_root.path()} + shell(QByteArray(addAccounts).replace("PASSWORD", password)));
+    m_console = std::make_unique<PseudoTerminal>(
+        superuser,
+        QStringLiteral("systemd-nspawn"),
+        words("--quiet --register=no --keep-unit --private-network --boot --directory") << m_root.path());
     if (!m_console->waitFor("login: ", bootLimit)) {
         endWithoutMachine(m_console->output());
     }
     const QString parent = QString::number(m_console->process());
     m_leader = QString::fromLatin1(
         runAs(superuser, QStringLiteral("pgrep"), {QStringLiteral("-P"), parent}).standardOutput.trimmed());
-    run(QStringLiteral("systemctl is-system-running --wait"));
+    run("systemctl is-system-running --wait");
 }
 
 Machine::~Machine()
@@ -168,25 +165,19 @@ const MachineRoot &Machine::root() const
     return m_root;
 }
 
-ProgramResult Machine::run(const QString &script) const
+QByteArray Machine::run(const QByteArray &script) const
 {
-    return runAs(superuser, QStringLiteral("nsenter"), entered(script));
+    return described(runAs(superuser, QStringLiteral("nsenter"), entered(script)));
 }
 
-std::unique_ptr<PseudoTerminal> Machine::onTerminal(const QString &script) const
+std::unique_ptr<PseudoTerminal> Machine::onTerminal(const QByteArray &script) const
 {
     return std::make_unique<PseudoTerminal>(superuser, QStringLiteral("nsenter"), entered(script));
 }
 
-QStringList Machine::entered(const QString &script) const
+QStringList Machine::entered(const QByteArray &script) const
 {
-    return QStringList{QStringLiteral("--target"),
-                       m_leader,
-                       QStringLiteral("--all"),
-                       QStringLiteral("--root"),
-                       QStringLiteral("--wd"),
-                       QStringLiteral("--")}
-    + shell(script);
+    return QStringList{QStringLiteral("--target"), m_leader} + words("--all --root --wd --") + shell(script);
 }
 
 PseudoTerminal *Machine::console()
@@ -194,13 +185,12 @@ PseudoTerminal *Machine::console()
     return m_console.get();
 }
 
-bool Machine::logIn(const QByteArray &account)
+bool answerPassword(PseudoTerminal *terminal, const QByteArray &password)
 {
-    m_console->type(account + '\r');
-    if (!m_console->waitFor("Password: ")) {
+    if (!terminal->waitFor("Password: ")) {
         return false;
     }
-    QThread::msleep(300); // until login(1) has thrown away what was typed too early
-    m_console->type(password + '\r');
-    return m_console->waitFor("ready> ");
+    QThread::msleep(300); // until what was typed too early has been thrown away
+    terminal->type(password + '\r');
+    return true;
 }

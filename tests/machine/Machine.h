@@ -10,11 +10,15 @@
 
 #include <memory>
 
-/// The prepared folder with the machine's parts, see the script "prepare".
-QString machineFolder();
+/// A file of the prepared folder with the machine's parts, see the script "prepare"; the folder itself for none.
+QString machineFile(const QString &name = QString());
+
+/// How a program ended, in one text: its exit code, ": ", and all that it printed.
+QByteArray described(const ProgramResult &result);
 
 /**
- * A root folder of a Debian machine whose changes are gone when this object ends.
+ * A root folder of a Debian machine whose changes are gone when this object ends. Files are named by the machine's own
+ * paths.
  */
 class MachineRoot
 {
@@ -24,11 +28,13 @@ public:
     explicit MachineRoot(Contents contents);
     ~MachineRoot();
 
-    QString path() const;
-    /// The same file as the machine's own @p path.
-    QString file(const QString &path) const;
-    /// Runs a shell script there, by chroot(8), as root.
-    ProgramResult run(const QString &script) const;
+    /// Where this machine has that file.
+    QString path(const QByteArray &file = QByteArray()) const;
+    QByteArray read(const QByteArray &file) const;
+    bool has(const QByteArray &file) const;
+
+    /// Runs a shell script there, by chroot(8), as root; how it ended, as described().
+    QByteArray run(const QByteArray &script) const;
 
 private:
     Q_DISABLE_COPY(MachineRoot)
@@ -51,24 +57,24 @@ public:
 
     const MachineRoot &root() const;
 
-    /// Runs a shell script as root, in no session of the machine's.
-    ProgramResult run(const QString &script) const;
+    /// Runs a shell script as root, in no session of the machine's; how it ended, as described().
+    QByteArray run(const QByteArray &script) const;
 
     /// Runs a shell script as root, on a terminal of its own.
-    std::unique_ptr<PseudoTerminal> onTerminal(const QString &script) const;
+    std::unique_ptr<PseudoTerminal> onTerminal(const QByteArray &script) const;
 
     /// The machine's console, where people log in.
     PseudoTerminal *console();
 
-    /// Logs in on the console; false if that fails.
-    bool logIn(const QByteArray &account);
-
 private:
     Q_DISABLE_COPY(Machine)
 
-    QStringList entered(const QString &script) const;
+    QStringList entered(const QByteArray &script) const;
 
     MachineRoot m_root;
     std::unique_ptr<PseudoTerminal> m_console;
     QString m_leader;
 };
+
+/// Types the password after the next time that the terminal asks for one; false if it doesn't ask.
+bool answerPassword(PseudoTerminal *terminal, const QByteArray &password = Machine::password);

@@ -17,6 +17,7 @@ add_test(NAME machine/InstallationTest
                  ${SANDBOX} --bus -- $<TARGET_FILE:InstallationTest>)
 set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine LABELS unsanitized TIMEOUT 600)
 
+# transcripts/ has what to type on a machine, "$ " before each command, and what is seen then
 foreach(name IN ITEMS MachineTest PackageTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)
@@ -25,3 +26,4 @@ foreach(name IN ITEMS MachineTest PackageTest)
     set_tests_properties(machine/${name} PROPERTIES FIXTURES_REQUIRED machine RESOURCE_LOCK machine LABELS unsanitized
                                                     TIMEOUT 1800)
 endforeach()
+target_compile_definitions(MachineTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
