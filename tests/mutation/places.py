@@ -11,6 +11,8 @@ import sys
 
 from clang.cindex import CursorKind, Index, TokenKind
 
+from independence import independent, unordered_lists
+
 Mutant = collections.namedtuple("Mutant", "path start end text kind")
 
 OPERATORS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-",
@@ -26,7 +28,7 @@ def is_pattern(text):
 
 
 def token_mutants(path, tokens):
-    for before, token in zip([None] + tokens, tokens):
+    for before, token, *behind in zip([None] + tokens, tokens, tokens[1:], tokens[2:]):
         start, end = token.extent.start.offset, token.extent.end.offset
         text = token.spelling.encode().decode("latin-1")  # a character for each byte, as offsets count them
         if before is not None and before.spelling in ("include", "default"):
@@ -36,7 +38,7 @@ def token_mutants(path, tokens):
         elif token.kind == TokenKind.KEYWORD and text in ("continue", "break"):
             yield Mutant(path, start, end, "break" if text == "continue" else "continue", "jump")
         elif token.kind == TokenKind.LITERAL and re.fullmatch(r"\d+", text):
-            yield Mutant(path, start, end, str(int(text) + 1), "number")
+            yield Mutant(path, start, end, other_number(text, before, behind), "number")
         elif token.kind == TokenKind.IDENTIFIER and text in ENCODINGS:
             yield Mutant(path, start, end, ENCODINGS[text], "encoding")
         elif token.kind == TokenKind.LITERAL and text.startswith("'"):
@@ -47,6 +49,15 @@ def token_mutants(path, tokens):
             yield Mutant(path, start, end, OPERATORS[text], "operator")
         elif token.kind == TokenKind.PUNCTUATION and text == "!":
             yield Mutant(path, start, end, "", "operator")
+
+
+def other_number(text, before, behind):
+    """One that a test can tell from it; the same where there is none."""
+    if before.spelling in ("<", ">=") and behind[0].spelling in (")", "&&", "||", "?", ";"):
+        return text  # the operator's own mutant is this one
+    if behind[1].spelling == "// ms":
+        return str(2 * int(text)) if int(text) >= 1000 else text  # one more is less than the scheduler's noise
+    return str(int(text) + 1)
 
 
 def text_mutants(path, start, text):
@@ -92,7 +103,7 @@ def statement_mutants(path, statements, source):
         if statement.kind in plain and not source[start:end].startswith(("Q_", "tr(")):
             yield Mutant(path, start, end, "", "removed")
     for left, right in zip(statements, statements[1:]):
-        if left.kind in plain and right.kind in plain:
+        if left.kind in plain and right.kind in plain and not independent(left, right):
             yield from swapped(path, left, right, source, "order")
 
 
@@ -123,8 +134,11 @@ def mutants_of(root, path, arguments):
         sys.exit("clang does not understand %s: %s" % (path, errors[0]))
     source = (root / path).read_bytes().decode("latin-1")
     found = list(token_mutants(path, list(unit.get_tokens(extent=unit.cursor.extent))))
+    unordered = []
     for cursor in walk(unit.cursor, full):
-        found += cursor_mutants(path, cursor, source)
+        unordered += unordered_lists(cursor)
+        if cursor not in unordered:
+            found += cursor_mutants(path, cursor, source)
     return sorted(set(m for m in found if source[m.start:m.end] != m.text))
 
 
