@@ -28,7 +28,8 @@ def is_pattern(text):
 
 
 def token_mutants(path, tokens):
-    for before, token, *behind in zip([None] + tokens, tokens, tokens[1:], tokens[2:]):
+    ahead = tokens[1:] + 2 * tokens[-1:]
+    for before, token, *behind in zip([None] + tokens, tokens, ahead, ahead[1:]):
         start, end = token.extent.start.offset, token.extent.end.offset
         text = token.spelling.encode().decode("latin-1")  # a character for each byte, as offsets count them
         if before is not None and before.spelling in ("include", "default"):
