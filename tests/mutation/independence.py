@@ -11,17 +11,18 @@ import re
 from clang.cindex import CursorKind as Kind
 from clang.cindex import TypeKind
 
-# values of their own: const operations look at them, the others change them and nothing else
+# values: const operations look at them, the others change them and nothing else
 VALUES = re.compile(r"Q(String|ByteArray|Latin1String|Latin1Char|Char|List|StringList|Vector|Map|Hash|Set|Variant|Pair"
                     r"|Json(Object|Array|Value)|Date|Time|DateTime|Flags|StringBuilder)|basic_string")
-# look at what they belong to; connect() and a lambda name what is called by the event loop, or later at least
+# look at what they belong to, or at nothing; connect() and a lambda only name what is called later
 LOOKS = re.compile(r"AbstractTask::(result|values)|TaskResult::(description|state|message)|QProcess::(error|exitCode)"
                    r"|QIODevice::errorString|unique_ptr::(get|operator->)|\w*::(tr|translate|operator[+|]|min|max)"
-                   r"|QObject::connect")
-# change the object that they belong to; what comes of it comes by the event loop, which nothing that is listed here runs
-LATER = re.compile(r"QTimer::(start|stop)|QEventLoop::quit")
-# change what their names say, but for those that go to the disk
-SETTERS = re.compile(r"(?:Q(?!File|Dir|Settings)\w+|AbstractTask|TaskResult)::set([A-Z])(\w+)")
+                   r"|QObject::connect|::close")
+# change what they belong to alone; what comes of a timer or a loop comes when control is back in the event loop
+OWN = re.compile(r"QTimer::(start|stop)|QEventLoop::quit|QFileDevice::close|QDBusArgument::end\w+"
+                 r"|TaskResult::(succeed|fail)")
+# change what their names say, but for those that reach for something outside
+SETTERS = re.compile(r"(?:Q(?!File|Dir|Settings|Socket)\w+|AbstractTask|TaskResult)::set([A-Z])(\w+)")
 # take the elements of a list in any order: these ask for keys, or for the least
 UNORDERED = re.compile(r"Q(Map|Hash|Set|JsonObject)::Q\w+|std::(min|max)")
 
@@ -41,12 +42,12 @@ def independent(left, right):
 
 def unordered_lists(cursor):
     """The braced lists that a call takes in any order."""
-    return parts(cursor) if cursor.kind == Kind.CALL_EXPR and UNORDERED.fullmatch(called_by(cursor)) else []
+    return parts(cursor) if cursor.kind == Kind.CALL_EXPR and UNORDERED.fullmatch(name_of(cursor)) else []
 
 
 def touched(node, runs=True):
     """Paths, each with whether it is changed."""
-    node, children = bare(node), parts(node)
+    children = parts(node)
     if node.kind == Kind.LAMBDA_EXPR and any(c.spelling == "qstring_literal" for c in node.walk_preorder()):
         return  # QStringLiteral
     runs = runs and node.kind != Kind.LAMBDA_EXPR
@@ -54,7 +55,7 @@ def touched(node, runs=True):
     if changed is not None:
         yield changed, True
         children = children[1:]
-    elif is_place(node) or (runs and node.kind == Kind.MEMBER_REF_EXPR and not (children and children[0].kind == Kind.CALL_EXPR)):
+    elif is_place(node) or (runs and node.kind == Kind.MEMBER_REF_EXPR and is_named(children)):
         yield path_of(node), False
         children = [c for c in children if not is_place(c) or c.type.kind == TypeKind.POINTER]
     for child in children:
@@ -63,28 +64,33 @@ def touched(node, runs=True):
 
 def changed_by(node, children):
     """The path of what is changed here, not further below; None if nothing is."""
-    first = next(node.get_tokens()).spelling if node.kind == Kind.UNARY_OPERATOR else "!"
+    sign = next(node.get_tokens()).spelling if node.kind == Kind.UNARY_OPERATOR else "!"
     assigns = node.kind == Kind.BINARY_OPERATOR and any(t.spelling == "=" for t in node.get_tokens())
-    if assigns or node.kind == Kind.COMPOUND_ASSIGNMENT_OPERATOR or (first == "&" and is_place(children[0])):
+    if assigns or node.kind == Kind.COMPOUND_ASSIGNMENT_OPERATOR or (sign == "&" and is_place(children[0])):
         return target(children[0])
-    if node.kind == Kind.CXX_DELETE_EXPR or first not in "!-~&":
+    if node.kind == Kind.CXX_DELETE_EXPR or sign not in "!-~&":
         raise Unknown
     return changed_by_call(node, children) if node.kind == Kind.CALL_EXPR else None
 
 
 def changed_by_call(call, children):
-    name, operation = called_by(call), call.referenced
-    changes = operation and operation.kind == Kind.CXX_METHOD and not operation.is_static_method()
+    name, operation = name_of(call), call.referenced
+    member = operation and operation.kind == Kind.CXX_METHOD and not operation.is_static_method()
     value, setter = VALUES.fullmatch(name.split("::")[0]), SETTERS.fullmatch(name)
-    looks = LOOKS.fullmatch(name) or (children and children[0].kind == Kind.LAMBDA_EXPR)
-    if looks or (value and not (changes and not operation.is_const_method())):
+    literal = children and children[0].kind == Kind.LAMBDA_EXPR
+    if literal or LOOKS.fullmatch(name) or (value and not (member and not operation.is_const_method())):
         return None
-    if not changes or not (value or setter or LATER.fullmatch(name)):
+    if operation and operation.kind == Kind.FUNCTION_DECL and len(children) == 1 and touches_nothing(operation):
+        return None
+    if not member or not (value or setter or OWN.fullmatch(name)):
         raise Unknown
-    path = target(children[0])
-    path = path if is_place(children[0]) else path[:-1]
     key = setter.group(1).lower() + setter.group(2) if setter else name == "QMap::insert" and literal_in(children[1])
-    return path + ((key,) if key else ())
+    path = target(children[0])
+    return (path if is_place(children[0]) else path[:-1]) + ((key,) if key else ())
+
+
+def touches_nothing(function):
+    return function.get_definition() is not None and not list(touched(function.get_definition()))
 
 
 def target(node):
@@ -95,13 +101,14 @@ def target(node):
 
 def path_of(node):
     children = parts(node)
-    if node.kind == Kind.CALL_EXPR and LOOKS.fullmatch(called_by(node)):
+    if node.kind == Kind.CALL_EXPR and LOOKS.fullmatch(name_of(node)):
         return path_of(children[0])
     if node.kind == Kind.MEMBER_REF_EXPR:
         # what a pointer leads to may be this object
-        own = not children or (children[0].type.kind == TypeKind.POINTER and children[0].kind != Kind.CALL_EXPR)
+        own = not children or (children[0].type.kind == TypeKind.POINTER and is_named(children))
         return (() if own else path_of(children[0])) + (node.spelling,)
-    if not is_place(node) or is_reference(node.referenced.type):
+    type = node.referenced.type if is_place(node) else None
+    if type is None or (type.kind == TypeKind.LVALUEREFERENCE and not type.get_pointee().is_const_qualified()):
         raise Unknown
     return (node.spelling,)
 
@@ -111,9 +118,9 @@ def is_place(node):
     return names and node.referenced.kind in (Kind.VAR_DECL, Kind.PARM_DECL, Kind.FIELD_DECL)
 
 
-def is_reference(type):
-    """Not to what is const: nobody changes that meanwhile."""
-    return type.kind == TypeKind.LVALUEREFERENCE and not type.get_pointee().is_const_qualified()
+def is_named(owners):
+    """Whether the object of a member is no call's result; this object has no name, and needs none."""
+    return not any(owner.kind == Kind.CALL_EXPR for owner in owners)
 
 
 def literal_in(node):
@@ -122,17 +129,12 @@ def literal_in(node):
     return next((c.spelling for c in constant.walk_preorder() if c.kind == Kind.STRING_LITERAL), None)
 
 
-def called_by(call):
+def name_of(call):
     called = call.referenced
     return "%s::%s" % (called.semantic_parent.spelling, called.spelling) if called else ""
 
 
-def bare(cursor):
-    """Without conversions and parentheses."""
-    children = list(cursor.get_children())
-    wraps = cursor.kind in (Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR) and len(children) == 1
-    return bare(children[0]) if wraps else cursor
-
-
 def parts(node):
-    return [bare(c) for c in bare(node).get_children()]
+    """The operands, without conversions and parentheses."""
+    wraps = (Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR)
+    return [part for c in node.get_children() for part in (parts(c) if c.kind in wraps else [c])]
