@@ -3,8 +3,8 @@
 
 // The texts that translators see: what lupdate(1) finds in the sources is just what the system says.
 
+#include "tests/support/InterfacePage.h"
 #include "tests/support/Program.h"
-#include "tests/support/Texts.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -58,43 +58,18 @@ QStringList textsOf(const QStringList &folders)
     return lupdate.exitCode == 0 ? textsIn(tsFile) : QStringList{QString::fromLocal8Bit(lupdate.standardError)};
 }
 
+/// Those that docs/interface.md promises.
 QStringList expectedTexts()
 {
-    QStringList all = texts({
-        "LocalPolicyLockoutReadTask: Read default lockout account policy",
-        "LocalPolicyLockoutReadTask: \"%1\" not contain \"pam_tally\"",
-        "LocalPolicyLockoutUpdateTask: Update default lockout account policy",
-        "LocalPolicyLockoutUpdateTask: \"%1\" not contain \"pam_tally\"",
-        "LocalPolicyPasswordComplexityReadTask: Read default password complexity policy",
-        "LocalPolicyPasswordComplexityReadTask: \"%1\" not contain \"pam_cracklib or pam_pwquality\"",
-        "LocalPolicyPasswordComplexityUpdateTask: Update default password complexity policy",
-        "LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_cracklib\"",
-        "LocalPolicyPasswordComplexityUpdateTask: \"%1\" not contain \"pam_pwquality\"",
-        "LocalPolicyPasswordComplexityUpdateTask: Both profiles of supported PAM modules do not exist (%1, %2)",
-        "LocalPolicyPasswordExpirationReadTask: Read default password expiration policy",
-        "LocalPolicyPasswordExpirationUpdateTask: Update default password expiration policy",
-        "LocalPolicyPasswordExpirationUpdateTask: Default password expiration policy will be applied only for new user "
-        "creation",
-        "LocalUserPolicyPasswordExpirationReadTask: Read user password expiration policy",
-        "LocalUserPolicyPasswordExpirationReadTask: Internal error: %1",
-        "LocalUserPolicyPasswordExpirationReadTask: System not use /etc/shadow for this account",
-        "LocalUserPolicyPasswordExpirationUpdateTask: Update user password expiration policy",
-        "QObject: Export to HTML",
-        "QObject: \"%1\" not exists",
-        "QObject: \"%1\" error %2\n%3",
-    });
-    for (const char *context : {"LocalPolicyLockoutUpdateTask",
-                                "LocalPolicyPasswordComplexityUpdateTask",
-                                "LocalUserPolicyPasswordExpirationUpdateTask",
-                                "QObject"}) {
-        for (const char *text : {"Process: \"%1 %2\". Error: %3.\n\"Not started\"",
-                                 "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
-                                 "Process: \"%1 %2\". Exit code: %3.\n\"%4\""}) {
-            all += QLatin1String(context) + QLatin1String(": ") + QLatin1String(text);
+    QStringList texts;
+    for (const QStringList &row : interfaceTable(QStringLiteral("Texts"))) {
+        const QString text = codeIn(row.at(1)).join(QString()).replace(QLatin1String("\\n"), QLatin1String("\n"));
+        for (const QString &context : row.at(0).split(QStringLiteral(", "))) {
+            texts += QStringLiteral("%1: ").arg(context) + text;
         }
     }
-    all.sort();
-    return all;
+    texts.sort();
+    return texts;
 }
 }
 
