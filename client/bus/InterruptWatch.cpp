@@ -10,7 +10,7 @@
 
 namespace
 {
-volatile std::sig_atomic_t writeEnd = -1;
+volatile std::sig_atomic_t writeEnd;
 
 // may be called between any two instructions: only what signal-safety(7) allows
 void noteSignal(int signal)
@@ -18,7 +18,7 @@ void noteSignal(int signal)
     const int before = errno;
     const char byte = static_cast<char>(signal);
     // if the pipe is full, then of earlier interrupts, any of which will do
-    [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, 1);
+    [[maybe_unused]] const ssize_t written = write(writeEnd, &byte, sizeof byte);
     errno = before;
 }
 }
@@ -55,6 +55,6 @@ InterruptWatch::~InterruptWatch()
 bool InterruptWatch::isInterrupted() const
 {
     // nobody reads what the signal has written
-    pollfd watched = {m_pipe[0], POLLIN, 0};
-    return poll(&watched, 1, 0) > 0;
+    pollfd watched = {m_pipe[0], POLLIN, {}};
+    return m_notifier && poll(&watched, 1, 0) > 0;
 }

@@ -24,7 +24,7 @@ public:
 private:
     Q_DISABLE_COPY(InterruptWatch)
 
-    int m_pipe[2] = {-1, -1};
+    int m_pipe[2] = {};
     std::unique_ptr<QSocketNotifier> m_notifier;
     struct sigaction m_beforeInterrupt = {};
     struct sigaction m_beforeTerminate = {};

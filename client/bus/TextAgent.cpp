@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -35,10 +36,10 @@ bool waitForEvent(int descriptor, short event, int limit)
 bool hasSession()
 {
     char *session = nullptr;
-    uid_t user = 0;
+    uid_t user = {};
     const bool found = sd_pid_get_session(0, &session) >= 0
         || (sd_pid_get_owner_uid(0, &user) >= 0 && sd_uid_get_display(user, &session) >= 0);
-    std::free(session);
+    const std::unique_ptr<char, decltype(&std::free)> owner(session, &std::free);
     return found;
 }
 
@@ -93,7 +94,7 @@ TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answ
 {
     // what the agent leaves behind becomes a child of this process
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    int notification[2] = {-1, -1};
+    int notification[2] = {};
     if (pipe(notification) != 0) {
         return;
     }

@@ -37,7 +37,7 @@ bool Terminal::isTerminal() const
 
 void Terminal::write(const QString &text)
 {
-    if (std::fputs(text.toLocal8Bit().constData(), m_stream) < 0 || std::fflush(m_stream) != 0) {
+    if (std::fputs(text.toLocal8Bit().constData(), m_stream) == EOF || std::fflush(m_stream) != 0) {
         noteError();
     }
 }

@@ -7,6 +7,7 @@
 #include "policies/expiration/DayCount.h"
 
 #include <QRegularExpression>
+#include <QSet>
 
 namespace
 {
@@ -71,8 +72,8 @@ QString withUnit(Unit unit, qlonglong number)
 
 bool parseFlag(const QString &text, QVariant *value)
 {
-    static const QStringList yes{QStringLiteral("yes"), QStringLiteral("true"), QStringLiteral("on")};
-    static const QStringList no{QStringLiteral("no"), QStringLiteral("false"), QStringLiteral("off")};
+    static const QSet<QString> yes{QStringLiteral("yes"), QStringLiteral("true"), QStringLiteral("on")};
+    static const QSet<QString> no{QStringLiteral("no"), QStringLiteral("false"), QStringLiteral("off")};
     if (!yes.contains(text) && !no.contains(text)) {
         return false;
     }
@@ -84,7 +85,7 @@ bool parseFlag(const QString &text, QVariant *value)
 bool parseNumber(const QString &text, qlonglong *number)
 {
     static const QRegularExpression form(QStringLiteral("\\A-?[0-9]+\\z"));
-    bool fits = false;
+    bool fits = {};
     *number = text.toLongLong(&fits);
     return fits && form.match(text).hasMatch();
 }
@@ -166,7 +167,7 @@ bool parseSettingText(const Setting &setting, const QString &text, QVariant *val
         *value = setting.never == Never::MinusOne ? QVariant(-1LL) : QVariant();
         return true;
     }
-    qlonglong number = 0;
+    qlonglong number = {};
     if (!parseNumber(text, &number) && (setting.kind != SettingKind::Date || !parseDate(text, &number))) {
         return false;
     }

@@ -56,6 +56,8 @@ def other_number(text, before, behind):
     """One that a test can tell from it; the same where there is none."""
     if before.spelling in ("<", ">=") and behind[0].spelling in (")", "&&", "||", "?", ";"):
         return text  # the operator's own mutant is this one
+    if (before.spelling, behind[0].spelling, behind[1].spelling) == ("[", "]", "="):
+        return text  # an array has room for what it begins with, and more
     if behind[1].spelling == "// ms":
         return str(2 * int(text)) if int(text) >= 1000 else text  # one more is less than the scheduler's noise
     return str(int(text) + 1)
