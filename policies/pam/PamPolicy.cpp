@@ -65,10 +65,12 @@ SearchHint PamPolicy::hint() const
 
 const PamOption *PamPolicy::option(const QString &name) const
 {
-    const auto found = std::find_if(options.cbegin(), options.cend(), [&name](const PamOption &option) {
-        return option.name == name;
-    });
-    return found == options.cend() ? nullptr : &*found;
+    for (const PamOption &managed : options) {
+        if (managed.name == name) {
+            return &managed;
+        }
+    }
+    return nullptr;
 }
 
 QString pamProfilesFolder()
