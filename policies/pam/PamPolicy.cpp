@@ -38,8 +38,8 @@ QString PamPolicy::optionPattern() const
         return one.readingPlace < other.readingPlace;
     });
     QStringList names;
-    for (const PamOption &option : qAsConst(inReadingOrder)) {
-        names += option.name;
+    for (const PamOption &managed : qAsConst(inReadingOrder)) {
+        names += managed.name;
     }
     return QStringLiteral("(%1)=?(%2)?").arg(names.join(QLatin1Char('|')), number);
 }
