@@ -55,17 +55,20 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-QList<pid_t> childrenOf(qint64 process)
+std::vector<pid_t> childrenOf(qint64 process)
 {
-    QList<pid_t> children;
+    std::vector<pid_t> children;
     // whichever of its threads has started them
     const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
-    for (const QString &name : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        for (const QByteArray &child : contentOf(threads.filePath(name + QStringLiteral("/children"))).split(' ')) {
-            children += child.toInt();
+    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        // each with a blank behind it
+        QList<QByteArray> numbers = contentOf(threads.filePath(name + QStringLiteral("/children"))).split(' ');
+        numbers.removeLast();
+        for (const QByteArray &child : qAsConst(numbers)) {
+            children.push_back(child.toInt());
         }
     }
-    children.removeAll(0); // behind the last blank
     return children;
 }
 
@@ -151,9 +154,12 @@ void TextAgent::endQuestion()
  * The processes by which polkit asks for a password: the agent has one for as long as a question is open, and tells
  * nobody about it. If the agent ends first, it is a child of this process, until endQuestion().
  */
-QList<pid_t> TextAgent::questions() const
+std::vector<pid_t> TextAgent::questions() const
 {
-    QList<pid_t> found = childrenOf(m_agent.processId()) + childrenOf(getpid());
+    std::vector<pid_t> found = childrenOf(m_agent.processId());
+    // after those of the agent: what leaves it meanwhile is found here
+    const std::vector<pid_t> own = childrenOf(getpid());
+    found.insert(found.end(), own.cbegin(), own.cend());
     const auto isOther = [this](pid_t process) {
         const QByteArray name = contentOf(QStringLiteral("/proc/%1/comm").arg(process));
         // the agent's own until it has become another program
@@ -175,7 +181,7 @@ void TextAgent::look()
 
 bool TextAgent::isAsking() const
 {
-    return !questions().isEmpty();
+    return !questions().empty();
 }
 
 bool TextAgent::isAnswered() const

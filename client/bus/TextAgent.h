@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <sys/types.h>
+#include <vector>
 
 /**
  * A polkit agent that asks for passwords on the terminal: pkttyagent(1), started for this process.
@@ -41,7 +42,7 @@ private:
     Q_DISABLE_COPY(TextAgent)
 
     void look();
-    QList<pid_t> questions() const;
+    std::vector<pid_t> questions() const;
     void endAgent();
     void endQuestion();
 
