@@ -393,7 +393,7 @@ void HelperRequestTest::tellsWhatCameOfIt()
              row->questions);
     // an answer that comes now, or the next turn
     m_helper.answerAtLast('n');
-    QTest::qWait(50);
+    QTest::qWait(100);
     QCOMPARE(endings, 1);
     const int calls = m_helper.calls();
     // with a pause of 20 ms or more
