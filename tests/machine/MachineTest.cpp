@@ -279,12 +279,12 @@ void MachineTest::tellsInOneLineWhereNoMachineBoots()
                  "#!/bin/sh\necho first\necho 'Failed to do what it should: no reason'\nexit 1\n");
     const ScopedVariable path("PATH", QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
 
-    const ProgramResult run =
+    const ProgramResult ended =
         runAs(root, QCoreApplication::applicationFilePath(), {QStringLiteral("confinesTheHelper")});
 
-    QVERIFY(run.exitCode != 0);
+    QVERIFY(ended.exitCode != 0);
     QByteArrayList told;
-    for (const QByteArray &line : (run.standardOutput + run.standardError).split('\n')) {
+    for (const QByteArray &line : (ended.standardOutput + ended.standardError).split('\n')) {
         if (line.startsWith("QFATAL") || line.contains("first")) {
             told += line;
         }
