@@ -10,8 +10,8 @@
 namespace
 {
 constexpr char commentMark = '#';
-// How much is read at a time. A whole file may be larger than a QByteArray, single lines leave gaps in the heap, and for
-// a larger piece than this, malloc() maps new pages each time instead of using the heap.
+// How much is read at a time. A whole file may be larger than a QByteArray, single lines leave gaps in the heap, and
+// for a larger piece than this, malloc() maps new pages each time instead of using the heap.
 constexpr qint64 pieceSize = 65536;
 
 /// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.

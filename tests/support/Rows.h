@@ -9,9 +9,11 @@
 
 /// A text in a row, which may be written as a literal in UTF-8. It is fetched as a QString.
 struct RowText : QString {
+    // cppcheck-suppress noExplicitConstructor
     RowText(const char *literal) : QString(QString::fromUtf8(literal))
     {
     }
+    // cppcheck-suppress noExplicitConstructor
     RowText(const QString &text) : QString(text)
     {
     }
