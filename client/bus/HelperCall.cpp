@@ -65,6 +65,11 @@ QString HelperCall::name() const
 /// What KAuth's helper side takes: action, caller, details for polkit's prompt, arguments as a data stream.
 QDBusPendingCall HelperCall::send() const
 {
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) {
+        // a call on it would never end
+        return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, QString()));
+    }
     QByteArray encoded;
     QDataStream stream(&encoded, QIODevice::WriteOnly);
     stream << m_arguments;
@@ -72,7 +77,6 @@ QDBusPendingCall HelperCall::send() const
                                                        QStringLiteral("/"),
                                                        QStringLiteral("org.kde.kf5auth"),
                                                        QStringLiteral("performAction"));
-    const QDBusConnection bus = QDBusConnection::systemBus();
     call << m_name << bus.baseService().toUtf8() << QVariantMap() << encoded;
     return bus.asyncCall(call, busLimit);
 }

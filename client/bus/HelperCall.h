@@ -45,7 +45,7 @@ struct HelperAnswer {
  */
 class HelperCall
 {
-    Q_DECLARE_TR_FUNCTIONS(HelperRequest)
+    Q_DECLARE_TR_FUNCTIONS(HelperCall)
 
 public:
     enum class Kind { Read, Write };

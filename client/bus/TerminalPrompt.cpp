@@ -3,7 +3,6 @@
 
 #include "client/bus/TerminalPrompt.h"
 
-#include "client/bus/HelperRequest.h"
 #include "client/bus/TextAgent.h"
 #include "client/output/Terminal.h"
 
@@ -31,7 +30,7 @@ TerminalPrompt::TerminalPrompt(bool mayAsk)
     , m_interrupts([this] {
         Q_EMIT cancelled();
     })
-    , m_waitingLine(HelperRequest::tr("waiting for the helper…"))
+    , m_waitingLine(tr("waiting for the helper…"))
 {
 }
 
