@@ -6,8 +6,8 @@
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
 #include "tests/support/Files.h"
-#include "tests/support/TextRows.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TextRows.h"
 
 namespace
 {

@@ -4,8 +4,8 @@
 #include "client/changes/History.h"
 #include "client/stores/Stores.h"
 #include "tests/support/Files.h"
-#include "tests/support/TextRows.h"
 #include "tests/support/ScopedVariable.h"
+#include "tests/support/TextRows.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDir>

@@ -6,8 +6,8 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/PseudoTerminal.h"
-#include "tests/support/TextRows.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/TextRows.h"
 
 #include <QDir>
 #include <QFile>

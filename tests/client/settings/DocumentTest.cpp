@@ -3,8 +3,8 @@
 
 #include "client/settings/Document.h"
 #include "client/settings/Policies.h"
-#include "tests/support/TextRows.h"
 #include "tests/support/ScopedLatin1.h"
+#include "tests/support/TextRows.h"
 #include "tests/support/TypedMap.h"
 
 namespace
