@@ -42,7 +42,7 @@ bool rewriteFile(const QString &path, RegExpHandler *handler, QString *errorStri
         appendMessage(errorString, missingFileMessage(target));
         return false;
     }
-    QFile temporary(path + QLatin1String(".tmp"));
+    QFile temporary(path + temporarySuffix);
     // the copy gives the temporary file its mode and owner before it holds anything new
     if (!copyFile(path, temporary.fileName(), errorString)) {
         return false;

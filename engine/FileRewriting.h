@@ -7,6 +7,9 @@
 
 class RegExpHandler;
 
+/// What the name of a file's temporary copy has behind the file's own.
+inline constexpr QLatin1String temporarySuffix(".tmp");
+
 /**
  * Rewrites a configuration file through a handler.
  *

@@ -27,8 +27,8 @@ QString keyName()
 /**
  * Whether a tool was refused debconf's database, which apt has.
  *
- * By debconf's words, which it doesn't translate. Its exit status is the same for all its errors; and its lock can't be
- * asked without being taken, and would tell of now, not of then.
+ * By debconf's words, which it doesn't translate: its exit status is the same for all its errors, and its lock would tell
+ * of now, not of then.
  */
 bool tellsOfLock(const QString &message)
 {

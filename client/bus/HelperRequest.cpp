@@ -91,7 +91,7 @@ void HelperRequest::receiveDenial()
     if (m_phase == Phase::Unanswered) {
         finishWith(ExitCode::NotAuthorized,
                    tr("not authorized: nobody has answered the question for a password in time"));
-    } else if (m_phase == Phase::Asked && m_call.kind() == HelperCall::Kind::Read && openPrompt()) {
+    } else if (m_phase == Phase::Asked && m_call.kind() == HelperCall::Kind::Read && !m_polkit && openPrompt()) {
         send(); // an administrator has restricted reading
     } else {
         finishWith(ExitCode::NotAuthorized, tr("not authorized"));
@@ -108,7 +108,7 @@ void HelperRequest::receiveLimit()
         awaitLastAnswer(Phase::Late);
         break;
     case Phase::Prompting:
-        awaitLastAnswer(Phase::Unanswered);
+        awaitLastAnswer(m_prompt->isOpen() ? Phase::Unanswered : Phase::Late);
         break;
     case Phase::Late:
     case Phase::Unanswered:

@@ -7,24 +7,22 @@
 
 /**
  * The person behind a request, who answers polkit's question for a password and may cancel the request.
- *
- * This one is nobody: it opens no place for questions, and polkit asks the session's own agent, if there is one.
  */
 class PasswordPrompt : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Gets ready for polkit's question about an action; false if it won't ask here. Once for each request.
-    virtual bool open(const QString &action);
+    /// Gets ready for polkit's question about an action; false if it won't ask here.
+    virtual bool open(const QString &action) = 0;
     /// Takes the question away: polkit refuses then.
-    virtual void close();
+    virtual void close() = 0;
     /// Whether it was opened, and the question is neither answered nor taken away.
-    virtual bool isOpen() const;
+    virtual bool isOpen() const = 0;
     /// Whether the question stands before the person.
-    virtual bool isAsking() const;
+    virtual bool isAsking() const = 0;
     /// Whether the person has cancelled, even if cancelled() is still to come.
-    virtual bool isCancelled() const;
+    virtual bool isCancelled() const = 0;
 
 Q_SIGNALS:
     void answered();

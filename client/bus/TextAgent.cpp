@@ -104,7 +104,7 @@ TextAgent::TextAgent(std::function<void()> answered) : m_callback(std::move(answ
     fcntl(notification[0], F_SETFD, FD_CLOEXEC);
     m_agent.setProcessChannelMode(QProcess::ForwardedChannels);
     m_agent.setInputChannelMode(QProcess::ForwardedInputChannel);
-    m_agent.start(QStringLiteral("/usr/bin/pkttyagent"), agentArguments(notification[1]));
+    m_agent.start(path(), agentArguments(notification[1]));
     const bool started = m_agent.waitForStarted();
     close(notification[1]);
     if (started) {
@@ -141,6 +141,9 @@ void TextAgent::endQuestion()
 {
     for (const pid_t process : questions()) {
         const int end = openProcess(process);
+        if (end < 0) {
+            continue; // gone already
+        }
         if (!waitForEvent(end, POLLIN, endLimit)) {
             kill(process, SIGKILL); // as Ctrl-C would
             waitForEvent(end, POLLIN, endLimit);
@@ -193,6 +196,11 @@ bool TextAgent::isCutShort()
 {
     m_agent.waitForFinished(0);
     return !isAnswered() && (isAsking() || m_agent.exitStatus() == QProcess::CrashExit);
+}
+
+QString TextAgent::path()
+{
+    return QStringLiteral("/usr/bin/pkttyagent");
 }
 
 bool TextAgent::canAsk()

@@ -12,7 +12,9 @@
 
 /**
  * A polkit agent that asks for passwords on the terminal: pkttyagent(1), started for this process.
- * Ends with this object, and with it what it has started: nobody writes to the terminal afterwards. Where the session has an agent of its own, that one is asked, not this.
+ * Where the session has an agent of its own, that one is asked, not this.
+ *
+ * Ends with this object, and with it what it has started: nobody writes to the terminal afterwards.
  */
 class TextAgent
 {
@@ -31,6 +33,9 @@ public:
     bool isAnswered() const;
     /// Whether a question was left open: polkit doesn't wait for the answer any more, or the agent was ended.
     bool isCutShort();
+
+    /// Where its program is installed.
+    static QString path();
 
     /**
      * Whether it makes sense: the user is not root, whom polkit doesn't ask, and sits at the terminal of this process.

@@ -5,9 +5,11 @@
 
 #include "HelperId.h"
 #include "client/Translation.h"
+#include "client/bus/TextAgent.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/system/PamFiles.h"
+#include "engine/FileRewriting.h"
 #include "policies/expiration/ExpirationFiles.h"
 #include "policies/lockout/LockoutPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
@@ -85,7 +87,7 @@ QVector<Finding> checkFiles()
         checkFile(QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id()),
                   translate("Checkup", "polkit actions"),
                   reinstall()),
-        checkFile(QStringLiteral("/usr/bin/pkttyagent"),
+        checkFile(TextAgent::path(),
                   translate("Checkup", "password prompt for terminals"),
                   translate("Checkup", "apt install polkitd")),
     };
@@ -242,7 +244,8 @@ QVector<Finding> checkLeftovers()
                                   folderOf(loginDefs().path),
                                   folderOf(useraddDefaults().path),
                                   folderOf(lockoutPolicy().stack)}) {
-        const auto names = QDir(folder).entryList({QStringLiteral("*.tmp")}, QDir::Files | QDir::Hidden | QDir::System);
+        const auto names =
+            QDir(folder).entryList({QLatin1Char('*') + temporarySuffix}, QDir::Files | QDir::Hidden | QDir::System);
         for (const QString &name : names) {
             const QString path = folder + QLatin1Char('/') + name;
             const QString remedy = translate("Checkup", "rm %1").arg(path);

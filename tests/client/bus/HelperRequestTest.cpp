@@ -99,13 +99,14 @@ constexpr Case cases[] = {
     {"wrong password",                 'W', "n",   "a",  ' ', ' ', denied,     1,    1},
     {"no password in time",            'W', ".",   "",   'n', 'p', unanswered, 1,    1},
     {"none after it was busy",         'W', "b.",  "",   'n', 'p', unanswered, 2,    1},
+    {"wrong password, not yet known",  'W', ".",   "o",  'n', 'p', denied,     1,    1},
     {"password at the last moment",    'W', ".",   "",   'y', 'p', done,       1,    1},
     {"no password, busy at last",      'W', ".",   "",   'b', 'p', busy,       1,    1},
     {"no password and no answer",      'W', ".",   "",   ' ', 'p', open,       1,    1},
     {"password and no answer",         'W', ".",   "a",  ' ', 'a', open,       1,    1},
     {"password, then a late denial",   'W', ".",   "a",  'n', 'a', denied,     1,    1},
     {"password for reading",           'R', "ny",  "",   ' ', ' ', done,       2,    1},
-    {"wrong password for reading",     'R', "nn",  " a", ' ', ' ', denied,     2,    2},
+    {"wrong password for reading",     'R', "nn",  " a", ' ', ' ', denied,     2,    1},
     {"none in time for reading",       'R', "n.",  "",   'n', 'p', unanswered, 2,    1},
     {"no password for reading",        'r', "n",   "",   ' ', ' ', denied,     1,    1},
     {"polkit ends at the question",    'W', ".",   "q",  ' ', ' ', undecided,  1,    1},
@@ -302,7 +303,7 @@ public:
     void act(char deed)
     {
         m_isAsking = deed == 'q';
-        m_isOpen = m_isOpen && std::strchr("amd", deed) == nullptr;
+        m_isOpen = m_isOpen && std::strchr("amdo", deed) == nullptr;
         m_isCancelled = deed == 's'; // but the signal is late
         m_waits = deed == 'w';
         if (std::strchr("am", deed)) {
