@@ -59,6 +59,7 @@ private Q_SLOTS:
     void throwsChangesAway();
     void showsFilesOfTheMachine();
     void guardsFilesOfTheMachine();
+    void letsEverybodyInWhateverTheCallersUmask();
     void startsWithEmptyRun();
     void hasProcessesOfItsOwn();
     void leavesNoProcessBehind();
@@ -126,6 +127,14 @@ void SandboxTest::guardsFilesOfTheMachine()
              QByteArray("touch: cannot touch '/run/overlay/etc/layer0/sandbox-test': Read-only file system\n"
                         "touch: cannot touch '/run/overlay/usr/layer0/sandbox-test': Read-only file system\n"
                         "touch: cannot touch '/run/overlay/var/layer0/sandbox-test': Read-only file system\n"));
+}
+
+void SandboxTest::letsEverybodyInWhateverTheCallersUmask()
+{
+    const QString script = QStringLiteral("umask 077; " SANDBOX " -- stat --format=%a /etc /usr /var /run /run/tmp");
+
+    QCOMPARE(runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), script}).standardOutput,
+             QByteArray("755\n755\n755\n755\n1777\n"));
 }
 
 void SandboxTest::startsWithEmptyRun()
