@@ -8,3 +8,7 @@ add_unit_test(docs/InterfaceTest SANDBOX LIBRARIES helperobject pamtestsupport)
 target_sources(InterfaceTest PRIVATE support/InterfacePage.cpp)
 target_compile_definitions(InterfaceTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}" COMPILER="${CMAKE_CXX_COMPILER}"
                            INCLUDES="$<JOIN:$<TARGET_PROPERTY:InterfaceTest,INCLUDE_DIRECTORIES>,:>")
+
+add_unit_test(docs/NamedTestsTest)
+target_sources(NamedTestsTest PRIVATE support/InterfacePage.cpp)
+target_compile_definitions(NamedTestsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
