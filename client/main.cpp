@@ -27,7 +27,7 @@ bool openIfClosed(int stream)
     return opened == stream;
 }
 
-/// Where a standard stream was closed, the next file or socket would get its number, and the texts meant for the stream.
+/// Otherwise the next file or socket would get the number of a closed stream, and the texts meant for that.
 bool openClosedStreams()
 {
     // in the order in which free numbers are given out

@@ -27,15 +27,15 @@ public:
     /**
      * Called right after a line has matched; regExp() holds the captures.
      *
-     * @param line null in a read walk. In a rewrite walk the raw line (local 8-bit bytes, line end included), which
-     *             the handler may replace
-     * @return whether @p line now holds the new text of a setting, to which the walk is to add the comment and the line
-     *         end. Ignored in a read walk
+     * @param line null when a file is read. When it is rewritten, the raw line (local 8-bit bytes, line end included),
+     *             which the handler may replace
+     * @return whether @p line now holds a new text, without comment and line end, which are added to it. Doesn't count
+     *         when a file is read
      */
     virtual bool handleLine(QByteArray *line) = 0;
 
     /**
-     * Called once by a rewrite walk, after the last line.
+     * Called once when a file is rewritten, after the last line.
      *
      * @param tail a null array; receives the text to add at the end of the file, line ends included
      * @return whether there is such a text; the default has none

@@ -10,7 +10,7 @@ QVariantMap buildReply(AbstractTask *task)
     const QString error = QStringLiteral("error");
     task->run();
     QVariantMap reply = *task->values();
-    // a notice is dropped: callers learn of failures and of nothing else
+    // a notice stays in the task
     if (task->result().state() == TaskState::Failed) {
         reply.insert(error, true);
         reply.insert(QStringLiteral("description"), task->result().description());

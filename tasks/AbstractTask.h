@@ -12,8 +12,8 @@
 /**
  * One piece of policy work: constructed with its inputs, run once, inspected, destroyed.
  *
- * The values map holds the arguments on entry and the results on exit. It crosses this interface as a raw
- * pointer, here and nowhere else: whoever passes one hands over its ownership.
+ * The values map holds the arguments before the run and the results after it. Whoever passes a map hands over its
+ * ownership, by a raw pointer as nowhere else.
  */
 class AbstractTask
 {
@@ -33,7 +33,7 @@ public:
     /// Nothing calls it yet; every concrete task gives it an empty body.
     virtual void cancel() = 0;
 
-    /// The owned map; null only where a constructor without a map left it so.
+    /// The owned map; null if the task was made without one.
     QVariantMap *values() const;
 
     /// Frees the present map and takes ownership of @p map.

@@ -38,10 +38,9 @@ struct HelperAnswer {
 /**
  * The call of an action of the helper, which can be repeated.
  *
- * This speaks to the helper as KAuth's own client library does, by the method performAction, but waits for the method's
- * answer. The library waits for a broadcast instead: it hands a caller the first reply for its action, even another
- * caller's, and never hears that the helper is at work for somebody else. Besides, a write carries a key of its own,
- * which the helper must send back.
+ * It calls the method performAction, as KAuth's own client library does, but takes the method's answer. The library
+ * waits for a broadcast: it takes the first reply for its action, even another caller's, and never hears that the
+ * helper is at work for somebody else. A write also carries a key of its own, which the helper must send back.
  */
 class HelperCall
 {

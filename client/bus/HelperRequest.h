@@ -24,8 +24,7 @@ struct HelperLimits {
 /**
  * One action of the helper, carried out once: the call is repeated until the helper takes it.
  *
- * Whoever ends a request before finished() may halt the helper: it waits for good for polkit's word on a caller that is
- * gone.
+ * Do not end it before finished(): if polkit is being asked about a caller that goes away, the helper waits for good.
  */
 class HelperRequest : public QObject
 {

@@ -25,7 +25,7 @@ constexpr int registrationLimit = 10000; // ms
 constexpr int endLimit = 5000; // ms
 constexpr int lookPause = 100; // ms
 
-/// Waits for this event, or for the other end's being closed, which comes without being asked for; false if not in time.
+/// Waits for this event, or until the other end is closed; false if neither comes in time.
 bool waitForEvent(int descriptor, short event, int limit)
 {
     pollfd watched = {descriptor, event, 0};

@@ -12,9 +12,9 @@
 
 /**
  * A polkit agent that asks for passwords on the terminal: pkttyagent(1), started for this process.
- * Where the session has an agent of its own, that one is asked, not this.
  *
- * Ends with this object, and with it what it has started: nobody writes to the terminal afterwards.
+ * It ends with this object, and what it has started ends too: nobody writes to the terminal afterwards. Where the
+ * session has an agent of its own, that one is asked, not this.
  */
 class TextAgent
 {
@@ -38,8 +38,8 @@ public:
     static QString path();
 
     /**
-     * Whether it makes sense: the user is not root, whom polkit doesn't ask, and sits at the terminal of this process.
-     * The agent speaks to that one itself; the standard input may come from elsewhere.
+     * Whether there is somebody to ask: the user is not root, whom polkit doesn't ask, and sits at the terminal of this
+     * process. The agent opens the terminal itself, so the standard input may be something else.
      */
     static bool canAsk();
 

@@ -16,8 +16,8 @@ struct Change {
 };
 
 /**
- * Carries the change out, or previews it, and says so: saves the settings as they were, writes, reads back and compares.
- * What was saved goes again where a write has failed and changed nothing.
+ * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and
+ * compares. If the write fails and changes nothing, what was saved is removed.
  *
  * @param dryRun whether only to show the change
  * @return Done only if everything that was asked for is in force

@@ -13,7 +13,7 @@
 struct PolicyReadings {
     /// Of those that could be read, by the name of the policy.
     QMap<QString, Settings> settings;
-    /// Of the others; what concerns several in a row stands here once.
+    /// Of the others; a failure that several in a row share stands here once.
     QVector<Outcome> failures;
 };
 

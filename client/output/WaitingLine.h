@@ -10,8 +10,8 @@
 #include <thread>
 
 /**
- * A line on the terminal that says that something is being waited for, from a second after its construction until its
- * end. Nothing where the standard error is no terminal.
+ * A line on the terminal that says that something is being waited for. It comes a second after construction and goes
+ * at the end. Where the standard error is no terminal, it never comes.
  *
  * It comes from a thread of its own, so that the wait may be one that blocks.
  */

@@ -9,14 +9,14 @@
 #include <QMap>
 
 /**
- * Settings as JSON: flags as booleans, numbers as numbers, dates as "YYYY-MM-DD" (or day counts where the calendar ends),
- * null for what isn't set.
+ * Settings as JSON: flags as booleans, numbers as numbers, dates as "YYYY-MM-DD" (day counts beyond the calendar), null
+ * for what isn't set.
  */
 QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings);
 
 /**
- * Understands settings in that form; dates may be day counts too. Ranges don't matter: what was found on a machine has to
- * be understood.
+ * Understands settings in that form; any date may be a day count. Ranges don't matter: what was found on a machine has
+ * to be understood.
  *
  * @param subject what they are settings of, for messages
  * @param wishes  receives one wish for each key that is there; null is the wish that it isn't set

@@ -51,8 +51,8 @@ struct SettingSchema {
 using Settings = QVariantMap;
 
 /**
- * What somebody wants of some settings: those that it names must have its value, or must not be set where the value is
- * an invalid variant. A setting that it doesn't name may be as it is.
+ * What somebody wants of some settings: the value that each is to have, or an invalid variant if it is not to be set. A
+ * setting that isn't named may be as it is.
  */
 using Wishes = QVariantMap;
 

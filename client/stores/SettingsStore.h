@@ -38,7 +38,7 @@ public:
     virtual QString reasonNotInForce() const;
 
 protected:
-    /// The error for what a task tells, which names what was tried, but not that it failed.
+    /// An error that begins with what failed. What a task tells, which goes on with what was tried, comes below.
     QString readFailure(const QString &told) const;
     QString writeFailure(const QString &told) const;
 };

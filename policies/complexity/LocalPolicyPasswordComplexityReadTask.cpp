@@ -34,7 +34,7 @@ void LocalPolicyPasswordComplexityReadTask::read()
         return;
     }
     if (!handler.found()) {
-        // both names inside one pair of quotes: callers know the text so
+        // both names in one pair of quotes, meant so
         result().fail(tr("\"%1\" not contain \"pam_cracklib or pam_pwquality\"").arg(stack));
         return;
     }

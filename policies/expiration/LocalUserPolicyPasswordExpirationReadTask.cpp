@@ -47,7 +47,7 @@ void LocalUserPolicyPasswordExpirationReadTask::read()
     const passwd *account = getpwnam(name.constData());
     const int accountError = errno;
     if (!account) {
-        // "getpwnum" is meant: callers know the message by this name
+        // "getpwnum", meant so
         const QString failure = lookUpFailure(QStringLiteral("getpwnum() == 0\n%1"), accountError);
         result().fail(tr("Internal error: %1").arg(failure));
         return;

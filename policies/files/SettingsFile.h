@@ -14,12 +14,10 @@ struct FileSetting {
     QString name;
     /// Its key in a values map.
     QString key;
-    /**
-     * The value for the text in the file; invalid where there is nothing to report.
-     * Null for a flag: the name alone, which is true where it stands.
-     */
+    /// The value for the text in the file; invalid where there is nothing to report. Null for a flag, which is true
+    /// where it stands.
     QVariant (*read)(const QString &text);
-    /// The text for an argument; arguments are not validated. Null for a flag, which is written if its argument is true.
+    /// The text for an argument, which is not validated. Null for a flag: that is written if its argument is true.
     QString (*write)(const QVariant &argument);
     /// Ends the line where the setting is added at the end of the file.
     QByteArray appendedLineEnd;

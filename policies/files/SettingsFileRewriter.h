@@ -13,8 +13,7 @@ struct FileSetting;
 /**
  * Writes the settings of one file from the arguments: in place where the file has them, else at its end.
  *
- * A setting whose argument is absent, or false for a flag, loses its line, down to the line's comment: the arguments
- * are all that the file is to say.
+ * A setting whose argument is absent, or false for a flag, is taken away. Of its line the comment stays.
  */
 class SettingsFileRewriter : public RegExpHandler
 {

@@ -32,10 +32,10 @@ void LocalPolicyLockoutReadTask::read()
         return;
     }
     if (!handler.found()) {
-        // names the module's profile, where an administrator would look for it, not the stack that was read
+        // names the profile, not the stack that was read: meant so
         notice = tr("\"%1\" not contain \"pam_tally\"").arg(lockoutPolicy().profiles.constFirst().path());
     }
-    // Succeeded even with a notice: a policy that isn't set is no failure, and the notice is for the task alone
+    // Succeeded even with a notice, which is for the task alone
     result().setMessage(notice);
     result().setState(TaskState::Succeeded);
 }

@@ -64,7 +64,7 @@ struct PamPolicy {
     /// Null for an option that the policy doesn't manage.
     const PamOption *option(const QString &name) const;
 
-    /// modulePattern(), compiled once for the whole process as there is one object for each policy.
+    /// modulePattern(), compiled once.
     QRegularExpression moduleExpression = QRegularExpression(modulePattern());
 };
 

@@ -25,12 +25,11 @@ struct PamPolicyUpdate {
 /**
  * Rewrites the profiles, puts them in force with pam-auth-update(8) and corrects the generated stack.
  *
- * Stops at the first failure and undoes nothing: a profile once rewritten stays so. The outcome is Failed with the
+ * Stops at the first failure; profiles that are rewritten by then stay so. The outcome is Failed with the
  * reason, or Succeeded, then with the notices of rewriting and of the tool as the message.
  *
  * @param update   what to write
- * @param rewriter rebuilds the modules' lines; one for all profiles, so that a module line in an earlier profile
- *                 counts for the later ones too
+ * @param rewriter rebuilds the modules' lines; one for all profiles: a module found in one counts for the later ones
  * @param result   receives the outcome
  */
 void updatePamPolicy(const PamPolicyUpdate &update, PamOptionRewriter *rewriter, TaskResult *result);

@@ -8,11 +8,11 @@
 struct PamPolicy;
 
 /**
- * Makes sure that the lines of a policy's modules in its stack that carry the corrected option carry it once, with the
- * wanted number. Lines that are commented out count too.
+ * Corrects the number of one option in a policy's stack: a line of its modules that has the option then has it once,
+ * with the wanted number. Lines that are commented out count too; lines without the option stay as they are.
  *
- * pam-auth-update(8) merges what was edited by hand in the stack with the profile's options, so that an old number
- * can stand beside the new one. Lines without the option, and lines with just the wanted number, are left alone.
+ * It is needed since pam-auth-update(8) keeps what was edited by hand in the stack: an old number can stand beside the
+ * profile's.
  *
  * The file, UTF-8 text, is written in place, without a copy; if it can't be opened, nothing happens.
  */
