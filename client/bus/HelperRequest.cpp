@@ -27,6 +27,8 @@ int jitteredPause()
 HelperRequest::HelperRequest(HelperCall call, PasswordPrompt *prompt, HelperLimits limits)
     : m_call(std::move(call)), m_prompt(prompt), m_limits(limits)
 {
+    m_again.setSingleShot(true);
+    connect(&m_again, &QTimer::timeout, this, &HelperRequest::send);
     connect(&m_limit, &QTimer::timeout, this, &HelperRequest::receiveLimit);
     connect(m_prompt, &PasswordPrompt::answered, this, &HelperRequest::goOnAfterPrompt);
     connect(m_prompt, &PasswordPrompt::cancelled, this, &HelperRequest::cancel);
@@ -46,9 +48,6 @@ void HelperRequest::start()
 
 void HelperRequest::send()
 {
-    if (m_phase == Phase::Over) {
-        return; // while it waited for its turn
-    }
     m_phase = m_prompt->isOpen() ? Phase::Prompting : Phase::Asked;
     auto *sent = new QDBusPendingCallWatcher(m_call.send(), this);
     connect(sent, &QDBusPendingCallWatcher::finished, this, &HelperRequest::receive);
@@ -83,7 +82,7 @@ void HelperRequest::receiveBusy()
         return;
     }
     m_phase = Phase::Waiting;
-    QTimer::singleShot(jitteredPause(), this, &HelperRequest::send);
+    m_again.start(jitteredPause());
 }
 
 void HelperRequest::receiveDenial()
@@ -184,6 +183,7 @@ void HelperRequest::losePolkit()
 void HelperRequest::finish(const HelperReply &reply)
 {
     m_phase = Phase::Over;
+    m_again.stop();
     m_limit.stop();
     Q_EMIT finished(reply);
 }

@@ -76,6 +76,7 @@ private:
     PasswordPrompt *m_prompt;
     HelperLimits m_limits;
     Phase m_phase = Phase::Waiting;
+    QTimer m_again;
     QTimer m_limit;
     std::unique_ptr<QDBusServiceWatcher> m_polkit;
 };
