@@ -44,8 +44,8 @@ const SettingsFile &loginDefs()
 {
     static const SettingsFile file{
         QStringLiteral("/etc/login.defs"),
-        QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"),
-        SearchHint({"PASS_"}, QStringLiteral(R"((?<!\s)\s*+(?:PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*+-?\d)")),
+        QStringLiteral(R"(\s*)"),
+        QStringLiteral(R"(-?\d+)"),
         QStringLiteral(" "),
         {
             ageingSetting(QStringLiteral("PASS_MAX_DAYS"), QStringLiteral("maxInterval")),
@@ -60,8 +60,8 @@ const SettingsFile &useraddDefaults()
 {
     static const SettingsFile file{
         QStringLiteral("/etc/default/useradd"),
-        QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"),
-        SearchHint({"INACTIVE", "EXPIRE"}, QStringLiteral(R"((?<!\s)\s*+(?:INACTIVE|EXPIRE)\s*+=)")),
+        QStringLiteral(R"(\s*=\s*)"),
+        QStringLiteral(R"(\S*)"),
         QStringLiteral("="),
         {
             {QStringLiteral("INACTIVE"), QStringLiteral("inactiveInterval"), readInt, writeLongLong, "\n"},

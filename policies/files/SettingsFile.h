@@ -26,11 +26,17 @@ struct FileSetting {
 /// A file of settings, one a line: a name, and behind a separator its value.
 struct SettingsFile {
     QString path;
-    /// Capture 1 is a setting's name, capture 2 its text.
-    QString pattern;
-    SearchHint hint;
+    /// What stands between a setting's name and its text when it is read.
+    QString separatorPattern;
+    /// A setting's text when it is read; no "\\s" or "\\d" in brackets, which a hint can't take.
+    QString textPattern;
     /// Stands between name and text when a setting is written.
     QString separator;
     /// In the order in which they are added to a file.
     QVector<FileSetting> settings;
+
+    /// Finds a setting in a line: capture 1 is its name, capture 2 its text.
+    QString pattern() const;
+    /// For the pattern.
+    SearchHint hint() const;
 };

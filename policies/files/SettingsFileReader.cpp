@@ -6,7 +6,7 @@
 #include "policies/files/SettingsFile.h"
 
 SettingsFileReader::SettingsFileReader(const SettingsFile &file, QVariantMap *values)
-    : RegExpHandler(file.pattern, file.hint), m_file(file), m_values(values)
+    : RegExpHandler(file.pattern(), file.hint()), m_file(file), m_values(values)
 {
 }
 

@@ -14,7 +14,7 @@ constexpr quint64 bit(int index)
 }
 
 SettingsFileRewriter::SettingsFileRewriter(const SettingsFile &file, const QVariantMap *arguments)
-    : RegExpHandler(file.pattern, file.hint), m_file(file), m_arguments(arguments)
+    : RegExpHandler(file.pattern(), file.hint()), m_file(file), m_arguments(arguments)
 {
 }
 

@@ -20,7 +20,7 @@ constexpr qlonglong lastDayOfCalendar = 784351576776;
 class Searcher : public RegExpHandler
 {
 public:
-    explicit Searcher(const SettingsFile &file) : RegExpHandler(file.pattern, file.hint)
+    explicit Searcher(const SettingsFile &file) : RegExpHandler(file.pattern(), file.hint())
     {
     }
 
@@ -62,7 +62,7 @@ QString foundByHandler(const Searcher &searcher, const QString &text)
 
 QString foundByPattern(const SettingsFile &file, const QString &text)
 {
-    const QRegExp regExp(file.pattern);
+    const QRegExp regExp(file.pattern());
     return found(regExp, regExp.indexIn(text.trimmed()) != -1);
 }
 
@@ -161,7 +161,7 @@ void ExpirationFilesTest::describesFiles()
 {
     QStringList settings;
     for (const SettingsFile *file : {&loginDefs(), &useraddDefaults()}) {
-        settings += file->path + QLatin1Char(' ') + file->pattern;
+        settings += file->path + QLatin1Char(' ') + file->pattern();
         for (const FileSetting &setting : file->settings) {
             settings += setting.name + file->separator + setting.key + QString::fromLatin1(setting.appendedLineEnd);
         }

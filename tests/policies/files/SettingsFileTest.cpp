@@ -28,8 +28,8 @@ const SettingsFile &sampleFile()
 {
     static const SettingsFile file{
         QString(),
-        QStringLiteral(R"(\s*(colour|loud|size)\s*(?:=\s*(\S*))?)"),
-        SearchHint({"colour", "loud", "size"}),
+        QStringLiteral(R"(\s*=?\s*)"),
+        QStringLiteral(R"(\w*)"),
         QStringLiteral(" = "),
         {
             {QStringLiteral("colour"), QStringLiteral("c"), readText, writeText, "\n"},
