@@ -31,6 +31,12 @@ const PamPolicy &complexityPolicy()
             {QStringLiteral("ocredit"), Kind::Number, 8},
         },
         QStringLiteral("minlen"), // corrected in the stack
+        // both names inside one pair of quotes: meant so
+        QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityReadTask",
+                          "\"%1\" not contain \"pam_cracklib or pam_pwquality\""),
+        false, // may not be unset
+        QT_TRANSLATE_NOOP("LocalPolicyPasswordComplexityUpdateTask",
+                          "Both profiles of supported PAM modules do not exist (%1, %2)"),
     };
     return policy;
 }

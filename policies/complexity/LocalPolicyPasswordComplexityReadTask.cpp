@@ -3,8 +3,8 @@
 
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
 
-#include "engine/FileReading.h"
 #include "policies/complexity/ComplexityPolicy.h"
+#include "policies/pam/PamPolicyRead.h"
 
 LocalPolicyPasswordComplexityReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
     : PamOptionReader(complexityPolicy(), values)
@@ -26,17 +26,6 @@ void LocalPolicyPasswordComplexityReadTask::run()
 
 void LocalPolicyPasswordComplexityReadTask::read()
 {
-    const QString stack = complexityPolicy().stack;
     LoginReaderRegExpHandler handler(values());
-    QString message;
-    if (!readFile(stack, &handler, &message)) {
-        result().fail(message);
-        return;
-    }
-    if (!handler.found()) {
-        // both names in one pair of quotes, meant so
-        result().fail(tr("\"%1\" not contain \"pam_cracklib or pam_pwquality\"").arg(stack));
-        return;
-    }
-    result().succeed(message);
+    readPamPolicy(complexityPolicy(), "LocalPolicyPasswordComplexityReadTask", &handler, &result());
 }

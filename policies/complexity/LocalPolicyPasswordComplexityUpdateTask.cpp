@@ -6,11 +6,6 @@
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
-#include <QFile>
-
-#include <algorithm>
-#include <iterator>
-
 namespace
 {
 struct ComplexityUpdateText {
@@ -43,17 +38,6 @@ void LocalPolicyPasswordComplexityUpdateTask::run()
 
 void LocalPolicyPasswordComplexityUpdateTask::update()
 {
-    const PamPolicy &policy = complexityPolicy();
-    QVector<PamProfile> profiles;
-    std::copy_if(
-        policy.profiles.cbegin(), policy.profiles.cend(), std::back_inserter(profiles), [](const PamProfile &profile) {
-            return QFile::exists(profile.path());
-        });
-    if (profiles.isEmpty()) {
-        result().fail(tr("Both profiles of supported PAM modules do not exist (%1, %2)")
-                          .arg(policy.profiles.constFirst().path(), policy.profiles.constLast().path()));
-        return;
-    }
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, profiles, ComplexityUpdateText::commandFailures, values()}, &handler, &result());
+    updatePamPolicy(complexityPolicy(), ComplexityUpdateText::commandFailures, *values(), &handler, &result());
 }

@@ -3,8 +3,8 @@
 
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
-#include "engine/FileReading.h"
 #include "policies/lockout/LockoutPolicy.h"
+#include "policies/pam/PamPolicyRead.h"
 
 LocalPolicyLockoutReadTask::LoginReaderRegExpHandler::LoginReaderRegExpHandler(QVariantMap *values)
     : PamOptionReader(lockoutPolicy(), values)
@@ -26,16 +26,5 @@ void LocalPolicyLockoutReadTask::run()
 void LocalPolicyLockoutReadTask::read()
 {
     LoginReaderRegExpHandler handler(values());
-    QString notice;
-    if (!readFile(lockoutPolicy().stack, &handler, &notice)) {
-        result().fail(notice);
-        return;
-    }
-    if (!handler.found()) {
-        // names the profile, not the stack that was read: meant so
-        notice = tr("\"%1\" not contain \"pam_tally\"").arg(lockoutPolicy().profiles.constFirst().path());
-    }
-    // Succeeded even with a notice, which is for the task alone
-    result().setMessage(notice);
-    result().setState(TaskState::Succeeded);
+    readPamPolicy(lockoutPolicy(), "LocalPolicyLockoutReadTask", &handler, &result());
 }

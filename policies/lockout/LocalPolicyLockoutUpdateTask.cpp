@@ -37,7 +37,6 @@ void LocalPolicyLockoutUpdateTask::run()
 
 void LocalPolicyLockoutUpdateTask::update()
 {
-    const PamPolicy &policy = lockoutPolicy();
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy({policy, policy.profiles, LockoutUpdateText::commandFailures, values()}, &handler, &result());
+    updatePamPolicy(lockoutPolicy(), LockoutUpdateText::commandFailures, *values(), &handler, &result());
 }

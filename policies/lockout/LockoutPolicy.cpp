@@ -26,6 +26,9 @@ const PamPolicy &lockoutPolicy()
             {QStringLiteral("unlock_time"), Kind::Number, 6},
         },
         QStringLiteral("deny"), // corrected in the stack
+        QT_TRANSLATE_NOOP("LocalPolicyLockoutReadTask", "\"%1\" not contain \"pam_tally\""),
+        true, // may be unset
+        nullptr, // its profile must be there
     };
     return policy;
 }

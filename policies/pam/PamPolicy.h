@@ -32,7 +32,7 @@ struct PamProfile {
     QString name;
     /// The module that it configures, without ".so".
     QString module;
-    /// What to say if no line of it names the module, %1 being its path; to be translated by the update task.
+    /// What the update says if no line of it names the module, %1 being its path; untranslated.
     const char *moduleMissing;
 };
 
@@ -50,6 +50,13 @@ struct PamPolicy {
     QVector<PamOption> options;
     /// The number that is corrected in the stack.
     QString correctedOption;
+    /// What reading says of a stack that names none of the modules, %1 being the file to look at; untranslated.
+    const char *modulesMissing;
+    /// Whether the policy is just not set then. If so, the file to look at is the first profile, else the stack.
+    bool mayBeUnset;
+    /// What the update says if there is no profile, %1 and %2 being the paths of the first and the last; untranslated.
+    /// Null if none may be missing.
+    const char *profilesMissing;
 
     /// Finds the lines of the modules; the last capture is the options.
     QString readingPattern() const;

@@ -10,6 +10,7 @@
 #include "tasks/TaskResult.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 namespace
 {
@@ -43,27 +44,55 @@ bool applyProfiles(const CommandFailureTexts &texts, QString *message)
     return false;
 }
 
-bool updateProfiles(const PamPolicyUpdate &update, PamOptionRewriter *rewriter, QString *message)
+/// All of them, or where some may be missing those that are there.
+QVector<PamProfile> profilesToRewrite(const PamPolicy &policy)
 {
-    for (const PamProfile &profile : update.profiles) {
-        if (!rewriteProfile(profile, update.commandTexts.context, rewriter, message)) {
+    if (!policy.profilesMissing) {
+        return policy.profiles;
+    }
+    QVector<PamProfile> profiles;
+    for (const PamProfile &profile : policy.profiles) {
+        if (QFile::exists(profile.path())) {
+            profiles += profile;
+        }
+    }
+    return profiles;
+}
+
+bool updateProfiles(const PamPolicy &policy,
+                    const CommandFailureTexts &texts,
+                    PamOptionRewriter *rewriter,
+                    QString *message)
+{
+    const QVector<PamProfile> profiles = profilesToRewrite(policy);
+    if (profiles.isEmpty()) {
+        *message = QCoreApplication::translate(texts.context, policy.profilesMissing)
+                       .arg(policy.profiles.constFirst().path(), policy.profiles.constLast().path());
+        return false;
+    }
+    for (const PamProfile &profile : profiles) {
+        if (!rewriteProfile(profile, texts.context, rewriter, message)) {
             return false;
         }
     }
-    return applyProfiles(update.commandTexts, message);
+    return applyProfiles(texts, message);
 }
 }
 
-void updatePamPolicy(const PamPolicyUpdate &update, PamOptionRewriter *rewriter, TaskResult *result)
+void updatePamPolicy(const PamPolicy &policy,
+                     const CommandFailureTexts &commandTexts,
+                     const QVariantMap &arguments,
+                     PamOptionRewriter *rewriter,
+                     TaskResult *result)
 {
     QString message;
-    if (!updateProfiles(update, rewriter, &message)) {
+    if (!updateProfiles(policy, commandTexts, rewriter, &message)) {
         result->fail(message);
         return;
     }
-    correctPamStack(update.policy, update.arguments->value(update.policy.correctedOption).toInt());
-    // Succeeded even with a notice, which is for the task alone
-    result->setMessage(message);
+    result->succeed(message);
+    correctPamStack(policy, arguments.value(policy.correctedOption).toInt());
+    // a notice is for the task alone
     result->setState(TaskState::Succeeded);
 }
 

@@ -33,6 +33,9 @@ PamPolicy samplePolicy()
             {QStringLiteral("top_speed"), Kind::Number, 4},
         },
         QStringLiteral("speed"),
+        "neither in %1",
+        false,
+        nullptr,
     };
 }
 
