@@ -4,7 +4,7 @@
 #include "engine/CommandRunner.h"
 
 #include "engine/Command.h"
-#include "engine/ErrorText.h"
+#include "messages/ErrorText.h"
 
 #include <QCoreApplication>
 

@@ -3,9 +3,9 @@
 
 #include "engine/FileReading.h"
 
-#include "engine/ErrorText.h"
 #include "engine/LineWalk.h"
 #include "engine/RegExpHandler.h"
+#include "messages/ErrorText.h"
 
 #include <QFile>
 

@@ -4,8 +4,8 @@
 #include "engine/FileRewriting.h"
 
 #include "engine/CommandRunner.h"
-#include "engine/ErrorText.h"
 #include "engine/LineRewriting.h"
+#include "messages/ErrorText.h"
 
 #include <QFile>
 
@@ -42,7 +42,7 @@ bool rewriteFile(const QString &path, RegExpHandler *handler, QString *errorStri
         appendMessage(errorString, missingFileMessage(target));
         return false;
     }
-    QFile temporary(path + temporarySuffix);
+    QFile temporary(path + QLatin1String(temporarySuffix));
     // the copy gives the temporary file its mode and owner before it holds anything new
     if (!copyFile(path, temporary.fileName(), errorString)) {
         return false;

@@ -8,7 +8,7 @@
 class RegExpHandler;
 
 /// What the name of a file's temporary copy has behind the file's own.
-inline constexpr QLatin1String temporarySuffix(".tmp");
+inline constexpr char temporarySuffix[] = ".tmp";
 
 /**
  * Rewrites a configuration file through a handler.

@@ -3,6 +3,8 @@
 
 #include "tasks/ExportHtmlTask.h"
 
+#include "messages/ErrorText.h"
+
 #include <QFile>
 #include <QObject>
 
@@ -15,8 +17,7 @@ void ExportHtmlTask::run()
 {
     QFile file(values()->value(QStringLiteral("filePath")).toString());
     if (!file.open(QIODevice::WriteOnly)) {
-        result().fail(
-            QObject::tr("\"%1\" error %2\n%3").arg(file.fileName(), QString::number(file.error()), file.errorString()));
+        result().fail(fileErrorMessage(file));
         return;
     }
     // unchecked: only a file that can't be opened is a failure

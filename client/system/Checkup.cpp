@@ -244,8 +244,8 @@ QVector<Finding> checkLeftovers()
                                   folderOf(loginDefs().path),
                                   folderOf(useraddDefaults().path),
                                   folderOf(lockoutPolicy().stack)}) {
-        const auto names =
-            QDir(folder).entryList({QLatin1Char('*') + temporarySuffix}, QDir::Files | QDir::Hidden | QDir::System);
+        const auto names = QDir(folder).entryList({QLatin1Char('*') + QLatin1String(temporarySuffix)},
+                                                  QDir::Files | QDir::Hidden | QDir::System);
         for (const QString &name : names) {
             const QString path = folder + QLatin1Char('/') + name;
             const QString remedy = translate("Checkup", "rm %1").arg(path);

@@ -3,7 +3,7 @@
 
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
 
-#include "engine/ErrorText.h"
+#include "messages/ErrorText.h"
 #include "engine/FileRewriting.h"
 #include "policies/expiration/ExpirationFiles.h"
 

@@ -3,7 +3,7 @@
 
 #include "policies/pam/PamPolicyUpdate.h"
 
-#include "engine/ErrorText.h"
+#include "messages/ErrorText.h"
 #include "engine/FileRewriting.h"
 #include "policies/pam/PamOptionRewriter.h"
 #include "policies/pam/PamStackCorrection.h"

@@ -4,7 +4,6 @@
 add_unit_test(engine/RegExpHandlerTest LIBRARIES engine)
 add_unit_test(engine/SearchHintTest LIBRARIES engine)
 add_unit_test(engine/LineWalkTest LIBRARIES engine)
-add_unit_test(engine/ErrorTextTest LIBRARIES engine)
 add_unit_test(engine/FileReadingTest LIBRARIES engine)
 add_unit_test(engine/FileRewritingTest SANDBOX LIBRARIES engine)
 add_unit_test(engine/CommandRunnerTest SANDBOX COST 31 LIBRARIES engine)

@@ -5,7 +5,7 @@
 # go without precompiled headers, which keeps their includes honest.
 
 function(precompile_product)
-    foreach(target tasks engine policies helperobject settings client)
+    foreach(target messages tasks engine policies helperobject settings client)
         target_precompile_headers(${target} PRIVATE
             <QCoreApplication> <QDateTime> <QDir> <QFile> <QJsonDocument> <QJsonObject> <QProcess> <QRegExp>
             <QRegularExpression> <QStringList> <QVariantMap> <QVector> <algorithm> <functional> <memory>)

@@ -20,8 +20,8 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 WORK = ROOT / "build" / "mutation"
 BUILT = WORK / "built"  # where each copy finds itself
-TREE = ["CMakeLists.txt", "bench", "client", "cmake", "debian", "docs", "engine", "helper", "policies", "scripts",
-        "tasks", "tests"]
+TREE = ["CMakeLists.txt", "bench", "client", "cmake", "debian", "docs", "engine", "helper", "messages", "policies",
+        "scripts", "tasks", "tests"]
 SLOW = 2  # seconds; a test function above that is left to the last round
 FAR_SLOW = 20  # seconds; a test function on the bus above that is left out
 LIMIT = 30  # seconds for one test program, at least; above that the mutant counts as noticed
@@ -176,8 +176,9 @@ class Suite:
     def near(self, path):
         """Those of the folders that can notice something in this file."""
         top = path.split("/")[0]
-        folders = {"tasks": ["tasks", "policies", "helper"], "engine": ["engine", "policies"], "policies": ["policies"],
-                   "helper": ["helper"], "client": ["client"]}[top]
+        folders = {"messages": ["messages", "engine", "tasks"], "tasks": ["tasks", "policies", "helper"],
+                   "engine": ["engine", "policies"], "policies": ["policies"], "helper": ["helper"],
+                   "client": ["client"]}[top]
         tests = [t for t in self.tests.values() if t.name.split("/")[0] in folders and not t.installs]
         return sorted(tests, key=lambda t: nearness(path, t.name))
 

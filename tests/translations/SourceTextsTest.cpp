@@ -84,7 +84,7 @@ private Q_SLOTS:
 
 void SourceTextsTest::areJustTheSystemsOwn()
 {
-    const QString folders = QStringLiteral("tasks engine policies helper tests bench");
+    const QString folders = QStringLiteral("messages tasks engine policies helper tests bench");
 
     QCOMPARE(textsOf(folders.split(QLatin1Char(' '))), expectedTexts());
 }

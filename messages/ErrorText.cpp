@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "engine/ErrorText.h"
+#include "messages/ErrorText.h"
 
 #include <QFileDevice>
 #include <QObject>

@@ -1,0 +1,4 @@
+# SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+# SPDX-License-Identifier: LGPL-2.1-or-later
+
+add_unit_test(messages/ErrorTextTest LIBRARIES messages)
