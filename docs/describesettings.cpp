@@ -34,29 +34,20 @@ QString manualItems(const SettingSchema &schema)
 /// The type of a key on the bus, and what it counts.
 QString busType(const Setting &setting)
 {
+    static const QMap<Unit, QString> units{{Unit::FailedLogins, QStringLiteral("failed logins")},
+                                           {Unit::Seconds, QStringLiteral("seconds")},
+                                           {Unit::Characters, QStringLiteral("characters")},
+                                           {Unit::Credits, QStringLiteral("credits")},
+                                           {Unit::Days, QStringLiteral("days")}};
     switch (setting.kind) {
     case SettingKind::Flag:
         return QStringLiteral("bool");
     case SettingKind::Date:
-        return QStringLiteral("int, days since 1970-01-01");
+        return QStringLiteral("64-bit int, days since 1970-01-01");
     case SettingKind::Number:
         break;
     }
-    switch (setting.unit) {
-    case Unit::None:
-        break;
-    case Unit::FailedLogins:
-        return QStringLiteral("int, failed logins");
-    case Unit::Seconds:
-        return QStringLiteral("int, seconds");
-    case Unit::Characters:
-        return QStringLiteral("int, characters");
-    case Unit::Credits:
-        return QStringLiteral("int, credits");
-    case Unit::Days:
-        return QStringLiteral("int, days");
-    }
-    return QStringLiteral("int");
+    return QLatin1String("int, ") + units.value(setting.unit);
 }
 
 /// The keys in lines of mdoc(7), those of one type after another together.

@@ -141,7 +141,7 @@ void ManualPagesTest::nameEachKeyOnTheBus()
     types.removeDuplicates();
     QCOMPARE(types.join(QStringLiteral("; ")),
              QStringLiteral("bool; int, failed logins; int, seconds; int, characters; int, credits; int, days; "
-                            "int, days since 1970-01-01"));
+                            "64-bit int, days since 1970-01-01"));
 }
 
 void ManualPagesTest::haveExamplesThatWork()
