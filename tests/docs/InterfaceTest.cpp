@@ -3,6 +3,7 @@
 
 // The tables of docs/interface.md: what they promise is what the system does. Its texts are SourceTextsTest's.
 
+#include "client/settings/Policies.h"
 #include "helper/AccountPoliciesHelper.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "tests/policies/pam/PamSystem.h"
@@ -198,13 +199,16 @@ void InterfaceTest::tellsKeysTypesAndTexts()
     const QString policy = QString::fromLatin1(QTest::currentDataTag());
     QStringList texts;
     QStringList entries;
+    QStringList keys;
     for (const QStringList &key : keysOf(policy)) {
+        keys += codeOf(key.at(1));
         texts += codeOf(key.at(3));
         const QString value = key.at(2) == QLatin1String("bool") ? QStringLiteral("true") : QStringLiteral("5");
         entries += QStringLiteral("%1: %2 %3").arg(codeOf(key.at(1)), key.at(2), value);
     }
     entries.sort();
 
+    QCOMPARE(keys, findPolicy(policy)->schema.keys());
     QCOMPARE(writeAll(policy).contains(QStringLiteral("error")), false);
 
     if (profile.isEmpty()) {

@@ -4,7 +4,7 @@
 add_bus_test(docs/ManualPagesTest LIBRARIES settings)
 add_bus_test(docs/SchemaTest COST 40)
 
-add_unit_test(docs/InterfaceTest SANDBOX LIBRARIES helperobject pamtestsupport)
+add_unit_test(docs/InterfaceTest SANDBOX LIBRARIES helperobject settings pamtestsupport)
 target_sources(InterfaceTest PRIVATE support/InterfacePage.cpp)
 target_compile_definitions(InterfaceTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}" COMPILER="${CMAKE_CXX_COMPILER}"
                            INCLUDES="$<JOIN:$<TARGET_PROPERTY:InterfaceTest,INCLUDE_DIRECTORIES>,:>")
