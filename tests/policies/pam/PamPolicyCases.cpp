@@ -145,3 +145,9 @@ void addPamPolicies()
         QTest::newRow(policy.base.constData()) << &policy;
     }
 }
+
+const PamPolicyCase &testedPolicy()
+{
+    QFETCH_GLOBAL(const PamPolicyCase *, policy);
+    return *policy;
+}

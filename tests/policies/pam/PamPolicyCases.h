@@ -51,5 +51,7 @@ Q_DECLARE_METATYPE(const PamPolicyCase *)
 /// One for each module of each policy.
 const QVector<PamPolicyCase> &pamPolicyCases();
 
-/// Has every function of a test run with each of them, as "policy".
+/// Has every function of a test run with each of them.
 void addPamPolicies();
+/// The one that the function runs with.
+const PamPolicyCase &testedPolicy();

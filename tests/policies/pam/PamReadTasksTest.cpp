@@ -8,6 +8,7 @@
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 
@@ -18,19 +19,24 @@ const QString flag2 = QStringLiteral("{flag2}");
 const QString number = QStringLiteral("{number}");
 const QString number2 = QStringLiteral("{number2}");
 
-QStringList outcomeOfReading(const PamPolicyCase &policy)
+void writeStack(const QByteArray &content)
 {
-    return outcomeOfRun(policy.newReadTask().get());
+    writeContent(testedPolicy().stack(), testedPolicy().filled(content));
 }
 
-QStringList success(const PamPolicyCase &policy, const QVariantMap &found)
+QStringList outcomeOfReading()
 {
-    return expectedOutcome(TaskState::Succeeded, QString(), policy.withFlags(found));
+    return outcomeOfRun(testedPolicy().newReadTask().get());
 }
 
-QStringList failure(const PamPolicyCase &policy, const QString &message)
+QStringList success(const QVariantMap &found)
 {
-    return expectedOutcome(TaskState::Failed, message.arg(policy.stack()), policy.withFlags({}));
+    return expectedOutcome(TaskState::Succeeded, QString(), testedPolicy().withFlags(found));
+}
+
+QStringList failure(const QString &message)
+{
+    return expectedOutcome(TaskState::Failed, message.arg(testedPolicy().stack()), testedPolicy().withFlags({}));
 }
 }
 
@@ -41,6 +47,7 @@ class PamReadTasksTest : public QObject
 private Q_SLOTS:
     void initTestCase_data();
     void initTestCase();
+    void init();
 
     void readsOptions_data();
     void readsOptions();
@@ -52,6 +59,9 @@ private Q_SLOTS:
     void overwritesOnlyWhatItReads();
     void readsThroughSymbolicLink();
     void readsAndChangesNoOtherFile();
+
+private:
+    std::unique_ptr<PamSystem> m_system;
 };
 
 void PamReadTasksTest::initTestCase_data()
@@ -64,14 +74,15 @@ void PamReadTasksTest::initTestCase()
     QVERIFY2(inSandbox(), outsideSandbox);
 }
 
+void PamReadTasksTest::init()
+{
+    m_system.reset(); // of the function before
+    m_system = std::make_unique<PamSystem>();
+}
+
 void PamReadTasksTest::readsOptions_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QVariantMap>("found");
-
-    const auto row = [](const char *name, const QByteArray &content, const QVariantMap &found) {
-        QTest::newRow(name) << content << found;
-    };
+    const Rows<QByteArray, QVariantMap> row("content", "found");
     const auto line = [&row](const char *name, const QByteArray &options, const QVariantMap &found) {
         row(name, "stack required {module} " + options + '\n', found);
     };
@@ -82,6 +93,7 @@ void PamReadTasksTest::readsOptions_data()
     const QVariantMap flagged{{flag, true}};
     const QByteArray megabyte(1 << 20, 'x');
 
+    // clang-format off
     row("no options", "stack required {module}\n", none);
     line("usual line", "{number}=3 onerr=fail {number2}=600 {flag}", {{number, 3}, {number2, 600}, {flag, true}});
     line("flag with a number", "{flag}=0", flagged);
@@ -118,8 +130,7 @@ void PamReadTasksTest::readsOptions_data()
     row("white space beyond ASCII", "{module}\xc2\xa0{number}=3\xe2\x80\x83{flag}", {{number, 3}, {flag, true}});
     line("later option wins", "{number}=3 {number}=8", is(8));
     line("later option without number wins", "{number}=3 {number}", is(0));
-    row("later line wins",
-        "{module} {number}=3 {number2}=1 {flag}\n{module} {number}=8 {flag2}\n",
+    row("later line wins", "{module} {number}=3 {number2}=1 {flag}\n{module} {number}=8 {flag2}\n",
         {{number, 8}, {number2, 1}, {flag, true}, {flag2, true}});
     row("earlier flag stays", "{module} {flag}\n{module}\n", flagged);
     line("comment behind the options", "{number}=5 # {number}=9 {flag}", is(5));
@@ -132,8 +143,7 @@ void PamReadTasksTest::readsOptions_data()
         {{number, 3}, {number2, 1}});
     row("NUL byte before the module", QByteArray("a| {module} {number}=3\n{module}\n").replace('|', '\0'), none);
     row("invalid text", "# \xff\n\xfe {module} \xc3 \xff\xfe {number}=3\n", is(3));
-    row("module twice: options behind the first",
-        "{module} {number}=1 {module} {number2}=2\n",
+    row("module twice: options behind the first", "{module} {number}=1 {module} {number2}=2\n",
         {{number, 1}, {number2, 2}});
     row("module with more letters, then the module", "{module}x {number}=3 {module} {flag}\n", flagged);
     row("letters that touch the module", "{module}x {number}=1\n", none);
@@ -147,42 +157,36 @@ void PamReadTasksTest::readsOptions_data()
     row("module at the end of a megabyte", megabyte + "{module} {number}=3", is(3));
     row("other line of a megabyte", megabyte + "\n{module} {number}=3\n", is(3));
     row("ten thousand lines", QByteArray("{module} {number}=3\n").repeated(9999) + "{module} {number}=4\n", is(4));
+    // clang-format on
 }
 
 void PamReadTasksTest::readsOptions()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
     QFETCH(QVariantMap, found);
-    const PamSystem system;
-    writeContent(policy->stack(), policy->filled(content));
-    QCOMPARE(outcomeOfReading(*policy), success(*policy, found));
+    writeStack(content);
+    QCOMPARE(outcomeOfReading(), success(found));
 }
 
 void PamReadTasksTest::readsEachOption()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    const auto found = [policy](const QByteArray &options) {
-        writeContent(policy->stack(), policy->filled(QByteArray("{module}")) + options);
-        return outcomeOfReading(*policy);
+    const auto found = [](const QByteArray &options) {
+        writeStack("{module}" + options);
+        return outcomeOfReading();
     };
-    QCOMPARE(found(policy->options(true, "7")), success(*policy, policy->values(true, 7)));
-    for (const QString &name : policy->flags) {
-        QCOMPARE(found(' ' + name.toLatin1()), success(*policy, {{name, true}}));
+    QCOMPARE(found(testedPolicy().options(true, "7")), success(testedPolicy().values(true, 7)));
+    for (const QString &name : testedPolicy().flags) {
+        QCOMPARE(found(' ' + name.toLatin1()), success({{name, true}}));
     }
-    for (const QString &name : policy->numbers) {
-        QCOMPARE(found(' ' + name.toLatin1() + "=600"), success(*policy, {{name, 600}}));
+    for (const QString &name : testedPolicy().numbers) {
+        QCOMPARE(found(' ' + name.toLatin1() + "=600"), success({{name, 600}}));
     }
 }
 
 void PamReadTasksTest::missesModule_data()
 {
-    QTest::addColumn<QByteArray>("content");
-
-    const auto row = [](const char *name, const QByteArray &content) {
-        QTest::newRow(name) << content;
-    };
+    const Rows<QByteArray> row("content");
+    // clang-format off
     row("empty file", "");
     row("blank lines", " \n\t\n\n");
     row("other modules", "stack required pam_unix.so {number}=3 {flag}\nstack required pam_faillock.so {number}=3\n");
@@ -195,92 +199,82 @@ void PamReadTasksTest::missesModule_data()
     row("module in a comment", "stack required pam_unix.so # {module} {number}=5\n");
     row("module behind a NUL byte", QByteArray("stack|{module} {number}=5\n").replace('|', '\0'));
     row("line of a megabyte", QByteArray(1 << 20, 'x'));
+    // clang-format on
 }
 
 void PamReadTasksTest::missesModule()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
-    const PamSystem system;
-    writeContent(policy->stack(), policy->filled(content));
-    const bool lockout = policy->base == "pam_tally";
+    writeStack(content);
+    const bool lockout = testedPolicy().base == "pam_tally";
     const QByteArray source =
         lockout ? "\"%1\" not contain \"pam_tally\"" : "\"%1\" not contain \"pam_cracklib or pam_pwquality\"";
     const QByteArray context = lockout ? "LocalPolicyLockoutReadTask" : "LocalPolicyPasswordComplexityReadTask";
-    const auto task = policy->newReadTask();
+    const auto task = testedPolicy().newReadTask();
     const RecordingTranslator translator;
 
-    const QString message = QString::fromLatin1('[' + source + ']').arg(lockout ? policy->profile() : policy->stack());
-    QCOMPARE(outcomeOfRun(task.get()),
-             expectedOutcome(lockout ? TaskState::Succeeded : TaskState::Failed, message, policy->withFlags({})));
+    const QString message =
+        QString::fromLatin1('[' + source + ']').arg(lockout ? testedPolicy().profile() : testedPolicy().stack());
+    QCOMPARE(
+        outcomeOfRun(task.get()),
+        expectedOutcome(lockout ? TaskState::Succeeded : TaskState::Failed, message, testedPolicy().withFlags({})));
     QCOMPARE(translator.texts(), QList<TranslatedText>({{context, source}}));
 }
 
 void PamReadTasksTest::failsWithoutFile()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
     // the profile doesn't count
-    writeContent(policy->profile(), policy->filled(QByteArray("{module} {number}=3")));
+    writeContent(testedPolicy().profile(), testedPolicy().filled(QByteArray("{module} {number}=3")));
     const RecordingTranslator translator;
 
-    QCOMPARE(outcomeOfReading(*policy), failure(*policy, QStringLiteral("[\"%1\" not exists]")));
+    QCOMPARE(outcomeOfReading(), failure(QStringLiteral("[\"%1\" not exists]")));
     QCOMPARE(translator.texts().last(), TranslatedText("QObject", "\"%1\" not exists"));
 }
 
 void PamReadTasksTest::failsOnFolder()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    QVERIFY(QDir().mkdir(policy->stack()));
-    QCOMPARE(outcomeOfReading(*policy),
-             failure(*policy, QStringLiteral("\"%1\" error 5\nfile to open is a directory")));
+    QVERIFY(QDir().mkdir(testedPolicy().stack()));
+    QCOMPARE(outcomeOfReading(), failure(QStringLiteral("\"%1\" error 5\nfile to open is a directory")));
 }
 
 void PamReadTasksTest::overwritesOnlyWhatItReads()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    writeContent(policy->stack(), policy->filled(QByteArray("{module} {number}=3\n")));
-    const auto task = policy->newReadTask();
+    writeStack("{module} {number}=3\n");
+    const auto task = testedPolicy().newReadTask();
     const QString other = QStringLiteral("other");
-    task->setValues(
-        new QVariantMap(policy->filled({{flag, true}, {number, QStringLiteral("many")}, {number2, 9}, {other, 1.5}})));
-    QCOMPARE(outcomeOfRun(task.get()), success(*policy, {{number, 3}, {number2, 9}, {other, 1.5}}));
+    task->setValues(new QVariantMap(
+        testedPolicy().filled({{flag, true}, {number, QStringLiteral("many")}, {number2, 9}, {other, 1.5}})));
+    QCOMPARE(outcomeOfRun(task.get()), success({{number, 3}, {number2, 9}, {other, 1.5}}));
 }
 
 void PamReadTasksTest::readsThroughSymbolicLink()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
     const QString target = QStringLiteral("/run/tmp/target");
-    writeContent(target, policy->filled(QByteArray("{module} {number}=3\n")));
-    QVERIFY(QFile::link(target, policy->stack()));
-    QCOMPARE(outcomeOfReading(*policy), success(*policy, {{number, 3}}));
+    writeContent(target, testedPolicy().filled(QByteArray("{module} {number}=3\n")));
+    QVERIFY(QFile::link(target, testedPolicy().stack()));
+    QCOMPARE(outcomeOfReading(), success({{number, 3}}));
 }
 
 void PamReadTasksTest::readsAndChangesNoOtherFile()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    const QByteArray content = policy->filled(QByteArray("{module} {number}=3 {number}=3\n"));
-    const QByteArray other = policy->filled(QByteArray("{module} {number2}=9 {flag}\n"));
+    const QByteArray content = testedPolicy().filled(QByteArray("{module} {number}=3 {number}=3\n"));
+    const QByteArray other = testedPolicy().filled(QByteArray("{module} {number2}=9 {flag}\n"));
     for (const PamPolicyCase &each : pamPolicyCases()) {
         writeContent(each.profile(), other);
         writeContent(each.stack(), other);
     }
-    writeContent(policy->stack(), content);
-    makeOld(policy->stack());
-    const FolderContent profiles = system.profiles();
-    const FolderContent stacks = system.stacks();
-    const qint64 modified = identityOf(policy->stack()).modified;
+    writeContent(testedPolicy().stack(), content);
+    makeOld(testedPolicy().stack());
+    const FolderContent profiles = PamSystem::profiles();
+    const FolderContent stacks = PamSystem::stacks();
+    const qint64 modified = identityOf(testedPolicy().stack()).modified;
 
-    QCOMPARE(outcomeOfReading(*policy), success(*policy, {{number, 3}}));
+    QCOMPARE(outcomeOfReading(), success({{number, 3}}));
 
-    QCOMPARE(system.stacks(), stacks);
-    QCOMPARE(identityOf(policy->stack()).modified, modified);
-    QCOMPARE(system.profiles(), profiles);
-    QCOMPARE(system.toolCalls(), QByteArray());
+    QCOMPARE(PamSystem::stacks(), stacks);
+    QCOMPARE(identityOf(testedPolicy().stack()).modified, modified);
+    QCOMPARE(PamSystem::profiles(), profiles);
+    QCOMPARE(PamSystem::toolCalls(), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(PamReadTasksTest)

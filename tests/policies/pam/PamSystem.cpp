@@ -68,14 +68,14 @@ void makeOld(const QString &path)
     }
 }
 
-PamSystem::PamSystem(int profilesKilobytes, int stacksKilobytes)
+PamSystem::PamSystem()
 {
     if (!QFile::rename(tool(), realTool)) {
         qFatal("cannot put the real pam-auth-update aside");
     }
     QFile::remove(callsFile);
-    m_mounts.push_back(ScopedMount::smallDisk(profilesFolder, profilesKilobytes));
-    m_mounts.push_back(ScopedMount::smallDisk(stacksFolder, stacksKilobytes));
+    m_mounts.push_back(ScopedMount::smallDisk(profilesFolder, 65536));
+    m_mounts.push_back(ScopedMount::smallDisk(stacksFolder, 65536));
     setToolScript({});
 }
 

@@ -43,7 +43,7 @@ void makeOld(const QString &path);
 class PamSystem
 {
 public:
-    explicit PamSystem(int profilesKilobytes = 65536, int stacksKilobytes = 65536);
+    PamSystem();
     ~PamSystem();
 
     /// Path of the profile of that name.

@@ -8,6 +8,7 @@
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/SpacingTranslator.h"
 
@@ -30,72 +31,61 @@ const QByteArray newProfile = head + "required {module} onerr=fail {number}=5\n"
 const QByteArray oldStack("stack required {module} {number}=3 onerr=fail\nstack required pam_unix.so\n");
 const QByteArray newStack("stack required {module}  onerr=fail {number}=5\nstack required pam_unix.so\n");
 
-void writeProfile(const PamPolicyCase &policy, const QByteArray &content = oldProfile)
+void writeProfile(const QByteArray &content = oldProfile)
 {
-    writeContent(policy.profile(), policy.filled(content));
+    writeContent(testedPolicy().profile(), testedPolicy().filled(content));
 }
 
-void writeStack(const PamPolicyCase &policy, const QByteArray &content = oldStack)
+void writeStack(const QByteArray &content = oldStack)
 {
-    writeContent(policy.stack(), policy.filled(content));
+    writeContent(testedPolicy().stack(), testedPolicy().filled(content));
 }
 
-void writeBoth(const PamPolicyCase &policy)
+QStringList outcomeOfUpdate(const QVariantMap &arguments = five)
 {
-    writeProfile(policy);
-    writeStack(policy);
+    return outcomeOfRun(testedPolicy().newUpdateTask(testedPolicy().filled(arguments)).get());
 }
 
-QStringList outcomeOfUpdate(const PamPolicyCase &policy, const QVariantMap &arguments = five)
+QStringList success(const QString &notice = QString(), const QVariantMap &arguments = five)
 {
-    return outcomeOfRun(policy.newUpdateTask(policy.filled(arguments)).get());
+    return expectedOutcome(TaskState::Succeeded, notice, testedPolicy().filled(arguments));
 }
 
-QStringList success(const PamPolicyCase &policy, const QString &notice = QString(), const QVariantMap &arguments = five)
+QStringList failure(const QString &message)
 {
-    return expectedOutcome(TaskState::Succeeded, notice, policy.filled(arguments));
-}
-
-QStringList failure(const PamPolicyCase &policy, const QString &message)
-{
-    return expectedOutcome(TaskState::Failed, message, policy.filled(five));
+    return expectedOutcome(TaskState::Failed, message, testedPolicy().filled(five));
 }
 
 /// "%1" in the names of files is the profile's name.
-FolderContent profilesOf(const PamPolicyCase &policy, const FolderContent &files)
+FolderContent profilesOf(const FolderContent &files)
 {
     FolderContent content;
     for (auto file = files.cbegin(); file != files.cend(); ++file) {
-        content.insert(QString(file.key()).replace(QLatin1String("%1"), policy.profileName),
-                       policy.filled(file.value()));
+        content.insert(QString(file.key()).replace(QLatin1String("%1"), testedPolicy().profileName),
+                       testedPolicy().filled(file.value()));
     }
     return content;
 }
 
-FolderContent profileOf(const PamPolicyCase &policy, const QByteArray &content)
+FolderContent profileOf(const QByteArray &content)
 {
-    return {{policy.profileName, policy.filled(content)}};
+    return profilesOf({{QStringLiteral("%1"), content}});
 }
 
-FolderContent stackOf(const PamPolicyCase &policy, const QByteArray &content)
+FolderContent stackOf(const QByteArray &content)
 {
-    return {{policy.stackName, policy.filled(content)}};
+    return {{testedPolicy().stackName, testedPolicy().filled(content)}};
 }
 
-QString temporary(const PamPolicyCase &policy)
+QString folderOf(const QString &path)
 {
-    return policy.profile() + QLatin1String(".tmp");
+    return QFileInfo(path).path();
 }
 
-/// A way in which a profile can't be rewritten, and what this leaves.
-struct DiskFault {
-    const char *name;
-    int kilobytes;
-    void (*prepare)(const PamPolicyCase &policy, std::vector<ScopedMount> *mounts);
-    /// "%1" is the profile's path.
-    QString message;
-    FolderContent profiles;
-};
+QString temporary()
+{
+    return testedPolicy().profile() + QLatin1String(".tmp");
+}
 
 QString copyFailure(const char *paths, const char *error)
 {
@@ -103,47 +93,51 @@ QString copyFailure(const char *paths, const char *error)
         + QStringLiteral("\". Exit code: 1.\n\"/usr/bin/cp: ") + QLatin1String(error) + QLatin1Char('"');
 }
 
+/// A way in which a profile can't be rewritten, and what this leaves.
+struct DiskFault {
+    const char *name;
+    void (*prepare)(std::vector<ScopedMount> *mounts);
+    /// "%1" is the profile's path.
+    QString message;
+    FolderContent profiles;
+};
+
 const QVector<DiskFault> &diskFaults()
 {
+    using Mounts = std::vector<ScopedMount>;
     const QString profile = QStringLiteral("%1");
     const QString copy = QStringLiteral("%1.tmp");
+    // clang-format off
     static const QVector<DiskFault> faults{
-        {"profile is a folder",
-         65536,
-         [](const PamPolicyCase &policy, std::vector<ScopedMount> *) {
-             QFile::remove(policy.profile());
-             QDir().mkdir(policy.profile());
+        {"profile is a folder", [](Mounts *) {
+             QFile::remove(testedPolicy().profile());
+             QDir().mkdir(testedPolicy().profile());
          },
          copyFailure("%1 %1.tmp", "-r not specified; omitting directory '%1'"),
          {{QStringLiteral("%1/"), QByteArray()}}},
-        {"temporary file can't be made",
-         65536,
-         [](const PamPolicyCase &policy, std::vector<ScopedMount> *mounts) {
-             writeContent(temporary(policy), "left over\n");
-             mounts->push_back(ScopedMount::readOnly(temporary(policy)));
+        {"temporary file can't be made", [](Mounts *mounts) {
+             writeContent(temporary(), "left over\n");
+             mounts->push_back(ScopedMount::readOnly(temporary()));
          },
          copyFailure("%1 %1.tmp", "cannot remove '%1.tmp': Device or resource busy"),
          {{profile, oldProfile}, {copy, "left over\n"}}},
-        {"temporary file is a folder",
-         65536,
-         [](const PamPolicyCase &policy, std::vector<ScopedMount> *) {
-             QDir().mkdir(temporary(policy));
-         },
+        {"temporary file is a folder", [](Mounts *) { QDir().mkdir(temporary()); },
          QStringLiteral("\"%1.tmp\" error 5\nIs a directory"),
          {{profile, oldProfile}, {QStringLiteral("%1.tmp/"), QByteArray()}, {QStringLiteral("%1.tmp/%1"), oldProfile}}},
-        {"profile is read-only",
-         65536,
-         [](const PamPolicyCase &policy, std::vector<ScopedMount> *mounts) {
-             mounts->push_back(ScopedMount::readOnly(policy.profile()));
+        {"profile is read-only", [](Mounts *mounts) {
+             mounts->push_back(ScopedMount::readOnly(testedPolicy().profile()));
          },
          copyFailure("%1.tmp %1", "cannot remove '%1': Device or resource busy"),
          {{profile, oldProfile}, {copy, newProfile}}},
-        {"disk is full",
-         4, // one page: the profile's own
-         [](const PamPolicyCase &, std::vector<ScopedMount> *) {},
+        {"disk is full", [](Mounts *mounts) {
+             // one page: the profile's own
+             mounts->push_back(ScopedMount::smallDisk(folderOf(testedPolicy().profile()), 4));
+             writeProfile();
+         },
          copyFailure("%1 %1.tmp", "error copying '%1' to '%1.tmp': No space left on device"),
          {{profile, oldProfile}, {copy, QByteArray()}}},
     };
+    // clang-format on
     return faults;
 }
 
@@ -151,11 +145,15 @@ const QVector<DiskFault> &diskFaults()
 template<typename Case>
 void addCases(const QVector<Case> &cases)
 {
-    QTest::addColumn<int>("index");
+    const Rows<int> row("index");
     for (int i = 0; i < cases.size(); ++i) {
-        QTest::newRow(cases.at(i).name) << i;
+        row(cases.at(i).name, i);
     }
 }
+
+const QString toolCommand = QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". ");
+
+using UpdateRows = Rows<QVariantMap, QByteArray, QByteArray>;
 }
 
 class PamUpdateTasksTest : public QObject
@@ -165,6 +163,7 @@ class PamUpdateTasksTest : public QObject
 private Q_SLOTS:
     void initTestCase_data();
     void initTestCase();
+    void init();
 
     void rebuildsLineOfProfile_data();
     void rebuildsLineOfProfile();
@@ -194,6 +193,9 @@ private Q_SLOTS:
     void correctsStackThatToolMade();
     void writesStackThroughSymbolicLink();
     void ignoresStackThatCannotBeCorrected();
+
+private:
+    std::unique_ptr<PamSystem> m_system;
 };
 
 void PamUpdateTasksTest::initTestCase_data()
@@ -209,16 +211,17 @@ void PamUpdateTasksTest::initTestCase()
     qputenv("PATH", "/usr/sbin:/usr/bin");
 }
 
+void PamUpdateTasksTest::init()
+{
+    m_system.reset(); // of the function before
+    m_system = std::make_unique<PamSystem>();
+    writeProfile();
+    writeStack();
+}
+
 void PamUpdateTasksTest::rebuildsLineOfProfile_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<QByteArray>("expected");
-
-    const auto row =
-        [](const char *name, const QVariantMap &arguments, const QByteArray &line, const QByteArray &expected) {
-            QTest::newRow(name) << arguments << line << expected;
-        };
+    const UpdateRows row("arguments", "line", "expected");
     const auto options = [&row](const char *name, const char *before, const char *after) {
         row(name, five, QByteArray("{module} ") + before, QByteArray("{module}") + after + " {number}=5");
     };
@@ -228,8 +231,8 @@ void PamUpdateTasksTest::rebuildsLineOfProfile_data()
                               {QStringLiteral("even_{number}_account"), true},
                               {QString(), 1}};
 
-    row("some options",
-        {{number, 5}, {number2, 900}, {flag, true}},
+    // clang-format off
+    row("some options", {{number, 5}, {number2, 900}, {flag, true}},
         "auth required {module} {number}=3 onerr=fail {number2}=10",
         "auth required {module} onerr=fail {flag} {number}=5 {number2}=900");
     options("options that are not asked for go", "{flag} {number}=10 onerr=fail {number2}=-2", " onerr=fail");
@@ -250,19 +253,13 @@ void PamUpdateTasksTest::rebuildsLineOfProfile_data()
     options("names in capitals stay", "{NUMBER}=3 {FLAG}", " {NUMBER}=3 {FLAG}");
     options("same option again", "a a", " a a");
     options("other white space", "a\rb\fc\vd", " a b c d");
-    row("indentation goes, other blanks before the module stay",
-        five,
-        "\t  required \t\t{module}\ta  b\t",
+    row("indentation goes, other blanks before the module stay", five, "\t  required \t\t{module}\ta  b\t",
         "required \t\t{module} a b {number}=5");
-    row("control field in brackets",
-        {},
-        "[success=end default=ignore]\t{module}",
+    row("control field in brackets", {}, "[success=end default=ignore]\t{module}",
         "[success=end default=ignore]\t{module}");
     row("carriage return goes", five, "required {module} {number}=3\r", "required {module} {number}=5");
     row("white space beyond ASCII", five, "{module}\u00a0{number}=3\u2003a", "{module} a {number}=5");
-    row("comment stays behind one tab",
-        five,
-        "{module} {number}=3   # {number}=4  {flag}  ",
+    row("comment stays behind one tab", five, "{module} {number}=3   # {number}=4  {flag}  ",
         "{module} {number}=5\t# {number}=4  {flag}");
     row("comment that touches an option", five, "{module} {number}=3#4", "{module} {number}=5\t#4");
     row("comment with carriage return", five, "{module} # a # b\r", "{module} {number}=5\t# a # b");
@@ -270,29 +267,24 @@ void PamUpdateTasksTest::rebuildsLineOfProfile_data()
     row("empty comment", five, "{module} #", "{module} {number}=5\t#");
     row("invalid text is replaced", five, "\xff {module} a\xff", "\ufffd {module} a\ufffd {number}=5");
     options("text beyond ASCII", "na\u00efve=\U0001f511", " na\u00efve=\U0001f511");
-    row("options before the module stay",
-        five,
-        "{number}=3 {flag} {module} {number}=4",
+    row("options before the module stay", five, "{number}=3 {flag} {module} {number}=4",
         "{number}=3 {flag} {module} {number}=5");
-    options(
-        "module twice: everything up to the last stays", "{number}=1 {module} {number}=2 a", " {number}=1 {module} a");
+    options("module twice: everything up to the last stays", "{number}=1 {module} {number}=2 a",
+        " {number}=1 {module} a");
     row("text that touches the module goes", five, "{module}.old {number}=3 a", "{module} {number}=5");
-    row("text that touches the module, then the module",
-        five,
-        "{module}.old {number}=3 {module} {number}=4 a",
+    row("text that touches the module, then the module", five, "{module}.old {number}=3 {module} {number}=4 a",
         "{module}.old {number}=3 {module} a {number}=5");
+    // clang-format on
 }
 
 void PamUpdateTasksTest::rebuildsLineOfProfile()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QVariantMap, arguments);
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, expected);
-    const PamSystem system;
-    writeProfile(*policy, head + line + "\nend\n");
-    QCOMPARE(outcomeOfUpdate(*policy, arguments), success(*policy, QString(), arguments));
-    QCOMPARE(system.profiles(), profileOf(*policy, head + expected + "\nend\n"));
+    writeProfile(head + line + "\nend\n");
+    QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
+    QCOMPARE(PamSystem::profiles(), profileOf(head + expected + "\nend\n"));
 }
 
 void PamUpdateTasksTest::writesArgumentsOfEveryType_data()
@@ -302,105 +294,89 @@ void PamUpdateTasksTest::writesArgumentsOfEveryType_data()
 
 void PamUpdateTasksTest::writesArgumentsOfEveryType()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(int, index);
     const ArgumentCase argument = argumentCases().at(index);
-    const PamSystem system;
-    writeProfile(*policy);
-    writeStack(*policy, "stack required {module} {number}=99 onerr=fail\n");
-    const QVariantMap arguments = policy->values(argument.value, argument.value);
+    writeStack("stack required {module} {number}=99 onerr=fail\n");
+    const QVariantMap arguments = testedPolicy().values(argument.value, argument.value);
 
-    QCOMPARE(outcomeOfUpdate(*policy, arguments), success(*policy, QString(), arguments));
+    QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
 
     const QByteArray asInt = QByteArray::number(argument.asInt);
-    QCOMPARE(
-        system.profiles(),
-        profileOf(*policy, head + "required {module} onerr=fail" + policy->options(argument.asBool, asInt) + '\n'));
-    QCOMPARE(system.stacks(), stackOf(*policy, "stack required {module}  onerr=fail {number}=" + asInt + '\n'));
+    QCOMPARE(PamSystem::profiles(),
+             profileOf(head + "required {module} onerr=fail" + testedPolicy().options(argument.asBool, asInt) + '\n'));
+    QCOMPARE(PamSystem::stacks(), stackOf("stack required {module}  onerr=fail {number}=" + asInt + '\n'));
 }
 
 void PamUpdateTasksTest::writesEachArgument()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
     // every option is there already, in another order, with others between
-    QByteArrayList old = policy->options(true, "3").trimmed().split(' ');
+    QByteArrayList old = testedPolicy().options(true, "3").trimmed().split(' ');
     std::reverse(old.begin(), old.end());
     const QByteArray others = QByteArray(" a").repeated(old.size() - 1);
     const auto written = [&](const QVariantMap &arguments) {
-        writeProfile(*policy, "{module} " + old.join(" a ") + '\n');
-        const bool succeeds = outcomeOfUpdate(*policy, arguments) == success(*policy, QString(), arguments);
-        return succeeds ? system.profiles() : FolderContent();
+        writeProfile("{module} " + old.join(" a ") + '\n');
+        const bool succeeds = outcomeOfUpdate(arguments) == success(QString(), arguments);
+        return succeeds ? PamSystem::profiles() : FolderContent();
     };
     const auto expected = [&](const QByteArray &options) {
-        return profileOf(*policy, "{module}" + others + options + '\n');
+        return profileOf("{module}" + others + options + '\n');
     };
     QCOMPARE(written({}), expected(""));
-    QCOMPARE(written(policy->values(true, 7)), expected(policy->options(true, "7")));
-    for (const QString &name : policy->flags) {
+    QCOMPARE(written(testedPolicy().values(true, 7)), expected(testedPolicy().options(true, "7")));
+    for (const QString &name : testedPolicy().flags) {
         QCOMPARE(written({{name, 1}}), expected(' ' + name.toLatin1()));
     }
-    for (const QString &name : policy->numbers) {
+    for (const QString &name : testedPolicy().numbers) {
         QCOMPARE(written({{name, 1}}), expected(' ' + name.toLatin1() + "=1"));
     }
-    QCOMPARE(system.toolCalls(), QByteArray(rightToolCall).repeated(2 + old.size()));
+    QCOMPARE(PamSystem::toolCalls(), QByteArray(rightToolCall).repeated(2 + old.size()));
 }
 
 void PamUpdateTasksTest::keepsRestOfProfile_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("expected"); // with 5 as the number
-
-    const auto row = [](const char *name, const QByteArray &content, const QByteArray &expected) {
-        QTest::newRow(name) << content << expected;
-    };
+    // expected with 5 as the number
+    const Rows<QByteArray, QByteArray> row("content", "expected");
     const QByteArray oldLine("\t{module} {number}=3\n");
     const QByteArray newLine("{module} {number}=5\n");
     const QByteArray megabyte(1 << 20, 'x');
     const QByteArray options = QByteArray(" onerr=fail").repeated(100000);
+    // clang-format off
     row("other lines as they are",
         " \tName:  x \n\n  # note \nAuth:\r\n" + oldLine + "\r\n\t[default=die]\tpam_unix.so {number}=3 \n\t",
         " \tName:  x \n\n  # note \nAuth:\r\n" + newLine + "\r\n\t[default=die]\tpam_unix.so {number}=3 \n\t");
     row("no line end behind another line", oldLine + "end", newLine + "end");
     row("no line end behind the module's line", "a\n{module} {number}=3", "a\n{module} {number}=5\n");
-    row("commented-out lines",
-        "#{module} {number}=1\n" + oldLine + " # {module} {number}=1\n",
+    row("commented-out lines", "#{module} {number}=1\n" + oldLine + " # {module} {number}=1\n",
         "#{module} {number}=1\n" + newLine + " # {module} {number}=1\n");
-    row("NUL bytes of other lines",
-        QByteArray("a\0b\n\0\n", 6) + oldLine + QByteArray("\0 {module}\n", 11),
+    row("NUL bytes of other lines", QByteArray("a\0b\n\0\n", 6) + oldLine + QByteArray("\0 {module}\n", 11),
         QByteArray("a\0b\n\0\n", 6) + newLine + QByteArray("\0 {module}\n", 11));
     row("NUL byte ends the module's line", QByteArray("{module} a\0b c\nd\n", 17), "{module} a {number}=5\nd\n");
     row("invalid text of other lines", "\xff\xfe\n" + oldLine + "# \xc3\n", "\xff\xfe\n" + newLine + "# \xc3\n");
-    row("several lines of the module",
-        head + oldLine + "Auth-Initial:\n" + oldLine,
+    row("several lines of the module", head + oldLine + "Auth-Initial:\n" + oldLine,
         head + newLine + "Auth-Initial:\n" + newLine);
     row("other line of a megabyte", megabyte + '\n' + oldLine, megabyte + '\n' + newLine);
     row("option of a megabyte", "{module} " + megabyte + " {number}=3\n", "{module} " + megabyte + " {number}=5\n");
     row("module at the end of a megabyte", megabyte + "{module}\n", megabyte + "{module} {number}=5\n");
     row("hundred thousand options", "{module}" + options + " {number}=3\n", "{module}" + options + " {number}=5\n");
     row("ten thousand lines of the module", oldLine.repeated(10000), newLine.repeated(10000));
+    // clang-format on
 }
 
 void PamUpdateTasksTest::keepsRestOfProfile()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, expected);
-    const PamSystem system;
-    writeProfile(*policy, content);
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
-    QCOMPARE(system.profiles().keys(), QStringList{policy->profileName});
-    QVERIFY2(contentOf(policy->profile()) == policy->filled(expected),
-             contentOf(policy->profile()).left(1000).constData());
+    writeProfile(content);
+    QCOMPARE(outcomeOfUpdate(), success());
+    QCOMPARE(PamSystem::profiles().keys(), QStringList{testedPolicy().profileName});
+    QVERIFY2(contentOf(testedPolicy().profile()) == testedPolicy().filled(expected),
+             contentOf(testedPolicy().profile()).left(1000).constData());
 }
 
 void PamUpdateTasksTest::failsWithoutModule_data()
 {
-    QTest::addColumn<QByteArray>("content");
-
-    const auto row = [](const char *name, const QByteArray &content) {
-        QTest::newRow(name) << content;
-    };
+    const Rows<QByteArray> row("content");
+    // clang-format off
     row("empty profile", "");
     row("other module", "\trequired pam_unix.so {number}=3\n");
     row("module of a similar name", "\trequired {base}2.so {number}=3\n\t{base}x.so\n");
@@ -408,29 +384,26 @@ void PamUpdateTasksTest::failsWithoutModule_data()
     row("module in capitals", "\trequired {MODULE} {number}=3\n");
     row("commented-out line", "#\trequired {module} {number}=3\r\n");
     row("module behind a NUL byte", QByteArray("\0{module} {number}=3", 20));
+    // clang-format on
 }
 
 void PamUpdateTasksTest::failsWithoutModule()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, content);
-    const PamSystem system;
-    writeProfile(*policy, content);
-    writeStack(*policy);
+    writeProfile(content);
     // with a notice, which the failure replaces
-    writeContent(temporary(*policy), "");
-    const ScopedMount pinned = ScopedMount::pinned(temporary(*policy));
-    const QByteArray source = policy->filled(QByteArray("\"%1\" not contain \"{base}\""));
+    writeContent(temporary(), "");
+    const ScopedMount pinned = ScopedMount::pinned(temporary());
+    const QByteArray source = testedPolicy().filled(QByteArray("\"%1\" not contain \"{base}\""));
     const RecordingTranslator translator;
 
-    QCOMPARE(outcomeOfUpdate(*policy),
-             failure(*policy, QStringLiteral("[%1]").arg(QString::fromLatin1(source).arg(policy->profile()))));
+    QCOMPARE(outcomeOfUpdate(),
+             failure(QStringLiteral("[%1]").arg(QString::fromLatin1(source).arg(testedPolicy().profile()))));
 
-    QCOMPARE(translator.contextsOf(source), QList<QByteArray>({policy->updateContext}));
-    QCOMPARE(system.profiles(),
-             profilesOf(*policy, {{QStringLiteral("%1"), content}, {QStringLiteral("%1.tmp"), content}}));
-    QCOMPARE(system.stacks(), stackOf(*policy, oldStack));
-    QCOMPARE(system.toolCalls(), QByteArray());
+    QCOMPARE(translator.contextsOf(source), QList<QByteArray>({testedPolicy().updateContext}));
+    QCOMPARE(PamSystem::profiles(), profilesOf({{QStringLiteral("%1"), content}, {QStringLiteral("%1.tmp"), content}}));
+    QCOMPARE(PamSystem::stacks(), stackOf(oldStack));
+    QCOMPARE(PamSystem::toolCalls(), QByteArray());
 }
 
 void PamUpdateTasksTest::failsIfProfileCannotBeRewritten_data()
@@ -440,20 +413,16 @@ void PamUpdateTasksTest::failsIfProfileCannotBeRewritten_data()
 
 void PamUpdateTasksTest::failsIfProfileCannotBeRewritten()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(int, index);
     const DiskFault fault = diskFaults().at(index);
-    const PamSystem system(fault.kilobytes);
-    writeBoth(*policy);
     std::vector<ScopedMount> mounts;
-    fault.prepare(*policy, &mounts);
+    fault.prepare(&mounts);
 
-    QCOMPARE(outcomeOfUpdate(*policy),
-             failure(*policy, QString(fault.message).replace(QLatin1String("%1"), policy->profile())));
+    QCOMPARE(outcomeOfUpdate(), failure(QString(fault.message).replace(QLatin1String("%1"), testedPolicy().profile())));
 
-    QCOMPARE(system.profiles(), profilesOf(*policy, fault.profiles));
-    QCOMPARE(system.stacks(), stackOf(*policy, oldStack));
-    QCOMPARE(system.toolCalls(), QByteArray());
+    QCOMPARE(PamSystem::profiles(), profilesOf(fault.profiles));
+    QCOMPARE(PamSystem::stacks(), stackOf(oldStack));
+    QCOMPARE(PamSystem::toolCalls(), QByteArray());
 }
 
 void PamUpdateTasksTest::failsIfToolFails_data()
@@ -463,107 +432,76 @@ void PamUpdateTasksTest::failsIfToolFails_data()
 
 void PamUpdateTasksTest::failsIfToolFails()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(int, index);
     const ToolFault fault = toolFaults().at(index);
-    const PamSystem system;
-    writeBoth(*policy);
     fault.prepare();
-    QCOMPARE(outcomeOfUpdate(*policy),
-             failure(*policy,
-                     QLatin1String("Process: \"/usr/sbin/pam-auth-update --force --package\". ")
-                         + QLatin1String(fault.message)));
+    QCOMPARE(outcomeOfUpdate(), failure(toolCommand + QLatin1String(fault.message)));
     // the profile stays as rewritten
-    QCOMPARE(system.profiles(), profileOf(*policy, newProfile));
-    QCOMPARE(system.stacks(), stackOf(*policy, oldStack));
+    QCOMPARE(PamSystem::profiles(), profileOf(newProfile));
+    QCOMPARE(PamSystem::stacks(), stackOf(oldStack));
 }
 
 void PamUpdateTasksTest::translatesFaultsOfTool_data()
 {
-    QTest::addColumn<QByteArray>("script"); // empty for no tool at all
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("message");
-
-    const auto row = [](const char *name, const char *script, const char *source, const char *message) {
-        QTest::newRow(name) << QByteArray(script) << QByteArray(source) << QString::fromLatin1(message);
-    };
-    row("not started",
-        "",
-        "Process: \"%1 %2\". Error: %3.\n\"Not started\"",
+    // no script for no tool at all
+    const Rows<QByteArray, QByteArray, RowText> row("script", "source", "message");
+    // clang-format off
+    row("not started", "", "Process: \"%1 %2\". Error: %3.\n\"Not started\"",
         "\n\t Process: \"/usr/sbin/pam-auth-update --force --package\". "
         "Error: execvp: No such file or directory.\n\"Not started\" \t\n");
-    row("not finished",
-        "kill -9 $$\n",
-        "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
+    row("not finished", "kill -9 $$\n", "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
         "\n\t Process: \"/usr/sbin/pam-auth-update --force --package\". "
         "Error: \n\t Process crashed \t\n.\n\"Not finished\" \t\n");
     // just this message is trimmed, as a whole
-    row("exit code",
-        "echo ' broken' >&2\nexit 7\n",
-        "Process: \"%1 %2\". Exit code: %3.\n\"%4\"",
+    row("exit code", "echo ' broken' >&2\nexit 7\n", "Process: \"%1 %2\". Exit code: %3.\n\"%4\"",
         "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 7.\n\" broken\n\"");
+    // clang-format on
 }
 
 void PamUpdateTasksTest::translatesFaultsOfTool()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, script);
     QFETCH(QByteArray, source);
     QFETCH(QString, message);
-    const PamSystem system;
-    writeBoth(*policy);
-    system.setToolScript(script);
-    QVERIFY(!script.isEmpty() || QFile::remove(system.tool()));
+    PamSystem::setToolScript(script);
+    QVERIFY(!script.isEmpty() || QFile::remove(PamSystem::tool()));
     const SpacingTranslator translator;
-    QCOMPARE(outcomeOfUpdate(*policy), failure(*policy, message));
-    QCOMPARE(translator.contextsOf(source), QList<QByteArray>({policy->updateContext}));
+    QCOMPARE(outcomeOfUpdate(), failure(message));
+    QCOMPARE(translator.contextsOf(source), QList<QByteArray>({testedPolicy().updateContext}));
 }
 
 void PamUpdateTasksTest::keepsNoticesOfTool_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QString>("message");
-
-    const auto row = [](const char *name, const char *script, const QString &message) {
-        QTest::newRow(name) << QByteArray(script) << message;
-    };
+    const Rows<QByteArray, RowText> row("script", "message");
+    // clang-format off
     row("nothing", "", QString());
-    row("with line end", "echo warning >&2\n", QStringLiteral("warning\n"));
-    row("without line end", "printf 'two\\nlines' >&2\n", QStringLiteral("two\nlines"));
-    row("blanks around", "printf ' \\n warning \\n\\n' >&2\n", QStringLiteral(" \n warning \n\n"));
-    row("only a line end", "echo >&2\n", QStringLiteral("\n"));
-    row("placeholders", "printf '%s' '%1 %2' >&2\n", QStringLiteral("%1 %2"));
-    row("text beyond ASCII", "printf 'na\\303\\257ve' >&2\n", QStringLiteral("na\u00efve"));
-    row("invalid text", "printf 'a\\377b' >&2\n", QStringLiteral("a\ufffdb"));
+    row("with line end", "echo warning >&2\n", "warning\n");
+    row("without line end", "printf 'two\\nlines' >&2\n", "two\nlines");
+    row("blanks around", "printf ' \\n warning \\n\\n' >&2\n", " \n warning \n\n");
+    row("only a line end", "echo >&2\n", "\n");
+    row("placeholders", "printf '%s' '%1 %2' >&2\n", "%1 %2");
+    row("text beyond ASCII", "printf 'na\\303\\257ve' >&2\n", "na\u00efve");
+    row("invalid text", "printf 'a\\377b' >&2\n", "a\ufffdb");
     row("more than a pipe holds", "head -c 200000 /dev/zero | tr '\\000' x >&2\n", QString(200000, QLatin1Char('x')));
     row("standard output, more than a pipe holds", "echo output\nhead -c 1000000 /dev/zero\n", QString());
     row("no input", "test -z \"$(timeout 0.2 cat)\" || echo input >&2\n", QString());
+    // clang-format on
 }
 
 void PamUpdateTasksTest::keepsNoticesOfTool()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QByteArray, script);
     QFETCH(QString, message);
-    const PamSystem system;
-    writeBoth(*policy);
-    system.setToolScript(script);
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy, message));
-    QCOMPARE(system.toolCalls(), QByteArray(rightToolCall));
-    QCOMPARE(system.profiles(), profileOf(*policy, newProfile));
-    QCOMPARE(system.stacks(), stackOf(*policy, newStack));
+    PamSystem::setToolScript(script);
+    QCOMPARE(outcomeOfUpdate(), success(message));
+    QCOMPARE(PamSystem::toolCalls(), QByteArray(rightToolCall));
+    QCOMPARE(PamSystem::profiles(), profileOf(newProfile));
+    QCOMPARE(PamSystem::stacks(), stackOf(newStack));
 }
 
 void PamUpdateTasksTest::correctsStack_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("expected");
-
-    const auto row =
-        [](const char *name, const QVariantMap &arguments, const QByteArray &content, const QByteArray &expected) {
-            QTest::newRow(name) << arguments << content << expected;
-        };
+    const UpdateRows row("arguments", "content", "expected");
     // a line that names the module, and what stands behind it before and after
     const auto line = [&row](const char *name, const char *options, const char *expected) {
         row(name, five, QByteArray("{module} ") + options, QByteArray("{module} ") + expected);
@@ -578,9 +516,8 @@ void PamUpdateTasksTest::correctsStack_data()
         return text.replace('|', '\0');
     };
 
-    row("option inside: both blanks stay",
-        five,
-        "stack required {module} {number}=3 onerr=fail\n",
+    // clang-format off
+    row("option inside: both blanks stay", five, "stack required {module} {number}=3 onerr=fail\n",
         "stack required {module}  onerr=fail {number}=5\n");
     line("option at the end: the blank before it stays", "a {number}=3", "a  {number}=5");
     row("option at the start", five, "{number}=3 {module}", " {module} {number}=5");
@@ -606,16 +543,12 @@ void PamUpdateTasksTest::correctsStack_data()
     line("dot behind the number is a boundary", "{number}=3.4", ".4 {number}=5");
     line("equals sign behind the number is a boundary", "{number}=3=4", "=4 {number}=5");
     line("letters beyond ASCII are boundaries", "\xc3\xa9{number}=3\xc3\xa9", "\xc3\xa9\xc3\xa9 {number}=5");
-    line("text beyond ASCII stays",
-         "na\xc3\xafve \xf0\x9f\x94\x91 {number}=3",
-         "na\xc3\xafve \xf0\x9f\x94\x91  {number}=5");
-    line("other options with boundaries inside stay",
-         "x{number}=3 {number}=3x {number}=3 {number}=",
-         "x{number}=3 {number}=3x  {number}= {number}=5");
-    row("just the number is corrected",
-        {{number, 5}, {number2, 7}, {flag, true}},
-        "{module} {number2}=1 {number}=3 other=2\n",
-        "{module} {number2}=1  other=2 {number}=5\n");
+    line("text beyond ASCII stays", "na\xc3\xafve \xf0\x9f\x94\x91 {number}=3",
+        "na\xc3\xafve \xf0\x9f\x94\x91  {number}=5");
+    line("other options with boundaries inside stay", "x{number}=3 {number}=3x {number}=3 {number}=",
+        "x{number}=3 {number}=3x  {number}= {number}=5");
+    row("just the number is corrected", {{number, 5}, {number2, 7}, {flag, true}},
+        "{module} {number2}=1 {number}=3 other=2\n", "{module} {number2}=1  other=2 {number}=5\n");
     row("no argument", {{number2, 1}}, "{module} {number}=5\n", "{module}  {number}=0\n");
     row("no argument and 0 in place", {}, "{module} {number}=0\n", "{module} {number}=0\n");
     writes("0", 0, "0");
@@ -625,28 +558,19 @@ void PamUpdateTasksTest::correctsStack_data()
     writes("least int", -2147483647 - 1, "-2147483648");
 
     row("empty lines", five, "\n\n{module} {number}=3\n\n\n", "\n\n{module}  {number}=5\n\n\n");
-    row("several lines",
-        five,
+    row("several lines", five,
         "{module} {number}=5 a\n{module}\n{module} {number}=1\npam_unix.so {number}=1\n#{module} {number}=7 b",
         "{module} {number}=5 a\n{module}\n{module}  {number}=5\npam_unix.so {number}=1\n#{module}  b {number}=5");
-    row("other lines as they are",
-        five,
-        "a\r\n  b  \t\n{module} {number}=3\r\nc\r\n\t",
+    row("other lines as they are", five, "a\r\n  b  \t\n{module} {number}=3\r\nc\r\n\t",
         "a\r\n  b  \t\n{module} \r {number}=5\nc\r\n\t");
-    row("NUL bytes",
-        five,
-        withNuls("a|b\n|\n{module} | {number}=3 c|d\ne|"),
+    row("NUL bytes", five, withNuls("a|b\n|\n{module} | {number}=3 c|d\ne|"),
         withNuls("a|b\n|\n{module} |  c|d {number}=5\ne|"));
     row("invalid text", five, "# caf\xe9\n{module} {number}=3\n", "# caf\xef\xbf\xbd\n{module}  {number}=5\n");
-    row("ten thousand lines",
-        five,
-        QByteArray("{module} {number}=3 a\n").repeated(10000),
+    row("ten thousand lines", five, QByteArray("{module} {number}=3 a\n").repeated(10000),
         QByteArray("{module}  a {number}=5\n").repeated(10000));
     const QByteArray options = QByteArray(" retry=3").repeated(1 << 17);
     row("line of a megabyte", five, "{module}" + options + " {number}=3\n", "{module}" + options + "  {number}=5\n");
-    row("hundred thousand options",
-        five,
-        "{module}" + QByteArray(" {number}=5").repeated(100000),
+    row("hundred thousand options", five, "{module}" + QByteArray(" {number}=5").repeated(100000),
         "{module}" + QByteArray(100000, ' ') + " {number}=5");
 
     same("empty file", "");
@@ -676,39 +600,35 @@ void PamUpdateTasksTest::correctsStack_data()
     same("invalid text in a right stack", "\xff\xfe {module} {number}=5 \xc3\n");
     same("NUL bytes in a right stack", withNuls("a|b\n{module} {number}=5|\n"));
     same("carriage returns in a right stack", "{module} {number}=5\r\n");
+    // clang-format on
 }
 
 void PamUpdateTasksTest::correctsStack()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     QFETCH(QVariantMap, arguments);
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, expected);
-    const PamSystem system;
-    writeProfile(*policy);
-    writeStack(*policy, content);
-    makeOld(policy->stack());
-    const FileIdentity before = identityOf(policy->stack());
+    writeStack(content);
+    makeOld(testedPolicy().stack());
+    const FileIdentity before = identityOf(testedPolicy().stack());
     // a file that is never corrected
     const QString other = QStringLiteral("common-other");
-    const QByteArray otherContent = policy->filled(QByteArray("{module} {number}=3\n"));
+    const QByteArray otherContent = testedPolicy().filled(QByteArray("{module} {number}=3\n"));
     writeContent(PamSystem::stack(other), otherContent);
 
-    QCOMPARE(outcomeOfUpdate(*policy, arguments), success(*policy, QString(), arguments));
+    QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
 
-    QVERIFY2(contentOf(policy->stack()) == policy->filled(expected), contentOf(policy->stack()).left(1000).constData());
-    QCOMPARE(identityOf(policy->stack()).modified == before.modified, expected == content);
-    QCOMPARE(identityOf(policy->stack()).inode, before.inode);
+    QVERIFY2(contentOf(testedPolicy().stack()) == testedPolicy().filled(expected),
+             contentOf(testedPolicy().stack()).left(1000).constData());
+    QCOMPARE(identityOf(testedPolicy().stack()).modified == before.modified, expected == content);
+    QCOMPARE(identityOf(testedPolicy().stack()).inode, before.inode);
     QCOMPARE(contentOf(PamSystem::stack(other)), otherContent);
-    QCOMPARE(system.stacks().size(), 2);
+    QCOMPARE(PamSystem::stacks().size(), 2);
 }
 
 void PamUpdateTasksTest::keepsInodesModesAndOwners()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    writeBoth(*policy);
-    const QStringList paths{policy->profile(), policy->stack()};
+    const QStringList paths{testedPolicy().profile(), testedPolicy().stack()};
     QVector<quint64> inodes;
     for (const QString &path : paths) {
         QCOMPARE(chown(qPrintable(path), 1234, 4321), 0);
@@ -716,10 +636,10 @@ void PamUpdateTasksTest::keepsInodesModesAndOwners()
         inodes += identityOf(path).inode;
     }
 
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
+    QCOMPARE(outcomeOfUpdate(), success());
 
-    QCOMPARE(system.profiles(), profileOf(*policy, newProfile));
-    QCOMPARE(system.stacks(), stackOf(*policy, newStack));
+    QCOMPARE(PamSystem::profiles(), profileOf(newProfile));
+    QCOMPARE(PamSystem::stacks(), stackOf(newStack));
     for (const QString &path : paths) {
         const FileIdentity after = identityOf(path);
         QCOMPARE(after.inode, inodes.takeFirst());
@@ -731,137 +651,118 @@ void PamUpdateTasksTest::keepsInodesModesAndOwners()
 
 void PamUpdateTasksTest::acceptsWhatWasRead()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
     const QByteArray line("stack required {module} onerr=fail {flag} {flag2} {number}=3 {number2}=600\n");
-    writeProfile(*policy, line);
-    writeStack(*policy, line);
-    const auto read = policy->newReadTask();
+    writeProfile(line);
+    writeStack(line);
+    const auto read = testedPolicy().newReadTask();
     read->run();
     QCOMPARE(read->values()->size(), 5);
 
-    QCOMPARE(outcomeOfUpdate(*policy, *read->values()), success(*policy, QString(), *read->values()));
+    QCOMPARE(outcomeOfUpdate(*read->values()), success(QString(), *read->values()));
 
-    QCOMPARE(system.profiles(), profileOf(*policy, line));
-    QCOMPARE(system.stacks(), stackOf(*policy, line));
+    QCOMPARE(PamSystem::profiles(), profileOf(line));
+    QCOMPARE(PamSystem::stacks(), stackOf(line));
 }
 
 void PamUpdateTasksTest::takesStackForUtf8WhateverTheLocale()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
     // unlike the profile
-    writeProfile(*policy, "\xfc {module} x=\xe9\n");
-    writeStack(*policy, "# caf\xc3\xa9, caf\xe9\n{module} {number}=4\n");
+    writeProfile("\xfc {module} x=\xe9\n");
+    writeStack("# caf\xc3\xa9, caf\xe9\n{module} {number}=4\n");
     const ScopedLatin1 locale;
 
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
+    QCOMPARE(outcomeOfUpdate(), success());
 
-    QCOMPARE(system.profiles(), profileOf(*policy, "\xfc {module} x=\xe9 {number}=5\n"));
-    QCOMPARE(system.stacks(), stackOf(*policy, "# caf\xc3\xa9, caf\xef\xbf\xbd\n{module}  {number}=5\n"));
+    QCOMPARE(PamSystem::profiles(), profileOf("\xfc {module} x=\xe9 {number}=5\n"));
+    QCOMPARE(PamSystem::stacks(), stackOf("# caf\xc3\xa9, caf\xef\xbf\xbd\n{module}  {number}=5\n"));
 }
 
 void PamUpdateTasksTest::losesWhatDoesNotFitOnDisk()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
     // a page for the profile and one for the temporary file, one for the stack: writes are not checked
-    const PamSystem system(8, 4);
-    const QByteArray line = policy->filled(QByteArray("{module} {number}=3\n"));
+    const ScopedMount profiles = ScopedMount::smallDisk(folderOf(testedPolicy().profile()), 8);
+    const ScopedMount stacks = ScopedMount::smallDisk(folderOf(testedPolicy().stack()), 4);
+    const QByteArray line = testedPolicy().filled(QByteArray("{module} {number}=3\n"));
     const QByteArray rest = QByteArray(4095 - line.size(), 'x') + '\n';
-    writeProfile(*policy, line + rest);
-    writeStack(*policy, line + rest);
+    writeProfile(line + rest);
+    writeStack(line + rest);
     const QVariantMap arguments{{number, 12345}};
 
-    QCOMPARE(outcomeOfUpdate(*policy, arguments), success(*policy, QString(), arguments));
+    QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
 
-    const QByteArray newLine = policy->filled(QByteArray("{module} {number}=12345\n"));
-    QCOMPARE(system.profiles(), profileOf(*policy, (newLine + rest).left(4096)));
-    QCOMPARE(system.stacks(), stackOf(*policy, (QByteArray(newLine).replace(" ", "  ") + rest).left(4096)));
+    const QByteArray newLine = testedPolicy().filled(QByteArray("{module} {number}=12345\n"));
+    QCOMPARE(PamSystem::profiles(), profileOf((newLine + rest).left(4096)));
+    QCOMPARE(PamSystem::stacks(), stackOf((QByteArray(newLine).replace(" ", "  ") + rest).left(4096)));
 }
 
 void PamUpdateTasksTest::replacesLeftoverTemporaryFile()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    writeBoth(*policy);
-    writeContent(temporary(*policy), QByteArray(10000, 'x'));
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
-    QCOMPARE(system.profiles(), profileOf(*policy, newProfile));
+    writeContent(temporary(), QByteArray(10000, 'x'));
+    QCOMPARE(outcomeOfUpdate(), success());
+    QCOMPARE(PamSystem::profiles(), profileOf(newProfile));
 }
 
 void PamUpdateTasksTest::reportsTemporaryFileThatStays()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    const QString notice = QStringLiteral("\"%1\" error 9\nDevice or resource busy").arg(temporary(*policy));
-    writeContent(temporary(*policy), "left over\n");
-    const ScopedMount pinned = ScopedMount::pinned(temporary(*policy));
+    const QString notice = QStringLiteral("\"%1\" error 9\nDevice or resource busy").arg(temporary());
+    writeContent(temporary(), "left over\n");
+    const ScopedMount pinned = ScopedMount::pinned(temporary());
 
-    writeBoth(*policy);
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy, notice));
-    QCOMPARE(system.profiles(),
-             profilesOf(*policy, {{QStringLiteral("%1"), newProfile}, {QStringLiteral("%1.tmp"), newProfile}}));
-    QCOMPARE(system.stacks(), stackOf(*policy, newStack));
+    QCOMPARE(outcomeOfUpdate(), success(notice));
+    QCOMPARE(PamSystem::profiles(),
+             profilesOf({{QStringLiteral("%1"), newProfile}, {QStringLiteral("%1.tmp"), newProfile}}));
+    QCOMPARE(PamSystem::stacks(), stackOf(newStack));
 
-    writeBoth(*policy);
-    system.setToolScript("printf ' warning \\n' >&2\n");
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy, notice + QStringLiteral("\n warning \n")));
-    QCOMPARE(system.stacks(), stackOf(*policy, newStack));
+    writeProfile();
+    writeStack();
+    PamSystem::setToolScript("printf ' warning \\n' >&2\n");
+    QCOMPARE(outcomeOfUpdate(), success(notice + QStringLiteral("\n warning \n")));
+    QCOMPARE(PamSystem::stacks(), stackOf(newStack));
 
     // a failure of the tool says nothing of it
-    system.setToolScript("exit 3\n");
-    QCOMPARE(outcomeOfUpdate(*policy),
-             failure(*policy,
-                     QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 3.\n\"\"")));
+    PamSystem::setToolScript("exit 3\n");
+    QCOMPARE(outcomeOfUpdate(), failure(toolCommand + QStringLiteral("Exit code: 3.\n\"\"")));
 }
 
 void PamUpdateTasksTest::correctsStackThatToolMade()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    writeBoth(*policy);
-    system.setToolScript("cat " + policy->profile().toLatin1() + " > /run/tmp/seen\n"
-                         + policy->filled(QByteArray("echo '{module} a {number}=8 {number}=5' > "))
-                         + policy->stack().toLatin1() + '\n');
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
-    QCOMPARE(contentOf(QStringLiteral("/run/tmp/seen")), policy->filled(newProfile));
-    QCOMPARE(system.stacks(), stackOf(*policy, "{module} a   {number}=5\n"));
+    PamSystem::setToolScript("cat " + testedPolicy().profile().toLatin1() + " > /run/tmp/seen\n"
+                             + testedPolicy().filled(QByteArray("echo '{module} a {number}=8 {number}=5' > "))
+                             + testedPolicy().stack().toLatin1() + '\n');
+    QCOMPARE(outcomeOfUpdate(), success());
+    QCOMPARE(contentOf(QStringLiteral("/run/tmp/seen")), testedPolicy().filled(newProfile));
+    QCOMPARE(PamSystem::stacks(), stackOf("{module} a   {number}=5\n"));
 }
 
 void PamUpdateTasksTest::writesStackThroughSymbolicLink()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    writeProfile(*policy);
     const QString target = QStringLiteral("/run/tmp/target");
-    writeContent(target, policy->filled(oldStack));
-    QVERIFY(QFile::link(target, policy->stack()));
-    QCOMPARE(outcomeOfUpdate(*policy), success(*policy));
-    QVERIFY(QFileInfo(policy->stack()).isSymLink());
-    QCOMPARE(contentOf(target), policy->filled(newStack));
+    writeContent(target, testedPolicy().filled(oldStack));
+    QVERIFY(QFile::remove(testedPolicy().stack()) && QFile::link(target, testedPolicy().stack()));
+    QCOMPARE(outcomeOfUpdate(), success());
+    QVERIFY(QFileInfo(testedPolicy().stack()).isSymLink());
+    QCOMPARE(contentOf(target), testedPolicy().filled(newStack));
 }
 
 void PamUpdateTasksTest::ignoresStackThatCannotBeCorrected()
 {
-    QFETCH_GLOBAL(const PamPolicyCase *, policy);
-    const PamSystem system;
-    system.setToolScript("echo warning >&2\n");
-    const QStringList succeeded = success(*policy, QStringLiteral("warning\n"));
+    PamSystem::setToolScript("echo warning >&2\n");
+    const QStringList succeeded = success(QStringLiteral("warning\n"));
 
-    writeProfile(*policy);
-    QCOMPARE(outcomeOfUpdate(*policy), succeeded);
-    QCOMPARE(system.stacks(), FolderContent());
+    QVERIFY(QFile::remove(testedPolicy().stack()));
+    QCOMPARE(outcomeOfUpdate(), succeeded);
+    QCOMPARE(PamSystem::stacks(), FolderContent());
 
-    QVERIFY(QDir().mkdir(policy->stack()));
-    QCOMPARE(outcomeOfUpdate(*policy), succeeded);
-    QCOMPARE(system.stacks(), FolderContent({{policy->stackName + QLatin1Char('/'), QByteArray()}}));
-    QVERIFY(QDir().rmdir(policy->stack()));
+    QVERIFY(QDir().mkdir(testedPolicy().stack()));
+    QCOMPARE(outcomeOfUpdate(), succeeded);
+    QCOMPARE(PamSystem::stacks(), FolderContent({{testedPolicy().stackName + QLatin1Char('/'), QByteArray()}}));
+    QVERIFY(QDir().rmdir(testedPolicy().stack()));
 
-    writeStack(*policy);
-    const ScopedMount readOnly = ScopedMount::readOnly(policy->stack());
-    QCOMPARE(outcomeOfUpdate(*policy), succeeded);
-    QCOMPARE(system.stacks(), stackOf(*policy, oldStack));
-    QCOMPARE(system.profiles(), profileOf(*policy, newProfile));
+    writeStack();
+    const ScopedMount readOnly = ScopedMount::readOnly(testedPolicy().stack());
+    QCOMPARE(outcomeOfUpdate(), succeeded);
+    QCOMPARE(PamSystem::stacks(), stackOf(oldStack));
+    QCOMPARE(PamSystem::profiles(), profileOf(newProfile));
 }
 
 QTEST_GUILESS_MAIN(PamUpdateTasksTest)
