@@ -6,6 +6,7 @@
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TypedMap.h"
 
@@ -84,17 +85,15 @@ void LocalPolicyPasswordExpirationReadTaskTest::handlersHaveTheirPatterns()
 
 void LocalPolicyPasswordExpirationReadTaskTest::readsFiles_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QVariantMap>("expected");
-
-    const auto login = [](const char *name, const QByteArray &content, const QVariantMap &expected) {
-        QTest::newRow(name) << loginDefs << content << expected;
+    const Rows<QString, QByteArray, QVariantMap> row("path", "content", "expected");
+    const auto login = [&row](const char *name, const QByteArray &content, const QVariantMap &expected) {
+        row(name, loginDefs, content, expected);
     };
-    const auto defaults = [](const char *name, const QByteArray &content, const QVariantMap &expected) {
-        QTest::newRow(name) << useradd << content << expected;
+    const auto defaults = [&row](const char *name, const QByteArray &content, const QVariantMap &expected) {
+        row(name, useradd, content, expected);
     };
     const QByteArray blanks(1 << 20, ' ');
+    // clang-format off
     login("empty", "", {});
     login("all", "PASS_MAX_DAYS\t5\nPASS_MIN_DAYS 2\nPASS_WARN_AGE -1\n", {{maximum, 5}, {minimum, 2}, {warning, -1}});
     login("no line end", "PASS_MAX_DAYS\t5", {{maximum, 5}});
@@ -121,10 +120,10 @@ void LocalPolicyPasswordExpirationReadTaskTest::readsFiles_data()
     defaults("no such day", "EXPIRE=1970-02-30\n", {});
     defaults("comment", "EXPIRE=2028-02-29 # leap\n", {{expire, qlonglong(21243)}});
     defaults("invalid date after a valid one", "EXPIRE=1970-01-05\nEXPIRE=never\n", {{expire, qlonglong(4)}});
-    defaults("later lines win",
-             "EXPIRE=1970-01-05\nEXPIRE=1970-01-03\nINACTIVE=1\nINACTIVE=2\n",
-             {{inactive, 2}, {expire, qlonglong(2)}});
+    defaults("later lines win", "EXPIRE=1970-01-05\nEXPIRE=1970-01-03\nINACTIVE=1\nINACTIVE=2\n",
+        {{inactive, 2}, {expire, qlonglong(2)}});
     defaults("both commented out", "# INACTIVE=1\n#EXPIRE=1970-01-03\n", {});
+    // clang-format on
 }
 
 void LocalPolicyPasswordExpirationReadTaskTest::readsFiles()
@@ -158,10 +157,9 @@ void LocalPolicyPasswordExpirationReadTaskTest::keepsLoginDefsWhereUseraddDefaul
 
 void LocalPolicyPasswordExpirationReadTaskTest::failsOnFolder_data()
 {
-    QTest::addColumn<QString>("path");
-
-    QTest::newRow("login.defs") << loginDefs;
-    QTest::newRow("useradd's defaults") << useradd;
+    const Rows<QString> row("path");
+    row("login.defs", loginDefs);
+    row("useradd's defaults", useradd);
 }
 
 void LocalPolicyPasswordExpirationReadTaskTest::failsOnFolder()

@@ -8,7 +8,9 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDate>
@@ -81,6 +83,9 @@ QStringList filesThere()
     return names;
 }
 
+/// With allArguments().
+const QByteArray newLoginDefs("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n");
+
 const QStringList filesAfterSuccess{loginDefs, backupOf(loginDefs), useradd, backupOf(useradd)};
 }
 
@@ -99,10 +104,8 @@ private Q_SLOTS:
     void writesFiles();
     void replacesEarlierBackup();
     void keepsModeAndOwner();
-    void failsWithoutLoginDefs();
-    void keepsLoginDefsWhereUseraddDefaultsFail();
-    void failsWhereTemporaryFileIsFolder();
-    void failsWhereBackupCannotBeMade();
+    void tellsWhatFails_data();
+    void tellsWhatFails();
     void failsWhereFileCannotBeWritten();
     void tellsOfTemporaryFileThatStays();
     void tellsOfItBeforeTheFailureThatFollows();
@@ -142,13 +145,12 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::handlersHaveTheirPatterns()
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::appendsWhatWasNotSeen_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QByteArray>("tail"); // null where nothing is appended
-
-    const auto row = [](const char *lines, const QByteArray &tail, const QVariantMap &arguments = allArguments()) {
-        QTest::newRow(lines) << arguments << QByteArray(lines) << tail;
-    };
+    // tail null where nothing is appended
+    const Rows<QVariantMap, QByteArray, QByteArray> anyRow("arguments", "lines", "tail");
+    const auto row =
+        [&anyRow](const char *lines, const QByteArray &tail, const QVariantMap &arguments = allArguments()) {
+            anyRow(lines, arguments, lines, tail);
+        };
     row("", "PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n");
     row("PASS_MAX_DAYS 5", "PASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n");
     row("PASS_MIN_DAYS 6", "PASS_MAX_DAYS 90\nPASS_WARN_AGE 14\n");
@@ -187,52 +189,35 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::appendsWhatWasNotSeen()
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::writesFiles_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-
+    const Rows<QString, QVariantMap, QByteArray, QByteArray> anyRow("path", "arguments", "before", "after");
     const auto row =
-        [](const char *name, const QVariantMap &arguments, const QByteArray &before, const QByteArray &after) {
-            QTest::newRow(name) << loginDefs << arguments << before << after;
+        [&](const char *name, const QVariantMap &arguments, const QByteArray &before, const QByteArray &after) {
+            anyRow(name, loginDefs, arguments, before, after);
         };
     const auto defaults =
-        [](const char *name, const QVariantMap &arguments, const QByteArray &before, const QByteArray &after) {
-            QTest::newRow(name) << useradd << arguments << before << after;
+        [&](const char *name, const QVariantMap &arguments, const QByteArray &before, const QByteArray &after) {
+            anyRow(name, useradd, arguments, before, after);
         };
     const QVariantMap max{{key("maxInterval"), 90}};
     const QVariantMap all{{key("maxInterval"), 90}, {key("minInterval"), -1}, {key("warningInterval"), 0}};
-    row("all in place",
-        all,
-        "PASS_MAX_DAYS\t5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
+    // clang-format off
+    row("all in place", all, "PASS_MAX_DAYS\t5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
         "PASS_MAX_DAYS 90\nPASS_MIN_DAYS -1\nPASS_WARN_AGE 0\n");
-    row("all in another order",
-        all,
-        "PASS_WARN_AGE 7\nPASS_MIN_DAYS 6\nPASS_MAX_DAYS 5\n",
+    row("all in another order", all, "PASS_WARN_AGE 7\nPASS_MIN_DAYS 6\nPASS_MAX_DAYS 5\n",
         "PASS_WARN_AGE 0\nPASS_MIN_DAYS -1\nPASS_MAX_DAYS 90\n");
     row("all appended", all, "UMASK 022\n", "UMASK 022\nPASS_MAX_DAYS 90\nPASS_MIN_DAYS -1\nPASS_WARN_AGE 0\n");
     row("some appended", all, "PASS_MIN_DAYS 6\n", "PASS_MIN_DAYS -1\nPASS_MAX_DAYS 90\nPASS_WARN_AGE 0\n");
     row("appended to an empty file", max, "", "PASS_MAX_DAYS 90\n");
     row("appended to a last line without end", max, "UMASK 022", "UMASK 022PASS_MAX_DAYS 90\n");
-    row("absent keys empty their lines",
-        max,
-        "PASS_MAX_DAYS 5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
+    row("absent keys empty their lines", max, "PASS_MAX_DAYS 5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
         "PASS_MAX_DAYS 90\n\n\n");
-    row("commented setting is appended",
-        max,
-        "#PASS_MAX_DAYS 5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
+    row("commented setting is appended", max, "#PASS_MAX_DAYS 5\nPASS_MIN_DAYS 6\nPASS_WARN_AGE 7\n",
         "#PASS_MAX_DAYS 5\n\n\nPASS_MAX_DAYS 90\n");
     row("no arguments", {}, "PASS_MAX_DAYS 5 # max\nUMASK 022\n", "\t# max\nUMASK 022\n");
     row("comment stays", max, "  PASS_MAX_DAYS\t5   # max  \n", "PASS_MAX_DAYS 90\t# max\n");
-    row("comment that is no text",
-        max,
-        "PASS_MAX_DAYS 5 # \xff\xfe h\xc3\xb6"
-        "chstens\n",
-        "PASS_MAX_DAYS 90\t# \xff\xfe h\xc3\xb6"
-        "chstens\n");
-    row("comment with NUL bytes",
-        max,
-        QByteArray("PASS_MAX_DAYS 5 # a\0b\n", 22),
+    row("comment that is no text", max, "PASS_MAX_DAYS 5 # \xff\xfe h\u00f6chstens\n",
+        "PASS_MAX_DAYS 90\t# \xff\xfe h\u00f6chstens\n");
+    row("comment with NUL bytes", max, QByteArray("PASS_MAX_DAYS 5 # a\0b\n", 22),
         QByteArray("PASS_MAX_DAYS 90\t# a\0b\n", 23));
     row("setting twice", max, "PASS_MAX_DAYS 5\nPASS_MAX_DAYS 6\n", "PASS_MAX_DAYS 90\nPASS_MAX_DAYS 90\n");
     row("text around a setting is lost", max, "my PASS_MAX_DAYS 5 days\n", "PASS_MAX_DAYS 90\n");
@@ -240,15 +225,11 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::writesFiles_data()
     row("last line without end", max, "PASS_MAX_DAYS 5", "PASS_MAX_DAYS 90\n");
     row("setting without number is no setting", max, "PASS_MAX_DAYS\n", "PASS_MAX_DAYS\nPASS_MAX_DAYS 90\n");
     row("unknown keys", {{key("maxDays"), 1}, {key("PASS_MAX_DAYS"), 2}}, "UMASK 022\n", "UMASK 022\n");
-    row("unclaimed bytes",
-        max,
-        QByteArray("\0\xff \t\r\n\n# \xfe\nPASS_MAX_DAYS 5\nend", 31),
+    row("unclaimed bytes", max, QByteArray("\0\xff \t\r\n\n# \xfe\nPASS_MAX_DAYS 5\nend", 31),
         QByteArray("\0\xff \t\r\n\n# \xfe\nPASS_MAX_DAYS 90\nend", 32));
     const QByteArray long1 = "x" + QByteArray(1 << 20, ' ') + "PASS_MAX_DAYS" + QByteArray(1 << 20, ' ') + "y\n";
     row("megabytes of blanks", max, long1 + "PASS_MAX_DAYS 5\n", long1 + "PASS_MAX_DAYS 90\n");
-    row("ten thousand lines",
-        max,
-        QByteArray("PASS_MAX_DAYS 5\n").repeated(10000),
+    row("ten thousand lines", max, QByteArray("PASS_MAX_DAYS 5\n").repeated(10000),
         QByteArray("PASS_MAX_DAYS 90\n").repeated(10000));
 
     const QVariantMap both{{key("inactiveInterval"), 30}, {key("expireDate"), 365}};
@@ -256,18 +237,13 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::writesFiles_data()
     defaults("both appended", both, "SHELL=/bin/sh\n", "SHELL=/bin/sh\nINACTIVE=30\nEXPIRE=1971-01-01");
     defaults("number appended", both, "EXPIRE=1970-01-02\n", "EXPIRE=1971-01-01\nINACTIVE=30\n");
     defaults("date appended", both, "INACTIVE=1\n", "INACTIVE=30\nEXPIRE=1971-01-01");
-    defaults("absent keys empty their lines",
-             {},
-             "INACTIVE=1 # days\nEXPIRE=1970-01-02\nSHELL=x\n",
-             "\t# days\n\nSHELL=x\n");
-    defaults("commented settings",
-             both,
-             "# INACTIVE=1\n# EXPIRE=\n",
-             "# INACTIVE=1\n# EXPIRE=\nINACTIVE=30\nEXPIRE=1971-01-01");
-    defaults("no text for an appended day",
-             {{key("expireDate"), std::numeric_limits<qlonglong>::max()}},
-             "SHELL=x\n",
-             "SHELL=x\nEXPIRE=");
+    defaults("absent keys empty their lines", {}, "INACTIVE=1 # days\nEXPIRE=1970-01-02\nSHELL=x\n",
+        "\t# days\n\nSHELL=x\n");
+    defaults("commented settings", both, "# INACTIVE=1\n# EXPIRE=\n",
+        "# INACTIVE=1\n# EXPIRE=\nINACTIVE=30\nEXPIRE=1971-01-01");
+    defaults("no text for an appended day", {{key("expireDate"), std::numeric_limits<qlonglong>::max()}}, "SHELL=x\n",
+        "SHELL=x\nEXPIRE=");
+    // clang-format on
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::writesFiles()
@@ -293,13 +269,13 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::replacesEarlierBackup()
     outcomeOf(allArguments());
     outcomeOf({});
 
-    QCOMPARE(contentOf(backupOf(loginDefs)), QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
+    QCOMPARE(contentOf(backupOf(loginDefs)), newLoginDefs);
     QCOMPARE(contentOf(backupOf(useradd)), QByteArray("INACTIVE=30\nEXPIRE=1971-01-01"));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::keepsModeAndOwner()
 {
-    QCOMPARE(runAs(0, QStringLiteral("chown"), {QStringLiteral("65534:65534"), loginDefs}).exitCode, 0);
+    QCOMPARE(runAs(root, "chown 65534:65534 /etc/login.defs").exitCode, 0);
     QVERIFY(QFile::setPermissions(loginDefs, QFile::Permissions(0x6640)));
 
     QCOMPARE(outcomeOf(allArguments()), success(allArguments()));
@@ -310,66 +286,50 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::keepsModeAndOwner()
     QCOMPARE(QFileInfo(backupOf(loginDefs)).ownerId(), 0U);
 }
 
-void LocalPolicyPasswordExpirationUpdateTaskTest::failsWithoutLoginDefs()
+void LocalPolicyPasswordExpirationUpdateTaskTest::tellsWhatFails_data()
 {
-    QVERIFY(QFile::remove(loginDefs));
-
-    QCOMPARE(outcomeOf(allArguments()), failure(allArguments(), QStringLiteral("\"/etc/login.defs\" not exists")));
-
-    QCOMPARE(filesThere(), QStringList{useradd});
-    QCOMPARE(contentOf(useradd), QByteArray("INACTIVE=1\n"));
+    // the command that makes it fail, and the files and useradd's defaults that are there afterwards
+    const Rows<QByteArray, RowText, QStringList> row("command", "message", "files");
+    const QStringList written{loginDefs, backupOf(loginDefs)};
+    // clang-format off
+    row("no login.defs", "rm /etc/login.defs", "\"/etc/login.defs\" not exists", {useradd});
+    row("no defaults of useradd", "rm /etc/default/useradd", "\"/etc/default/useradd\" not exists", written);
+    row("temporary file is a folder", "mkdir /etc/default/useradd.tmp",
+        "\"/etc/default/useradd.tmp\" error 5\nIs a directory", written + QStringList{useradd, temporaryOf(useradd)});
+    row("backup can't be made", "mkdir -p /etc/default/useradd.bak/x",
+        "\"/etc/default/useradd\" error 14\nDestination file exists",
+        written + QStringList{useradd, temporaryOf(useradd), backupOf(useradd)});
+    // clang-format on
 }
 
-void LocalPolicyPasswordExpirationUpdateTaskTest::keepsLoginDefsWhereUseraddDefaultsFail()
+void LocalPolicyPasswordExpirationUpdateTaskTest::tellsWhatFails()
 {
-    QVERIFY(QFile::remove(useradd));
+    QFETCH(QByteArray, command);
+    QFETCH(QString, message);
+    QFETCH(QStringList, files);
+    QCOMPARE(runAs(root, command.constData()).exitCode, 0);
 
-    QCOMPARE(outcomeOf(allArguments()), failure(allArguments(), QStringLiteral("\"/etc/default/useradd\" not exists")));
+    QCOMPARE(outcomeOf(allArguments()), failure(allArguments(), message));
 
-    QCOMPARE(filesThere(), QStringList({loginDefs, backupOf(loginDefs)}));
-    QCOMPARE(contentOf(loginDefs), QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
-}
-
-void LocalPolicyPasswordExpirationUpdateTaskTest::failsWhereTemporaryFileIsFolder()
-{
-    QVERIFY(QDir().mkpath(temporaryOf(useradd)));
-
-    QCOMPARE(outcomeOf(allArguments()),
-             failure(allArguments(), QStringLiteral("\"/etc/default/useradd.tmp\" error 5\nIs a directory")));
-
-    QCOMPARE(filesThere(), QStringList({loginDefs, backupOf(loginDefs), useradd, temporaryOf(useradd)}));
-    QCOMPARE(contentOf(useradd), QByteArray("INACTIVE=1\n"));
-}
-
-void LocalPolicyPasswordExpirationUpdateTaskTest::failsWhereBackupCannotBeMade()
-{
-    QVERIFY(QDir().mkpath(backupOf(useradd) + QStringLiteral("/x")));
-
-    QCOMPARE(outcomeOf(allArguments()),
-             failure(allArguments(), QStringLiteral("\"/etc/default/useradd\" error 14\nDestination file exists")));
-
-    QCOMPARE(filesThere(),
-             QStringList({loginDefs, backupOf(loginDefs), useradd, temporaryOf(useradd), backupOf(useradd)}));
-    QCOMPARE(contentOf(useradd), QByteArray("INACTIVE=1\n"));
-    QCOMPARE(contentOf(temporaryOf(useradd)), QByteArray("INACTIVE=30\nEXPIRE=1971-01-01"));
+    QCOMPARE(filesThere(), files);
+    QVERIFY(!files.contains(loginDefs) || contentOf(loginDefs) == newLoginDefs);
+    QVERIFY(!files.contains(useradd) || contentOf(useradd) == "INACTIVE=1\n");
+    QVERIFY(!files.contains(backupOf(useradd)) || contentOf(temporaryOf(useradd)) == "INACTIVE=30\nEXPIRE=1971-01-01");
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::failsWhereFileCannotBeWritten()
 {
     const ScopedMount readOnly = ScopedMount::readOnly(loginDefs);
 
-    QCOMPARE(
-        outcomeOf(allArguments()),
-        failure(
-            allArguments(),
-            QStringLiteral(
-                "Process: \"cp --force --preserve=mode,ownership /etc/login.defs.tmp /etc/login.defs\". Exit code: 1.\n"
-                "\"/usr/bin/cp: cannot remove '/etc/login.defs': Device or resource busy\"")));
+    const QString message = QStringLiteral(
+        "Process: \"cp --force --preserve=mode,ownership /etc/login.defs.tmp /etc/login.defs\". Exit code: 1.\n"
+        "\"/usr/bin/cp: cannot remove '/etc/login.defs': Device or resource busy\"");
+    QCOMPARE(outcomeOf(allArguments()), failure(allArguments(), message));
 
     QCOMPARE(filesThere(), QStringList({loginDefs, temporaryOf(loginDefs), backupOf(loginDefs), useradd}));
     QCOMPARE(contentOf(loginDefs), QByteArray("PASS_MAX_DAYS 7\n"));
     QCOMPARE(contentOf(backupOf(loginDefs)), QByteArray("PASS_MAX_DAYS 7\n"));
-    QCOMPARE(contentOf(temporaryOf(loginDefs)), QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
+    QCOMPARE(contentOf(temporaryOf(loginDefs)), newLoginDefs);
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::tellsOfTemporaryFileThatStays()
@@ -406,7 +366,7 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::overwritesTemporaryFileOfEarli
     QCOMPARE(outcomeOf(allArguments()), success(allArguments()));
 
     QCOMPARE(filesThere(), filesAfterSuccess);
-    QCOMPARE(contentOf(loginDefs), QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
+    QCOMPARE(contentOf(loginDefs), newLoginDefs);
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::translatesNotice()
@@ -438,11 +398,11 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::writesWhatIsReadBack()
     read.run();
 
     QCOMPARE(typedEntries(*read.values()),
-             QStringList({QStringLiteral("expireDate: qlonglong 365"),
-                          QStringLiteral("inactiveInterval: int 30"),
-                          QStringLiteral("maxInterval: int 90"),
-                          QStringLiteral("minInterval: int 1"),
-                          QStringLiteral("warningInterval: int 14")}));
+             texts({"expireDate: qlonglong 365",
+                    "inactiveInterval: int 30",
+                    "maxInterval: int 90",
+                    "minInterval: int 1",
+                    "warningInterval: int 14"}));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::isUnderstoodByUseradd()
@@ -452,19 +412,14 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::isUnderstoodByUseradd()
     writeContent(loginDefs, "UID_MIN 1000\nUID_MAX 60000\nSYS_UID_MIN 100\n");
     QCOMPARE(outcomeOf(arguments), success(arguments));
 
-    const QByteArray defaults = runAs(0, QStringLiteral("useradd"), {QStringLiteral("-D")}).standardOutput;
+    const QByteArray defaults = runAs(root, "useradd -D").standardOutput;
     QVERIFY2(defaults.contains("\nINACTIVE=30\nEXPIRE=2050-01-01\n"), defaults.constData());
 
-    QCOMPARE(runAs(0, QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("expiring")}).exitCode, 0);
-    const QList<QByteArray> entries = contentOf(QStringLiteral("/etc/shadow")).split('\n');
-    QByteArray ours;
-    for (const QByteArray &entry : entries) {
-        if (entry.startsWith("expiring:")) {
-            ours = entry;
-        }
-    }
+    QCOMPARE(runAs(root, "useradd -M expiring").exitCode, 0);
+    const QByteArrayList entries = linesWith("expiring:", "/etc/shadow");
+    QCOMPARE(entries.size(), 1);
     // name, password, day of the last change, then minimum, maximum, warning, inactivity, expiry
-    QCOMPARE(ours.split(':').mid(3), QList<QByteArray>({"1", "90", "14", "30", "29220", ""}));
+    QCOMPARE(entries.first().split(':').mid(3), QList<QByteArray>({"1", "90", "14", "30", "29220", ""}));
 }
 
 QTEST_GUILESS_MAIN(LocalPolicyPasswordExpirationUpdateTaskTest)

@@ -8,9 +8,11 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/SpacingTranslator.h"
+#include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
 
 #include <QDate>
@@ -28,6 +30,8 @@ const QString tools = QStringLiteral("/run/tmp/tools");
 const QString recorded = QStringLiteral("/run/tmp/recorded");
 /// The command without the account's name, as the messages tell it, where no setting is given.
 const QString unsetAll = QStringLiteral("chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 --expiredate -1 ");
+
+const QString exitMessage = QStringLiteral("Process: \"%1\". Exit code: %2.\n\"%3\"");
 
 QString key(const char *name)
 {
@@ -110,21 +114,15 @@ private:
 /// Notes each of its arguments with a NUL byte behind, and a line end behind all.
 constexpr char recordArguments[] = "printf '%s\\0' \"$@\" >>/run/tmp/recorded; echo >>/run/tmp/recorded";
 
-QByteArray recordOf(const QList<QByteArray> &arguments)
+/// What is noted of the settings, separated by blanks: maximum, minimum, warning, inactivity, expiry.
+QByteArray recordOf(const QByteArray &settings, const QByteArray &name = "john")
 {
-    return arguments.join('\0') + QByteArray("\0\n", 2);
-}
-
-/// The order of the options is that of the arguments here.
-QByteArray recordOf(const QByteArray &max,
-                    const QByteArray &min,
-                    const QByteArray &warn,
-                    const QByteArray &inactive,
-                    const QByteArray &expire,
-                    const QByteArray &name)
-{
-    return recordOf(
-        {"--maxdays", max, "--mindays", min, "--warndays", warn, "--inactive", inactive, "--expiredate", expire, name});
+    QByteArrayList arguments;
+    QByteArrayList values = settings.split(' ');
+    for (const char *option : {"--maxdays", "--mindays", "--warndays", "--inactive", "--expiredate"}) {
+        arguments << option << values.takeFirst();
+    }
+    return (arguments << name << "\n").join('\0');
 }
 }
 
@@ -166,19 +164,11 @@ private:
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::initTestCase()
 {
     QVERIFY2(inSandbox(), outsideSandbox);
-    for (const char *name : {"john", "jane"}) {
-        const ProgramResult useradd =
-            runAs(0, QStringLiteral("useradd"), {QStringLiteral("--no-create-home"), key(name)});
-        QVERIFY2(useradd.exitCode == 0, useradd.standardError.constData());
-        const ProgramResult chage = runAs(0,
-                                          QStringLiteral("chage"),
-                                          {QStringLiteral("-m5"),
-                                           QStringLiteral("-M6"),
-                                           QStringLiteral("-W7"),
-                                           QStringLiteral("-I8"),
-                                           QStringLiteral("-E9"),
-                                           key(name)});
-        QVERIFY2(chage.exitCode == 0, chage.standardError.constData());
+    for (const char *command : {"useradd --no-create-home", "chage -m5 -M6 -W7 -I8 -E9"}) {
+        for (const char *name : {" john", " jane"}) {
+            const ProgramResult result = runAs(root, (QByteArray(command) + name).constData());
+            QVERIFY2(result.exitCode == 0, result.standardError.constData());
+        }
     }
     m_passwd = contentOf(passwdFile);
     m_shadow = contentOf(shadowFile);
@@ -194,12 +184,7 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::init()
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsAccount_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("shadow");
-
-    const auto row = [](const char *name, const QVariantMap &arguments, const QByteArray &shadow) {
-        QTest::newRow(name) << arguments << shadow;
-    };
+    const Rows<QVariantMap, QByteArray> row("arguments", "shadow");
     // minimum, maximum, warning, inactivity, expiry, reserved
     row("all", allArguments(), "1:90:14:30:29220:");
     row("none", john(), ":::::");
@@ -244,13 +229,13 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsWhatIsReadBack()
     LocalUserPolicyPasswordExpirationReadTask read(nullptr);
     read.values()->insert(key("name"), QStringLiteral("john"));
     read.run();
-    const QStringList all{QStringLiteral("expireDate: qlonglong 29220"),
-                          QStringLiteral("inactiveInterval: qlonglong 30"),
-                          QStringLiteral("maxInterval: qlonglong 90"),
-                          QStringLiteral("minInterval: qlonglong 1"),
-                          QStringLiteral("name: QString john"),
-                          QStringLiteral("warningInterval: qlonglong 14")};
-    QCOMPARE(typedEntries(*read.values()), all);
+    QCOMPARE(typedEntries(*read.values()),
+             texts({"expireDate: qlonglong 29220",
+                    "inactiveInterval: qlonglong 30",
+                    "maxInterval: qlonglong 90",
+                    "minInterval: qlonglong 1",
+                    "name: QString john",
+                    "warningInterval: qlonglong 14"}));
 
     QVariantMap copied = *read.values();
     copied.insert(key("name"), QStringLiteral("jane"));
@@ -260,17 +245,14 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::setsWhatIsReadBack()
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageRefuses_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<int>("code");
-
-    QTest::newRow("no such account") << named(QStringLiteral("jack")) << unsetAll + QStringLiteral("jack") << 1;
-    QTest::newRow("option for a name") << named(QStringLiteral("--nonsense")) << unsetAll + QStringLiteral("--nonsense")
-                                       << 2;
-    QTest::newRow("negative number") << johnWith(
-        "minInterval",
-        -7) << QStringLiteral("chage --maxdays -1 --mindays -7 --warndays -1 --inactive -1 --expiredate -1 john")
-                                     << 2;
+    const Rows<QVariantMap, QString, int> row("arguments", "command", "code");
+    row("no such account", named(QStringLiteral("jack")), unsetAll + QStringLiteral("jack"), 1);
+    row("option for a name", named(QStringLiteral("--nonsense")), unsetAll + QStringLiteral("--nonsense"), 2);
+    row("negative number",
+        johnWith("minInterval", -7),
+        QString(unsetAll).replace(QLatin1String("--mindays -1"), QLatin1String("--mindays -7"))
+            + QStringLiteral("john"),
+        2);
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageRefuses()
@@ -279,64 +261,54 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageRefuses()
     QFETCH(QString, command);
     QFETCH(int, code);
     // by its full path, which some of its messages name
-    const ProgramResult refusal = runAs(0, QStringLiteral("/usr/bin/chage"), command.split(QLatin1Char(' ')).mid(1));
+    const ProgramResult refusal = runAs(root, ("/usr/bin/" + command.toLatin1()).constData());
     QCOMPARE(refusal.exitCode, code);
     QVERIFY(!refusal.standardError.isEmpty());
 
-    QCOMPARE(outcomeOf(arguments),
-             failure(arguments,
-                     QStringLiteral("Process: \"%1\". Exit code: %2.\n\"%3\"")
-                         .arg(command, QString::number(code), QString::fromLocal8Bit(refusal.standardError))));
+    const QString message = QString::fromLocal8Bit(refusal.standardError);
+    QCOMPARE(outcomeOf(arguments), failure(arguments, exitMessage.arg(command, QString::number(code), message)));
 
     QCOMPARE(contentOf(shadowFile), m_shadow);
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsOfEmptyName_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-
-    QTest::newRow("no arguments") << QVariantMap();
-    QTest::newRow("empty name") << named(QString());
-    QTest::newRow("name that is no text") << named(QVariantMap());
+    const Rows<QVariantMap> row("arguments");
+    row("no arguments", {});
+    row("empty name", named(QString()));
+    row("name that is no text", named(QVariantMap()));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsOfEmptyName()
 {
     QFETCH(QVariantMap, arguments);
-
-    QCOMPARE(outcomeOf(arguments),
-             failure(arguments,
-                     QStringLiteral("Process: \"chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 "
-                                    "--expiredate -1 \". Exit code: 1.\n"
-                                    "\"chage: user '' does not exist in /etc/passwd\n\"")));
+    const QString message = QStringLiteral("chage: user '' does not exist in /etc/passwd\n");
+    QCOMPARE(outcomeOf(arguments), failure(arguments, exitMessage.arg(unsetAll, QStringLiteral("1"), message)));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::passesArguments_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("record");
-
-    const auto numbers = [](const QVariant &value, const QByteArray &number) {
+    const Rows<QVariantMap, QByteArray> row("arguments", "record");
+    const auto numbers = [&row](const QVariant &value, const QByteArray &number) {
         QVariantMap arguments = john();
         for (const char *name : {"maxInterval", "minInterval", "warningInterval", "inactiveInterval", "expireDate"}) {
             arguments.insert(key(name), value);
         }
-        QTest::newRow(value.typeName() ? value.typeName() : "nothing")
-            << arguments << recordOf(number, number, number, number, number, "john");
+        row(value.typeName() ? value.typeName() : "nothing", arguments, recordOf((number + ' ').repeated(5)));
     };
-    const auto name = [](const QVariantMap &arguments, const QByteArray &passed) {
-        QTest::newRow(passed.constData()) << arguments << recordOf("-1", "-1", "-1", "-1", "-1", passed);
+    const auto name = [&row](const QVariantMap &arguments, const QByteArray &passed) {
+        row(passed.constData(), arguments, recordOf("-1 -1 -1 -1 -1", passed));
     };
-    const auto setting = [](const char *option, const QByteArray &record) {
-        QTest::newRow(option) << johnWith(option, 5) << record;
+    const auto setting = [&row](const char *option, const QByteArray &settings) {
+        row(option, johnWith(option, 5), recordOf(settings));
     };
-    QTest::newRow("all") << allArguments() << recordOf("90", "1", "14", "30", "29220", "john");
-    setting("maxInterval", recordOf("5", "-1", "-1", "-1", "-1", "john"));
-    setting("minInterval", recordOf("-1", "5", "-1", "-1", "-1", "john"));
-    setting("warningInterval", recordOf("-1", "-1", "5", "-1", "-1", "john"));
-    setting("inactiveInterval", recordOf("-1", "-1", "-1", "5", "-1", "john"));
-    setting("expireDate", recordOf("-1", "-1", "-1", "-1", "5", "john"));
-    setting("maxDays", recordOf("-1", "-1", "-1", "-1", "-1", "john"));
+    row("all", allArguments(), recordOf("90 1 14 30 29220"));
+    setting("maxInterval", "5 -1 -1 -1 -1");
+    setting("minInterval", "-1 5 -1 -1 -1");
+    setting("warningInterval", "-1 -1 5 -1 -1");
+    setting("inactiveInterval", "-1 -1 -1 5 -1");
+    setting("expireDate", "-1 -1 -1 -1 5");
+    setting("maxDays", "-1 -1 -1 -1 -1");
     numbers(0, "0");
     numbers(-12, "-12");
     numbers(std::numeric_limits<qlonglong>::max(), "9223372036854775807");
@@ -391,10 +363,9 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::runsChageOnceToItsEndWitho
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageIsNotStarted_data()
 {
-    QTest::addColumn<QByteArray>("path");
-
-    QTest::newRow("not in the search path") << QByteArray("/nowhere");
-    QTest::newRow("without its interpreter") << QFile::encodeName(tools);
+    const Rows<QByteArray> row("path");
+    row("not in the search path", "/nowhere");
+    row("without its interpreter", QFile::encodeName(tools));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageIsNotStarted()
@@ -411,10 +382,9 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageIsNotStarte
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageCrashes_data()
 {
-    QTest::addColumn<QByteArray>("script");
-
-    QTest::newRow("by a fault") << QByteArray("echo text >&2; kill -SEGV $$");
-    QTest::newRow("by another's signal") << QByteArray("kill -TERM $$");
+    const Rows<QByteArray> row("script");
+    row("by a fault", "echo text >&2; kill -SEGV $$");
+    row("by another's signal", "kill -TERM $$");
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageCrashes()
@@ -445,13 +415,7 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::failsWhereChageHangs()
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutput_data()
 {
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("standardError");
-
-    const auto row = [](const char *name, const QByteArray &script, int code, const char *standardError) {
-        QTest::newRow(name) << script << code << QString::fromUtf8(standardError);
-    };
+    const Rows<QByteArray, int, RowText> row("script", "code", "standardError");
     row("none", "exit 3", 3, "");
     row("line", "echo text >&2; exit 1", 1, "text\n");
     row("blanks around it", "printf ' \\n\\t text \\n\\n' >&2; exit 1", 1, " \n\t text \n\n");
@@ -464,15 +428,11 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutpu
     row("placeholders", "printf '%%1 %%2 %%3 %%4' >&2; exit 1", 1, "%1 %2 %3 %4");
     row("quotes", "printf '\"' >&2; exit 1", 1, "\"");
     row("beyond ASCII", "printf 'gr\\303\\274n' >&2; exit 1", 1, "gr\xc3\xbcn");
-    row("no text",
-        "printf 'a\\377b' >&2; exit 1",
-        1,
-        "a\xef\xbf\xbd"
-        "b");
+    row("no text", "printf 'a\\377b' >&2; exit 1", 1, "a\ufffdb");
     row("character cut by a NUL byte", "printf 'a\\303\\0b' >&2; exit 1", 1, "a\xef\xbf\xbd");
     row("standard output", "echo other; echo text >&2; exit 1", 1, "text\n");
     row("largest code", "echo text >&2; exit 255", 255, "text\n");
-    row("long", "head -c 200000 /dev/zero | tr '\\0' x >&2; exit 1", 1, QByteArray(200000, 'x').constData());
+    row("long", "head -c 200000 /dev/zero | tr '\\0' x >&2; exit 1", 1, QString(200000, QLatin1Char('x')));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutput()
@@ -483,9 +443,7 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::tellsExitCodeAndErrorOutpu
     const FakeChage fake(script);
 
     QCOMPARE(outcomeOf(john()),
-             failure(john(),
-                     QStringLiteral("Process: \"%1john\". Exit code: %2.\n\"%3\"")
-                         .arg(unsetAll, QString::number(code), standardError)));
+             failure(john(), exitMessage.arg(unsetAll + QStringLiteral("john"), QString::number(code), standardError)));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::keepsPlaceholdersOfName()
@@ -495,28 +453,22 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::keepsPlaceholdersOfName()
 
     QCOMPARE(outcomeOf(arguments),
              failure(arguments,
-                     QStringLiteral("Process: \"chage --maxdays -1 --mindays -1 --warndays -1 --inactive -1 "
-                                    "--expiredate -1 %1 %3 %4\". Exit code: 1.\n\"%1%2\n\"")));
+                     QLatin1String("Process: \"") + unsetAll + QLatin1String("%1 %3 %4\". Exit code: 1.\n\"%1%2\n\"")));
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::translatesFailures_data()
 {
-    QTest::addColumn<QByteArray>("firstLine");
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("message");
-
     const QByteArray shell("#!/bin/sh");
-    QTest::newRow("not started") << QByteArray("#!/no/such/interpreter") << QByteArray()
-                                 << QByteArray("Process: \"%1 %2\". Error: %3.\n\"Not started\"")
-                                 << QStringLiteral("\n\t Process: \"%1john\". Error: 0.\n\"Not started\" \t\n");
-    QTest::newRow("not finished") << shell << QByteArray("kill -KILL $$")
-                                  << QByteArray("Process: \"%1 %2\". Error: %3.\n\"Not finished\"")
-                                  << QStringLiteral("\n\t Process: \"%1john\". Error: 1.\n\"Not finished\" \t\n");
+    const Rows<QByteArray, QByteArray, QByteArray, RowText> row("firstLine", "script", "source", "message");
+    // clang-format off
+    row("not started", "#!/no/such/interpreter", "", "Process: \"%1 %2\". Error: %3.\n\"Not started\"",
+        "\n\t Process: \"%1john\". Error: 0.\n\"Not started\" \t\n");
+    row("not finished", shell, "kill -KILL $$", "Process: \"%1 %2\". Error: %3.\n\"Not finished\"",
+        "\n\t Process: \"%1john\". Error: 1.\n\"Not finished\" \t\n");
     // just this message is trimmed, as a whole
-    QTest::newRow("exit code") << shell << QByteArray("echo ' text' >&2; exit 7")
-                               << QByteArray("Process: \"%1 %2\". Exit code: %3.\n\"%4\"")
-                               << QStringLiteral("Process: \"%1john\". Exit code: 7.\n\" text\n\"");
+    row("exit code", shell, "echo ' text' >&2; exit 7", "Process: \"%1 %2\". Exit code: %3.\n\"%4\"",
+        "Process: \"%1john\". Exit code: 7.\n\" text\n\"");
+    // clang-format on
 }
 
 void LocalUserPolicyPasswordExpirationUpdateTaskTest::translatesFailures()
