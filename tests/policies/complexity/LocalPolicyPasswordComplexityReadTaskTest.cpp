@@ -3,6 +3,7 @@
 
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
 
+#include "tests/support/Rows.h"
 #include "tests/support/TypedMap.h"
 
 #include <QTest>
@@ -45,12 +46,7 @@ void LocalPolicyPasswordComplexityReadTaskTest::handlerStoresFlagsAtOnce()
 
 void LocalPolicyPasswordComplexityReadTaskTest::handlerReadsLines_data()
 {
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QVariantMap>("found");
-
-    const auto row = [](const char *name, const char *lines, const QVariantMap &found) {
-        QTest::newRow(name) << QByteArray(lines) << found;
-    };
+    const Rows<QByteArray, QVariantMap> row("lines", "found");
     row("some options",
         "password requisite pam_cracklib.so retry=3 minlen=9 dcredit=-1 enforce_for_root",
         {{minlen, 9}, {dcredit, -1}, {enforceForRoot, true}});
@@ -84,10 +80,7 @@ void LocalPolicyPasswordComplexityReadTaskTest::handlerReadsLines()
 
     QCOMPARE(typedEntries(values), typedEntries(withFlags(found)));
     QVERIFY(handler.found());
-    QCOMPARE(handler.regExp().pattern(), QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"));
-    QCOMPARE(handler.regExp().caseSensitivity(), Qt::CaseSensitive);
-    QCOMPARE(handler.regExp().patternSyntax(), QRegExp::RegExp);
-    QVERIFY(!handler.regExp().isMinimal());
+    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((?:.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))")));
 }
 
 QTEST_GUILESS_MAIN(LocalPolicyPasswordComplexityReadTaskTest)

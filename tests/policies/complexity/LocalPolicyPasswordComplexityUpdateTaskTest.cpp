@@ -7,6 +7,7 @@
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
 #include "tests/support/RecordingTranslator.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 #include <QTest>
@@ -45,17 +46,6 @@ QStringList failure(const QString &message)
 }
 
 /// Null content means that there is no such profile.
-void writeFiles(const QByteArray &cracklibContent = oldCracklib, const QByteArray &pwqualityContent = oldPwquality)
-{
-    if (!cracklibContent.isNull()) {
-        writeContent(cracklib, cracklibContent);
-    }
-    if (!pwqualityContent.isNull()) {
-        writeContent(pwquality, pwqualityContent);
-    }
-    writeContent(commonPassword, oldStack);
-}
-
 FolderContent profilesOf(const QByteArray &cracklibContent, const QByteArray &pwqualityContent)
 {
     FolderContent content;
@@ -66,6 +56,15 @@ FolderContent profilesOf(const QByteArray &cracklibContent, const QByteArray &pw
         content.insert(QStringLiteral("pwquality"), pwqualityContent);
     }
     return content;
+}
+
+void writeFiles(const QByteArray &cracklibContent = oldCracklib, const QByteArray &pwqualityContent = oldPwquality)
+{
+    const FolderContent profiles = profilesOf(cracklibContent, pwqualityContent);
+    for (auto file = profiles.cbegin(); file != profiles.cend(); ++file) {
+        writeContent(PamSystem::profile(file.key()), file.value());
+    }
+    writeContent(commonPassword, oldStack);
 }
 
 FolderContent stackOf(const QByteArray &content)
@@ -117,10 +116,7 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::initTestCase()
 void LocalPolicyPasswordComplexityUpdateTaskTest::handlerRebuildsLines()
 {
     LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler handler(&twelve);
-    QCOMPARE(handler.regExp().pattern(), QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))"));
-    QCOMPARE(handler.regExp().caseSensitivity(), Qt::CaseSensitive);
-    QCOMPARE(handler.regExp().patternSyntax(), QRegExp::RegExp);
-    QVERIFY(!handler.regExp().isMinimal());
+    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))")));
 
     QVERIFY(handler.matches("\trequisite pam_cracklib.so a minlen=8 "));
     QVERIFY(!handler.handleLine(nullptr));
@@ -141,21 +137,17 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::handlerRebuildsLines()
 
 void LocalPolicyPasswordComplexityUpdateTaskTest::rewritesProfilesThatExist_data()
 {
-    QTest::addColumn<QByteArray>("cracklibBefore");
-    QTest::addColumn<QByteArray>("pwqualityBefore");
-    QTest::addColumn<QByteArray>("cracklibAfter");
-    QTest::addColumn<QByteArray>("pwqualityAfter");
-
+    const Rows<QByteArray, QByteArray, QByteArray, QByteArray> row(
+        "cracklibBefore", "pwqualityBefore", "cracklibAfter", "pwqualityAfter");
     const QByteArray none;
-    const QByteArray empty("");
     const QByteArray other("Password:\n\trequisite pam_unix.so minlen=8\n");
-    QTest::newRow("both") << oldCracklib << oldPwquality << newCracklib << newPwquality;
-    QTest::newRow("only cracklib") << oldCracklib << none << newCracklib << none;
-    QTest::newRow("only pwquality") << none << oldPwquality << none << newPwquality;
-    QTest::newRow("module only in the first") << oldCracklib << other << newCracklib << other;
-    QTest::newRow("second is empty") << oldCracklib << empty << newCracklib << empty;
-    QTest::newRow("each with the other's module") << oldPwquality << oldCracklib << newPwquality << newCracklib;
-    QTest::newRow("both modules in one") << oldPwquality + oldCracklib << none << newPwquality + newCracklib << none;
+    row("both", oldCracklib, oldPwquality, newCracklib, newPwquality);
+    row("only cracklib", oldCracklib, none, newCracklib, none);
+    row("only pwquality", none, oldPwquality, none, newPwquality);
+    row("module only in the first", oldCracklib, other, newCracklib, other);
+    row("second is empty", oldCracklib, "", newCracklib, "");
+    row("each with the other's module", oldPwquality, oldCracklib, newPwquality, newCracklib);
+    row("both modules in one", oldPwquality + oldCracklib, none, newPwquality + newCracklib, none);
 }
 
 void LocalPolicyPasswordComplexityUpdateTaskTest::rewritesProfilesThatExist()
@@ -174,27 +166,21 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::rewritesProfilesThatExist()
 
 void LocalPolicyPasswordComplexityUpdateTaskTest::failsWithoutProfileOrModule_data()
 {
-    QTest::addColumn<QByteArray>("first"); // cracklib
-    QTest::addColumn<QByteArray>("second"); // pwquality
-    QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("message");
-
     const QByteArray none;
     const QByteArray other("Password:\n\trequisite pam_unix.so minlen=8\r\n#pam_cracklib.so\n#pam_pwquality.so\n");
     const QByteArray inFirst("\"%1\" not contain \"pam_cracklib\"");
-    const QByteArray inSecond("\"%1\" not contain \"pam_pwquality\"");
     const QString missing = QStringLiteral("\"/usr/share/pam-configs/cracklib\" not contain \"pam_cracklib\"");
-    QTest::newRow("no profiles") << none << none
-                                 << QByteArray("Both profiles of supported PAM modules do not exist (%1, %2)")
-                                 << QStringLiteral(
-                                        "Both profiles of supported PAM modules do not exist "
-                                        "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)");
-    QTest::newRow("only pwquality, without")
-        << none << other << inSecond
-        << QStringLiteral("\"/usr/share/pam-configs/pwquality\" not contain \"pam_pwquality\"");
-    QTest::newRow("only cracklib, without") << other << none << inFirst << missing;
-    QTest::newRow("in neither") << other << other << inFirst << missing;
-    QTest::newRow("not in the first of both") << other << oldPwquality << inFirst << missing;
+    // cracklib, pwquality
+    const Rows<QByteArray, QByteArray, QByteArray, RowText> row("first", "second", "source", "message");
+    // clang-format off
+    row("no profiles", none, none, "Both profiles of supported PAM modules do not exist (%1, %2)",
+        "Both profiles of supported PAM modules do not exist " "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)");
+    row("only pwquality, without", none, other, "\"%1\" not contain \"pam_pwquality\"",
+        "\"/usr/share/pam-configs/pwquality\" not contain \"pam_pwquality\"");
+    row("only cracklib, without", other, none, inFirst, missing);
+    row("in neither", other, other, inFirst, missing);
+    row("not in the first of both", other, oldPwquality, inFirst, missing);
+    // clang-format on
 }
 
 void LocalPolicyPasswordComplexityUpdateTaskTest::failsWithoutProfileOrModule()

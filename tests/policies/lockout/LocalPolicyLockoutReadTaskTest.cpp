@@ -3,6 +3,7 @@
 
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
+#include "tests/support/Rows.h"
 #include "tests/support/TypedMap.h"
 
 #include <QTest>
@@ -43,16 +44,13 @@ void LocalPolicyLockoutReadTaskTest::handlerStoresFlagsAtOnce()
 
 void LocalPolicyLockoutReadTaskTest::handlerReadsLine_data()
 {
-    QTest::addColumn<QByteArray>("options");
-    QTest::addColumn<QVariantMap>("found");
-
-    QTest::newRow("some options") << QByteArray("deny=3 unlock_time=600 per_user onerr=fail")
-                                  << QVariantMap{{deny, 3}, {unlockTime, 600}, {perUser, true}};
-    QTest::newRow("lock_time") << QByteArray("lock_time=5") << QVariantMap{{lockTime, 5}};
-    QTest::newRow("unlock_time is no lock_time") << QByteArray("unlock_time=600") << QVariantMap{{unlockTime, 600}};
-    QTest::newRow("name inside an option") << QByteArray("even_deny_root_account") << QVariantMap{{deny, 0}};
-    QTest::newRow("no minus") << QByteArray("deny=-3") << QVariantMap{{deny, 0}};
-    QTest::newRow("no minus without equals sign") << QByteArray("deny-3") << QVariantMap{{deny, 0}};
+    const Rows<QByteArray, QVariantMap> row("options", "found");
+    row("some options", "deny=3 unlock_time=600 per_user onerr=fail", {{deny, 3}, {unlockTime, 600}, {perUser, true}});
+    row("lock_time", "lock_time=5", {{lockTime, 5}});
+    row("unlock_time is no lock_time", "unlock_time=600", {{unlockTime, 600}});
+    row("name inside an option", "even_deny_root_account", {{deny, 0}});
+    row("no minus", "deny=-3", {{deny, 0}});
+    row("no minus without equals sign", "deny-3", {{deny, 0}});
 }
 
 void LocalPolicyLockoutReadTaskTest::handlerReadsLine()
@@ -68,10 +66,7 @@ void LocalPolicyLockoutReadTaskTest::handlerReadsLine()
 
     QCOMPARE(typedEntries(values), typedEntries(withFlags(found)));
     QVERIFY(handler.found());
-    QCOMPARE(handler.regExp().pattern(), QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))"));
-    QCOMPARE(handler.regExp().caseSensitivity(), Qt::CaseSensitive);
-    QCOMPARE(handler.regExp().patternSyntax(), QRegExp::RegExp);
-    QVERIFY(!handler.regExp().isMinimal());
+    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((?:.*pam_tally\.so)((?:\s+\S+)*))")));
 }
 
 QTEST_GUILESS_MAIN(LocalPolicyLockoutReadTaskTest)

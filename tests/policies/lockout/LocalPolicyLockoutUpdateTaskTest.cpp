@@ -18,13 +18,20 @@ const QString commonAuth = QStringLiteral("/etc/pam.d/common-auth");
 const QByteArray oldProfile("Name: Lockout\nDefault: yes\nPriority: 1024\nAuth-Type: Primary\nAuth:\n\trequired "
                             "pam_tally.so deny=3 onerr=fail\n");
 
-QStringList outcomeOfUpdate(const QVariantMap &arguments)
+const QVariantMap five{{deny, 5}};
+
+QStringList outcomeOfUpdate(const QVariantMap &arguments = five)
 {
     LocalPolicyLockoutUpdateTask task(nullptr, new QVariantMap(arguments));
     return outcomeOfRun(&task);
 }
 
-QStringList success(const QVariantMap &arguments)
+QStringList failure(const QString &message)
+{
+    return expectedOutcome(TaskState::Failed, message, five);
+}
+
+QStringList success(const QVariantMap &arguments = five)
 {
     return expectedOutcome(TaskState::Succeeded, QString(), arguments);
 }
@@ -65,12 +72,8 @@ void LocalPolicyLockoutUpdateTaskTest::init()
 
 void LocalPolicyLockoutUpdateTaskTest::handlerRebuildsLines()
 {
-    const QVariantMap arguments{{deny, 5}};
-    LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler handler(&arguments);
-    QCOMPARE(handler.regExp().pattern(), QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))"));
-    QCOMPARE(handler.regExp().caseSensitivity(), Qt::CaseSensitive);
-    QCOMPARE(handler.regExp().patternSyntax(), QRegExp::RegExp);
-    QVERIFY(!handler.regExp().isMinimal());
+    LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler handler(&five);
+    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))")));
 
     QVERIFY(handler.matches("\tauth pam_tally.so a deny=3 "));
     QVERIFY(!handler.handleLine(nullptr));
@@ -89,10 +92,7 @@ void LocalPolicyLockoutUpdateTaskTest::failsWithoutProfile()
 {
     const PamSystem system;
     writeContent(commonAuth, "auth pam_tally.so deny=3\n");
-    const QVariantMap arguments{{deny, 5}};
-    QCOMPARE(
-        outcomeOfUpdate(arguments),
-        expectedOutcome(TaskState::Failed, QStringLiteral("\"/usr/share/pam-configs/tally\" not exists"), arguments));
+    QCOMPARE(outcomeOfUpdate(), failure(QStringLiteral("\"/usr/share/pam-configs/tally\" not exists")));
     QCOMPARE(system.profiles(), FolderContent());
     QCOMPARE(system.stacks(), FolderContent({{QStringLiteral("common-auth"), "auth pam_tally.so deny=3\n"}}));
     QCOMPARE(system.toolCalls(), QByteArray());
@@ -107,12 +107,9 @@ void LocalPolicyLockoutUpdateTaskTest::stopsHangingTool()
     QElapsedTimer timer;
     timer.start();
 
-    const QVariantMap arguments{{deny, 5}};
-    QCOMPARE(outcomeOfUpdate(arguments),
-             expectedOutcome(TaskState::Failed,
-                             QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
-                                            "Error: Process operation timed out.\n\"Not finished\""),
-                             arguments));
+    QCOMPARE(outcomeOfUpdate(),
+             failure(QStringLiteral("Process: \"/usr/sbin/pam-auth-update --force --package\". "
+                                    "Error: Process operation timed out.\n\"Not finished\"")));
 
     QVERIFY(timer.elapsed() >= 30000);
     QVERIFY(timer.elapsed() < 40000);
@@ -126,8 +123,7 @@ void LocalPolicyLockoutUpdateTaskTest::stopsHangingTool()
 void LocalPolicyLockoutUpdateTaskTest::realToolLeavesRetiredModuleOut()
 {
     writeContent(tally, oldProfile);
-    const QVariantMap arguments{{deny, 5}};
-    QCOMPARE(outcomeOfUpdate(arguments), success(arguments));
+    QCOMPARE(outcomeOfUpdate(), success());
     QCOMPARE(linesWith("pam_tally", tally), QByteArrayList{"required pam_tally.so onerr=fail deny=5"});
     QCOMPARE(contentOf(commonAuth), m_stack);
 }
@@ -138,8 +134,7 @@ void LocalPolicyLockoutUpdateTaskTest::realToolPutsLineIntoStack()
     writeProgram(PamSystem::tool(),
                  QByteArray(script).replace("@invalid_modules = ('pam_tally')", "@invalid_modules = ()"));
     writeContent(tally, oldProfile);
-    const QVariantMap five{{deny, 5}};
-    QCOMPARE(outcomeOfUpdate(five), success(five));
+    QCOMPARE(outcomeOfUpdate(), success());
     QCOMPARE(linesWith("pam_tally", commonAuth), QByteArrayList{"auth\trequired pam_tally.so onerr=fail deny=5"});
 
     // the tool merges what was edited by hand with the profile
