@@ -3,7 +3,11 @@
 
 #include "tests/differential/FileGenerator.h"
 
+#include "policies/complexity/ComplexityPolicy.h"
+#include "policies/lockout/LockoutPolicy.h"
+
 #include <QDate>
+#include <QFileInfo>
 
 #include <iterator>
 
@@ -23,7 +27,7 @@ struct Vocabulary {
     /// The same without any that holds a policy's name.
     QByteArrayList plainOthers;
     /// Arguments of a write that are numbers of days.
-    QStringList days;
+    QStringList days = {};
 };
 
 // clang-format off
@@ -53,6 +57,23 @@ constexpr const char *types[] = {"auth", "password", "-auth", "-password", "acco
 constexpr const char *folders[] = {"", "", "", "/lib/security/", "/lib/x86_64-linux-gnu/security/"};
 // clang-format on
 
+/// Only what things are called comes from the policy: the second readings know by themselves what it means.
+Vocabulary pamVocabulary(const PamPolicy &policy,
+                         const QByteArrayList &separators,
+                         const QByteArrayList &others,
+                         const QByteArrayList &plainOthers)
+{
+    const QByteArray name = QFileInfo(policy.stack).fileName().toLatin1();
+    Vocabulary words{policy.stack, name, {}, {}, {}, separators, others, plainOthers};
+    for (const PamOption &option : policy.options) {
+        (option.kind == PamOption::Kind::Flag ? words.flags : words.numbers) += option.name.toLatin1();
+    }
+    for (const PamProfile &profile : policy.profiles) {
+        words.modules += profile.module.toLatin1() + ".so";
+    }
+    return words;
+}
+
 const Vocabulary &vocabularyOf(Kind kind)
 {
     // clang-format off
@@ -78,28 +99,20 @@ const Vocabulary &vocabularyOf(Kind kind)
           "HOME=/home", "EXPIRE", "INACTIVE=3;EXPIRE=2001-01-01", "INACTIVE_DAYS=3", "unset EXPIRE"},
          {"SHELL=/bin/sh", "GROUP=100", "HOME=/home", "SKEL=\"/etc/skel\"", "CREATE_MAIL_SPOOL=no", "INACTIV=3"},
          {QStringLiteral("inactiveInterval"), QStringLiteral("expireDate")}},
-        {QStringLiteral("/etc/pam.d/common-auth"),
-         "common-auth",
-         {"deny", "lock_time", "unlock_time"},
-         {"per_user", "magic_root", "no_reset"},
-         {"pam_tally.so"},
-         {"=", "=", "=", "=", "", "==", "-", ":", "=+"},
-         {"onerr=fail", "even_deny_root_account", "audit", "silent", "no_log_info", "even_deny_root",
-          "root_unlock_time=5", "file=/var/log/per_user", "deny_root=3", "Deny=3", "[x y]", "=", "==", "=5",
-          "=deny=5", "lock_timeout=4"},
-         {"onerr=fail", "audit", "silent", "no_log_info", "file=/var/log/tallies", "Deny=3"},
-         {}},
-        {QStringLiteral("/etc/pam.d/common-password"),
-         "common-password",
-         {"minlen", "lcredit", "ucredit", "dcredit", "ocredit"},
-         {"gecoscheck", "enforce_for_root", "reject_username"},
-         {"pam_cracklib.so", "pam_pwquality.so"},
-         {"=", "=", "=", "=", "", "==", "-", ":", "=+", "=-"},
-         {"retry=3", "maxsequence=3", "use_authtok", "minlength=3", "xminlen=4", "maxrepeat=3", "dictcheck=0",
-          "minclass=4", "usercheck=1", "Minlen=3", "reject_username=0", "enforce_for_root_too", "=", "=minlen=5",
-          "[a b]"},
-         {"retry=3", "maxsequence=3", "use_authtok", "maxrepeat=3", "minclass=4", "Minlen=3"},
-         {}},
+        pamVocabulary(
+            lockoutPolicy(),
+            {"=", "=", "=", "=", "", "==", "-", ":", "=+"},
+            {"onerr=fail", "even_deny_root_account", "audit", "silent", "no_log_info", "even_deny_root",
+             "root_unlock_time=5", "file=/var/log/per_user", "deny_root=3", "Deny=3", "[x y]", "=", "==", "=5",
+             "=deny=5", "lock_timeout=4"},
+            {"onerr=fail", "audit", "silent", "no_log_info", "file=/var/log/tallies", "Deny=3"}),
+        pamVocabulary(
+            complexityPolicy(),
+            {"=", "=", "=", "=", "", "==", "-", ":", "=+", "=-"},
+            {"retry=3", "maxsequence=3", "use_authtok", "minlength=3", "xminlen=4", "maxrepeat=3", "dictcheck=0",
+             "minclass=4", "usercheck=1", "Minlen=3", "reject_username=0", "enforce_for_root_too", "=", "=minlen=5",
+             "[a b]"},
+            {"retry=3", "maxsequence=3", "use_authtok", "maxrepeat=3", "minclass=4", "Minlen=3"}),
     };
     // clang-format on
     return vocabularies[int(kind)];

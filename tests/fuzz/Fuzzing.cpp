@@ -3,6 +3,9 @@
 
 #include "tests/fuzz/Fuzzing.h"
 
+#include "policies/complexity/ComplexityPolicy.h"
+#include "policies/lockout/LockoutPolicy.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -96,16 +99,21 @@ QStringList wordsOf(const char *text)
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-// clang-format off
-const PamWords lockoutWords{
-    QStringLiteral("/usr/share/pam-configs/tally"), QStringLiteral("/etc/pam.d/common-auth"), "pam_tally.so",
-    wordsOf("per_user magic_root no_reset"), wordsOf("deny lock_time unlock_time"), QStringLiteral("deny")};
-const PamWords complexityWords{
-    QStringLiteral("/usr/share/pam-configs/pwquality"), QStringLiteral("/etc/pam.d/common-password"),
-    "pam_pwquality.so",
-    wordsOf("gecoscheck enforce_for_root reject_username"), wordsOf("minlen lcredit ucredit dcredit ocredit"),
-    QStringLiteral("minlen")};
-// clang-format on
+namespace
+{
+PamWords pamWords(const PamPolicy &policy)
+{
+    const PamProfile &profile = policy.profiles.last();
+    PamWords words{profile.path(), policy.stack, profile.module.toLatin1() + ".so", {}, {}, policy.correctedOption};
+    for (const PamOption &option : policy.options) {
+        (option.kind == PamOption::Kind::Flag ? words.flags : words.numbers) += option.name;
+    }
+    return words;
+}
+}
+
+const PamWords lockoutWords = pamWords(lockoutPolicy());
+const PamWords complexityWords = pamWords(complexityPolicy());
 
 void require(bool property, const char *what, const QByteArray &shown)
 {
