@@ -36,7 +36,7 @@ void addReadTask(const char *name, const char *description)
     const Factory newTask = [](void *context, QVariantMap *) -> std::unique_ptr<ElementTask> {
         return std::make_unique<Task>(context);
     };
-    QTest::newRow(name) << newTask << false << QByteArray(description);
+    QTest::newRow(name) << QByteArray(name) << newTask << false << QByteArray(description);
 }
 
 template<typename Task>
@@ -46,7 +46,7 @@ void addUpdateTask(const char *name, const char *description)
     const Factory newTask = [](void *context, QVariantMap *arguments) -> std::unique_ptr<ElementTask> {
         return std::make_unique<Task>(context, arguments);
     };
-    QTest::newRow(name) << newTask << true << QByteArray(description);
+    QTest::newRow(name) << QByteArray(name) << newTask << true << QByteArray(description);
 }
 }
 
@@ -55,28 +55,18 @@ class PolicyTasksTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase_data();
     void initTestCase();
 
-    void startsUntouched_data();
     void startsUntouched();
-    void translatesDescription_data();
     void translatesDescription();
-    void ownsItsValues_data();
     void ownsItsValues();
-    void runsAfterCancel_data();
     void runsAfterCancel();
-
-private:
-    static void addTasks();
 };
 
-void PolicyTasksTest::initTestCase()
+void PolicyTasksTest::initTestCase_data()
 {
-    QVERIFY2(inSandbox(), outsideSandbox);
-}
-
-void PolicyTasksTest::addTasks()
-{
+    QTest::addColumn<QByteArray>("name");
     QTest::addColumn<Factory>("newTask");
     QTest::addColumn<bool>("updates");
     QTest::addColumn<QByteArray>("description");
@@ -98,16 +88,16 @@ void PolicyTasksTest::addTasks()
                                                                "Update user password expiration policy");
 }
 
-void PolicyTasksTest::startsUntouched_data()
+void PolicyTasksTest::initTestCase()
 {
-    addTasks();
+    QVERIFY2(inSandbox(), outsideSandbox);
 }
 
 void PolicyTasksTest::startsUntouched()
 {
-    QFETCH(Factory, newTask);
-    QFETCH(bool, updates);
-    QFETCH(QByteArray, description);
+    QFETCH_GLOBAL(Factory, newTask);
+    QFETCH_GLOBAL(bool, updates);
+    QFETCH_GLOBAL(QByteArray, description);
     int context = 0;
     QVariantMap *arguments = updates ? new QVariantMap{{QStringLiteral("deny"), 5}} : nullptr;
     const auto task = newTask(&context, arguments);
@@ -123,31 +113,22 @@ void PolicyTasksTest::startsUntouched()
     QVERIFY(!task->isCancelRequested());
 }
 
-void PolicyTasksTest::translatesDescription_data()
-{
-    addTasks();
-}
-
 void PolicyTasksTest::translatesDescription()
 {
-    QFETCH(Factory, newTask);
-    QFETCH(bool, updates);
-    QFETCH(QByteArray, description);
+    QFETCH_GLOBAL(Factory, newTask);
+    QFETCH_GLOBAL(bool, updates);
+    QFETCH_GLOBAL(QByteArray, description);
+    QFETCH_GLOBAL(QByteArray, name);
     const RecordingTranslator translator;
     const auto task = newTask(nullptr, updates ? new QVariantMap : nullptr);
     QCOMPARE(task->result().description().toLatin1(), '[' + description + ']');
-    QCOMPARE(translator.texts(), QList<TranslatedText>({{QTest::currentDataTag(), description}}));
-}
-
-void PolicyTasksTest::ownsItsValues_data()
-{
-    addTasks();
+    QCOMPARE(translator.texts(), QList<TranslatedText>({{name, description}}));
 }
 
 void PolicyTasksTest::ownsItsValues()
 {
-    QFETCH(Factory, newTask);
-    QFETCH(bool, updates);
+    QFETCH_GLOBAL(Factory, newTask);
+    QFETCH_GLOBAL(bool, updates);
     std::weak_ptr<int> life;
     QVariantMap *values = newWatchedMap(&life);
     auto task = newTask(nullptr, updates ? values : nullptr);
@@ -161,15 +142,10 @@ void PolicyTasksTest::ownsItsValues()
     QVERIFY(life.expired());
 }
 
-void PolicyTasksTest::runsAfterCancel_data()
-{
-    addTasks();
-}
-
 void PolicyTasksTest::runsAfterCancel()
 {
-    QFETCH(Factory, newTask);
-    QFETCH(bool, updates);
+    QFETCH_GLOBAL(Factory, newTask);
+    QFETCH_GLOBAL(bool, updates);
     const auto task = newTask(nullptr, updates ? new QVariantMap : nullptr);
     const auto cancelled = newTask(nullptr, updates ? new QVariantMap : nullptr);
     cancelled->cancel();

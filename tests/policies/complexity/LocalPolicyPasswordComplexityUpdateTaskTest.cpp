@@ -91,7 +91,6 @@ class LocalPolicyPasswordComplexityUpdateTaskTest : public QObject
 private Q_SLOTS:
     void initTestCase();
 
-    void handlerRebuildsLines();
     void rewritesProfilesThatExist_data();
     void rewritesProfilesThatExist();
     void failsWithoutProfileOrModule_data();
@@ -113,28 +112,6 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::initTestCase()
     qputenv("DEBIAN_FRONTEND", "noninteractive");
 }
 
-void LocalPolicyPasswordComplexityUpdateTaskTest::handlerRebuildsLines()
-{
-    LocalPolicyPasswordComplexityUpdateTask::LoginRewriterRegExpHandler handler(&twelve);
-    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((.*(pam_cracklib|pam_pwquality)\.so)((?:\s+\S+)*))")));
-
-    QVERIFY(handler.matches("\trequisite pam_cracklib.so a minlen=8 "));
-    QVERIFY(!handler.handleLine(nullptr));
-    QVERIFY(!handler.found());
-
-    QByteArray line("\trequisite pam_cracklib.so a minlen=8 # b\r\n");
-    QVERIFY(handler.handleLine(&line));
-    QCOMPARE(line, QByteArray("requisite pam_cracklib.so a minlen=12"));
-    QVERIFY(handler.found());
-    QByteArray tail("untouched");
-    QVERIFY(!handler.appendLines(&tail));
-    QCOMPARE(tail, QByteArray("untouched"));
-
-    QVERIFY(handler.matches("pam_pwquality.so minlen=1 pam_cracklib.so minlen=2 a"));
-    QVERIFY(handler.handleLine(&line));
-    QCOMPARE(line, QByteArray("pam_pwquality.so minlen=1 pam_cracklib.so a minlen=12"));
-}
-
 void LocalPolicyPasswordComplexityUpdateTaskTest::rewritesProfilesThatExist_data()
 {
     const Rows<QByteArray, QByteArray, QByteArray, QByteArray> row(
@@ -147,6 +124,11 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::rewritesProfilesThatExist_data
     row("module only in the first", oldCracklib, other, newCracklib, other);
     row("second is empty", oldCracklib, "", newCracklib, "");
     row("each with the other's module", oldPwquality, oldCracklib, newPwquality, newCracklib);
+    row("both modules on one line",
+        "pam_pwquality.so minlen=1 pam_cracklib.so minlen=2 a\n",
+        none,
+        "pam_pwquality.so minlen=1 pam_cracklib.so a minlen=12\n",
+        none);
     row("both modules in one", oldPwquality + oldCracklib, none, newPwquality + newCracklib, none);
 }
 

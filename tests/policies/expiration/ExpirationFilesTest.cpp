@@ -3,6 +3,8 @@
 
 #include "policies/expiration/ExpirationFiles.h"
 #include "engine/RegExpHandler.h"
+#include "tests/support/Rows.h"
+#include "tests/support/Texts.h"
 
 #include <QDate>
 #include <QElapsedTimer>
@@ -69,54 +71,52 @@ QString foundByPattern(const SettingsFile &file, const QString &text)
 /// What the settings of a file are made of, and what may be mistaken for it.
 QStringList pieces()
 {
-    return {QStringLiteral("PASS_MAX_DAYS"),
-            QStringLiteral("PASS_MIN_DAYS"),
-            QStringLiteral("PASS_WARN_AGE"),
-            QStringLiteral("INACTIVE"),
-            QStringLiteral("EXPIRE"),
-            QStringLiteral("PASS_"),
-            QStringLiteral("x"),
-            QStringLiteral("5"),
-            QStringLiteral("-"),
-            QStringLiteral("="),
-            QStringLiteral(" "),
-            QStringLiteral("\t"),
-            QString(QChar(0x0085)),
-            QString(QChar(0x00a0)),
-            QString(QChar(0x180e)),
-            QString(QChar(0x200b)),
-            QString(QChar(0x2028)),
-            QString(QChar(0x3000)),
-            QString(QChar(0x0665)),
-            QString(QChar(0x00b2)),
-            QString::fromUtf8("\xf0\x9d\x9f\x97")}; // a digit that takes two QChars
+    return texts({"PASS_MAX_DAYS",
+                  "PASS_MIN_DAYS",
+                  "PASS_WARN_AGE",
+                  "INACTIVE",
+                  "EXPIRE",
+                  "PASS_",
+                  "x",
+                  "5",
+                  "-",
+                  "=",
+                  " ",
+                  "\t",
+                  "\u0085",
+                  "\u00a0",
+                  "\u180e",
+                  "\u200b",
+                  "\u2028",
+                  "\u3000",
+                  "\u0665",
+                  "\u00b2",
+                  "\U0001d7d7"}); // a digit that takes two QChars
 }
 
 /// Rows of a text and what comes of it.
 void addTexts(std::initializer_list<std::pair<const char *, const char *>> texts)
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("expected");
+    const Rows<RowText, RowText> row("text", "expected");
     for (const auto &[text, expected] : texts) {
-        QTest::newRow(text) << QString::fromUtf8(text) << QString::fromUtf8(expected);
+        row(text, text, expected);
     }
 }
 
 /// Rows of an argument and what is written for it.
 void addArguments(std::initializer_list<std::pair<QVariant, const char *>> arguments)
 {
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("expected");
+    const Rows<QVariant, RowText> row("argument", "expected");
     for (const auto &[argument, expected] : arguments) {
-        QTest::newRow(qPrintable(typed(argument))) << argument << QString::fromLatin1(expected);
+        row(qPrintable(typed(argument)), argument, expected);
     }
 }
 
 void addFileColumns()
 {
-    QTest::addColumn<bool>("login");
-    QTest::newRow("login.defs") << true;
-    QTest::newRow("useradd") << false;
+    const Rows<bool> row("login");
+    row("login.defs", true);
+    row("useradd", false);
 }
 
 const SettingsFile &fileOfRow()
@@ -166,15 +166,12 @@ void ExpirationFilesTest::describesFiles()
             settings += setting.name + file->separator + setting.key + QString::fromLatin1(setting.appendedLineEnd);
         }
     }
-    QCOMPARE(settings,
-             QStringList({QStringLiteral(R"(/etc/login.defs \s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"),
-                          QStringLiteral("PASS_MAX_DAYS maxInterval\n"),
-                          QStringLiteral("PASS_MIN_DAYS minInterval\n"),
-                          QStringLiteral("PASS_WARN_AGE warningInterval\n"),
-                          QStringLiteral(R"(/etc/default/useradd \s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"),
-                          QStringLiteral("INACTIVE=inactiveInterval\n"),
-                          // added last, without a line end
-                          QStringLiteral("EXPIRE=expireDate")}));
+    // EXPIRE is added last, without a line end
+    QCOMPARE(settings.join(QLatin1Char('|')),
+             QStringLiteral(R"(/etc/login.defs \s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+)|)"
+                            "PASS_MAX_DAYS maxInterval\n|PASS_MIN_DAYS minInterval\n|PASS_WARN_AGE warningInterval\n|"
+                            R"(/etc/default/useradd \s*(INACTIVE|EXPIRE)\s*=\s*(\S*)|)"
+                            "INACTIVE=inactiveInterval\n|EXPIRE=expireDate"));
 }
 
 void ExpirationFilesTest::findSettings(const SettingsFile &file)
@@ -291,41 +288,37 @@ void ExpirationFilesTest::findsWhatThePatternFindsInAnyMixture()
 
 void ExpirationFilesTest::searchesLongLinesInLinearTime_data()
 {
-    QTest::addColumn<bool>("login");
-    QTest::addColumn<QString>("start");
-    QTest::addColumn<QString>("filling");
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<QString>("expected");
-
-    const QString none = QStringLiteral("no match");
-    const QString blank = QStringLiteral(" ");
-    const QString maxDays = QStringLiteral("PASS_MAX_DAYS");
-    const QString inactive = QStringLiteral("INACTIVE");
-    const QString foreignDigit = QString::fromUtf8("\xf0\x9d\x9f\x97");
-    const QString foreignBlank = QString(QChar(0x180e));
-    QTest::newRow("blanks before a word") << true << maxDays << blank << QStringLiteral("never") << none;
-    QTest::newRow("blanks before a lone minus") << true << maxDays << blank << QStringLiteral("-") << none;
-    QTest::newRow("blanks before a number")
-        << true << maxDays << blank << QStringLiteral("5") << QStringLiteral("PASS_MAX_DAYS|5");
-    QTest::newRow("blanks before the name") << true << QStringLiteral("x") << blank << QStringLiteral("PASS_MAX_DAYS 5")
-                                            << QStringLiteral("PASS_MAX_DAYS|5");
-    QTest::newRow("blanks before another setting")
-        << true << maxDays << blank << QStringLiteral("PASS_MIN_DAYS 5") << QStringLiteral("PASS_MIN_DAYS|5");
-    QTest::newRow("blanks before a digit of two units") << true << maxDays << blank << foreignDigit << none;
-    QTest::newRow("blanks before a character that once was a blank")
-        << true << maxDays << blank << (foreignBlank + QLatin1Char('5')) << none;
-    QTest::newRow("names") << true << QString() << (maxDays + blank) << QString() << none;
-    QTest::newRow("starts of names") << true << QString() << QStringLiteral("PASS_") << QString() << none;
-    QTest::newRow("digits") << true << maxDays << QStringLiteral("5") << QStringLiteral("x")
-                            << (maxDays + QLatin1Char('|') + QString(1000000, QLatin1Char('5')));
-    QTest::newRow("blanks before no equals sign") << false << inactive << blank << QStringLiteral("x") << none;
-    QTest::newRow("blanks before an equals sign")
-        << false << inactive << blank << QStringLiteral("=5") << QStringLiteral("INACTIVE|5");
-    QTest::newRow("blanks behind the equals sign")
-        << false << QStringLiteral("INACTIVE=") << blank << QStringLiteral("5") << QStringLiteral("INACTIVE|5");
-    QTest::newRow("blanks before a character that once was a blank, in useradd")
-        << false << inactive << blank << (foreignBlank + QLatin1Char('=')) << none;
-    QTest::newRow("names in useradd") << false << QString() << inactive << QString() << none;
+    const Rows<bool, RowText, RowText, RowText, RowText> row("login", "start", "filling", "end", "expected");
+    const auto login = [&row](const char *name,
+                              const char *start,
+                              const char *filling,
+                              const char *end,
+                              const RowText &expected = "no match") {
+        row(name, true, start, filling, end, expected);
+    };
+    const auto useradd = [&row](const char *name,
+                                const char *start,
+                                const char *filling,
+                                const char *end,
+                                const char *expected = "no match") {
+        row(name, false, start, filling, end, expected);
+    };
+    const QString digits = QStringLiteral("PASS_MAX_DAYS|") + QString(1000000, QLatin1Char('5'));
+    login("blanks before a word", "PASS_MAX_DAYS", " ", "never");
+    login("blanks before a lone minus", "PASS_MAX_DAYS", " ", "-");
+    login("blanks before a number", "PASS_MAX_DAYS", " ", "5", "PASS_MAX_DAYS|5");
+    login("blanks before the name", "x", " ", "PASS_MAX_DAYS 5", "PASS_MAX_DAYS|5");
+    login("blanks before another setting", "PASS_MAX_DAYS", " ", "PASS_MIN_DAYS 5", "PASS_MIN_DAYS|5");
+    login("blanks before a digit of two units", "PASS_MAX_DAYS", " ", "\U0001d7d7");
+    login("blanks before a character that once was a blank", "PASS_MAX_DAYS", " ", "\u180e5");
+    login("names", "", "PASS_MAX_DAYS ", "");
+    login("starts of names", "", "PASS_", "");
+    login("digits", "PASS_MAX_DAYS", "5", "x", digits);
+    useradd("blanks before no equals sign", "INACTIVE", " ", "x");
+    useradd("blanks before an equals sign", "INACTIVE", " ", "=5", "INACTIVE|5");
+    useradd("blanks behind the equals sign", "INACTIVE=", " ", "5", "INACTIVE|5");
+    useradd("blanks before a character that once was a blank, in useradd", "INACTIVE", " ", "\u180e=");
+    useradd("names in useradd", "", "INACTIVE", "");
 }
 
 void ExpirationFilesTest::searchesLongLinesInLinearTime()

@@ -7,6 +7,7 @@
 
 #include "policies/files/SettingsFileReader.h"
 #include "policies/files/SettingsFileRewriter.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/TypedMap.h"
 
@@ -73,17 +74,14 @@ private Q_SLOTS:
 
 void SettingsFileTest::reads_data()
 {
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QVariantMap>("expected");
-
+    const Rows<QByteArray, QVariantMap> row("lines", "expected");
     const QVariant red = QStringLiteral("red");
-    QTest::newRow("nothing") << QByteArray("other = 1") << QVariantMap();
-    QTest::newRow("values") << QByteArray("colour = red\nsize=5")
-                            << QVariantMap{{colour, red}, {size, QStringLiteral("5")}};
-    QTest::newRow("flag") << QByteArray("loud") << QVariantMap{{loud, true}};
-    QTest::newRow("flag with a value") << QByteArray("loud = no") << QVariantMap{{loud, true}};
-    QTest::newRow("later line wins") << QByteArray("colour = blue\ncolour = red") << QVariantMap{{colour, red}};
-    QTest::newRow("nothing to report") << QByteArray("colour = red\ncolour = none") << QVariantMap{{colour, red}};
+    row("nothing", "other = 1", {});
+    row("values", "colour = red\nsize=5", {{colour, red}, {size, QStringLiteral("5")}});
+    row("flag", "loud", {{loud, true}});
+    row("flag with a value", "loud = no", {{loud, true}});
+    row("later line wins", "colour = blue\ncolour = red", {{colour, red}});
+    row("nothing to report", "colour = red\ncolour = none", {{colour, red}});
 }
 
 void SettingsFileTest::reads()
@@ -100,14 +98,8 @@ void SettingsFileTest::reads()
 
 void SettingsFileTest::rewrites_data()
 {
-    QTest::addColumn<QVariantMap>("arguments");
-    QTest::addColumn<QByteArray>("lines");
-    QTest::addColumn<QByteArray>("expected");
-
+    const Rows<QVariantMap, QByteArray, QByteArray> row("arguments", "lines", "expected");
     const QVariantMap all{{colour, QStringLiteral("red")}, {loud, true}, {size, 5}};
-    const auto row = [](const char *name, const QVariantMap &arguments, const char *lines, const char *expected) {
-        QTest::newRow(name) << arguments << QByteArray(lines) << QByteArray(expected);
-    };
     row("in place", all, "size=1\nother\nloud\ncolour=x", "[size = 5]other[loud][colour = red]");
     row("at the end", all, "other", "other+colour = red\nloud\nsize = 5");
     row("some in place", all, "loud = yes", "[loud]+colour = red\nsize = 5");

@@ -46,7 +46,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void handlerRebuildsLines();
     void failsWithoutProfile();
     void stopsHangingTool();
     void realToolLeavesRetiredModuleOut();
@@ -68,24 +67,6 @@ void LocalPolicyLockoutUpdateTaskTest::init()
 {
     QFile::remove(tally);
     writeContent(commonAuth, m_stack);
-}
-
-void LocalPolicyLockoutUpdateTaskTest::handlerRebuildsLines()
-{
-    LocalPolicyLockoutUpdateTask::LoginRewriterRegExpHandler handler(&five);
-    QCOMPARE(handler.regExp(), QRegExp(QStringLiteral(R"((\s*.*pam_tally\.so)((?:\s+\S+)*))")));
-
-    QVERIFY(handler.matches("\tauth pam_tally.so a deny=3 "));
-    QVERIFY(!handler.handleLine(nullptr));
-    QVERIFY(!handler.found());
-
-    QByteArray line("\tauth pam_tally.so a deny=3 # b\r\n");
-    QVERIFY(handler.handleLine(&line));
-    QCOMPARE(line, QByteArray("auth pam_tally.so a deny=5"));
-    QVERIFY(handler.found());
-    QByteArray tail("untouched");
-    QVERIFY(!handler.appendLines(&tail));
-    QCOMPARE(tail, QByteArray("untouched"));
 }
 
 void LocalPolicyLockoutUpdateTaskTest::failsWithoutProfile()

@@ -25,6 +25,18 @@ std::unique_ptr<ElementTask> newTaskWith(const QVariantMap &arguments)
     return std::make_unique<Task>(nullptr, new QVariantMap(arguments));
 }
 
+template<typename Task>
+std::unique_ptr<PamOptionReader> newReader(QVariantMap *values)
+{
+    return std::make_unique<typename Task::LoginReaderRegExpHandler>(values);
+}
+
+template<typename Task>
+std::unique_ptr<PamOptionRewriter> newRewriter(const QVariantMap *arguments)
+{
+    return std::make_unique<typename Task::LoginRewriterRegExpHandler>(arguments);
+}
+
 QStringList words(const char *text)
 {
     return QString::fromLatin1(text).split(QLatin1Char(' '));
@@ -45,7 +57,9 @@ PamPolicyCase complexity(const char *module, const char *profile)
              QStringLiteral(R"((pam_cracklib|pam_pwquality)\.so)")},
             "LocalPolicyPasswordComplexityUpdateTask",
             newTask<LocalPolicyPasswordComplexityReadTask>,
-            newTaskWith<LocalPolicyPasswordComplexityUpdateTask>};
+            newTaskWith<LocalPolicyPasswordComplexityUpdateTask>,
+            newReader<LocalPolicyPasswordComplexityReadTask>,
+            newRewriter<LocalPolicyPasswordComplexityUpdateTask>};
 }
 }
 
@@ -64,7 +78,9 @@ const QVector<PamPolicyCase> &pamPolicyCases()
           QStringLiteral(R"(pam_tally\.so)")},
          "LocalPolicyLockoutUpdateTask",
          newTask<LocalPolicyLockoutReadTask>,
-         newTaskWith<LocalPolicyLockoutUpdateTask>},
+         newTaskWith<LocalPolicyLockoutUpdateTask>,
+         newReader<LocalPolicyLockoutReadTask>,
+         newRewriter<LocalPolicyLockoutUpdateTask>},
         complexity("pam_cracklib", "cracklib"),
         complexity("pam_pwquality", "pwquality"),
     };

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "policies/pam/PamOptionReader.h"
+#include "policies/pam/PamOptionRewriter.h"
 #include "policies/pam/PamPolicy.h"
 #include "tasks/ElementTask.h"
 
@@ -33,6 +35,9 @@ struct PamPolicyCase {
     const char *updateContext;
     std::unique_ptr<ElementTask> (*newReadTask)();
     std::unique_ptr<ElementTask> (*newUpdateTask)(const QVariantMap &arguments);
+    /// Their handlers.
+    std::unique_ptr<PamOptionReader> (*newReader)(QVariantMap *values);
+    std::unique_ptr<PamOptionRewriter> (*newRewriter)(const QVariantMap *arguments);
 
     QString profile() const;
     QString stack() const;

@@ -6,6 +6,8 @@
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/lockout/LockoutPolicy.h"
 #include "tests/policies/pam/PamPolicyCases.h"
+#include "tests/support/Rows.h"
+#include "tests/support/Texts.h"
 
 #include <QTest>
 
@@ -64,22 +66,18 @@ private Q_SLOTS:
 
 void PamPolicyTest::givesPatterns_data()
 {
-    QTest::addColumn<PamPolicy>("policy");
-    QTest::addColumn<QStringList>("patterns");
-
+    const Rows<PamPolicy, QStringList> row("policy", "patterns");
     for (const PamPolicyCase &policy : pamPolicyCases()) {
-        QTest::newRow(policy.base.constData()) << *policy.table << policy.patterns;
+        row(policy.base.constData(), *policy.table, policy.patterns);
     }
-    QTest::newRow("sample") << samplePolicy()
-                            << QStringList{QStringLiteral(R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))"),
-                                           QStringLiteral(R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))"),
-                                           QStringLiteral(R"((loud|quiet|angle|top_speed|speed)=?(-?\d+)?)"),
-                                           QStringLiteral(R"((pam_sample|pam_example)\.so)")};
-    QTest::newRow("one module") << withOneModule()
-                                << QStringList{QStringLiteral(R"((?:.*pam_sample\.so)((?:\s+\S+)*))"),
-                                               QStringLiteral(R"((.*pam_sample\.so)((?:\s+\S+)*))"),
-                                               QStringLiteral(R"((loud|quiet|speed)=?(\d+)?)"),
-                                               QStringLiteral(R"(pam_sample\.so)")};
+    // clang-format off
+    row("sample", samplePolicy(),
+        texts({R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))", R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))",
+               R"((loud|quiet|angle|top_speed|speed)=?(-?\d+)?)", R"((pam_sample|pam_example)\.so)"}));
+    row("one module", withOneModule(),
+        texts({R"((?:.*pam_sample\.so)((?:\s+\S+)*))", R"((.*pam_sample\.so)((?:\s+\S+)*))",
+               R"((loud|quiet|speed)=?(\d+)?)", R"(pam_sample\.so)"}));
+    // clang-format on
 }
 
 void PamPolicyTest::givesPatterns()

@@ -224,7 +224,7 @@ void PamReadTasksTest::missesModule()
 void PamReadTasksTest::failsWithoutFile()
 {
     // the profile doesn't count
-    writeContent(testedPolicy().profile(), testedPolicy().filled(QByteArray("{module} {number}=3")));
+    writeContent(testedPolicy().profile(), testedPolicy().filled("{module} {number}=3"));
     const RecordingTranslator translator;
 
     QCOMPARE(outcomeOfReading(), failure(QStringLiteral("[\"%1\" not exists]")));
@@ -250,15 +250,15 @@ void PamReadTasksTest::overwritesOnlyWhatItReads()
 void PamReadTasksTest::readsThroughSymbolicLink()
 {
     const QString target = QStringLiteral("/run/tmp/target");
-    writeContent(target, testedPolicy().filled(QByteArray("{module} {number}=3\n")));
+    writeContent(target, testedPolicy().filled("{module} {number}=3\n"));
     QVERIFY(QFile::link(target, testedPolicy().stack()));
     QCOMPARE(outcomeOfReading(), success({{number, 3}}));
 }
 
 void PamReadTasksTest::readsAndChangesNoOtherFile()
 {
-    const QByteArray content = testedPolicy().filled(QByteArray("{module} {number}=3 {number}=3\n"));
-    const QByteArray other = testedPolicy().filled(QByteArray("{module} {number2}=9 {flag}\n"));
+    const QByteArray content = testedPolicy().filled("{module} {number}=3 {number}=3\n");
+    const QByteArray other = testedPolicy().filled("{module} {number2}=9 {flag}\n");
     for (const PamPolicyCase &each : pamPolicyCases()) {
         writeContent(each.profile(), other);
         writeContent(each.stack(), other);

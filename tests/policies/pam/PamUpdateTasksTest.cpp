@@ -165,6 +165,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
+    void handlerRebuildsLines();
     void rebuildsLineOfProfile_data();
     void rebuildsLineOfProfile();
     void writesArgumentsOfEveryType_data();
@@ -217,6 +218,25 @@ void PamUpdateTasksTest::init()
     m_system = std::make_unique<PamSystem>();
     writeProfile();
     writeStack();
+}
+
+void PamUpdateTasksTest::handlerRebuildsLines()
+{
+    const QVariantMap arguments = testedPolicy().filled(five);
+    const auto handler = testedPolicy().newRewriter(&arguments);
+    QCOMPARE(handler->regExp(), QRegExp(testedPolicy().patterns.at(1)));
+
+    QByteArray line = testedPolicy().filled("\tauth {module} a {number}=3 # b\r\n");
+    QVERIFY(handler->matches(line));
+    QVERIFY(!handler->handleLine(nullptr));
+    QVERIFY(!handler->found());
+
+    QVERIFY(handler->handleLine(&line));
+    QCOMPARE(line, testedPolicy().filled("auth {module} a {number}=5"));
+    QVERIFY(handler->found());
+    QByteArray tail("untouched");
+    QVERIFY(!handler->appendLines(&tail));
+    QCOMPARE(tail, QByteArray("untouched"));
 }
 
 void PamUpdateTasksTest::rebuildsLineOfProfile_data()
@@ -394,7 +414,7 @@ void PamUpdateTasksTest::failsWithoutModule()
     // with a notice, which the failure replaces
     writeContent(temporary(), "");
     const ScopedMount pinned = ScopedMount::pinned(temporary());
-    const QByteArray source = testedPolicy().filled(QByteArray("\"%1\" not contain \"{base}\""));
+    const QByteArray source = testedPolicy().filled("\"%1\" not contain \"{base}\"");
     const RecordingTranslator translator;
 
     QCOMPARE(outcomeOfUpdate(),
@@ -613,7 +633,7 @@ void PamUpdateTasksTest::correctsStack()
     const FileIdentity before = identityOf(testedPolicy().stack());
     // a file that is never corrected
     const QString other = QStringLiteral("common-other");
-    const QByteArray otherContent = testedPolicy().filled(QByteArray("{module} {number}=3\n"));
+    const QByteArray otherContent = testedPolicy().filled("{module} {number}=3\n");
     writeContent(PamSystem::stack(other), otherContent);
 
     QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
@@ -682,7 +702,7 @@ void PamUpdateTasksTest::losesWhatDoesNotFitOnDisk()
     // a page for the profile and one for the temporary file, one for the stack: writes are not checked
     const ScopedMount profiles = ScopedMount::smallDisk(folderOf(testedPolicy().profile()), 8);
     const ScopedMount stacks = ScopedMount::smallDisk(folderOf(testedPolicy().stack()), 4);
-    const QByteArray line = testedPolicy().filled(QByteArray("{module} {number}=3\n"));
+    const QByteArray line = testedPolicy().filled("{module} {number}=3\n");
     const QByteArray rest = QByteArray(4095 - line.size(), 'x') + '\n';
     writeProfile(line + rest);
     writeStack(line + rest);
@@ -690,7 +710,7 @@ void PamUpdateTasksTest::losesWhatDoesNotFitOnDisk()
 
     QCOMPARE(outcomeOfUpdate(arguments), success(QString(), arguments));
 
-    const QByteArray newLine = testedPolicy().filled(QByteArray("{module} {number}=12345\n"));
+    const QByteArray newLine = testedPolicy().filled("{module} {number}=12345\n");
     QCOMPARE(PamSystem::profiles(), profileOf((newLine + rest).left(4096)));
     QCOMPARE(PamSystem::stacks(), stackOf((QByteArray(newLine).replace(" ", "  ") + rest).left(4096)));
 }
@@ -727,7 +747,7 @@ void PamUpdateTasksTest::reportsTemporaryFileThatStays()
 void PamUpdateTasksTest::correctsStackThatToolMade()
 {
     PamSystem::setToolScript("cat " + testedPolicy().profile().toLatin1() + " > /run/tmp/seen\n"
-                             + testedPolicy().filled(QByteArray("echo '{module} a {number}=8 {number}=5' > "))
+                             + testedPolicy().filled("echo '{module} a {number}=8 {number}=5' > ")
                              + testedPolicy().stack().toLatin1() + '\n');
     QCOMPARE(outcomeOfUpdate(), success());
     QCOMPARE(contentOf(QStringLiteral("/run/tmp/seen")), testedPolicy().filled(newProfile));
