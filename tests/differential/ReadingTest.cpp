@@ -6,6 +6,7 @@
 
 #include "tests/differential/SecondReadings.h"
 #include "tests/support/Files.h"
+#include "tests/support/Rows.h"
 
 #include <QTest>
 
@@ -104,15 +105,11 @@ void ReadingTest::readsAnyFileAsTheSecondReadingDoes()
 
 void ReadingTest::takesEveryCharacterForWhatItIs_data()
 {
-    QTest::addColumn<Kind>("kind");
-    QTest::addColumn<QString>("lines");
-    QTest::newRow("login.defs") << Kind::LoginDefs
-                                << QStringLiteral("PASS_MAX_DAYS%15\nPASS_MIN_DAYS %1\nPASS_WARN_AGE 5%1%1");
-    QTest::newRow("useradd") << Kind::UseraddDefaults << QStringLiteral("INACTIVE%1=%15\nEXPIRE=2025-01-01%1x");
-    QTest::newRow("common-auth") << Kind::CommonAuth
-                                 << QStringLiteral("auth required pam_tally.so%1deny=%15 lock_time=%1%1per_user");
-    QTest::newRow("common-password") << Kind::CommonPassword
-                                     << QStringLiteral("password required pam_cracklib.so%1minlen=%15%1lcredit=-%1");
+    const Rows<Kind, RowText> row("kind", "lines");
+    row("login.defs", Kind::LoginDefs, "PASS_MAX_DAYS%15\nPASS_MIN_DAYS %1\nPASS_WARN_AGE 5%1%1");
+    row("useradd", Kind::UseraddDefaults, "INACTIVE%1=%15\nEXPIRE=2025-01-01%1x");
+    row("common-auth", Kind::CommonAuth, "auth required pam_tally.so%1deny=%15 lock_time=%1%1per_user");
+    row("common-password", Kind::CommonPassword, "password required pam_cracklib.so%1minlen=%15%1lcredit=-%1");
 }
 
 // What is white space, a digit or a sign differs between regular expressions.

@@ -8,6 +8,7 @@
 #include "tests/differential/SecondReadings.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
+#include "tests/support/Rows.h"
 #include "tests/support/Texts.h"
 #include "tests/support/TypedMap.h"
 
@@ -28,11 +29,11 @@ struct CharacterKind {
 constexpr CharacterKind characterKinds[] = {
     {"lcredit", "kcnbg"}, {"ucredit", "MFHKB"}, {"dcredit", "73958"}, {"ocredit", "%(?!&"}};
 
-QByteArray outputOf(const QString &program, const QStringList &arguments)
+QByteArray outputOf(const QByteArray &command)
 {
-    const ProgramResult result = runAs(root, program, arguments);
+    const ProgramResult result = runAs(root, command.constData());
     if (result.exitCode != 0 || !result.standardError.isEmpty()) {
-        qFatal("%s: %s", qPrintable(program), result.standardError.constData());
+        qFatal("%s: %s", command.constData(), result.standardError.constData());
     }
     return result.standardOutput;
 }
@@ -76,8 +77,7 @@ QByteArray shadowField(int days)
 /// What stands behind the colon on the line of chage(1) that begins so.
 QByteArray shown(const QByteArray &output, const QByteArray &label)
 {
-    const QByteArrayList lines = output.split('\n');
-    for (const QByteArray &line : lines) {
+    for (const QByteArray &line : output.split('\n')) {
         if (line.startsWith(label)) {
             return line.mid(line.indexOf(':') + 1).trimmed();
         }
@@ -99,11 +99,10 @@ QByteArrayList otherLines(Kind kind, const QByteArray &module)
 /// Brings back what Debian's pam-auth-update no longer has: pam_tally, and a profile that asks for it.
 void bringBackLockout()
 {
-    const QString path = QStringLiteral("/usr/sbin/pam-auth-update");
-    QByteArray tool = contentOf(path);
+    QByteArray tool = contentOf("/usr/sbin/pam-auth-update");
     tool.replace("my @invalid_modules = ('pam_tally');", "my @invalid_modules = ();");
-    writeContent(path, tool);
-    writeContent(QStringLiteral("/usr/share/pam-configs/tally"),
+    writeContent("/usr/sbin/pam-auth-update", tool);
+    writeContent("/usr/share/pam-configs/tally",
                  "Name: Lock accounts after failed logins\nDefault: yes\nPriority: 1024\nAuth-Type: Additional\nAuth:\n"
                  "\trequired\tpam_tally.so onerr=fail\n");
 }
@@ -111,7 +110,7 @@ void bringBackLockout()
 /// By PAM, for a caller who may do everything else.
 bool isTaken(const QByteArray &password)
 {
-    return runAs(root, QStringLiteral("chpasswd"), {}, "judge:" + password + '\n').exitCode == 0;
+    return runAs(root, "chpasswd", "judge:" + password + '\n').exitCode == 0;
 }
 }
 
@@ -145,7 +144,7 @@ private:
     void noteForLens(Kind kind, const QVariantMap &policy);
     void compareWithLenses();
     void judgeDefaults(const QVariantMap &policy);
-    void judgeNewAccount(const QString &name, const QVariantMap &policy);
+    void judgeNewAccount(const QByteArray &name, const QVariantMap &policy);
 
     Extent m_extent;
     FileGenerator m_generator;
@@ -156,7 +155,7 @@ private:
 
 void RealToolsTest::initTestCase()
 {
-    outputOf(QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("judge")});
+    outputOf("useradd -M judge");
 }
 
 void RealToolsTest::init()
@@ -190,15 +189,15 @@ void RealToolsTest::compareWithLenses()
 
 void RealToolsTest::judgeDefaults(const QVariantMap &policy)
 {
-    const QByteArrayList defaults = outputOf(QStringLiteral("useradd"), {QStringLiteral("-D")}).split('\n');
+    const QByteArrayList defaults = outputOf("useradd -D").split('\n');
     const int day = daysOf(policy, "expireDate");
     QVERIFY(defaults.contains("INACTIVE=" + QByteArray::number(daysOf(policy, "inactiveInterval"))));
     QVERIFY(defaults.contains("EXPIRE=" + (day < 0 ? QByteArray() : dateOf(day))));
 }
 
-void RealToolsTest::judgeNewAccount(const QString &name, const QVariantMap &policy)
+void RealToolsTest::judgeNewAccount(const QByteArray &name, const QVariantMap &policy)
 {
-    outputOf(QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("-N"), name});
+    outputOf("useradd -M -N " + name);
     QByteArrayList days;
     QByteArrayList fields;
     for (const char *key : {"minInterval", "maxInterval", "warningInterval", "inactiveInterval"}) {
@@ -208,11 +207,11 @@ void RealToolsTest::judgeNewAccount(const QString &name, const QVariantMap &poli
     const int day = daysOf(policy, "expireDate");
 
     fields << shadowField(day) << QByteArray();
-    const QByteArray entry = outputOf(QStringLiteral("getent"), {QStringLiteral("shadow"), name});
+    const QByteArray entry = outputOf("getent shadow " + name);
     QCOMPARE(entry.trimmed().split(':').mid(3), fields);
-    const QByteArray status = outputOf(QStringLiteral("passwd"), {QStringLiteral("-S"), name});
+    const QByteArray status = outputOf("passwd -S " + name);
     QCOMPARE(status.trimmed().split(' ').mid(3), days);
-    const QByteArray ageing = outputOf(QStringLiteral("chage"), {QStringLiteral("-l"), QStringLiteral("-i"), name});
+    const QByteArray ageing = outputOf("chage -l -i " + name);
     QCOMPARE(shown(ageing, "Minimum"), days[0]);
     QCOMPARE(shown(ageing, "Maximum"), days[1]);
     QCOMPARE(shown(ageing, "Number of days of warning"), days[2]);
@@ -228,7 +227,7 @@ void RealToolsTest::givesNewAccountsTheExpirationPolicy()
         noteForLens(Kind::LoginDefs, only(policy, texts({"maxInterval", "minInterval", "warningInterval"})));
         noteForLens(Kind::UseraddDefaults, only(policy, texts({"inactiveInterval", "expireDate"})));
         judgeDefaults(policy);
-        judgeNewAccount(QStringLiteral("judged%1").arg(i), policy);
+        judgeNewAccount("judged" + QByteArray::number(i), policy);
         if (QTest::currentTestFailed()) {
             QFAIL(typedEntries(policy).join(QLatin1String(", ")).toUtf8().constData());
         }
@@ -269,11 +268,9 @@ void RealToolsTest::takesAndRefusesPasswordsByThePolicy()
 
 void RealToolsTest::showsPolicyInTheStack_data()
 {
-    QTest::addColumn<Kind>("kind");
-    QTest::addColumn<QByteArray>("module");
-    QTest::addColumn<QByteArray>("keptOption");
-    QTest::newRow("complexity") << Kind::CommonPassword << QByteArray("pam_pwquality.so") << QByteArray("retry=3");
-    QTest::newRow("lockout") << Kind::CommonAuth << QByteArray("pam_tally.so") << QByteArray("onerr=fail");
+    const Rows<Kind, QByteArray, QByteArray> row("kind", "module", "keptOption");
+    row("complexity", Kind::CommonPassword, "pam_pwquality.so", "retry=3");
+    row("lockout", Kind::CommonAuth, "pam_tally.so", "onerr=fail");
 }
 
 void RealToolsTest::showsPolicyInTheStack()

@@ -8,6 +8,7 @@
 #include "tests/differential/SecondReadings.h"
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/support/Files.h"
+#include "tests/support/Rows.h"
 
 #include <QTest>
 
@@ -23,13 +24,6 @@ QByteArray headOf(const char *what, Kind kind, const QVariantMap &arguments)
     return head;
 }
 
-QVariantMap merged(QVariantMap map, const QVariantMap &others)
-{
-    for (auto it = others.cbegin(); it != others.cend(); ++it) {
-        map.insert(it.key(), *it);
-    }
-    return map;
-}
 }
 
 class RewritingTest : public QObject
@@ -72,7 +66,7 @@ void RewritingTest::rewritesSettingsAsTheSecondRewritingDoes()
         QVariantMap arguments;
         for (const Kind kind : {Kind::LoginDefs, Kind::UseraddDefaults}) {
             const QVariantMap some = generator.arguments(kind);
-            arguments = merged(arguments, some);
+            arguments.insert(some);
             records.append({kind, headOf("settings", kind, some), generator.file(kind)});
             writeContent(pathOf(kind), records.last().content);
         }
@@ -88,10 +82,9 @@ void RewritingTest::rewritesSettingsAsTheSecondRewritingDoes()
 
 void RewritingTest::rewritesProfileAndStackAsTheSecondRewritingDoes_data()
 {
-    QTest::addColumn<Kind>("kind");
-    QTest::addColumn<QString>("profile");
-    QTest::newRow("lockout") << Kind::CommonAuth << QStringLiteral("tally");
-    QTest::newRow("complexity") << Kind::CommonPassword << QStringLiteral("pwquality");
+    const Rows<Kind, QString> row("kind", "profile");
+    row("lockout", Kind::CommonAuth, QStringLiteral("tally"));
+    row("complexity", Kind::CommonPassword, QStringLiteral("pwquality"));
 }
 
 void RewritingTest::rewritesProfileAndStackAsTheSecondRewritingDoes()

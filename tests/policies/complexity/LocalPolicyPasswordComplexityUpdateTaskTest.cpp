@@ -156,7 +156,8 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::failsWithoutProfileOrModule_da
     const Rows<QByteArray, QByteArray, QByteArray, RowText> row("first", "second", "source", "message");
     // clang-format off
     row("no profiles", none, none, "Both profiles of supported PAM modules do not exist (%1, %2)",
-        "Both profiles of supported PAM modules do not exist " "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)");
+        "Both profiles of supported PAM modules do not exist "
+        "(/usr/share/pam-configs/cracklib, /usr/share/pam-configs/pwquality)");
     row("only pwquality, without", none, other, "\"%1\" not contain \"pam_pwquality\"",
         "\"/usr/share/pam-configs/pwquality\" not contain \"pam_pwquality\"");
     row("only cracklib, without", other, none, inFirst, missing);

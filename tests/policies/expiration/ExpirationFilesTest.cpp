@@ -71,46 +71,29 @@ QString foundByPattern(const SettingsFile &file, const QString &text)
 /// What the settings of a file are made of, and what may be mistaken for it.
 QStringList pieces()
 {
-    return texts({"PASS_MAX_DAYS",
-                  "PASS_MIN_DAYS",
-                  "PASS_WARN_AGE",
-                  "INACTIVE",
-                  "EXPIRE",
-                  "PASS_",
-                  "x",
-                  "5",
-                  "-",
-                  "=",
-                  " ",
-                  "\t",
-                  "\u0085",
-                  "\u00a0",
-                  "\u180e",
-                  "\u200b",
-                  "\u2028",
-                  "\u3000",
-                  "\u0665",
-                  "\u00b2",
+    // clang-format off
+    return texts({"PASS_MAX_DAYS", "PASS_MIN_DAYS", "PASS_WARN_AGE", "INACTIVE", "EXPIRE", "PASS_", "x", "5", "-", "=",
+                  " ", "\t", "\u0085", "\u00a0", "\u180e", "\u200b", "\u2028", "\u3000", "\u0665", "\u00b2",
                   "\U0001d7d7"}); // a digit that takes two QChars
+    // clang-format on
 }
 
-/// Rows of a text and what comes of it.
-void addTexts(std::initializer_list<std::pair<const char *, const char *>> texts)
+/// Rows of a text and what comes of it, and of texts of which the same comes.
+void addTexts(std::initializer_list<std::pair<const char *, const char *>> pairs,
+              const char *common,
+              std::initializer_list<const char *> others)
 {
     const Rows<RowText, RowText> row("text", "expected");
-    for (const auto &[text, expected] : texts) {
+    for (const auto &[text, expected] : pairs) {
         row(text, text, expected);
+    }
+    for (const char *text : others) {
+        row(text, text, common);
     }
 }
 
-/// Rows of an argument and what is written for it.
-void addArguments(std::initializer_list<std::pair<QVariant, const char *>> arguments)
-{
-    const Rows<QVariant, RowText> row("argument", "expected");
-    for (const auto &[argument, expected] : arguments) {
-        row(qPrintable(typed(argument)), argument, expected);
-    }
-}
+/// Arguments, and what is written for them.
+using Written = std::initializer_list<std::pair<QVariant, const char *>>;
 
 void addFileColumns()
 {
@@ -146,12 +129,8 @@ private Q_SLOTS:
     void readsNumbers();
     void readsDates_data();
     void readsDates();
-    void writesAgeingNumbersAsInt_data();
-    void writesAgeingNumbersAsInt();
-    void writesInactiveIntervalAsLongLong_data();
-    void writesInactiveIntervalAsLongLong();
-    void writesDates_data();
-    void writesDates();
+    void writes_data();
+    void writes();
 
 private:
     static void findSettings(const SettingsFile &file);
@@ -184,28 +163,24 @@ void ExpirationFilesTest::findSettings(const SettingsFile &file)
 
 void ExpirationFilesTest::findsSettingsOfLoginDefs_data()
 {
-    addTexts({{"PASS_MAX_DAYS\t5", "PASS_MAX_DAYS|5"},
-              {"PASS_MIN_DAYS5", "PASS_MIN_DAYS|5"},
-              {"PASS_WARN_AGE -1", "PASS_WARN_AGE|-1"},
-              {"PASS_MAX_DAYS-5", "PASS_MAX_DAYS|-5"},
-              {"PASS_MAX_DAYS 0099", "PASS_MAX_DAYS|0099"},
-              {"PASS_MAX_DAYS \u0663", "PASS_MAX_DAYS|\u0663"},
-              {"PASS_MAX_DAYS --5", "no match"},
-              {"PASS_MAX_DAYS - 5", "no match"},
-              {"PASS_MAX_DAYS +5", "no match"},
-              {"PASS_MAX_DAYS=5", "no match"},
-              {"PASS_MAX_DAYS", "no match"},
-              {"PASS_MAX_DAYS never", "no match"},
-              {"PASS_MAX_DAYS x 3", "no match"},
-              {"pass_max_days 5", "no match"},
-              {"PASS_MAX_DAYS_OLD 5", "no match"},
-              {"PASS_MIN_LEN 5", "no match"},
-              {"INACTIVE=5", "no match"},
-              {"xPASS_MAX_DAYS5y", "PASS_MAX_DAYS|5"},
-              {"set PASS_MIN_DAYS 5", "PASS_MIN_DAYS|5"},
-              {"PASS_MIN_DAYS 5 PASS_MAX_DAYS 6", "PASS_MIN_DAYS|5"},
-              {"PASS_MAX_DAYS PASS_MIN_DAYS 6", "PASS_MIN_DAYS|6"},
-              {"PASS_MAX_DAYS 5d", "PASS_MAX_DAYS|5"}});
+    // clang-format off
+    addTexts(
+        {{"PASS_MAX_DAYS\t5", "PASS_MAX_DAYS|5"},
+         {"PASS_MIN_DAYS5", "PASS_MIN_DAYS|5"},
+         {"PASS_WARN_AGE -1", "PASS_WARN_AGE|-1"},
+         {"PASS_MAX_DAYS-5", "PASS_MAX_DAYS|-5"},
+         {"PASS_MAX_DAYS 0099", "PASS_MAX_DAYS|0099"},
+         {"PASS_MAX_DAYS \u0663", "PASS_MAX_DAYS|\u0663"},
+         {"xPASS_MAX_DAYS5y", "PASS_MAX_DAYS|5"},
+         {"set PASS_MIN_DAYS 5", "PASS_MIN_DAYS|5"},
+         {"PASS_MIN_DAYS 5 PASS_MAX_DAYS 6", "PASS_MIN_DAYS|5"},
+         {"PASS_MAX_DAYS PASS_MIN_DAYS 6", "PASS_MIN_DAYS|6"},
+         {"PASS_MAX_DAYS 5d", "PASS_MAX_DAYS|5"}},
+        "no match",
+        {"PASS_MAX_DAYS --5", "PASS_MAX_DAYS - 5", "PASS_MAX_DAYS +5", "PASS_MAX_DAYS=5", "PASS_MAX_DAYS",
+         "PASS_MAX_DAYS never", "PASS_MAX_DAYS x 3", "pass_max_days 5", "PASS_MAX_DAYS_OLD 5", "PASS_MIN_LEN 5",
+         "INACTIVE=5"});
+    // clang-format on
 }
 
 void ExpirationFilesTest::findsSettingsOfLoginDefs()
@@ -215,19 +190,19 @@ void ExpirationFilesTest::findsSettingsOfLoginDefs()
 
 void ExpirationFilesTest::findsSettingsOfUseradd_data()
 {
-    addTexts({{"INACTIVE=-1", "INACTIVE|-1"},
-              {"INACTIVE=", "INACTIVE|"},
-              {"  INACTIVE \t= 7 8", "INACTIVE|7"},
-              {"EXPIRE = 2027-01-31 trailing", "EXPIRE|2027-01-31"},
-              {"INACTIVE 5", "no match"},
-              {"EXPIRE", "no match"},
-              {"INACTIVE==5", "INACTIVE|=5"},
-              {"INACTIVE=EXPIRE=5", "INACTIVE|EXPIRE=5"},
-              {"export EXPIRE=x", "EXPIRE|x"},
-              {"REINACTIVE=5", "INACTIVE|5"},
-              {"EXPIRED=5", "no match"},
-              {"expire=x", "no match"},
-              {"PASS_MAX_DAYS 5", "no match"}});
+    // clang-format off
+    addTexts(
+        {{"INACTIVE=-1", "INACTIVE|-1"},
+         {"INACTIVE=", "INACTIVE|"},
+         {"  INACTIVE \t= 7 8", "INACTIVE|7"},
+         {"EXPIRE = 2027-01-31 trailing", "EXPIRE|2027-01-31"},
+         {"INACTIVE==5", "INACTIVE|=5"},
+         {"INACTIVE=EXPIRE=5", "INACTIVE|EXPIRE=5"},
+         {"export EXPIRE=x", "EXPIRE|x"},
+         {"REINACTIVE=5", "INACTIVE|5"}},
+        "no match",
+        {"INACTIVE 5", "EXPIRE", "EXPIRED=5", "expire=x", "PASS_MAX_DAYS 5"});
+    // clang-format on
 }
 
 void ExpirationFilesTest::findsSettingsOfUseradd()
@@ -251,12 +226,12 @@ void ExpirationFilesTest::findsWhatThePatternFindsAroundEveryCharacter()
         if (character.isSurrogate()) {
             continue;
         }
-        const QStringList texts{character + name + value,
+        const QStringList lines{character + name + value,
                                 QLatin1Char('x') + character + name + value,
                                 name + character + value,
                                 name + file.separator + character,
                                 name + value + character};
-        for (const QString &text : texts) {
+        for (const QString &text : lines) {
             QCOMPARE(foundByHandler(searcher, text), foundByPattern(file, text));
         }
     }
@@ -341,23 +316,17 @@ void ExpirationFilesTest::searchesLongLinesInLinearTime()
 
 void ExpirationFilesTest::readsNumbers_data()
 {
-    addTexts({{"", "int 0"},
-              {"0", "int 0"},
-              {"5", "int 5"},
-              {"-1", "int -1"},
-              {"007", "int 7"},
-              {"090", "int 90"},
-              {"2147483647", "int 2147483647"},
-              {"2147483648", "int 0"},
-              {"-2147483648", "int -2147483648"},
-              {"-2147483649", "int 0"},
-              {"99999999999999999999", "int 0"},
-              {"never", "int 0"},
-              {"30d", "int 0"},
-              {"2.5", "int 0"},
-              {"0x10", "int 0"},
-              {"\"30\"", "int 0"},
-              {"٩٠", "int 0"}});
+    // clang-format off
+    addTexts(
+        {{"5", "int 5"},
+         {"-1", "int -1"},
+         {"007", "int 7"},
+         {"090", "int 90"},
+         {"2147483647", "int 2147483647"},
+         {"-2147483648", "int -2147483648"}},
+        "int 0",
+        {"", "0", "2147483648", "-2147483649", "99999999999999999999", "never", "30d", "2.5", "0x10", "\"30\"", "٩٠"});
+    // clang-format on
 }
 
 void ExpirationFilesTest::readsNumbers()
@@ -370,31 +339,20 @@ void ExpirationFilesTest::readsNumbers()
 
 void ExpirationFilesTest::readsDates_data()
 {
-    addTexts({{"1970-01-01", "qlonglong 0"},
-              {"1970-01-02", "qlonglong 1"},
-              {"1969-12-31", "qlonglong -1"},
-              {"2027-01-31", "qlonglong 20849"},
-              {"2024-02-29", "qlonglong 19782"},
-              {"9999-12-31", "qlonglong 2932896"},
-              {"0001-01-01", "qlonglong -719162"},
-              {"", "nothing"},
-              {"-1", "nothing"},
-              {"20849", "nothing"},
-              {"1970-02-30", "nothing"},
-              {"2100-02-29", "nothing"},
-              {"2027-13-01", "nothing"},
-              {"0000-01-01", "nothing"},
-              {"-0001-12-31", "nothing"},
-              {"10000-01-01", "nothing"},
-              {"27-01-31", "nothing"},
-              {"2027-1-31", "nothing"},
-              {"2027/01/31", "nothing"},
-              {"20270131", "nothing"},
-              {"31-01-2027", "nothing"},
-              {"2027-01-31;", "nothing"},
-              {"\"2027-01-31\"", "nothing"},
-              {"２０２７-０１-３１", "nothing"},
-              {"never", "nothing"}});
+    // clang-format off
+    addTexts(
+        {{"1970-01-01", "qlonglong 0"},
+         {"1970-01-02", "qlonglong 1"},
+         {"1969-12-31", "qlonglong -1"},
+         {"2027-01-31", "qlonglong 20849"},
+         {"2024-02-29", "qlonglong 19782"},
+         {"9999-12-31", "qlonglong 2932896"},
+         {"0001-01-01", "qlonglong -719162"}},
+        "nothing",
+        {"", "-1", "20849", "1970-02-30", "2100-02-29", "2027-13-01", "0000-01-01", "-0001-12-31", "10000-01-01",
+         "27-01-31", "2027-1-31", "2027/01/31", "20270131", "31-01-2027", "2027-01-31;", "\"2027-01-31\"",
+         "２０２７-０１-３１", "never"});
+    // clang-format on
 }
 
 void ExpirationFilesTest::readsDates()
@@ -403,77 +361,67 @@ void ExpirationFilesTest::readsDates()
     QTEST(typed(settingOf(QStringLiteral("expireDate"))->read(text)), "expected");
 }
 
-void ExpirationFilesTest::writesAgeingNumbersAsInt_data()
+void ExpirationFilesTest::writes_data()
 {
-    addArguments({{0, "0"},
-                  {-7, "-7"},
-                  {7U, "7"},
-                  {std::numeric_limits<int>::max(), "2147483647"},
-                  {std::numeric_limits<int>::min(), "-2147483648"},
-                  {Q_INT64_C(2147483648), "-2147483648"},
-                  {Q_INT64_C(3000000000), "-1294967296"},
-                  {true, "1"},
-                  {2.5, "3"},
-                  {QStringLiteral("007"), "7"},
-                  {QStringLiteral("never"), "0"},
-                  {QByteArray("8"), "8"},
-                  {QStringList{QStringLiteral("8")}, "0"},
-                  {QVariantMap(), "0"},
-                  {QDate(2027, 1, 31), "0"},
-                  {QVariant(), "0"}});
-}
-
-void ExpirationFilesTest::writesAgeingNumbersAsInt()
-{
-    QFETCH(QVariant, argument);
+    const Rows<QByteArray, QVariant, RowText> row("key", "argument", "expected");
+    const auto add = [&row](const QByteArray &key, Written arguments) {
+        for (const auto &[argument, expected] : arguments) {
+            row((key + ' ' + typed(argument).toUtf8()).constData(), key, argument, expected);
+        }
+    };
     for (const char *key : {"maxInterval", "minInterval", "warningInterval"}) {
-        QTEST(settingOf(QLatin1String(key))->write(argument), "expected");
+        add(key,
+            {{0, "0"},
+             {-7, "-7"},
+             {7U, "7"},
+             {std::numeric_limits<int>::max(), "2147483647"},
+             {std::numeric_limits<int>::min(), "-2147483648"},
+             {Q_INT64_C(2147483648), "-2147483648"},
+             {Q_INT64_C(3000000000), "-1294967296"},
+             {true, "1"},
+             {2.5, "3"},
+             {QStringLiteral("007"), "7"},
+             {QStringLiteral("never"), "0"},
+             {QByteArray("8"), "8"},
+             {QStringList{QStringLiteral("8")}, "0"},
+             {QVariantMap(), "0"},
+             {QDate(2027, 1, 31), "0"},
+             {QVariant(), "0"}});
     }
+    add("inactiveInterval",
+        {{0, "0"},
+         {-1, "-1"},
+         {Q_INT64_C(3000000000), "3000000000"},
+         {std::numeric_limits<qlonglong>::max(), "9223372036854775807"},
+         {std::numeric_limits<qlonglong>::min(), "-9223372036854775808"},
+         {QStringLiteral("never"), "0"}});
+    add("expireDate",
+        {{0, "1970-01-01"},
+         {365, "1971-01-01"},
+         {-1, "1969-12-31"},
+         {19782, "2024-02-29"},
+         {2932896, "9999-12-31"},
+         {2932897, "10000-01-01"},
+         {-719162, "0001-01-01"},
+         {-719163, "-0001-12-31"},
+         {Q_INT64_C(3000000000), "8215691-01-08"},
+         {lastDayOfCalendar, "2147483647-12-31"},
+         {lastDayOfCalendar + 1, ""},
+         {firstDayOfCalendar, "-2147483648-01-01"},
+         {firstDayOfCalendar - 1, ""},
+         {std::numeric_limits<qlonglong>::max(), ""},
+         {std::numeric_limits<qlonglong>::min(), ""},
+         {0.5, "1970-01-02"},
+         {QStringLiteral("31"), "1970-02-01"},
+         {QStringLiteral("2027-01-31"), "1970-01-01"},
+         {QDate(2027, 1, 31), "1970-01-01"}});
 }
 
-void ExpirationFilesTest::writesInactiveIntervalAsLongLong_data()
+void ExpirationFilesTest::writes()
 {
-    addArguments({{0, "0"},
-                  {-1, "-1"},
-                  {Q_INT64_C(3000000000), "3000000000"},
-                  {std::numeric_limits<qlonglong>::max(), "9223372036854775807"},
-                  {std::numeric_limits<qlonglong>::min(), "-9223372036854775808"},
-                  {QStringLiteral("never"), "0"}});
-}
-
-void ExpirationFilesTest::writesInactiveIntervalAsLongLong()
-{
+    QFETCH(QByteArray, key);
     QFETCH(QVariant, argument);
-    QTEST(settingOf(QStringLiteral("inactiveInterval"))->write(argument), "expected");
-}
-
-void ExpirationFilesTest::writesDates_data()
-{
-    addArguments({{0, "1970-01-01"},
-                  {365, "1971-01-01"},
-                  {-1, "1969-12-31"},
-                  {19782, "2024-02-29"},
-                  {2932896, "9999-12-31"},
-                  {2932897, "10000-01-01"},
-                  {-719162, "0001-01-01"},
-                  {-719163, "-0001-12-31"},
-                  {Q_INT64_C(3000000000), "8215691-01-08"},
-                  {lastDayOfCalendar, "2147483647-12-31"},
-                  {lastDayOfCalendar + 1, ""},
-                  {firstDayOfCalendar, "-2147483648-01-01"},
-                  {firstDayOfCalendar - 1, ""},
-                  {std::numeric_limits<qlonglong>::max(), ""},
-                  {std::numeric_limits<qlonglong>::min(), ""},
-                  {0.5, "1970-01-02"},
-                  {QStringLiteral("31"), "1970-02-01"},
-                  {QStringLiteral("2027-01-31"), "1970-01-01"},
-                  {QDate(2027, 1, 31), "1970-01-01"}});
-}
-
-void ExpirationFilesTest::writesDates()
-{
-    QFETCH(QVariant, argument);
-    QTEST(settingOf(QStringLiteral("expireDate"))->write(argument), "expected");
+    QTEST(settingOf(QLatin1String(key))->write(argument), "expected");
 }
 
 QTEST_GUILESS_MAIN(ExpirationFilesTest)

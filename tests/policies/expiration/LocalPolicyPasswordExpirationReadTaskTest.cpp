@@ -45,7 +45,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void handlersHaveTheirPatterns();
+    void handlersReadTheirLines();
     void readsFiles_data();
     void readsFiles();
     void failsWithoutLoginDefs();
@@ -68,14 +68,11 @@ void LocalPolicyPasswordExpirationReadTaskTest::init()
     }
 }
 
-void LocalPolicyPasswordExpirationReadTaskTest::handlersHaveTheirPatterns()
+void LocalPolicyPasswordExpirationReadTaskTest::handlersReadTheirLines()
 {
     QVariantMap values;
     LocalPolicyPasswordExpirationReadTask::LoginReaderRegExpHandler login(&values);
     LocalPolicyPasswordExpirationReadTask::UseraddReaderRegExpHandler defaults(&values);
-
-    QCOMPARE(login.regExp().pattern(), QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"));
-    QCOMPARE(defaults.regExp().pattern(), QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"));
     QVERIFY(login.matches("PASS_MIN_DAYS 3"));
     QVERIFY(login.handleLine(nullptr));
     QVERIFY(defaults.matches("INACTIVE=x"));

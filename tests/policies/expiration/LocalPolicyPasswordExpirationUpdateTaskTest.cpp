@@ -97,7 +97,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void handlersHaveTheirPatterns();
     void appendsWhatWasNotSeen_data();
     void appendsWhatWasNotSeen();
     void writesFiles_data();
@@ -131,16 +130,6 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::init()
     }
     writeContent(loginDefs, "PASS_MAX_DAYS 7\n");
     writeContent(useradd, "INACTIVE=1\n");
-}
-
-void LocalPolicyPasswordExpirationUpdateTaskTest::handlersHaveTheirPatterns()
-{
-    const QVariantMap arguments;
-    const LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler login(&arguments);
-    const LocalPolicyPasswordExpirationUpdateTask::UseraddRewriterRegExpHandler defaults(&arguments);
-
-    QCOMPARE(login.regExp().pattern(), QStringLiteral(R"(\s*(PASS_MAX_DAYS|PASS_MIN_DAYS|PASS_WARN_AGE)\s*(-?\d+))"));
-    QCOMPARE(defaults.regExp().pattern(), QStringLiteral(R"(\s*(INACTIVE|EXPIRE)\s*=\s*(\S*))"));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::appendsWhatWasNotSeen_data()

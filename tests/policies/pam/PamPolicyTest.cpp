@@ -72,7 +72,8 @@ void PamPolicyTest::givesPatterns_data()
     }
     // clang-format off
     row("sample", samplePolicy(),
-        texts({R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))", R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))",
+        texts({R"((?:.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))",
+               R"((\s*.*(pam_sample|pam_example)\.so)((?:\s+\S+)*))",
                R"((loud|quiet|angle|top_speed|speed)=?(-?\d+)?)", R"((pam_sample|pam_example)\.so)"}));
     row("one module", withOneModule(),
         texts({R"((?:.*pam_sample\.so)((?:\s+\S+)*))", R"((.*pam_sample\.so)((?:\s+\S+)*))",
