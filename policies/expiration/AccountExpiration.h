@@ -6,7 +6,7 @@
 #include <shadow.h>
 
 /// One expiration setting of an account.
-struct AccountFileSetting {
+struct AccountExpirationSetting {
     /// Its key in a values map.
     const char *key;
     /// Where it stands in the account's entry in the shadow database, see shadow(5).
@@ -16,7 +16,7 @@ struct AccountFileSetting {
 };
 
 /// In days, "expireDate" counted from 1970-01-01; in the order in which they are read and set.
-inline constexpr AccountFileSetting accountExpirationSettings[] = {
+inline constexpr AccountExpirationSetting accountExpirationSettings[] = {
     {"maxInterval", &spwd::sp_max, "--maxdays"},
     {"minInterval", &spwd::sp_min, "--mindays"},
     {"warningInterval", &spwd::sp_warn, "--warndays"},

@@ -3,8 +3,8 @@
 
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
 
-#include "messages/ErrorText.h"
 #include "engine/FileRewriting.h"
+#include "messages/ErrorText.h"
 #include "policies/expiration/ExpirationFiles.h"
 
 LocalPolicyPasswordExpirationUpdateTask::LoginRewriterRegExpHandler::LoginRewriterRegExpHandler(

@@ -19,7 +19,7 @@ QString lookUpFailure(const QString &text, int error)
 
 void insertSettings(const spwd &entry, QVariantMap *values)
 {
-    for (const AccountFileSetting &setting : accountExpirationSettings) {
+    for (const AccountExpirationSetting &setting : accountExpirationSettings) {
         const long days = entry.*setting.field;
         if (days != unsetAccountExpiration) {
             values->insert(QString::fromLatin1(setting.key), static_cast<qlonglong>(days));

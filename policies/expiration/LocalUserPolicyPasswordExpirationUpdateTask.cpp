@@ -20,7 +20,7 @@ public:
 Command chage(const QVariantMap &arguments)
 {
     Command command{QStringLiteral("chage"), {}};
-    for (const AccountFileSetting &setting : accountExpirationSettings) {
+    for (const AccountExpirationSetting &setting : accountExpirationSettings) {
         const QVariant days = arguments.value(QString::fromLatin1(setting.key), unsetAccountExpiration);
         command.arguments += {QString::fromLatin1(setting.chageOption), QString::number(days.toLongLong())};
     }

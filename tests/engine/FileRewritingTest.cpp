@@ -161,6 +161,7 @@ private Q_SLOTS:
     void appendsOnceAtTheEnd();
     void keepsInodeModeAndOwner();
     void keepsModeOfBackupButNotItsOwner();
+    void leavesBackupAloneThatIsNotAskedFor();
     void writesThroughLinkInPlaceOfTemporaryFile();
     void closesFilesBeforeItCopiesThem();
     void leavesWhatItTells_data();
@@ -301,6 +302,15 @@ void FileRewritingTest::keepsModeOfBackupButNotItsOwner()
 
     QCOMPARE(statusOf(backup).st_mode & 07777U, 0604U);
     QCOMPARE(statusOf(backup).st_uid, 0U);
+}
+
+void FileRewritingTest::leavesBackupAloneThatIsNotAskedFor()
+{
+    writeContent(backup, "old");
+
+    QCOMPARE(rewrite(), rewritten);
+
+    QCOMPARE(filesThere(), texts({"settings after", "settings.bak old"}));
 }
 
 void FileRewritingTest::writesThroughLinkInPlaceOfTemporaryFile()

@@ -165,7 +165,9 @@ void AccountPoliciesHelperTest::runsTheTaskOfTheSlot_data()
         pwqualityProfile, "requisite pam_pwquality.so minlen=8\n");
     row(readExpiration, {}, texts({"expireDate: qlonglong 1", "maxInterval: int 5"}),
         loginDefs, "PASS_MAX_DAYS 5\n");
-    row(writeExpiration, {{QStringLiteral("maxInterval"), 6}}, texts({"maxInterval: int 6"}),
+    // a name makes no account's of it
+    row(writeExpiration, {{QStringLiteral("maxInterval"), 6}, {QStringLiteral("name"), QStringLiteral("root")}},
+        texts({"maxInterval: int 6", "name: QString root"}),
         loginDefs, "PASS_MAX_DAYS 6\n");
     // clang-format on
 }

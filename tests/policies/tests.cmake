@@ -26,3 +26,4 @@ add_library(aliasservice MODULE policies/expiration/aliasservice.cpp)
 target_compile_definitions(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE
     ALIAS_SERVICE="$<TARGET_FILE:aliasservice>" LIBRARIES="/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}")
 add_dependencies(LocalUserPolicyPasswordExpirationReadTaskTest aliasservice)
+target_link_options(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE -Wl,--wrap=strerror)

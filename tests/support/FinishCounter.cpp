@@ -8,7 +8,7 @@
 namespace
 {
 int calls = 0;
-int lastState = -1;
+FinishedTask last;
 }
 
 int finishCalls()
@@ -19,12 +19,12 @@ int finishCalls()
 void resetFinishCalls()
 {
     calls = 0;
-    lastState = -1;
+    last = {};
 }
 
-int stateAtLastFinish()
+FinishedTask lastFinished()
 {
-    return lastState;
+    return last;
 }
 
 // the name that the linker gives to the replacement of AbstractTask::finish()
@@ -33,5 +33,5 @@ extern "C" void __wrap__ZN12AbstractTask6finishEv(AbstractTask *task); // NOLINT
 extern "C" void __wrap__ZN12AbstractTask6finishEv(AbstractTask *task)
 {
     ++calls;
-    lastState = task->result().state();
+    last = {task->result().state(), task->result().message(), *task->values()};
 }

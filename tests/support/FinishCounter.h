@@ -3,6 +3,15 @@
 
 #pragma once
 
+#include <QVariantMap>
+
+/// What a task had to tell when it called finish().
+struct FinishedTask {
+    int state = -1;
+    QString message;
+    QVariantMap values;
+};
+
 /**
  * How often AbstractTask::finish() was called since the last reset.
  *
@@ -13,5 +22,5 @@ int finishCalls();
 
 void resetFinishCalls();
 
-/// The task's state at the last call.
-int stateAtLastFinish();
+/// The task at the last call.
+FinishedTask lastFinished();

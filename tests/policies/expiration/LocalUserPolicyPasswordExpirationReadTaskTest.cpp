@@ -21,6 +21,9 @@
 
 namespace
 {
+/// What strerror() is to say, if not null.
+const char *const *errorText = nullptr;
+
 constexpr char taskContext[] = "LocalUserPolicyPasswordExpirationReadTask";
 
 const QString passwdFile = QStringLiteral("/etc/passwd");
@@ -143,6 +146,15 @@ public:
 };
 }
 
+// the linker gives these names to strerror() and to what stands in its place
+extern "C" char *__real_strerror(int error); // NOLINT(bugprone-reserved-identifier)
+extern "C" char *__wrap_strerror(int error); // NOLINT(bugprone-reserved-identifier)
+
+extern "C" char *__wrap_strerror(int error)
+{
+    return errorText ? const_cast<char *>(*errorText) : __real_strerror(error);
+}
+
 class LocalUserPolicyPasswordExpirationReadTaskTest : public QObject
 {
     Q_OBJECT
@@ -159,6 +171,7 @@ private Q_SLOTS:
     void takesNameAsText_data();
     void takesNameAsText();
     void looksForNameInTheEncodingOfTheLocale();
+    void decodesTheSystemsTextForAnError();
     void keepsOtherValues();
     void cachesNothing();
     void failsWithoutAccountOrEntry_data();
@@ -288,6 +301,17 @@ void LocalUserPolicyPasswordExpirationReadTaskTest::looksForNameInTheEncodingOfT
     expected.insert(key("maxInterval"), qlonglong(7));
 
     QCOMPARE(outcomeOf(account), success(expected));
+}
+
+void LocalUserPolicyPasswordExpirationReadTaskTest::decodesTheSystemsTextForAnError()
+{
+    const ScopedLatin1 locale;
+    for (const char *text : {"cass\xe9", static_cast<const char *>(nullptr)}) {
+        errorText = &text;
+        const QStringList outcome = outcomeOf(john());
+        errorText = nullptr;
+        QCOMPARE(outcome, failure(noAccount.arg(QString::fromLatin1(text)), john()));
+    }
 }
 
 void LocalUserPolicyPasswordExpirationReadTaskTest::keepsOtherValues()

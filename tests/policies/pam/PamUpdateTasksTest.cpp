@@ -483,6 +483,7 @@ void PamUpdateTasksTest::keepsNoticesOfTool_data()
     row("placeholders", "printf '%s' '%1 %2' >&2\n", "%1 %2");
     row("text beyond ASCII", "printf 'na\\303\\257ve' >&2\n", "na\u00efve");
     row("invalid text", "printf 'a\\377b' >&2\n", "a\ufffdb");
+    row("more behind a NUL byte", "printf 'a\\000b' >&2\n", QString::fromLatin1("a\0b", 3));
     row("more than a pipe holds", "head -c 200000 /dev/zero | tr '\\000' x >&2\n", QString(200000, QLatin1Char('x')));
     row("standard output, more than a pipe holds", "echo output\nhead -c 1000000 /dev/zero\n", QString());
     row("no input", "test -z \"$(timeout 0.2 cat)\" || echo input >&2\n", QString());

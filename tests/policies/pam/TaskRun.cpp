@@ -12,18 +12,17 @@ namespace
 /// What an outcome says of a description that is as it was before the run.
 const QString kept = QStringLiteral("kept");
 
-QStringList outcome(int state,
-                    const QString &message,
-                    const QVariantMap &values,
-                    int calls,
-                    int stateAtFinish,
-                    const QString &description)
+QStringList outcome(const FinishedTask &task, int calls, const FinishedTask &atFinish, const QString &description)
 {
-    return QStringList{QStringLiteral("state %1").arg(state),
-                       QLatin1String("message ") + message,
+    const bool complete = atFinish.message == task.message && atFinish.values == task.values;
+    return QStringList{QStringLiteral("state %1").arg(task.state),
+                       QLatin1String("message ") + task.message,
                        QLatin1String("description ") + description,
-                       QStringLiteral("finished %1 times, in state %2").arg(calls).arg(stateAtFinish)}
-    + typedEntries(values);
+                       QStringLiteral("finished %1 times, in state %2, %3")
+                           .arg(QString::number(calls),
+                                QString::number(atFinish.state),
+                                complete ? QStringLiteral("complete") : QStringLiteral("too early"))}
+    + typedEntries(task.values);
 }
 }
 
@@ -33,15 +32,14 @@ QStringList outcomeOfRun(AbstractTask *task)
     resetFinishCalls();
     task->run();
     const TaskResult &result = task->result();
-    return outcome(result.state(),
-                   result.message(),
-                   *task->values(),
+    return outcome({result.state(), result.message(), *task->values()},
                    finishCalls(),
-                   stateAtLastFinish(),
+                   lastFinished(),
                    result.description() == description ? kept : result.description());
 }
 
 QStringList expectedOutcome(int state, const QString &message, const QVariantMap &values)
 {
-    return outcome(state, message, values, 1, state, kept);
+    const FinishedTask task{state, message, values};
+    return outcome(task, 1, task, kept);
 }
