@@ -13,12 +13,12 @@ class PasswordPrompt;
 class QDBusPendingCallWatcher;
 class QDBusServiceWatcher;
 
-/// How long a request waits for its answer, in milliseconds.
+/// How long a request waits for its answer.
 struct HelperLimits {
     /// The helper waits for a tool for two limits of 30 s.
-    int answer = 70000;
+    int answer = 70000; // ms
     /// A person types a password.
-    int prompt = 300000;
+    int prompt = 300000; // ms
 };
 
 /**

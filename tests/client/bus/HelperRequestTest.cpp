@@ -333,6 +333,7 @@ class HelperRequestTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void waitsAsLongAsPeopleAreTold();
     void initTestCase();
 
     void tellsWhatCameOfIt_data();
@@ -344,6 +345,12 @@ private:
     ErrorTerminal m_terminal;
     StandIn m_helper;
 };
+
+void HelperRequestTest::waitsAsLongAsPeopleAreTold()
+{
+    QCOMPARE(HelperLimits().answer, 70000);
+    QCOMPARE(HelperLimits().prompt, 300000);
+}
 
 void HelperRequestTest::initTestCase()
 {
