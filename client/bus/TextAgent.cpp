@@ -72,6 +72,15 @@ std::vector<pid_t> childrenOf(qint64 process)
     return children;
 }
 
+/// Whether the process is on its way out, from before its files are closed: by the kernel's flags in proc(5).
+bool isEnding(qint64 process)
+{
+    constexpr uint exiting = 4; // PF_EXITING
+    const QByteArray status = contentOf(QStringLiteral("/proc/%1/stat").arg(process));
+    const QList<QByteArray> behindName = status.mid(status.lastIndexOf(')') + 2).split(' ');
+    return (behindName.value(6).toUInt() & exiting) != 0;
+}
+
 bool canOpenTerminal()
 {
     const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -194,7 +203,10 @@ bool TextAgent::isAnswered() const
 
 bool TextAgent::isCutShort()
 {
-    m_agent.waitForFinished(0);
+    // polkit knows that an agent was killed as soon as its connection is closed
+    if (isEnding(m_agent.processId())) {
+        m_agent.waitForFinished(endLimit);
+    }
     return !isAnswered() && (isAsking() || m_agent.exitStatus() == QProcess::CrashExit);
 }
 
