@@ -3,8 +3,8 @@
 
 #include "policies/pam/PamPolicyUpdate.h"
 
-#include "messages/ErrorText.h"
 #include "engine/FileRewriting.h"
+#include "messages/ErrorText.h"
 #include "policies/pam/PamOptionRewriter.h"
 #include "policies/pam/PamStackCorrection.h"
 #include "tasks/TaskResult.h"
