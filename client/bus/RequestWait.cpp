@@ -9,9 +9,9 @@ HelperReply waitFor(HelperRequest *request)
 {
     HelperReply reply;
     QEventLoop loop;
-    QObject::connect(request, &HelperRequest::finished, &loop, [&](const HelperReply &finished) {
-        reply = finished;
-        loop.quit();
+    QObject::connect(request, &HelperRequest::finished, &loop, [result = &reply, end = &loop](const HelperReply &came) {
+        *result = came;
+        end->quit();
     });
     request->start();
     loop.exec();

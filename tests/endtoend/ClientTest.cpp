@@ -97,11 +97,11 @@ void ClientTest::showsAllPolicies()
     QCOMPARE(client(nobody, "show"), success(tables));
     QCOMPARE(client(nobody, "show complexity"), success(complexityTable()));
 
-    const QByteArray document = "{\n    \"policies\": {\n" + complexityMember() + ",\n"
+    const QByteArray everything = "{\n    \"policies\": {\n" + complexityMember() + ",\n"
         + memberIn(printed("show expiration --json")) + ",\n" + memberIn(printed("show lockout --json"))
         + "\n    },\n    \"version\": 1\n}\n";
-    QCOMPARE(client(nobody, "--json"), success(document));
-    QCOMPARE(client(nobody, "export"), success(document));
+    QCOMPARE(client(nobody, "--json"), success(everything));
+    QCOMPARE(client(nobody, "export"), success(everything));
 }
 
 void ClientTest::helps_data()
