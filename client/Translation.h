@@ -10,7 +10,7 @@
  *
  * lupdate(1) finds the texts by the name of this function, where both arguments are literals.
  *
- * @param context the name of the file, without its ending
+ * @param context the name of the file where the text stands, without its ending
  */
 inline QString translate(const char *context, const char *text)
 {

@@ -10,7 +10,7 @@
 
 /// How a program ended; two are compared, and shown where they differ, as a whole.
 struct ProgramResult {
-    /// -1 if it didn't start or didn't end by itself within a minute.
+    /// -1 if it didn't start or didn't end by itself in time.
     int exitCode = -1;
     QByteArray standardOutput;
     QByteArray standardError;
