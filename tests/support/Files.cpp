@@ -18,7 +18,7 @@ QByteArray contentOf(const char *path)
     return contentOf(QFile::decodeName(path));
 }
 
-QByteArrayList linesWith(const QByteArray &text, const char *path)
+QByteArrayList linesWith(const QByteArray &text, const QString &path)
 {
     QByteArrayList lines;
     for (const QByteArray &line : contentOf(path).split('\n')) {
@@ -27,6 +27,11 @@ QByteArrayList linesWith(const QByteArray &text, const char *path)
         }
     }
     return lines;
+}
+
+QByteArrayList linesWith(const QByteArray &text, const char *path)
+{
+    return linesWith(text, QFile::decodeName(path));
 }
 
 void writeContent(const QString &path, const QByteArray &content)

@@ -13,6 +13,7 @@ QByteArray contentOf(const QString &path);
 QByteArray contentOf(const char *path);
 
 /// The lines of a file that contain a text.
+QByteArrayList linesWith(const QByteArray &text, const QString &path);
 QByteArrayList linesWith(const QByteArray &text, const char *path);
 
 /// Makes @p path a file of just these bytes, and the folders on the way to it. Ends the test program if it can't.

@@ -7,7 +7,6 @@
 
 #include <QDirIterator>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -33,18 +32,6 @@ FolderContent contentBelow(const QString &folder)
         content.insert(isFolder ? name + QLatin1Char('/') : name, isFolder ? QByteArray() : contentOf(path));
     }
     return content;
-}
-
-QByteArrayList linesWith(const QByteArray &text, const QString &path)
-{
-    QByteArrayList lines = contentOf(path).split('\n');
-    lines.erase(std::remove_if(lines.begin(),
-                               lines.end(),
-                               [&text](const QByteArray &line) {
-                                   return !line.contains(text);
-                               }),
-                lines.end());
-    return lines;
 }
 
 FileIdentity identityOf(const QString &path)

@@ -17,9 +17,6 @@ using FolderContent = QMap<QString, QByteArray>;
 /// Everything below @p folder.
 FolderContent contentBelow(const QString &folder);
 
-/// The lines of a file that contain @p text, without their ends.
-QByteArrayList linesWith(const QByteArray &text, const QString &path);
-
 /// What tells two versions of a file apart even where their bytes are equal.
 struct FileIdentity {
     quint64 inode;
