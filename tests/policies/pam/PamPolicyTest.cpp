@@ -11,6 +11,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+
 Q_DECLARE_METATYPE(PamPolicy)
 
 namespace
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void givesPatterns_data();
     void givesPatterns();
     void compilesModulePatternOnce();
+    void countsPlacesOfReading();
     void hintsAtItsModules();
     void knowsItsOptions();
 };
@@ -95,6 +98,21 @@ void PamPolicyTest::compilesModulePatternOnce()
     QCOMPARE(samplePolicy().moduleExpression, QRegularExpression(QStringLiteral(R"((pam_sample|pam_example)\.so)")));
     QCOMPARE(&lockoutPolicy(), &lockoutPolicy());
     QCOMPARE(&complexityPolicy(), &complexityPolicy());
+}
+
+/// Two options of one place would leave their order to the sort.
+void PamPolicyTest::countsPlacesOfReading()
+{
+    for (const PamPolicy *policy : {&lockoutPolicy(), &complexityPolicy()}) {
+        QVector<int> places;
+        QVector<int> counted;
+        for (const PamOption &option : policy->options) {
+            places += option.readingPlace;
+            counted += counted.size() + 1;
+        }
+        std::sort(places.begin(), places.end());
+        QCOMPARE(places, counted);
+    }
 }
 
 void PamPolicyTest::hintsAtItsModules()
