@@ -70,6 +70,8 @@ private Q_SLOTS:
     void rewrites_data();
     void rewrites();
     void writesBytesOfTheLocale();
+    void hintsAtItsNames();
+    void hintsBehindManyBlanks();
 };
 
 void SettingsFileTest::reads_data()
@@ -124,6 +126,22 @@ void SettingsFileTest::writesBytesOfTheLocale()
     const ScopedLatin1 locale;
     const QVariantMap arguments{{colour, QString(QChar(0xe9))}, {loud, true}, {size, QString(QChar(0xfc))}};
     QCOMPARE(rewritten(arguments, "colour=x\nloud"), QByteArray("[colour = \xe9][loud]+size = \xfc"));
+}
+
+void SettingsFileTest::hintsAtItsNames()
+{
+    const SearchHint hint = sampleFile().hint();
+    QVERIFY(hint.admits("colour") && hint.admits("xloudx") && hint.admits("size"));
+    QVERIFY(!hint.admits("color = Size of clous, lou d"));
+}
+
+/// Giving back one blank after the other, the search would reach its limit before it comes to the setting.
+void SettingsFileTest::hintsBehindManyBlanks()
+{
+    SettingsFile file = sampleFile();
+    file.textPattern = QStringLiteral(R"(\d+)");
+    const QString before = QStringLiteral("size") + QString(100000, QLatin1Char(' ')) + QLatin1Char('x');
+    QCOMPARE(file.hint().startIn(before + QLatin1String(" size=5")), before.size());
 }
 
 QTEST_GUILESS_MAIN(SettingsFileTest)
