@@ -9,8 +9,6 @@
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
 
-#include <QFile>
-
 namespace
 {
 Outcome saveBefore(const Change &change, QString *file)
@@ -20,8 +18,12 @@ Outcome saveBefore(const Change &change, QString *file)
                        .arg(change.store->phrase()));
         return {};
     }
-    const HistoryEntry entry{
-        {}, QDateTime::currentDateTimeUtc(), change.store->name(), change.command, change.before.settings};
+    const HistoryEntry entry{{},
+                             QDateTime::currentDateTimeUtc(),
+                             change.store->name(),
+                             change.command,
+                             change.before.settings,
+                             change.wanted};
     return History().save(entry, file);
 }
 
@@ -79,7 +81,7 @@ Outcome carryOut(const Change &change)
         return verify(change);
     }
     if (!saved.isEmpty() && hasChangedNothing(change, written)) {
-        QFile::remove(saved); // undo is to reach the last change that was one
+        History().remove(saved); // undo is to reach the last change that was one
     }
     return written;
 }

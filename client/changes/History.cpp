@@ -4,15 +4,18 @@
 #include "client/changes/History.h"
 
 #include "client/Translation.h"
+#include "client/changes/OwnFolder.h"
 #include "client/settings/Document.h"
 #include "client/stores/Stores.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
+#include <QRegularExpression>
 
+#include <algorithm>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -35,6 +38,14 @@ QString commandKey()
 QString beforeKey()
 {
     return QStringLiteral("before");
+}
+QString wantedKey()
+{
+    return QStringLiteral("wanted");
+}
+QString lostKey()
+{
+    return QStringLiteral("lost");
 }
 
 /// Empty for a relative path, which doesn't count.
@@ -69,34 +80,93 @@ Outcome noWayBack(const QString &reason)
             + QLatin1Char('\n') + reason};
 }
 
-QByteArray textOf(const HistoryEntry &entry)
+/// The time in the name of an entry's file, by which entries are in order; invalid for any other file.
+QDateTime placeOf(const QString &name)
 {
-    const QJsonObject object{{timeKey(), entry.time.toString(Qt::ISODateWithMs)},
-                             {storeKey(), entry.store->text()},
-                             {commandKey(), entry.command},
-                             {beforeKey(), settingsToJson(*schemaOf(*entry.store), entry.before)}};
-    return QJsonDocument(object).toJson();
+    static const QRegularExpression form(QStringLiteral("\\A([0-9]{8})T([0-9]{9})-[0-9]+\\.json\\z"));
+    const QRegularExpressionMatch match = form.match(name);
+    const QDate date = QDate::fromString(match.captured(1), QStringLiteral("yyyyMMdd"));
+    const QTime time = QTime::fromString(match.captured(2), QStringLiteral("HHmmsszzz"));
+    return date.isValid() && time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
 }
 
-HistoryEntry readEntry(const QString &path)
+/// The names of the entries, the newest first.
+QStringList entryNames(const OwnFolder &folder)
 {
-    QFile file(path);
-    HistoryEntry entry;
-    entry.file = path;
-    const QJsonObject object =
-        file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-    entry.time = QDateTime::fromString(object.value(timeKey()).toString(), Qt::ISODateWithMs);
-    entry.command = object.value(commandKey()).toString();
-    const StoreName name = StoreName::fromText(object.value(storeKey()).toString());
-    const SettingSchema *schema = schemaOf(name);
-    Wishes values;
-    if (schema && entry.time.isValid() && object.value(beforeKey()).isObject()
-        && settingsFromJson(*schema, name.text(), object.value(beforeKey()).toObject(), &values).isEmpty()) {
-        entry.store = name;
-        entry.before = fulfilled(*schema, {}, values);
+    QStringList names;
+    const auto all = folder.names();
+    for (const QString &name : all) {
+        if (placeOf(name).isValid()) {
+            names += name;
+        }
     }
-    return entry;
+    std::sort(names.rbegin(), names.rend());
+    return names;
 }
+
+/// A name behind all others, whatever the clock says; the process tells apart what happens at the same time.
+QString nextName(const QStringList &names, const QDateTime &time)
+{
+    const QDateTime place = names.isEmpty() ? time : qMax(time, placeOf(names.first()).addMSecs(1));
+    return place.toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz-")) + QString::number(QCoreApplication::applicationPid())
+        + QLatin1String(".json");
+}
+
+/// @return whether they are the settings of such a store
+bool readSettings(const StoreName &store, const QJsonValue &value, Settings *settings)
+{
+    const SettingSchema &schema = *schemaOf(store);
+    Wishes values;
+    if (!value.isObject() || !settingsFromJson(schema, store.text(), value.toObject(), &values).isEmpty()) {
+        return false;
+    }
+    *settings = fulfilled(schema, {}, values);
+    return true;
+}
+
+/// @return whether it is understood; there may be no such object
+bool readWanted(const StoreName &store, const QJsonValue &value, std::optional<Settings> *wanted)
+{
+    if (value.isUndefined()) {
+        return true;
+    }
+    wanted->emplace();
+    return readSettings(store, value, &**wanted);
+}
+
+QMap<QString, QString> textsIn(const QJsonObject &object)
+{
+    QMap<QString, QString> texts;
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        texts.insert(member.key(), member.value().toString());
+    }
+    return texts;
+}
+
+QJsonObject textsToJson(const QMap<QString, QString> &texts)
+{
+    QJsonObject object;
+    for (auto text = texts.cbegin(); text != texts.cend(); ++text) {
+        object.insert(text.key(), text.value());
+    }
+    return object;
+}
+}
+
+QJsonObject historyEntryToJson(const HistoryEntry &entry)
+{
+    const SettingSchema &schema = *schemaOf(*entry.store);
+    QJsonObject object{{timeKey(), entry.time.toString(Qt::ISODateWithMs)},
+                       {storeKey(), entry.store->text()},
+                       {commandKey(), entry.command},
+                       {beforeKey(), settingsToJson(schema, entry.before)}};
+    if (entry.wanted) {
+        object.insert(wantedKey(), settingsToJson(schema, *entry.wanted));
+    }
+    if (!entry.lost.isEmpty()) {
+        object.insert(lostKey(), textsToJson(entry.lost));
+    }
+    return object;
 }
 
 History::History()
@@ -112,52 +182,73 @@ QString History::folder() const
     return m_folder;
 }
 
+QString History::refusal() const
+{
+    return m_folder.isEmpty() ? QString() : OwnFolder().open(m_folder);
+}
+
 Outcome History::save(const HistoryEntry &entry, QString *file) const
 {
     if (m_folder.isEmpty()) {
         return noWayBack(translate("History", "this account has no home folder"));
     }
-    QDir().mkpath(m_folder);
-    // names sort by time; the process tells apart what happens at the same one
-    *file = m_folder + entry.time.toString(QStringLiteral("/yyyyMMdd'T'HHmmsszzz-"))
-        + QString::number(QCoreApplication::applicationPid()) + QLatin1String(".json");
-    QSaveFile target(*file);
-    const QByteArray text = textOf(entry);
-    if (!target.open(QIODevice::WriteOnly) || target.write(text) != text.size() || !target.commit()) {
-        return noWayBack(*file + QLatin1String(": ") + target.errorString());
+    OwnFolder folder;
+    const QString refusal = folder.make(m_folder);
+    if (!refusal.isEmpty()) {
+        return noWayBack(refusal);
     }
-    removeOldest();
+    const QStringList names = entryNames(folder);
+    const QString name = nextName(names, entry.time);
+    *file = m_folder + QLatin1Char('/') + name;
+    const QString error = folder.write(name, QJsonDocument(historyEntryToJson(entry)).toJson());
+    if (!error.isEmpty()) {
+        return noWayBack(*file + QLatin1String(": ") + error);
+    }
+    const auto surplus = names.mid(mostEntries - 1);
+    for (const QString &old : surplus) {
+        folder.remove(old);
+    }
     return {};
 }
 
 QVector<HistoryEntry> History::entries() const
 {
+    OwnFolder folder;
+    if (m_folder.isEmpty() || !folder.open(m_folder).isEmpty()) {
+        return {};
+    }
     QVector<HistoryEntry> entries;
-    const auto kept = files();
-    for (const QString &file : kept) {
-        entries += readEntry(file);
+    const auto names = entryNames(folder);
+    for (const QString &name : names) {
+        entries += readEntry(folder, name);
     }
     return entries;
 }
 
-QStringList History::files() const
+void History::remove(const QString &file) const
 {
-    if (m_folder.isEmpty()) {
-        return {}; // for QDir that is the current folder
+    OwnFolder folder;
+    if (folder.open(m_folder).isEmpty()) {
+        folder.remove(QFileInfo(file).fileName());
     }
-    const QDir changes(m_folder);
-    QStringList paths;
-    const auto names = changes.entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name | QDir::Reversed);
-    for (const QString &name : names) {
-        paths += changes.filePath(name);
-    }
-    return paths;
 }
 
-void History::removeOldest() const
+HistoryEntry History::readEntry(const OwnFolder &folder, const QString &name) const
 {
-    const auto surplus = files().mid(mostEntries);
-    for (const QString &path : surplus) {
-        QFile::remove(path);
+    const QJsonObject object = QJsonDocument::fromJson(folder.content(name)).object();
+    HistoryEntry entry;
+    entry.file = m_folder + QLatin1Char('/') + name;
+    entry.time = QDateTime::fromString(object.value(timeKey()).toString(), Qt::ISODateWithMs);
+    entry.command = object.value(commandKey()).toString();
+    entry.lost = textsIn(object.value(lostKey()).toObject());
+    const StoreName store = StoreName::fromText(object.value(storeKey()).toString());
+    Settings before;
+    std::optional<Settings> wanted;
+    if (schemaOf(store) && entry.time.isValid() && readSettings(store, object.value(beforeKey()), &before)
+        && readWanted(store, object.value(wantedKey()), &wanted)) {
+        entry.store = store;
+        entry.before = before;
+        entry.wanted = wanted;
     }
+    return entry;
 }

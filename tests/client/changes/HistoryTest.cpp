@@ -24,7 +24,8 @@ HistoryEntry entryOf(int second, const QString &store, const QVariantMap &before
             QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), Qt::UTC),
             StoreName::fromText(store),
             QStringLiteral("set something %1").arg(second),
-            before};
+            before,
+            normalized(*schemaOf(StoreName::fromText(store)), {{QStringLiteral("maxInterval"), 365}})};
 }
 
 HistoryEntry entryOf(int second)
@@ -38,14 +39,27 @@ QString save(const HistoryEntry &entry)
     return History().save(entry, &file).succeeded() ? file : QString();
 }
 
-/// "time store command: settings"
+/// "time store command: settings => settings"
 QString described(const HistoryEntry &entry)
 {
-    return QStringLiteral("%1 %2 %3: %4")
+    const QString wanted =
+        entry.wanted ? typedEntries(*entry.wanted).join(QStringLiteral(", ")) : QStringLiteral("unknown");
+    return QStringLiteral("%1 %2 %3: %4 => %5")
         .arg(entry.time.toString(Qt::ISODateWithMs),
              entry.store ? entry.store->text() : QStringLiteral("nothing"),
              entry.command,
-             typedEntries(entry.before).join(QStringLiteral(", ")));
+             typedEntries(entry.before).join(QStringLiteral(", ")),
+             wanted);
+}
+
+QStringList commandsKept()
+{
+    QStringList commands;
+    const auto entries = History().entries();
+    for (const HistoryEntry &entry : entries) {
+        commands += entry.command;
+    }
+    return commands;
 }
 }
 
@@ -59,15 +73,28 @@ private Q_SLOTS:
     void isInTheStateFolder_data();
     void isInTheStateFolder();
     void keepsEntryAsText();
+    void keepsLostTexts();
     void listsNewestFirst();
+    void sortsBehindAllOthersWhateverTheClock_data();
+    void sortsBehindAllOthersWhateverTheClock();
     void keepsAHundred();
+    void keepsWhatWasJustSaved();
+    void leavesOtherFilesAlone();
+    void understandsEntryWithoutWhatWasWanted();
     void listsWhatCannotBeUnderstood_data();
     void listsWhatCannotBeUnderstood();
     void failsWhereNothingCanBeKept();
+    void refusesFolderBehindLink();
     void understandsWhatItKeeps_data();
     void understandsWhatItKeeps();
 
 private:
+    /// The path of a file among the entries.
+    QString kept(const QString &name) const
+    {
+        return m_state + QLatin1String("/accountpolicyctl/") + name;
+    }
+
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_state;
 };
@@ -128,15 +155,40 @@ void HistoryTest::keepsEntryAsText()
     },
     "command": "set something 6",
     "of": "expiration",
-    "time": "2026-11-21T04:05:06.678Z"
+    "time": "2026-11-21T04:05:06.678Z",
+    "wanted": {
+        "expireDate": null,
+        "inactiveInterval": null,
+        "maxInterval": 365,
+        "minInterval": null,
+        "warningInterval": null
+    }
 }
 )"));
+}
+
+void HistoryTest::keepsLostTexts()
+{
+    HistoryEntry entry = entryOf(6);
+    entry.lost = {{QStringLiteral("/etc/one"), QStringLiteral("-a\n+b\n")},
+                  {QStringLiteral("/etc/two"), QString::fromUtf8("-\xc3\xa4\n")}};
+
+    const QByteArray text = contentOf(save(entry));
+
+    QCOMPARE(History().entries().constFirst().lost, entry.lost);
+    QVERIFY2(text.contains(R"(
+    "lost": {
+        "/etc/one": "-a\n+b\n",
+        "/etc/two": "-ä\n"
+    },
+)"),
+             text.constData());
 }
 
 void HistoryTest::listsNewestFirst()
 {
     QStringList files;
-    for (int second : {7, 9, 8}) {
+    for (int second : {7, 8, 9}) {
         files += save(entryOf(second));
     }
 
@@ -145,8 +197,39 @@ void HistoryTest::listsNewestFirst()
     QCOMPARE(entries.size(), 3);
     for (int i = 0; i < 3; ++i) {
         QCOMPARE(described(entries.at(i)), described(entryOf(9 - i)));
+        QCOMPARE(entries.at(i).file, files.at(2 - i));
     }
-    QCOMPARE(QStringList({entries.at(2).file, entries.at(0).file, entries.at(1).file}), files);
+}
+
+void HistoryTest::sortsBehindAllOthersWhateverTheClock_data()
+{
+    addTextRows(R"(
+20261121T040505678-1.json                              => 20261121T040506678
+20261121T040506677-1.json                              => 20261121T040506678
+20261121T040506678-1.json                              => 20261121T040506679
+20261121T040506678-999999999.json                      => 20261121T040506679
+20271231T235959999-1.json                              => 20280101T000000000
+20991231T000000000-1.json 20260101T000000000-1.json    => 20991231T000000001
+20991331T000000000-1.json 20260101T000000000-1.json    => 20261121T040506678
+20991231T990000000-1.json 20991231T00000000-1.json     => 20261121T040506678
+x20991231T000000000-1.json 20991231T000000000-1.jsonx  => 20261121T040506678
+20991231T000000000.json .20991231T000000000-1.json     => 20261121T040506678
+)");
+}
+
+void HistoryTest::sortsBehindAllOthersWhateverTheClock()
+{
+    QFETCH(QString, input);
+    QFETCH(QString, result);
+    for (const QString &name : input.split(QLatin1Char(' '))) {
+        writeContent(kept(name), {});
+    }
+
+    const QString file = save(entryOf(6));
+
+    QCOMPARE(file, kept(result) + QStringLiteral("-%1.json").arg(QCoreApplication::applicationPid()));
+    // as it was, not as it is sorted
+    QCOMPARE(described(History().entries().constFirst()), described(entryOf(6)));
 }
 
 void HistoryTest::keepsAHundred()
@@ -165,6 +248,57 @@ void HistoryTest::keepsAHundred()
     QCOMPARE(entries.last().command, QStringLiteral("3"));
 }
 
+void HistoryTest::keepsWhatWasJustSaved()
+{
+    // from a time when the clock was ahead
+    for (int i = 100; i < 210; ++i) {
+        writeContent(kept(QStringLiteral("20991231T000000%1-1.json").arg(i)), {});
+    }
+
+    const QString file = save(entryOf(6));
+
+    const QVector<HistoryEntry> entries = History().entries();
+    QCOMPARE(entries.size(), 100);
+    QCOMPARE(entries.first().file, file);
+    QCOMPARE(described(entries.first()), described(entryOf(6)));
+    QCOMPARE(entries.last().file, kept(QStringLiteral("20991231T000000111-1.json")));
+}
+
+void HistoryTest::leavesOtherFilesAlone()
+{
+    const QStringList others = QStringLiteral("a.json 1.json 20260101T000000000-1.json.bak 20261301T000000000-1.json "
+                                              "20260101T000000000.json notes.txt")
+                                   .split(QLatin1Char(' '));
+    for (const QString &name : others) {
+        writeContent(kept(name), "{}");
+    }
+    const QString linked = kept(QStringLiteral("20260101T000000000-1.json"));
+    QVERIFY(QFile::link(kept(others.first()), linked));
+    for (int i = 0; i < 103; ++i) {
+        HistoryEntry entry = entryOf(0);
+        entry.command = QString::number(i);
+        save(entry);
+    }
+
+    QCOMPARE(commandsKept().size(), 100);
+    QCOMPARE(commandsKept().last(), QStringLiteral("3"));
+    for (const QString &name : others) {
+        QCOMPARE(contentOf(kept(name)), QByteArray("{}"));
+    }
+    QVERIFY(QFileInfo(linked).isSymLink());
+}
+
+void HistoryTest::understandsEntryWithoutWhatWasWanted()
+{
+    writeContent(kept(QStringLiteral("20260101T000000000-1.json")),
+                 R"({"of": "expiration", "time": "2026-11-21T04:05:06.678Z", "command": "set something 6",
+                     "before": {"maxInterval": 6}})");
+    HistoryEntry entry = entryOf(6);
+    entry.wanted.reset();
+
+    QCOMPARE(described(History().entries().constFirst()), described(entry));
+}
+
 void HistoryTest::listsWhatCannotBeUnderstood_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -175,6 +309,8 @@ x
 {"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout", "before": {"deny": "3"}}
 {"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout"}
 {"command": "x", "of": "lockout", "before": {}}
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout", "before": {"deny": 3}, "wanted": {"x": 1}}
+{"command": "x", "time": "2026-11-21T04:05:06.678Z", "of": "lockout", "before": {"deny": 3}, "wanted": null}
 )");
     for (const QString &text : texts) {
         QTest::newRow(qPrintable(text)) << text.toUtf8();
@@ -184,7 +320,7 @@ x
 void HistoryTest::listsWhatCannotBeUnderstood()
 {
     QFETCH(QByteArray, text);
-    const QString file = m_state + QLatin1String("/accountpolicyctl/1.json");
+    const QString file = kept(QStringLiteral("20260101T000000000-1.json"));
     writeContent(file, text);
 
     const QVector<HistoryEntry> entries = History().entries();
@@ -192,6 +328,7 @@ void HistoryTest::listsWhatCannotBeUnderstood()
     QCOMPARE(entries.size(), 1);
     QCOMPARE(entries.first().file, file);
     QVERIFY(!entries.first().store);
+    QVERIFY(!entries.first().wanted);
     QCOMPARE(entries.first().before, Settings());
 }
 
@@ -206,8 +343,26 @@ void HistoryTest::failsWhereNothingCanBeKept()
     QCOMPARE(
         outcome.error,
         QStringLiteral("nothing was changed, since the way back cannot be saved; set XDG_STATE_HOME to a folder of "
-                       "yours\n")
-            + file + QStringLiteral(": Not a directory"));
+                       "yours\n/dev/null/accountpolicyctl: Not a directory"));
+    QCOMPARE(file, QString());
+}
+
+void HistoryTest::refusesFolderBehindLink()
+{
+    const QString folder = m_state + QLatin1String("/accountpolicyctl");
+    const QString target = m_folder->filePath(QStringLiteral("target"));
+    const QString name = QStringLiteral("/20260101T000000000-1.json");
+    writeContent(target + name, "{}");
+    QDir().mkpath(m_state);
+    QVERIFY(QFile::link(target, folder));
+    const QString reason = folder + QLatin1String(" is a link, which is not followed");
+    QString file;
+
+    QCOMPARE(History().refusal(), reason);
+    QCOMPARE(commandsKept(), QStringList());
+    QCOMPARE(History().save(entryOf(6), &file).error.section(QLatin1Char('\n'), 1), reason);
+    History().remove(folder + name);
+    QCOMPARE(QDir(target).entryList(QDir::Files), QStringList(name.mid(1)));
 }
 
 void HistoryTest::understandsWhatItKeeps_data()

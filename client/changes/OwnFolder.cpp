@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/changes/OwnFolder.h"
+
+#include "client/Translation.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+bool isOwn(const struct stat &status)
+{
+    return status.st_uid == geteuid();
+}
+
+bool isOwnFile(const struct stat &status)
+{
+    return S_ISREG(status.st_mode) && isOwn(status);
+}
+
+/// What is wrong with the file, by errno.
+QString systemError(const QString &path)
+{
+    return path + QLatin1String(": ") + qt_error_string(errno);
+}
+}
+
+OwnFolder::OwnFolder() = default;
+
+OwnFolder::~OwnFolder()
+{
+    if (m_handle >= 0) {
+        close(m_handle);
+    }
+}
+
+QString OwnFolder::open(const QString &path)
+{
+    const int handle = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (handle < 0) {
+        const QString error = systemError(path);
+        const QFileInfo there(path);
+        if (there.isSymLink()) {
+            return translate("OwnFolder", "%1 is a link, which is not followed").arg(path);
+        }
+        return there.exists() ? error : QString();
+    }
+    struct stat status = {};
+    if (fstat(handle, &status) != 0 || !isOwn(status)) {
+        close(handle);
+        return translate("OwnFolder", "%1 belongs to another account").arg(path);
+    }
+    m_handle = handle;
+    return {};
+}
+
+QString OwnFolder::make(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    if (mkdir(QFile::encodeName(path).constData(), S_IRWXU) != 0 && errno != EEXIST) {
+        return systemError(path);
+    }
+    QString refusal = open(path);
+    if (refusal.isEmpty() && fchmod(m_handle, S_IRWXU) != 0) {
+        refusal = systemError(path);
+    }
+    return refusal;
+}
+
+QStringList OwnFolder::names() const
+{
+    // one of its own, which the listing closes
+    const int handle = openat(m_handle, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(handle < 0 ? nullptr : fdopendir(handle), closedir);
+    QStringList names;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe) // there is one thread
+    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
+        struct stat status = {};
+        if (fstatat(m_handle, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isOwnFile(status)) {
+            names += QFile::decodeName(entry->d_name);
+        }
+    }
+    return names;
+}
+
+QByteArray OwnFolder::content(const QString &name) const
+{
+    const int handle =
+        openat(m_handle, QFile::encodeName(name).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    QFile file;
+    struct stat status = {};
+    const bool isOpen = handle >= 0 && file.open(handle, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    return isOpen && fstat(handle, &status) == 0 && isOwnFile(status) ? file.readAll() : QByteArray();
+}
+
+QString OwnFolder::write(const QString &name, const QByteArray &content) const
+{
+    const QByteArray whole = QFile::encodeName(name);
+    const QByteArray part = '.' + whole + ".part";
+    const int handle =
+        openat(m_handle, part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    QFile file;
+    if (handle < 0 || !file.open(handle, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        return qt_error_string(errno);
+    }
+    if (file.write(content) == content.size() && fsync(handle) == 0
+        && renameat(m_handle, part.constData(), m_handle, whole.constData()) == 0) {
+        return {};
+    }
+    const QString error = qt_error_string(errno);
+    unlinkat(m_handle, part.constData(), 0);
+    return error;
+}
+
+void OwnFolder::remove(const QString &name) const
+{
+    unlinkat(m_handle, QFile::encodeName(name).constData(), 0);
+}
