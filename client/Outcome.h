@@ -27,6 +27,8 @@ struct Outcome {
     QString error;
     /// For a write that was cancelled or got no answer in time: whether it may be carried out all the same.
     bool mayHappen = false;
+    /// For a write that failed: whether it has changed files that are not in force yet.
+    bool filesChanged = false;
 
     bool succeeded() const
     {

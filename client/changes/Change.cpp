@@ -58,7 +58,7 @@ Outcome verify(const Change &change)
 /// Whether a write that failed has left everything as it was; false where that cannot be known.
 bool hasChangedNothing(const Change &change, const Outcome &written)
 {
-    if (written.mayHappen) {
+    if (written.mayHappen || (written.filesChanged && !change.isUndo)) {
         return false;
     }
     if (written.code == ExitCode::NotAuthorized || written.code == ExitCode::Busy) {
@@ -86,13 +86,21 @@ Outcome carryOut(const Change &change)
     return written;
 }
 
-/// A table of key, now and then: one row for each setting that the change would make another.
 QString previewText(const Change &change)
+{
+    const QString changes = changeTable(change);
+    return changes.isEmpty()
+        ? translate("Change", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n')
+        : changes;
+}
+}
+
+QString changeTable(const Change &change)
 {
     const SettingSchema &schema = change.store->schema();
     const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
     if (keys.isEmpty()) {
-        return translate("Change", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n');
+        return {};
     }
     QVector<QStringList> rows{{change.store->name().text(), translate("Change", "now"), translate("Change", "then")}};
     for (const QString &key : keys) {
@@ -102,7 +110,6 @@ QString previewText(const Change &change)
                  settingWords(setting, change.wanted.value(key))};
     }
     return table(rows, 0);
-}
 }
 
 ExitCode performChange(const Change &change, bool dryRun)

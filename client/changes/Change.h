@@ -13,7 +13,12 @@ struct Change {
     Settings wanted;
     /// What was typed, for the history.
     QString command;
+    /// An undo that fails, and puts nothing in force, is kept by no entry: who tries again means the same change.
+    bool isUndo = false;
 };
+
+/// A table of key, now and then: one row for each setting that the change would make another; empty if there is none.
+QString changeTable(const Change &change);
 
 /**
  * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and

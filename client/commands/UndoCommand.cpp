@@ -4,8 +4,8 @@
 #include "client/commands/UndoCommand.h"
 
 #include "client/Translation.h"
-#include "client/changes/Change.h"
 #include "client/changes/History.h"
+#include "client/changes/Undoing.h"
 #include "client/output/Terminal.h"
 #include "client/stores/Stores.h"
 
@@ -22,15 +22,7 @@ ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
     if (!entry.store) {
         return fail(translate("UndoCommand", "%1 cannot be understood").arg(entry.file));
     }
-    const std::unique_ptr<SettingsStore> store = makeStore(*entry.store, mayAskPassword(line));
-    const Reading before = store->read();
-    if (before.outcome.code != ExitCode::Done && before.outcome.code != ExitCode::Failed) {
-        printError(before.outcome.error);
-        return before.outcome.code;
-    }
-    return performChange(
-        {store.get(), before, entry.before, translate("UndoCommand", "undo of: %1").arg(entry.command)},
-        isDryRun(line));
+    return undoChange(entry, makeStore(*entry.store, mayAskPassword(line)).get(), isDryRun(line));
 }
 }
 

@@ -40,9 +40,17 @@ Reading PolicyStore::read()
 
 Outcome PolicyStore::write(const Settings &settings)
 {
+    const PamFiles *files = pamFilesOf(m_policy.name);
+    const QByteArrayList before = files ? profileContents(*files) : QByteArrayList();
     HelperReply reply = replyTo(HelperCall(HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings));
     if (reply.taskFailed) {
         reply.outcome.error = writeFailure(reply.outcome.error);
+    }
+    // a helper that is busy, or refuses, has begun nothing; others may write the profiles meanwhile
+    const bool hasBegun = reply.taskFailed || reply.outcome.code == ExitCode::Failed;
+    if (files && hasBegun && profileContents(*files) != before) {
+        reply.outcome.filesChanged = true;
+        reply.outcome.error += QLatin1Char('\n') + changedProfileText(*files);
     }
     return reply.outcome;
 }

@@ -23,6 +23,18 @@ PamFiles filesOf(const QString &name, const PamPolicy &policy)
     std::reverse(files.profiles.begin(), files.profiles.end());
     return files;
 }
+
+/// Says that nothing puts the profiles in force; empty if that isn't so.
+QString refusalText(const PamFiles &files)
+{
+    for (const PamProfile &profile : files.profiles) {
+        if (namesModule(profile.path(), profile.module) && isModuleRefused(profile.module)) {
+            return translate("PamFiles", "pam-auth-update of this system leaves out every profile that names %1")
+                .arg(profile.module);
+        }
+    }
+    return {};
+}
 }
 
 const QVector<PamFiles> &allPamFiles()
@@ -85,13 +97,28 @@ bool isModuleRefused(const QString &module)
     return refused.contains(QRegularExpression(QStringLiteral("\\b%1\\b").arg(module)));
 }
 
+QByteArrayList profileContents(const PamFiles &files)
+{
+    QByteArrayList contents;
+    for (const PamProfile &profile : files.profiles) {
+        contents += fileContent(profile.path());
+    }
+    return contents;
+}
+
+QString changedProfileText(const PamFiles &files)
+{
+    const QString refusal = refusalText(files);
+    return refusal.isEmpty()
+        ? translate("PamFiles", "the profile has changed and comes into force with the next run of pam-auth-update")
+        : translate("PamFiles", "the profile has changed, but %1").arg(refusal);
+}
+
 QString reasonNotInStack(const PamFiles &files)
 {
-    for (const PamProfile &profile : files.profiles) {
-        if (namesModule(profile.path(), profile.module) && isModuleRefused(profile.module)) {
-            return translate("PamFiles", "pam-auth-update of this system leaves out every profile that names %1")
-                .arg(profile.module);
-        }
+    QString refusal = refusalText(files);
+    if (!refusal.isEmpty()) {
+        return refusal;
     }
     for (const PamProfile &profile : files.profiles) {
         if (namesModule(files.stack, profile.module)) {

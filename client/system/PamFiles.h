@@ -5,6 +5,7 @@
 
 #include "policies/pam/PamPolicy.h"
 
+#include <QByteArrayList>
 #include <QString>
 #include <QVector>
 
@@ -34,6 +35,12 @@ QString modulePath(const QString &module);
 
 /// Whether this machine's pam-auth-update(8) leaves out the profiles that name the module.
 bool isModuleRefused(const QString &module);
+
+/// The content of each profile.
+QByteArrayList profileContents(const PamFiles &files);
+
+/// What follows from profiles that have changed before the write of them failed, one line.
+QString changedProfileText(const PamFiles &files);
 
 /// Why the stack may lack what the profiles say, one line.
 QString reasonNotInStack(const PamFiles &files);

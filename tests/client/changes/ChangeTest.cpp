@@ -63,6 +63,7 @@ class ChangeTest : public QObject
 private Q_SLOTS:
     void keepsTheWayBack_data();
     void keepsTheWayBack();
+    void keepsUndoOnlyIfItMayBeInForce();
 };
 
 void ChangeTest::keepsTheWayBack_data()
@@ -94,6 +95,11 @@ void ChangeTest::keepsTheWayBack_data()
     // what has not begun needs no other look, which may be refused, too
     add("refused", refused, none, ExitCode::NotAuthorized, 0, 0);
     add("busy", busy, none, ExitCode::Busy, 0, 0);
+    // their tool may put them in force later
+    const Outcome filesChanged{ExitCode::Failed, QStringLiteral("no"), false, true};
+    const Outcome locked{ExitCode::Busy, QStringLiteral("no"), false, true};
+    add("failed, with other files", filesChanged, before, ExitCode::Failed, 0, 1);
+    add("busy, with other files", locked, before, ExitCode::Busy, 0, 1);
     add("no answer, but it may still happen", unanswered, before, ExitCode::NotAuthorized, 0, 1);
 }
 
@@ -110,6 +116,21 @@ void ChangeTest::keepsTheWayBack()
     QTEST(static_cast<int>(code), "exitCode");
     QTEST(store.readings, "readings");
     QTEST(History().entries().size(), "kept");
+}
+
+void ChangeTest::keepsUndoOnlyIfItMayBeInForce()
+{
+    const Outcome filesChanged{ExitCode::Failed, QStringLiteral("no"), false, true};
+    for (const int days : {90, 7}) {
+        ToldStore store(filesChanged, {{}, interval(days)});
+        const QTemporaryDir folder;
+        qputenv("XDG_STATE_HOME", folder.path().toLocal8Bit());
+
+        performChange({&store, {{}, interval(90)}, interval(7), QStringLiteral("undo"), true}, false);
+
+        QCOMPARE(store.readings, 1);
+        QCOMPARE(History().entries().size(), days == 90 ? 0 : 1);
+    }
 }
 
 QTEST_GUILESS_MAIN(ChangeTest)

@@ -26,6 +26,7 @@ private Q_SLOTS:
     void knowsRefusedModules();
     void tellsReason_data();
     void tellsReason();
+    void tellsWhatComesOfChangedProfile();
 };
 
 void PamFilesTest::initTestCase()
@@ -154,6 +155,21 @@ void PamFilesTest::tellsReason()
     writeContent(QStringLiteral("/etc/pam.d/common-auth"), stack);
 
     QCOMPARE(reasonNotInStack(*pamFilesOf(QStringLiteral("lockout"))), reason);
+}
+
+void PamFilesTest::tellsWhatComesOfChangedProfile()
+{
+    const PamFiles &files = *pamFilesOf(QStringLiteral("lockout"));
+    writeContent(QStringLiteral("/usr/share/pam-configs/tally"), "pam_tally.so");
+
+    writeContent(pamAuthUpdatePath(), "@invalid_modules = ();");
+    QCOMPARE(changedProfileText(files),
+             QStringLiteral("the profile has changed and comes into force with the next run of pam-auth-update"));
+
+    writeContent(pamAuthUpdatePath(), "@invalid_modules = ('pam_tally');");
+    QCOMPARE(changedProfileText(files),
+             QStringLiteral("the profile has changed, but pam-auth-update of this system leaves out every profile that "
+                            "names pam_tally"));
 }
 
 QTEST_GUILESS_MAIN(PamFilesTest)
