@@ -5,11 +5,14 @@
 
 #include "client/commands/ClientCommand.h"
 
-/// Lists the changes that this user has made.
+/// Lists the changes that this user has made, or shows one of them.
 class HistoryCommand : public ClientCommand
 {
 public:
     QString name() const override;
     QString summary() const override;
+    QList<Argument> arguments() const override;
+    QList<QCommandLineOption> options() const override;
     ExitCode run(const QCommandLineParser &line) const override;
+    QVector<Candidate> candidates(const QStringList &before) const override;
 };

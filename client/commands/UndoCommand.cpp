@@ -4,27 +4,9 @@
 #include "client/commands/UndoCommand.h"
 
 #include "client/Translation.h"
-#include "client/changes/History.h"
 #include "client/changes/Undoing.h"
-#include "client/output/Terminal.h"
+#include "client/commands/ChangeArgument.h"
 #include "client/stores/Stores.h"
-
-namespace
-{
-ExitCode fail(const QString &text)
-{
-    printError(text);
-    return ExitCode::Failed;
-}
-
-ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
-{
-    if (!entry.store) {
-        return fail(translate("UndoCommand", "%1 cannot be understood").arg(entry.file));
-    }
-    return undoChange(entry, makeStore(*entry.store, mayAskPassword(line)).get(), isDryRun(line));
-}
-}
 
 QString UndoCommand::name() const
 {
@@ -38,9 +20,8 @@ QString UndoCommand::summary() const
 
 QList<Argument> UndoCommand::arguments() const
 {
-    return {{QStringLiteral("NUMBER"),
-             translate("UndoCommand", "Which change, as listed by history; 1, the newest, if not given."),
-             QStringLiteral("[NUMBER]")}};
+    return changeArguments(
+        translate("UndoCommand", "Which change, as listed by history; 1, the newest, if not given."));
 }
 
 QList<QCommandLineOption> UndoCommand::options() const
@@ -54,18 +35,20 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));
     }
-    const int number = words.isEmpty() ? 1 : words.first().toInt();
-    if (number < 1) {
-        return usageError(translate("UndoCommand", "\"%1\" is not the number of a change; see accountpolicyctl history")
-                              .arg(words.first()));
+    QVector<HistoryEntry> entries;
+    int number = {};
+    ExitCode result = readChanges(&entries);
+    if (result == ExitCode::Done) {
+        result = findChange(entries, words.value(0, QStringLiteral("1")), &number);
     }
-    const QVector<HistoryEntry> entries = History().entries();
-    if (entries.isEmpty()) {
-        return fail(translate("UndoCommand", "there is nothing to undo"));
+    if (result != ExitCode::Done) {
+        return result;
     }
-    if (number > entries.size()) {
-        return fail(
-            translate("UndoCommand", "there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
-    }
-    return undo(entries.at(number - 1), line);
+    const HistoryEntry &entry = entries.at(number - 1);
+    return undoChange(entry, makeStore(*entry.store, mayAskPassword(line)).get(), isDryRun(line));
+}
+
+QVector<Candidate> UndoCommand::candidates(const QStringList &before) const
+{
+    return changeCandidates(before);
 }

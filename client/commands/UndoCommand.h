@@ -5,7 +5,7 @@
 
 #include "client/commands/ClientCommand.h"
 
-/// Brings back the settings as they were before a change. That is a change too, and can be undone.
+/// Brings back what a change has changed. That is a change too, and can be undone.
 class UndoCommand : public ClientCommand
 {
 public:
@@ -14,4 +14,5 @@ public:
     QList<Argument> arguments() const override;
     QList<QCommandLineOption> options() const override;
     ExitCode run(const QCommandLineParser &line) const override;
+    QVector<Candidate> candidates(const QStringList &before) const override;
 };

@@ -199,13 +199,16 @@ void ClientTest::keepsControlCharactersFromTheTerminal()
                      "the complexity policy could not be changed\n"
                      "Update default password complexity policy\n"
                      "Process: \"/usr/sbin/pam-auth-update --force --package\". Exit code: 1.\n"
-                     "\"red \xef\xbf\xbd[31m bell \xef\xbf\xbd\""));
+                     "\"red \xef\xbf\xbd[31m bell \xef\xbf\xbd\"\n"
+                     "the profile has changed and comes into force with the next run of pam-auth-update"));
 }
 
 void ClientTest::obeysRuleThatRestrictsReading()
 {
-    writeContent(stateFolder(nobody) + QStringLiteral("/accountpolicyctl/20260101T000000000-1.json"),
+    const QString history = stateFolder(nobody) + QStringLiteral("/accountpolicyctl");
+    writeContent(history + QStringLiteral("/20260101T000000000-1.json"),
                  "{\"of\": \"expiration\", \"time\": \"2026-01-01T00:00:00.000\", \"command\": \"\", \"before\": {}}");
+    QCOMPARE(runAs(root, qPrintable(QStringLiteral("chown -R nobody ") + history)), success());
     const QByteArray lockout = printed("show lockout");
     {
         const PolkitRule rule("accountpolicieshelper.read", "nobody", "NO");

@@ -28,6 +28,7 @@ class ReportTest : public ClientFixture
 private Q_SLOTS:
     void writesReport();
     void tellsThatReportCannotBeWritten();
+    void tellsThatReportCannotBeAFolder();
     void tellsThatReportIsIncomplete();
     void tellsThatReportIsCutOff();
     void writesReportIntoPipe_data();
@@ -53,6 +54,13 @@ void ReportTest::tellsThatReportCannotBeWritten()
              failure(1,
                      "/nowhere/report.html could not be written\nExport to HTML\n\"/nowhere/report.html\" error 5\n"
                      "No such file or directory"));
+}
+
+void ReportTest::tellsThatReportCannotBeAFolder()
+{
+    // as of a file that cannot be written, not as of a device
+    QCOMPARE(client(root, "report /run"),
+             failure(1, "/run could not be written\nExport to HTML\n\"/run\" error 5\nIs a directory"));
 }
 
 void ReportTest::tellsThatReportIsIncomplete()
