@@ -28,6 +28,16 @@ bool isOwnFile(const struct stat &status)
     return S_ISREG(status.st_mode) && isOwn(status);
 }
 
+/// Lets nobody else put names into the folder, or take them out. Who may look stays as it is: a folder on the way to it may
+/// have been a link to anywhere.
+bool keepOthersOut(int handle)
+{
+    constexpr mode_t permissions = 07777;
+    struct stat status = {};
+    return fstat(handle, &status) == 0
+        && fchmod(handle, status.st_mode & permissions & ~static_cast<mode_t>(S_IWGRP | S_IWOTH)) == 0;
+}
+
 /// What is wrong with the file, by errno.
 QString systemError(const QString &path)
 {
@@ -71,7 +81,7 @@ QString OwnFolder::make(const QString &path)
         return systemError(path);
     }
     QString refusal = open(path);
-    if (refusal.isEmpty() && fchmod(m_handle, S_IRWXU) != 0) {
+    if (refusal.isEmpty() && !keepOthersOut(m_handle)) {
         refusal = systemError(path);
     }
     return refusal;

@@ -25,8 +25,8 @@ public:
     QString open(const QString &path);
 
     /**
-     * Opens the folder, and makes it before, for this user alone, if there is none. Others lose their rights to one that is
-     * there.
+     * Opens the folder, and makes it before, for this user alone, if there is none. In one that is there others may write no
+     * more.
      *
      * @return why not
      */

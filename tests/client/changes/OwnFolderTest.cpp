@@ -51,7 +51,7 @@ private Q_SLOTS:
     void init();
 
     void isMadeForItsUserAlone();
-    void takesRightsFromOthers();
+    void letsNobodyElseWrite();
     void isNoneWhereNoneIs();
     void refusesWhatIsNotItsUsersFolder_data();
     void refusesWhatIsNotItsUsersFolder();
@@ -83,7 +83,7 @@ void OwnFolderTest::isMadeForItsUserAlone()
     QCOMPARE(modeOf(path), 0700U);
 }
 
-void OwnFolderTest::takesRightsFromOthers()
+void OwnFolderTest::letsNobodyElseWrite()
 {
     QVERIFY(QDir().mkpath(folderPath()));
     QCOMPARE(chmod(path, 0777), 0);
@@ -91,7 +91,7 @@ void OwnFolderTest::takesRightsFromOthers()
     QCOMPARE(OwnFolder().open(folderPath()), QString());
     QCOMPARE(modeOf(path), 0777U);
     QCOMPARE(OwnFolder().make(folderPath()), QString());
-    QCOMPARE(modeOf(path), 0700U);
+    QCOMPARE(modeOf(path), 0755U);
 }
 
 void OwnFolderTest::isNoneWhereNoneIs()
