@@ -192,50 +192,50 @@ Outcome History::save(const HistoryEntry &entry, QString *file) const
     if (m_folder.isEmpty()) {
         return noWayBack(translate("History", "this account has no home folder"));
     }
-    OwnFolder folder;
-    const QString refusal = folder.make(m_folder);
-    if (!refusal.isEmpty()) {
-        return noWayBack(refusal);
+    OwnFolder kept;
+    const QString reason = kept.make(m_folder);
+    if (!reason.isEmpty()) {
+        return noWayBack(reason);
     }
-    const QStringList names = entryNames(folder);
+    const QStringList names = entryNames(kept);
     const QString name = nextName(names, entry.time);
     *file = m_folder + QLatin1Char('/') + name;
-    const QString error = folder.write(name, QJsonDocument(historyEntryToJson(entry)).toJson());
+    const QString error = kept.write(name, QJsonDocument(historyEntryToJson(entry)).toJson());
     if (!error.isEmpty()) {
         return noWayBack(*file + QLatin1String(": ") + error);
     }
     const auto surplus = names.mid(mostEntries - 1);
     for (const QString &old : surplus) {
-        folder.remove(old);
+        kept.remove(old);
     }
     return {};
 }
 
 QVector<HistoryEntry> History::entries() const
 {
-    OwnFolder folder;
-    if (m_folder.isEmpty() || !folder.open(m_folder).isEmpty()) {
+    OwnFolder kept;
+    if (m_folder.isEmpty() || !kept.open(m_folder).isEmpty()) {
         return {};
     }
     QVector<HistoryEntry> entries;
-    const auto names = entryNames(folder);
+    const auto names = entryNames(kept);
     for (const QString &name : names) {
-        entries += readEntry(folder, name);
+        entries += readEntry(kept, name);
     }
     return entries;
 }
 
 void History::remove(const QString &file) const
 {
-    OwnFolder folder;
-    if (folder.open(m_folder).isEmpty()) {
-        folder.remove(QFileInfo(file).fileName());
+    OwnFolder kept;
+    if (kept.open(m_folder).isEmpty()) {
+        kept.remove(QFileInfo(file).fileName());
     }
 }
 
-HistoryEntry History::readEntry(const OwnFolder &folder, const QString &name) const
+HistoryEntry History::readEntry(const OwnFolder &kept, const QString &name) const
 {
-    const QJsonObject object = QJsonDocument::fromJson(folder.content(name)).object();
+    const QJsonObject object = QJsonDocument::fromJson(kept.content(name)).object();
     HistoryEntry entry;
     entry.file = m_folder + QLatin1Char('/') + name;
     entry.time = QDateTime::fromString(object.value(timeKey()).toString(), Qt::ISODateWithMs);

@@ -66,7 +66,7 @@ public:
     void remove(const QString &file) const;
 
 private:
-    HistoryEntry readEntry(const OwnFolder &folder, const QString &name) const;
+    HistoryEntry readEntry(const OwnFolder &kept, const QString &name) const;
 
     QString m_folder;
 };

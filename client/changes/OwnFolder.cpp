@@ -43,6 +43,13 @@ QString systemError(const QString &path)
 {
     return path + QLatin1String(": ") + qt_error_string(errno);
 }
+
+/// @return whether it is open; errno tells why not
+bool openFile(int folder, const QByteArray &name, int flags, QIODevice::OpenMode mode, QFile *file)
+{
+    const int handle = openat(folder, name.constData(), flags | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    return handle >= 0 && file->open(handle, mode, QFileDevice::AutoCloseHandle);
+}
 }
 
 OwnFolder::OwnFolder() = default;
@@ -93,7 +100,7 @@ QStringList OwnFolder::names() const
     const int handle = openat(m_handle, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR *)> listing(handle < 0 ? nullptr : fdopendir(handle), closedir);
     QStringList names;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe) // there is one thread
+    // cppcheck-suppress readdirCalled // there is one thread
     while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
         struct stat status = {};
         if (fstatat(m_handle, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isOwnFile(status)) {
@@ -105,29 +112,25 @@ QStringList OwnFolder::names() const
 
 QByteArray OwnFolder::content(const QString &name) const
 {
-    const int handle =
-        openat(m_handle, QFile::encodeName(name).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     QFile file;
     struct stat status = {};
-    const bool isOpen = handle >= 0 && file.open(handle, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-    return isOpen && fstat(handle, &status) == 0 && isOwnFile(status) ? file.readAll() : QByteArray();
+    const bool isOpen = openFile(m_handle, QFile::encodeName(name), O_RDONLY | O_NONBLOCK, QIODevice::ReadOnly, &file);
+    return isOpen && fstat(file.handle(), &status) == 0 && isOwnFile(status) ? file.readAll() : QByteArray();
 }
 
 QString OwnFolder::write(const QString &name, const QByteArray &content) const
 {
     const QByteArray whole = QFile::encodeName(name);
     const QByteArray part = '.' + whole + ".part";
-    const int handle =
-        openat(m_handle, part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     QFile file;
-    if (handle < 0 || !file.open(handle, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+    if (!openFile(m_handle, part, O_WRONLY | O_CREAT | O_EXCL, QIODevice::WriteOnly | QIODevice::Unbuffered, &file)) {
         return qt_error_string(errno);
     }
-    if (file.write(content) == content.size() && fsync(handle) == 0
+    if (file.write(content) == content.size() && fsync(file.handle()) == 0
         && renameat(m_handle, part.constData(), m_handle, whole.constData()) == 0) {
         return {};
     }
-    const QString error = qt_error_string(errno);
+    QString error = qt_error_string(errno);
     unlinkat(m_handle, part.constData(), 0);
     return error;
 }
