@@ -94,7 +94,7 @@ QString asciiText(const QJsonObject &object)
 }
 
 /// The changes from one number to another.
-void printDocument(const QVector<HistoryEntry> &entries, int first, int last)
+void printChanges(const QVector<HistoryEntry> &entries, int first, int last)
 {
     QJsonArray changes;
     for (int number = first; number <= last; ++number) {
@@ -141,7 +141,7 @@ ExitCode HistoryCommand::run(const QCommandLineParser &line) const
         return result;
     }
     if (line.isSet(QStringLiteral("json"))) {
-        printDocument(entries, words.isEmpty() ? 1 : number, words.isEmpty() ? entries.size() : number);
+        printChanges(entries, words.isEmpty() ? 1 : number, words.isEmpty() ? entries.size() : number);
     } else {
         out().write(words.isEmpty() ? listText(entries) : printable(changeText(entries.at(number - 1))));
     }
