@@ -168,7 +168,8 @@ void UndoingTest::bringsBackAllWhereNothingCanBeRead()
 {
     MemoryStore store({{ExitCode::Failed, QStringLiteral("no")}, {}});
 
-    undoChange(changeOf(QStringLiteral("maxInterval=90 minInterval=1"), settingsOf(QStringLiteral("maxInterval=7"))),
+    undoChange(changeOf(QStringLiteral("maxInterval=90 minInterval=1"),
+                        settingsOf(QStringLiteral("maxInterval=7 minInterval=1"))),
                &store,
                false);
 
