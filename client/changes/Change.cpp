@@ -118,6 +118,7 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(outcome.error);
         return outcome.code;
     }
-    out().write(printable(translate("Change", "%1: in force").arg(change.store->name().text())) + QLatin1Char('\n'));
+    out().writeUnlessQuiet(printable(translate("Change", "%1: in force").arg(change.store->name().text()))
+                           + QLatin1Char('\n'));
     return ExitCode::Done;
 }

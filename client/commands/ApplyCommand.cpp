@@ -67,7 +67,7 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
-        out().write(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
+        out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
         return ExitCode::Done;
     }
     return performChange(
@@ -99,7 +99,7 @@ QList<Argument> ApplyCommand::arguments() const
 
 QList<QCommandLineOption> ApplyCommand::options() const
 {
-    return {dryRunOption(), noAskPasswordOption()};
+    return {dryRunOption(), quietOption(), noAskPasswordOption()};
 }
 
 ExitCode ApplyCommand::run(const QCommandLineParser &line) const

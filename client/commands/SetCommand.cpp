@@ -78,6 +78,7 @@ QList<QCommandLineOption> SetCommand::options() const
 {
     return {{QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
             dryRunOption(),
+            quietOption(),
             noAskPasswordOption()};
 }
 

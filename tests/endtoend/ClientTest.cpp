@@ -125,6 +125,8 @@ void ClientTest::helps()
 
     QCOMPARE(client(nobody, words), success(text));
     QCOMPARE(client(nobody, QString(words).replace(QLatin1String("--help"), QLatin1String("-h"))), success(text));
+    const QString command = words.section(QStringLiteral("--help"), 0, 0);
+    QCOMPARE(client(nobody, QStringLiteral("help ") + command), success(text));
 }
 
 void ClientTest::printsCandidates_data()
@@ -144,6 +146,7 @@ void ClientTest::printsCandidates_data()
                "user\tShow the expiration settings of an account (root only).\n"
                "report\tWrite the policies in force as an HTML page.\n"
                "doctor\tCheck the installation, and tell how to mend it.\n"
+               "help\tShow this, or the help of a command.\n"
                "--help\tShow this, or the help of a command.\n"
                "--version\tShow the version.\n");
     candidates("-- sh", "show\tShow the policies in force.\n");
@@ -154,6 +157,7 @@ void ClientTest::printsCandidates_data()
     candidates("-- set --",
                "--replace\tDrop all settings that are not named.\n"
                "--dry-run\tShow what would change, and change nothing.\n"
+               "--quiet\tSay nothing on success.\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");
     candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");
@@ -161,7 +165,10 @@ void ClientTest::printsCandidates_data()
     candidates("-- set lockout per_user=",
                "per_user=yes\tSome accounts have limits of their own\n"
                "per_user=no\tSome accounts have limits of their own\n");
+    candidates("-- set lockout per", "per_user=\tSome accounts have limits of their own\n");
     candidates("-- set lockout deny=3 de", ""); // not twice
+    candidates("-- help do", "doctor\tCheck the installation, and tell how to mend it.\n");
+    candidates("-- help doctor d", "");
     for (const char *command : {"-- apply x", "-- check x", "-- report x"}) {
         candidates(command, "<file>\n");
         candidates((QByteArray(command) + " y").constData(), "");

@@ -132,8 +132,9 @@ void DocumentTest::isUtf8WhateverTheLocale()
 {
     const ScopedLatin1 locale;
 
-    QCOMPARE(whatIsRead("{\"version\": 1, \"policies\": {\"lockout\": {\"deny\": \"\xc3\xbc\"}}}"),
-             QString::fromUtf8("deny: \"\xc3\xbc\" is not allowed; allowed is a whole number from 0 to 65535, or null"));
+    QCOMPARE(
+        whatIsRead("{\"version\": 1, \"policies\": {\"lockout\": {\"deny\": \"\xc3\xbc\"}}}"),
+        QString::fromUtf8("deny: \"\xc3\xbc\" is not allowed; allowed is a whole number from 0 to 65535, or null"));
 }
 
 QTEST_GUILESS_MAIN(DocumentTest)
