@@ -8,6 +8,8 @@
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
+#include "client/settings/Warnings.h"
+#include "policies/expiration/DayCount.h"
 
 #include <QFile>
 
@@ -84,6 +86,15 @@ Outcome carryOut(const Change &change)
     return written;
 }
 
+void warn(const Change &change)
+{
+    const qlonglong today = dayZero().daysTo(QDateTime::currentDateTimeUtc().date());
+    const auto texts = warningTexts(change.store->schema(), change.before.settings, change.wanted, today);
+    for (const QString &text : texts) {
+        printWarning(text);
+    }
+}
+
 /// A table of key, now and then: one row for each setting that the change would make another.
 QString previewText(const Change &change)
 {
@@ -109,6 +120,7 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(translate("Change", "%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
+    warn(change);
     if (dryRun) {
         out().write(printable(previewText(change)));
         return ExitCode::Done;
