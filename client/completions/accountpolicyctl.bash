@@ -24,7 +24,9 @@ _accountpolicyctl()
     fi
     COMPREPLY=()
     for candidate in "${candidates[@]}"; do
-        COMPREPLY+=("${candidate#"$kept"}")
+        # a name may have blanks, and what a shell obeys
+        printf -v candidate %q "${candidate#"$kept"}"
+        COMPREPLY+=("$candidate")
     done
     if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *= ]]; then
         compopt -o nospace
