@@ -7,6 +7,7 @@
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/Sessions.h"
+#include "tests/support/PseudoTerminal.h"
 #include "tests/support/ScopedVariable.h"
 
 #include <QDir>
@@ -71,6 +72,8 @@ private Q_SLOTS:
     void showsAllPolicies();
     void helps_data();
     void helps();
+    void fitsTheTerminal_data();
+    void fitsTheTerminal();
     void printsCandidates_data();
     void printsCandidates();
     void tellsThatHelperCannotStart();
@@ -127,6 +130,31 @@ void ClientTest::helps()
     QCOMPARE(client(nobody, QString(words).replace(QLatin1String("--help"), QLatin1String("-h"))), success(text));
     const QString command = words.section(QStringLiteral("--help"), 0, 0);
     QCOMPARE(client(nobody, QStringLiteral("help ") + command), success(text));
+}
+
+void ClientTest::fitsTheTerminal_data()
+{
+    QTest::addColumn<QString>("words");
+    for (const char *words : {"--help", "help set", "report --help", "doctor"}) {
+        QTest::newRow(words) << QString::fromLatin1(words);
+    }
+}
+
+void ClientTest::fitsTheTerminal()
+{
+    QFETCH(QString, words);
+    const ScopedVariable colour("NO_COLOR", "1");
+
+    PseudoTerminal terminal(
+        root, QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("stty cols 60; accountpolicyctl ") + words});
+    terminal.waitForEnd();
+
+    const QString shown = QString::fromUtf8(terminal.output());
+    for (const QString &line : shown.split(QStringLiteral("\r\n"))) {
+        // only a word that is longer, such as a path, may be cut
+        QVERIFY2(line.size() < 60 || !line.trimmed().contains(QLatin1Char(' ')), qPrintable(line));
+    }
+    QCOMPARE(shown.simplified(), QString::fromUtf8(client(root, words).standardOutput).simplified());
 }
 
 void ClientTest::printsCandidates_data()
