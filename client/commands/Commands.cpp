@@ -16,13 +16,17 @@
 #include "client/commands/UndoCommand.h"
 #include "client/commands/UserCommand.h"
 #include "client/settings/Assignments.h"
+#include "client/settings/Policies.h"
 
 namespace
 {
-/// The command that other tools call by this name. Only commands that change nothing are here: whoever asks for a reading
-/// must not be told of a writing.
+/// The command that other tools call by this name, or that shows what has it. Only commands that change nothing are here:
+/// whoever asks for a reading must not be told of a writing.
 QString calledElsewhere(const QString &name)
 {
+    if (findPolicy(name)) {
+        return QStringLiteral("show ") + name;
+    }
     static const QMap<QString, QString> names{{QStringLiteral("get"), QStringLiteral("show")},
                                               {QStringLiteral("list"), QStringLiteral("show")},
                                               {QStringLiteral("status"), QStringLiteral("show")},
