@@ -18,12 +18,11 @@ namespace
 int editDistance(const QString &left, const QString &right)
 {
     // of the part of the left word up to a letter, and the two parts before, to each part of the right word
-    QVector<int> beforeLast;
     QVector<int> last;
     QVector<int> row(right.size() + 1);
     std::iota(row.begin(), row.end(), 0);
     for (int i = 0; i < left.size(); ++i) {
-        beforeLast = std::exchange(last, row);
+        const QVector<int> beforeLast = std::exchange(last, row);
         row[0] = i + 1;
         for (int j = 0; j < right.size(); ++j) {
             row[j + 1] = std::min({last[j] + (left[i] == right[j] ? 0 : 1), last[j + 1] + 1, row[j] + 1});

@@ -73,10 +73,10 @@ void TableTest::explains_data()
 {
     QTest::addColumn<int>("width");
     QTest::addColumn<QString>("text");
-    const QString wrapped = QStringLiteral("  a       b\n  cccc d  aaaaaaaa bbbbbbbb\n          ccccccccc\n");
+    const QString inLines = QStringLiteral("  a       b\n  cccc d  aaaaaaaa bbbbbbbb\n          ccccccccc\n");
     QTest::newRow("beside") << 37 << QStringLiteral("  a       b\n  cccc d  aaaaaaaa bbbbbbbb ccccccccc\n");
-    QTest::newRow("wrapped") << 36 << wrapped;
-    QTest::newRow("with the least room beside") << 34 << wrapped;
+    QTest::newRow("wrapped") << 36 << inLines;
+    QTest::newRow("with the least room beside") << 34 << inLines;
     QTest::newRow("below") << 33 << QStringLiteral("  a\n      b\n  cccc d\n      aaaaaaaa bbbbbbbb ccccccccc\n");
     QTest::newRow("wrapped below") << 32
                                    << QStringLiteral(
