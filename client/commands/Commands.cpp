@@ -79,16 +79,22 @@ QVector<Candidate> commandCandidates()
     return candidates;
 }
 
+QString meantCommand(const QString &name)
+{
+    const QString other = calledElsewhere(name);
+    if (!other.isEmpty()) {
+        return other;
+    }
+    QStringList names;
+    for (const auto &command : allCommands()) {
+        names += command->name();
+    }
+    return nearest(name, names);
+}
+
 ExitCode unknownCommand(const QString &name)
 {
-    QString meant = calledElsewhere(name);
-    if (meant.isEmpty()) {
-        QStringList names;
-        for (const auto &command : allCommands()) {
-            names += command->name();
-        }
-        meant = nearest(name, names);
-    }
+    const QString meant = meantCommand(name);
     return usageError(meant.isEmpty()
                           ? translate("Commands", "there is no command \"%1\"").arg(name)
                           : translate("Commands", "there is no command \"%1\"; did you mean \"%2\"?").arg(name, meant));

@@ -19,5 +19,8 @@ const ClientCommand *findCommand(const QString &name);
 /// Their names and what each does.
 QVector<Candidate> commandCandidates();
 
+/// The command, with its argument if need be, that may have been meant by a name that is none; empty if none is near.
+QString meantCommand(const QString &name);
+
 /// Says that there is no such command, and which one may have been meant.
 ExitCode unknownCommand(const QString &name);

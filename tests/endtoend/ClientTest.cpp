@@ -194,6 +194,7 @@ void ClientTest::printsCandidates_data()
                "per_user=yes\tSome accounts have limits of their own\n"
                "per_user=no\tSome accounts have limits of their own\n");
     candidates("-- set lockout per", "per_user=\tSome accounts have limits of their own\n");
+    candidates("-- set lockout per_user", "per_user=\tSome accounts have limits of their own\n");
     candidates("-- set expiration maxI", "maxInterval=\tDays after which a password must be changed\n");
     candidates("-- set expiration expireDate=",
                "expireDate=\tThe day on which an account expires\n"

@@ -89,6 +89,7 @@ void CompletionsTest::initTestCase()
     writeContent(QStringLiteral("/etc/passwd"),
                  contentOf(QStringLiteral("/etc/passwd"))
                      + "corp+jim doe;x:x:4322:4322::/:/bin/sh\ncorp\x1b[31m:x:4323:4323::/:/bin/sh\n"
+                       "corp\tx:x:4325:4325::/:/bin/sh\n"
                        "domain\\jim:x:4324:4324::/:/bin/sh\n");
     writeContent(QStringLiteral("/run/completions/policies.json"), "{}");
     QVERIFY(QDir::setCurrent(QStringLiteral("/run/completions")));
