@@ -152,7 +152,9 @@ void CompletionsTest::describes_data()
     const auto row = [](int shell, const char *typed, const char *shown) {
         QTest::addRow("%s: %s", shells().at(shell).name, typed) << shell << QByteArray(typed) << QByteArray(shown);
     };
-    row(0, "set lockout ", "deny=         lock_time=    ");
+    row(0, "set lockout ", "deny=         -- Failed logins after which an account is locked");
+    row(0, "set expiration maxInterval=", "maxInterval=never  -- Days after which a password must be changed");
+    row(0, "user ", "policytester");
     row(1, "set lockout ", "deny=         -- Failed logins after which an account is locked");
     row(1, "show ", "complexity  -- Password complexity");
     row(2, "show ", "(Password complexity)");
