@@ -8,6 +8,8 @@
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
+#include "client/settings/Warnings.h"
+#include "policies/expiration/DayCount.h"
 
 namespace
 {
@@ -86,6 +88,15 @@ Outcome carryOut(const Change &change)
     return written;
 }
 
+void printWarnings(const Change &change)
+{
+    const qlonglong today = dayZero().daysTo(QDateTime::currentDateTimeUtc().date());
+    const auto texts = warningTexts(change.store->schema(), change.before.settings, change.wanted, today);
+    for (const QString &text : texts) {
+        printWarning(text);
+    }
+}
+
 QString previewText(const Change &change)
 {
     const QString changes = changeTable(change);
@@ -118,6 +129,7 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(translate("Change", "%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
+    printWarnings(change);
     if (dryRun) {
         out().write(printable(previewText(change)));
         return ExitCode::Done;
@@ -127,6 +139,7 @@ ExitCode performChange(const Change &change, bool dryRun)
         printError(outcome.error);
         return outcome.code;
     }
-    out().write(printable(translate("Change", "%1: in force").arg(change.store->name().text())) + QLatin1Char('\n'));
+    out().writeUnlessQuiet(printable(translate("Change", "%1: in force").arg(change.store->name().text()))
+                           + QLatin1Char('\n'));
     return ExitCode::Done;
 }

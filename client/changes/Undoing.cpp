@@ -69,7 +69,7 @@ ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, bool dryRun
     if (now.outcome.succeeded()) {
         warn(schema, entry, now.settings);
         if (!dryRun) {
-            out().write(printable(changeTable(change)));
+            out().writeUnlessQuiet(printable(changeTable(change)));
         }
     }
     return performChange(change, dryRun);

@@ -7,9 +7,8 @@
 #include "client/changes/Change.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/output/Terminal.h"
-#include "client/settings/Assignments.h"
+#include "client/settings/Document.h"
 #include "client/settings/Policies.h"
-#include "client/settings/SettingText.h"
 #include "client/stores/Stores.h"
 
 #include <algorithm>
@@ -23,7 +22,7 @@ QString disallowedText(const SettingSchema &schema, const Settings &before, cons
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         if (!isAllowed(setting, wishes.value(key))) {
-            return badValueText(setting, settingText(setting, wishes.value(key)));
+            return badMemberText(setting, wishes.value(key));
         }
     }
     return {};
@@ -68,7 +67,7 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
     if (wanted == before.settings) {
-        out().write(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
+        out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
         return ExitCode::Done;
     }
     return performChange(
@@ -100,7 +99,7 @@ QList<Argument> ApplyCommand::arguments() const
 
 QList<QCommandLineOption> ApplyCommand::options() const
 {
-    return {dryRunOption(), noAskPasswordOption()};
+    return {dryRunOption(), quietOption(), noAskPasswordOption()};
 }
 
 ExitCode ApplyCommand::run(const QCommandLineParser &line) const

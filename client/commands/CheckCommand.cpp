@@ -8,8 +8,12 @@
 #include "client/commands/PolicyReadings.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
+#include "client/settings/Document.h"
 #include "client/settings/Policies.h"
 #include "client/settings/SettingText.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
 
 namespace
 {
@@ -23,6 +27,35 @@ QVector<QStringList> driftRows(const Policy &policy, const Settings &found, cons
         rows += {policy.name, key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key))};
     }
     return rows;
+}
+
+/// The same for programs, with values as in the document.
+QJsonArray driftMembers(const Policy &policy, const Settings &found, const Wishes &wishes)
+{
+    QJsonArray members;
+    const Settings wanted = fulfilled(policy.schema, found, wishes);
+    const auto keys = differingKeys(policy.schema, found, wanted);
+    for (const QString &key : keys) {
+        members += QJsonObject{{QStringLiteral("policy"), policy.name},
+                               {QStringLiteral("setting"), key},
+                               {QStringLiteral("wanted"), settingsToJson(policy.schema, wanted).value(key)},
+                               {QStringLiteral("found"), settingsToJson(policy.schema, found).value(key)}};
+    }
+    return members;
+}
+
+void printDrift(const PolicyReadings &readings, const QMap<QString, Wishes> &document)
+{
+    QJsonArray differences;
+    for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
+        const QJsonArray members =
+            driftMembers(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
+        for (const QJsonValue &member : members) {
+            differences += member;
+        }
+    }
+    const QJsonObject drift{{QStringLiteral("version"), 1}, {QStringLiteral("differences"), differences}};
+    out().write(QString::fromUtf8(QJsonDocument(drift).toJson()));
 }
 }
 
@@ -43,7 +76,7 @@ QList<Argument> CheckCommand::arguments() const
 
 QList<QCommandLineOption> CheckCommand::options() const
 {
-    return {noAskPasswordOption()};
+    return {jsonOption(), noAskPasswordOption()};
 }
 
 ExitCode CheckCommand::run(const QCommandLineParser &line) const
@@ -58,7 +91,9 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
     for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
         rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
     }
-    if (!rows.isEmpty()) {
+    if (line.isSet(jsonOption())) {
+        printDrift(readings, document);
+    } else if (!rows.isEmpty()) {
         rows.prepend({translate("CheckCommand", "policy"),
                       translate("CheckCommand", "setting"),
                       translate("CheckCommand", "wanted"),

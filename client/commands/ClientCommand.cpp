@@ -37,12 +37,17 @@ QVector<Candidate> ClientCommand::candidates(const QStringList &before) const
 
 QCommandLineOption jsonOption()
 {
-    return {QStringLiteral("json"), translate("ClientCommand", "Print a JSON document.")};
+    return {{QStringLiteral("j"), QStringLiteral("json")}, translate("ClientCommand", "Print a JSON document.")};
 }
 
 QCommandLineOption dryRunOption()
 {
     return {QStringLiteral("dry-run"), translate("ClientCommand", "Show what would change, and change nothing.")};
+}
+
+QCommandLineOption quietOption()
+{
+    return {{QStringLiteral("q"), QStringLiteral("quiet")}, translate("ClientCommand", "Say nothing on success.")};
 }
 
 QCommandLineOption noAskPasswordOption()

@@ -53,6 +53,8 @@ public:
 
 QCommandLineOption jsonOption();
 QCommandLineOption dryRunOption();
+/// Where a command has it, Terminal::writeUnlessQuiet() obeys it.
+QCommandLineOption quietOption();
 QCommandLineOption noAskPasswordOption();
 
 bool isDryRun(const QCommandLineParser &line);

@@ -4,25 +4,34 @@
 #include "client/commands/DoctorCommand.h"
 
 #include "client/Translation.h"
+#include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/system/Checkup.h"
 
 namespace
 {
+/// In lines that fit a terminal, below each other behind the grade; where a program reads them, in one.
+QString fitted(const QString &text)
+{
+    const QString indent(6, QLatin1Char(' '));
+    return out().isTerminal() ? wrapped(printable(text), out().width() - indent.size()).join(QLatin1Char('\n') + indent)
+                              : printable(text);
+}
+
 QString lineOf(const Finding &finding)
 {
     switch (finding.grade) {
     case Finding::Grade::Good:
-        return out().good(translate("DoctorCommand", "ok   ")) + QLatin1Char(' ') + printable(finding.text)
+        return out().good(translate("DoctorCommand", "ok   ")) + QLatin1Char(' ') + fitted(finding.text)
             + QLatin1Char('\n');
     case Finding::Grade::Note:
         break;
     case Finding::Grade::Wrong:
-        return out().bad(translate("DoctorCommand", "WRONG")) + QLatin1Char(' ') + printable(finding.text)
-            + QStringLiteral("\n      ") + printable(finding.remedy) + QLatin1Char('\n');
+        return out().bad(translate("DoctorCommand", "WRONG")) + QLatin1Char(' ') + fitted(finding.text)
+            + QStringLiteral("\n      ") + fitted(finding.remedy) + QLatin1Char('\n');
     }
-    return translate("DoctorCommand", "note ") + QLatin1Char(' ') + printable(finding.text) + QStringLiteral("\n      ")
-        + printable(finding.remedy) + QLatin1Char('\n');
+    return translate("DoctorCommand", "note ") + QLatin1Char(' ') + fitted(finding.text) + QStringLiteral("\n      ")
+        + fitted(finding.remedy) + QLatin1Char('\n');
 }
 }
 

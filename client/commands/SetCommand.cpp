@@ -16,6 +16,15 @@
 
 namespace
 {
+/// The words that it may have as a value; an empty one stands for what can't be listed.
+QStringList valueCandidates(const Setting &setting)
+{
+    if (setting.kind == SettingKind::Flag) {
+        return {QStringLiteral("yes"), QStringLiteral("no")};
+    }
+    return setting.never == Never::NoWord ? QStringList{QString()} : QStringList{QString(), QStringLiteral("never")};
+}
+
 QVector<Candidate> assignmentCandidates(const SettingSchema &schema, const QStringList &given)
 {
     QVector<Candidate> candidates;
@@ -24,9 +33,7 @@ QVector<Candidate> assignmentCandidates(const SettingSchema &schema, const QStri
         if (!given.filter(QRegularExpression(QLatin1Char('^') + start)).isEmpty()) {
             continue;
         }
-        const QStringList values = setting.kind == SettingKind::Flag
-            ? QStringList{QStringLiteral("yes"), QStringLiteral("no")}
-            : QStringList{QString()};
+        const auto values = valueCandidates(setting);
         for (const QString &value : values) {
             candidates += {start + value, descriptionText(setting)};
         }
@@ -78,6 +85,7 @@ QList<QCommandLineOption> SetCommand::options() const
 {
     return {{QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
             dryRunOption(),
+            quietOption(),
             noAskPasswordOption()};
 }
 

@@ -26,7 +26,7 @@ QList<Argument> UndoCommand::arguments() const
 
 QList<QCommandLineOption> UndoCommand::options() const
 {
-    return {dryRunOption(), noAskPasswordOption()};
+    return {dryRunOption(), quietOption(), noAskPasswordOption()};
 }
 
 ExitCode UndoCommand::run(const QCommandLineParser &line) const

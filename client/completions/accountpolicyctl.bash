@@ -3,6 +3,23 @@
 #
 # bash completion; the tool itself knows its words
 
+# lines "word  -- description" for lines "word<tab>description"
+_accountpolicyctl_describe()
+{
+    local candidate word longest=0
+    for candidate in "$@"; do
+        word=${candidate%%$'\t'*}
+        ((${#word} > longest)) && longest=${#word}
+    done
+    for candidate in "$@"; do
+        if [[ $candidate == *$'\t'* ]]; then
+            printf '%-*s  -- %s\n' "$longest" "${candidate%%$'\t'*}" "${candidate#*$'\t'}"
+        else
+            printf '%s\n' "$candidate"
+        fi
+    done
+}
+
 _accountpolicyctl()
 {
     local typed current candidates candidate
@@ -10,7 +27,11 @@ _accountpolicyctl()
     [[ ${COMP_LINE:COMP_POINT-1:1} == ' ' ]] && typed+=('')
     current=${typed[-1]}
     mapfile -t candidates < <(accountpolicyctl complete -- "${typed[@]:1}" 2>/dev/null)
-    # what bash completes has no descriptions
+    # what bash completes has no descriptions; what it only lists, at the second tab, may have them
+    if [[ $COMP_TYPE == 63 && ${#candidates[@]} -gt 1 ]]; then
+        mapfile -t COMPREPLY < <(_accountpolicyctl_describe "${candidates[@]}")
+        return
+    fi
     candidates=("${candidates[@]%%$'\t'*}")
     if [[ ${candidates[0]-} == '<file>' ]]; then
         compopt -o filenames
@@ -24,7 +45,9 @@ _accountpolicyctl()
     fi
     COMPREPLY=()
     for candidate in "${candidates[@]}"; do
-        COMPREPLY+=("${candidate#"$kept"}")
+        # a name may have blanks, and what a shell obeys
+        printf -v candidate %q "${candidate#"$kept"}"
+        COMPREPLY+=("$candidate")
     done
     if [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == *= ]]; then
         compopt -o nospace

@@ -9,7 +9,7 @@ function __accountpolicyctl_candidates
         if test $candidate = '<file>'
             __fish_complete_path (commandline -ct)
         else
-            echo $candidate
+            printf '%s\n' $candidate
         end
     end
 end

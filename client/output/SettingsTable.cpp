@@ -4,13 +4,8 @@
 #include "client/output/SettingsTable.h"
 
 #include "client/output/Table.h"
+#include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
-
-namespace
-{
-/// What a line of 79 characters leaves beside the longest key.
-constexpr int explanationWidth = 59;
-}
 
 QString settingsTable(const SettingSchema &schema, const Settings &settings)
 {
@@ -25,12 +20,7 @@ QString settingsHelp(const SettingSchema &schema)
 {
     QVector<QStringList> rows;
     for (const Setting &setting : schema.settings) {
-        const QStringList lines = wrapped(explanationText(setting), explanationWidth);
-        QString key = setting.key;
-        for (const QString &line : lines) {
-            rows += {key, line};
-            key.clear(); // it stands before the first line alone
-        }
+        rows += {setting.key, explanationText(setting)};
     }
-    return table(rows, 2);
+    return explanations(rows, out().width());
 }

@@ -26,6 +26,35 @@ QString table(const QVector<QStringList> &rows, int indent)
     return text;
 }
 
+QString explanations(const QVector<QStringList> &rows, int width)
+{
+    constexpr int indent = 2;
+    constexpr int longestBeside = 24;
+    constexpr int leastRoom = 24;
+    int longest = 0;
+    for (const QStringList &row : rows) {
+        if (row.first().size() <= longestBeside) {
+            longest = qMax(longest, row.first().size());
+        }
+    }
+    const bool allBelow = width - indent - longest - 2 < leastRoom;
+    const int column = allBelow ? 3 * indent : indent + longest + 2;
+    QString text;
+    for (const QStringList &row : rows) {
+        QString start = QString(indent, QLatin1Char(' ')) + row.first();
+        if (allBelow || row.first().size() > longest) {
+            text += start + QLatin1Char('\n');
+            start.clear();
+        }
+        const QStringList lines = wrapped(row.last(), width - column);
+        for (const QString &line : lines) {
+            text += start.leftJustified(column) + line + QLatin1Char('\n');
+            start.clear();
+        }
+    }
+    return text;
+}
+
 QStringList wrapped(const QString &text, int width)
 {
     QStringList lines;

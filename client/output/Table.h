@@ -15,5 +15,13 @@
  */
 QString table(const QVector<QStringList> &rows, int indent);
 
+/**
+ * Lines up what is explained, in the first cells, with its explanations, in the second ones, which are wrapped. Below its
+ * first cell stands the explanation of a long one and, where a line is short, each.
+ *
+ * @param width how long a line may be
+ */
+QString explanations(const QVector<QStringList> &rows, int width);
+
 /// The text in lines of at most @p width characters; a word that is longer has a line of its own.
 QStringList wrapped(const QString &text, int width);

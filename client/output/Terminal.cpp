@@ -3,7 +3,10 @@
 
 #include "client/output/Terminal.h"
 
+#include "client/Translation.h"
+
 #include <cerrno>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace
@@ -40,6 +43,25 @@ void Terminal::write(const QString &text)
     if (std::fputs(text.toLocal8Bit().constData(), m_stream) == EOF || std::fflush(m_stream) != 0) {
         noteError();
     }
+}
+
+void Terminal::writeUnlessQuiet(const QString &text)
+{
+    if (!m_isQuiet) {
+        write(text);
+    }
+}
+
+void Terminal::beQuiet()
+{
+    m_isQuiet = true;
+}
+
+int Terminal::width() const
+{
+    winsize size{};
+    const bool known = m_isTerminal && ioctl(fileno(m_stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col - 1 : 79;
 }
 
 int Terminal::close()
@@ -98,6 +120,11 @@ QString printable(const QString &text)
         }
     }
     return safe;
+}
+
+void printWarning(const QString &text)
+{
+    printError(translate("Terminal", "warning: %1").arg(text));
 }
 
 void printError(const QString &text)

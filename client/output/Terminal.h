@@ -22,6 +22,13 @@ public:
     /// Writes the text as it is, in the local 8-bit encoding, at once.
     void write(const QString &text);
 
+    /// Writes what goes without saying, unless nobody wants to see it.
+    void writeUnlessQuiet(const QString &text);
+    void beQuiet();
+
+    /// How long a line may be: what the terminal has room for without its last column, 79 characters elsewhere.
+    int width() const;
+
     /// Closes the stream; 0 if all that was ever written arrived, otherwise the number of the first error.
     int close();
 
@@ -38,6 +45,7 @@ private:
     int m_error = 0;
     bool m_isTerminal;
     bool m_hasColour;
+    bool m_isQuiet = false;
 };
 
 /// The standard output.
@@ -50,6 +58,9 @@ Terminal &err();
  * each character that changes the direction of writing, becomes U+FFFD.
  */
 QString printable(const QString &text);
+
+/// Prints a warning, one line, as errors are printed.
+void printWarning(const QString &text);
 
 /// Prints an error the one way: the tool's name, a line, and what belongs to it below.
 void printError(const QString &text);

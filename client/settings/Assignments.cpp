@@ -6,26 +6,32 @@
 #include "client/Translation.h"
 #include "client/settings/SettingText.h"
 
+#include <QVector>
+
 #include <algorithm>
 #include <numeric>
-#include <vector>
+#include <utility>
 
 namespace
 {
-/// The number of characters to insert, remove or replace on the way from one word to the other.
+/// How many characters to insert, remove, replace or swap with their neighbour lead from one word to the other.
 int editDistance(const QString &left, const QString &right)
 {
-    std::vector<int> row(static_cast<std::size_t>(right.size()) + 1);
+    // of the part of the left word up to a letter, and the two parts before, to each part of the right word
+    QVector<int> last;
+    QVector<int> row(right.size() + 1);
     std::iota(row.begin(), row.end(), 0);
-    for (const QChar leftChar : left) {
-        int diagonal = row[0]++;
-        for (std::size_t i = 1; i < row.size(); ++i) {
-            const int replaced = diagonal + (leftChar == right.at(static_cast<int>(i) - 1) ? 0 : 1);
-            diagonal = row[i];
-            row[i] = std::min({replaced, row[i] + 1, row[i - 1] + 1});
+    for (int i = 0; i < left.size(); ++i) {
+        const QVector<int> beforeLast = std::exchange(last, row);
+        row[0] = i + 1;
+        for (int j = 0; j < right.size(); ++j) {
+            row[j + 1] = std::min({last[j] + (left[i] == right[j] ? 0 : 1), last[j + 1] + 1, row[j] + 1});
+            if (i > 0 && j > 0 && left[i] == right[j - 1] && left[i - 1] == right[j]) {
+                row[j + 1] = std::min(row[j + 1], beforeLast[j - 1] + 1);
+            }
         }
     }
-    return row.back();
+    return row.last();
 }
 
 QString parseAssignment(const SettingSchema &schema, const QString &subject, const QString &word, Wishes *wishes)
@@ -55,7 +61,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
 QString nearest(const QString &word, const QStringList &candidates)
 {
     QString best;
-    int fewest = word.size() / 2 + 1;
+    int fewest = word.size() / 4 + 1;
     for (const QString &candidate : candidates) {
         const int edits = editDistance(word, candidate);
         if (edits < fewest) {

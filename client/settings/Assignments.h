@@ -24,5 +24,5 @@ QString unknownKeyText(const SettingSchema &schema, const QString &subject, cons
 /// Says that the value isn't allowed, and what is.
 QString badValueText(const Setting &setting, const QString &value);
 
-/// The candidate that takes the fewest edits to come from @p word; empty if none is near.
+/// The candidate that takes the fewest edits to come from @p word; empty if none is near: one letter of four may be wrong.
 QString nearest(const QString &word, const QStringList &candidates);

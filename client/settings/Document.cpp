@@ -48,6 +48,13 @@ bool hasFittingType(const Setting &setting, const QJsonValue &value)
     return value.isDouble() || value.isString();
 }
 
+/// Says that the value isn't allowed, and what is; a text stands there with the quotes that it has in the document.
+QString badJsonText(const Setting &setting, const QJsonValue &value)
+{
+    return translate("Document", "%1: %2 is not allowed; allowed is %3")
+        .arg(setting.key, jsonText(value), allowedInDocumentText(setting));
+}
+
 bool fromJson(const Setting &setting, const QJsonValue &value, QVariant *wish)
 {
     if (value.isNull()) {
@@ -66,8 +73,7 @@ QString impossibleValueText(const SettingSchema &schema, const Wishes &wishes)
     for (auto wish = wishes.cbegin(); wish != wishes.cend(); ++wish) {
         const qlonglong number = wish.value().toLongLong();
         if (number != static_cast<int>(number)) {
-            const Setting &setting = *schema.find(wish.key());
-            return badValueText(setting, settingText(setting, number));
+            return badMemberText(*schema.find(wish.key()), wish.value());
         }
     }
     return {};
@@ -81,6 +87,11 @@ QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wi
     QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
     return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
 }
+}
+
+QString badMemberText(const Setting &setting, const QVariant &value)
+{
+    return badJsonText(setting, toJson(setting, value));
 }
 
 QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings)
@@ -101,7 +112,7 @@ QString settingsFromJson(const SettingSchema &schema, const QString &subject, co
         }
         QVariant wish;
         if (!fromJson(*setting, member.value(), &wish)) {
-            return badValueText(*setting, jsonText(member.value()));
+            return badJsonText(*setting, member.value());
         }
         wishes->insert(member.key(), wish);
     }

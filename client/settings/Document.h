@@ -25,6 +25,9 @@ QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings
 QString
 settingsFromJson(const SettingSchema &schema, const QString &subject, const QJsonObject &object, Wishes *wishes);
 
+/// Says that a document's value isn't allowed, and what is.
+QString badMemberText(const Setting &setting, const QVariant &value);
+
 /// The document of docs/accountpolicies.schema.json.in.
 /// @param policies settings by the name of their policy
 QByteArray writeDocument(const QMap<QString, Settings> &policies);

@@ -16,6 +16,8 @@ constexpr qlonglong mostFailedLogins = 65535;
 constexpr qlonglong longestPassword = 512;
 // pam_pwquality(8) and pam_cracklib(8) raise less to this
 constexpr qlonglong shortestMinimum = 6;
+// passwords that last so long never expire for chage(1); 99999 in /etc/login.defs is how Debian has it
+constexpr qlonglong daysOfEver = 10000;
 // 9999-12-31, where the dates of useradd's defaults end
 constexpr qlonglong lastDay = 2932896;
 
@@ -39,10 +41,11 @@ Setting credit(const char *key, const char *description)
     return number(key, Unit::Credits, -longestPassword, longestPassword, description);
 }
 
-/// @param never what it means that it never ends
-Setting interval(const char *key, Never never, const char *description)
+/// @param never     what it means that it never ends
+/// @param neverFrom days that mean the same
+Setting interval(const char *key, Never never, const char *description, qlonglong neverFrom = 0)
 {
-    return {QLatin1String(key), SettingKind::Number, Unit::Days, -1, intMaximum, never, description};
+    return {QLatin1String(key), SettingKind::Number, Unit::Days, -1, intMaximum, never, description, neverFrom};
 }
 
 Setting date(const char *key, const char *description)
@@ -82,7 +85,7 @@ SettingSchema complexitySchema()
 SettingSchema ageingSchema(Never never)
 {
     return {{
-        interval("maxInterval", never, QT_TRANSLATE_NOOP("Policies", "Days after which a password must be changed")),
+        interval("maxInterval", never, QT_TRANSLATE_NOOP("Policies", "Days after which a password must be changed"), daysOfEver),
         interval("minInterval", never, QT_TRANSLATE_NOOP("Policies", "Days for which a password must be kept")),
         interval("warningInterval", never, QT_TRANSLATE_NOOP("Policies", "Days of warning before a password expires")),
         interval("inactiveInterval", never, QT_TRANSLATE_NOOP("Policies", "Days after which an account with an expired password is closed")),

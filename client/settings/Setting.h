@@ -33,6 +33,8 @@ struct Setting {
     Never never;
     /// One line, untranslated, in the context "Policies".
     const char *description;
+    /// So many or more are as good as never; 0 where no number is.
+    qlonglong neverFrom = 0;
 };
 
 /// The settings that are read and written together.

@@ -4,6 +4,7 @@
 #include "client/settings/SettingText.h"
 
 #include "client/Translation.h"
+#include "client/settings/TimeText.h"
 #include "policies/expiration/DayCount.h"
 
 #include <QRegularExpression>
@@ -15,27 +16,6 @@ namespace
 QString neverWord()
 {
     return QStringLiteral("never");
-}
-
-/// The one or two largest units of a time, "1 h 30 min".
-QString duration(qlonglong seconds)
-{
-    struct Part {
-        qlonglong length;
-        const char *text;
-    };
-    static constexpr Part parts[] = {{86400, QT_TRANSLATE_NOOP("SettingText", "%1 d")},
-                                     {3600, QT_TRANSLATE_NOOP("SettingText", "%1 h")},
-                                     {60, QT_TRANSLATE_NOOP("SettingText", "%1 min")},
-                                     {1, QT_TRANSLATE_NOOP("SettingText", "%1 s")}};
-    QStringList words;
-    for (const Part &part : parts) {
-        if (seconds >= part.length) {
-            words += translate("SettingText", part.text).arg(seconds / part.length);
-            seconds %= part.length;
-        }
-    }
-    return words.mid(0, 2).join(QLatin1Char(' '));
 }
 
 QString withUnit(Unit unit, qlonglong number)
@@ -51,7 +31,7 @@ QString withUnit(Unit unit, qlonglong number)
             .arg(text);
     case Unit::Seconds:
         return number < 60 ? translate("SettingText", "%1 s").arg(text)
-                           : translate("SettingText", "%1 s (%2)").arg(text, duration(number));
+                           : translate("SettingText", "%1 s (%2)").arg(text, timeText(number));
     case Unit::Characters:
         return (plural == 1 ? translate("SettingText", "%1 character") : translate("SettingText", "%1 characters"))
             .arg(text);
@@ -68,6 +48,35 @@ QString withUnit(Unit unit, qlonglong number)
         return (plural == 1 ? translate("SettingText", "%1 day") : translate("SettingText", "%1 days")).arg(text);
     }
     return text;
+}
+
+/// How many seconds one of the unit has; 0 for what is no time.
+qlonglong secondsIn(Unit unit)
+{
+    switch (unit) {
+    case Unit::Days:
+        return 86400;
+    case Unit::Seconds:
+        return 1;
+    case Unit::None:
+    case Unit::FailedLogins:
+    case Unit::Characters:
+    case Unit::Credits:
+        break;
+    }
+    return 0;
+}
+
+/// A time that is a whole number of the setting's unit.
+bool parseTimeIn(Unit unit, const QString &text, qlonglong *number)
+{
+    const qlonglong length = secondsIn(unit);
+    qlonglong seconds = {};
+    if (length == 0 || !parseTime(text, &seconds) || seconds % length != 0) {
+        return false;
+    }
+    *number = seconds / length;
+    return true;
 }
 
 bool parseFlag(const QString &text, QVariant *value)
@@ -88,6 +97,21 @@ bool parseNumber(const QString &text, qlonglong *number)
     bool fits = {};
     *number = text.toLongLong(&fits);
     return fits && form.match(text).hasMatch();
+}
+
+QString rangeText(const Setting &setting)
+{
+    switch (setting.kind) {
+    case SettingKind::Flag:
+        break;
+    case SettingKind::Number:
+        return translate("SettingText", "a whole number from %1 to %2")
+            .arg(QString::number(setting.minimum), QString::number(setting.maximum));
+    case SettingKind::Date:
+        return translate("SettingText", "a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
+            .arg(dateText(setting.minimum), dateText(setting.maximum));
+    }
+    return translate("SettingText", "yes or no");
 }
 }
 
@@ -111,7 +135,7 @@ bool parseDate(const QString &text, qlonglong *days)
 QString settingText(const Setting &setting, const QVariant &value)
 {
     if (!value.isValid()) {
-        return translate("SettingText", "not set");
+        return setting.never == Never::NotSet ? neverWord() : translate("SettingText", "not set");
     }
     if (setting.kind == SettingKind::Flag) {
         return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
@@ -127,25 +151,30 @@ QString settingWords(const Setting &setting, const QVariant &value)
 {
     const bool plain = !value.isValid() || setting.kind != SettingKind::Number
         || (setting.never == Never::MinusOne && value.toLongLong() == -1);
-    return plain ? settingText(setting, value) : withUnit(setting.unit, value.toLongLong());
+    if (plain) {
+        return settingText(setting, value);
+    }
+    const qlonglong number = value.toLongLong();
+    const QString text = withUnit(setting.unit, number);
+    return setting.neverFrom > 0 && number >= setting.neverFrom ? translate("SettingText", "%1 (never)").arg(text)
+                                                                : text;
 }
 
 QString allowedText(const Setting &setting)
 {
-    QString allowed;
-    switch (setting.kind) {
-    case SettingKind::Flag:
-        return translate("SettingText", "yes or no");
-    case SettingKind::Number:
-        allowed = translate("SettingText", "a whole number from %1 to %2")
-                      .arg(QString::number(setting.minimum), QString::number(setting.maximum));
-        break;
-    case SettingKind::Date:
-        allowed = translate("SettingText", "a date from %1 to %2, as YYYY-MM-DD or in days since 1970-01-01")
-                      .arg(dateText(setting.minimum), dateText(setting.maximum));
-        break;
+    QString allowed = rangeText(setting);
+    if (setting.unit == Unit::Seconds) {
+        allowed = translate("SettingText", "%1, or a time such as 1h30min").arg(allowed);
+    } else if (setting.unit == Unit::Days) {
+        allowed = translate("SettingText", "%1, or a time of whole days such as 2w").arg(allowed);
     }
     return setting.never == Never::NoWord ? allowed : translate("SettingText", "%1, or \"never\"").arg(allowed);
+}
+
+QString allowedInDocumentText(const Setting &setting)
+{
+    return setting.kind == SettingKind::Flag ? translate("SettingText", "true or false")
+                                             : translate("SettingText", "%1, or null").arg(rangeText(setting));
 }
 
 QString descriptionText(const Setting &setting)
@@ -168,7 +197,9 @@ bool parseSettingText(const Setting &setting, const QString &text, QVariant *val
         return true;
     }
     qlonglong number = {};
-    if (!parseNumber(text, &number) && (setting.kind != SettingKind::Date || !parseDate(text, &number))) {
+    const bool understood = parseNumber(text, &number) || parseTimeIn(setting.unit, text, &number)
+        || (setting.kind == SettingKind::Date && parseDate(text, &number));
+    if (!understood) {
         return false;
     }
     *value = number;

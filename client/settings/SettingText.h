@@ -5,14 +5,19 @@
 
 #include "client/settings/Setting.h"
 
-/// What a person would type for the value: "yes", "90", "2027-01-31", "never"; "not set" for an invalid variant.
+/// What a person would type for the value: "yes", "90", "2027-01-31", "never"; "not set" for an invalid variant that isn't
+/// what "never" stands for.
 QString settingText(const Setting &setting, const QVariant &value);
 
-/// The same with its unit, and long times in larger units too: "900 s (15 min)".
+/// The same with its unit, long times in larger units too: "900 s (15 min)"; and what never comes as such: "99999 days
+/// (never)".
 QString settingWords(const Setting &setting, const QVariant &value);
 
 /// What may be typed, as part of a sentence: "a whole number from 0 to 65535".
 QString allowedText(const Setting &setting);
+
+/// The same for a JSON document, where numbers and flags have a type and null stands for what isn't set.
+QString allowedInDocumentText(const Setting &setting);
 
 /// What the setting is, in one line.
 QString descriptionText(const Setting &setting);

@@ -7,6 +7,7 @@
 #include "client/settings/SettingText.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
+#include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
 #include <QDir>
@@ -64,6 +65,9 @@ private Q_SLOTS:
     void initTestCase();
 
     void areWellFormed();
+    void areFoundByWhatTheyAreAbout_data();
+    void areFoundByWhatTheyAreAbout();
+    void pointToWhatElseDecides();
     void nameEachCommandAndOption();
     void explainEachSetting();
     void nameEachAction();
@@ -91,17 +95,56 @@ void ManualPagesTest::areWellFormed()
     }
 }
 
+void ManualPagesTest::areFoundByWhatTheyAreAbout_data()
+{
+    QTest::addColumn<QString>("subject");
+    for (const char *subject : {"lockout", "password policy", "password expiration", "account policies"}) {
+        QTest::newRow(subject) << QString::fromLatin1(subject);
+    }
+}
+
+void ManualPagesTest::areFoundByWhatTheyAreAbout()
+{
+    QFETCH(QString, subject);
+    const QString folder = QStringLiteral("/run/man");
+    for (const QString &page : {clientPage, helperPage}) {
+        QString path = page;
+        path.replace(QLatin1String("/usr/share/man"), folder);
+        QDir().mkpath(QFileInfo(path).path());
+        writeContent(path, sourceOf(page));
+    }
+    QCOMPARE(runAs(root, QStringLiteral("makewhatis"), {folder}).exitCode, 0);
+
+    const ProgramResult pages = runAs(nobody, QStringLiteral("mapropos"), {QStringLiteral("-M"), folder, subject});
+
+    QCOMPARE(found(QString::fromUtf8(pages.standardOutput), QStringLiteral("^([a-z]+\\([0-9]\\)) - ")),
+             QStringList({QStringLiteral("accountpolicyctl(1)"), QStringLiteral("accountpolicieshelper(8)")}));
+}
+
+void ManualPagesTest::pointToWhatElseDecides()
+{
+    for (const QString &page : {clientPage, helperPage}) {
+        const QString seeAlso =
+            readable(page).section(QStringLiteral("SEE ALSO"), -1).section(QStringLiteral("BUGS"), 0, 0);
+        const QStringList pages = found(seeAlso, QStringLiteral("([a-z_.-]+\\([0-9]\\))"));
+        for (const char *other : {"faillock(8)", "pwquality.conf(5)", "pam-auth-update(8)", "pam_pwquality(8)"}) {
+            QVERIFY2(pages.contains(QLatin1String(other)), qPrintable(page + QLatin1Char(' ') + QLatin1String(other)));
+        }
+    }
+}
+
 void ManualPagesTest::nameEachCommandAndOption()
 {
     const QString page = readable(clientPage);
-    const QStringList commands = found(help(QStringLiteral("--help")), QStringLiteral("^  ([a-z]+) .*  "));
-    QCOMPARE(commands.size(), 10);
+    const QStringList commands = found(help(QStringLiteral("--help")), QStringLiteral("^  ([a-z]+)( |$)"));
+    QCOMPARE(commands.size(), 11);
     for (const QString &command : commands) {
         QVERIFY2(!found(page, QStringLiteral("^ +(%1)( |$)").arg(command)).isEmpty(), qPrintable(command));
         const QStringList options = found(help(command + QStringLiteral(" --help")), QStringLiteral("(--[a-z-]+)"));
         QVERIFY(options.contains(QStringLiteral("--help")));
         for (const QString &option : options) {
-            QVERIFY2(!found(page, QStringLiteral("^ +(?:-h, )?(%1)( |$)").arg(option)).isEmpty(), qPrintable(option));
+            QVERIFY2(!found(page, QStringLiteral("^ +(?:-[a-zA-Z], )?(%1)( |$)").arg(option)).isEmpty(),
+                     qPrintable(option));
         }
     }
 }

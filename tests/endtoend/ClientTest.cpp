@@ -7,6 +7,7 @@
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/Sessions.h"
+#include "tests/support/PseudoTerminal.h"
 #include "tests/support/ScopedVariable.h"
 
 #include <QDir>
@@ -71,6 +72,8 @@ private Q_SLOTS:
     void showsAllPolicies();
     void helps_data();
     void helps();
+    void fitsTheTerminal_data();
+    void fitsTheTerminal();
     void printsCandidates_data();
     void printsCandidates();
     void tellsThatHelperCannotStart();
@@ -125,6 +128,33 @@ void ClientTest::helps()
 
     QCOMPARE(client(nobody, words), success(text));
     QCOMPARE(client(nobody, QString(words).replace(QLatin1String("--help"), QLatin1String("-h"))), success(text));
+    const QString command = words.section(QStringLiteral("--help"), 0, 0);
+    QCOMPARE(client(nobody, QStringLiteral("help ") + command), success(text));
+}
+
+void ClientTest::fitsTheTerminal_data()
+{
+    QTest::addColumn<QString>("words");
+    for (const char *words : {"--help", "help set", "report --help", "doctor"}) {
+        QTest::newRow(words) << QString::fromLatin1(words);
+    }
+}
+
+void ClientTest::fitsTheTerminal()
+{
+    QFETCH(QString, words);
+    const ScopedVariable colour("NO_COLOR", "1");
+
+    PseudoTerminal terminal(
+        root, QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("stty cols 60; accountpolicyctl ") + words});
+    terminal.waitForEnd();
+
+    const QString shown = QString::fromUtf8(terminal.output());
+    for (const QString &line : shown.split(QStringLiteral("\r\n"))) {
+        // only a word that is longer, such as a path, may be cut
+        QVERIFY2(line.size() < 60 || !line.trimmed().contains(QLatin1Char(' ')), qPrintable(line));
+    }
+    QCOMPARE(shown.simplified(), QString::fromUtf8(client(root, words).standardOutput).simplified());
 }
 
 void ClientTest::printsCandidates_data()
@@ -144,6 +174,7 @@ void ClientTest::printsCandidates_data()
                "user\tShow the expiration settings of an account (root only).\n"
                "report\tWrite the policies in force as an HTML page.\n"
                "doctor\tCheck the installation, and tell how to mend it.\n"
+               "help\tShow this, or the help of a command.\n"
                "--help\tShow this, or the help of a command.\n"
                "--version\tShow the version.\n");
     candidates("-- sh", "show\tShow the policies in force.\n");
@@ -154,6 +185,7 @@ void ClientTest::printsCandidates_data()
     candidates("-- set --",
                "--replace\tDrop all settings that are not named.\n"
                "--dry-run\tShow what would change, and change nothing.\n"
+               "--quiet\tSay nothing on success.\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");
     candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");
@@ -161,7 +193,15 @@ void ClientTest::printsCandidates_data()
     candidates("-- set lockout per_user=",
                "per_user=yes\tSome accounts have limits of their own\n"
                "per_user=no\tSome accounts have limits of their own\n");
+    candidates("-- set lockout per", "per_user=\tSome accounts have limits of their own\n");
+    candidates("-- set lockout per_user", "per_user=\tSome accounts have limits of their own\n");
+    candidates("-- set expiration maxI", "maxInterval=\tDays after which a password must be changed\n");
+    candidates("-- set expiration expireDate=",
+               "expireDate=\tThe day on which an account expires\n"
+               "expireDate=never\tThe day on which an account expires\n");
     candidates("-- set lockout deny=3 de", ""); // not twice
+    candidates("-- help do", "doctor\tCheck the installation, and tell how to mend it.\n");
+    candidates("-- help doctor d", "");
     for (const char *command : {"-- apply x", "-- check x", "-- report x"}) {
         candidates(command, "<file>\n");
         candidates((QByteArray(command) + " y").constData(), "");

@@ -334,7 +334,7 @@ void PromptTest::asksNothing_data()
                                            "  minInterval       not set\r\n"
                                            "  warningInterval   not set\r\n"
                                            "  inactiveInterval  never\r\n"
-                                           "  expireDate        not set\r\n");
+                                           "  expireDate        never\r\n");
 }
 
 void PromptTest::asksNothing()
@@ -380,7 +380,7 @@ void PromptTest::asksForReadingWhereARuleWantsIt_data()
     QTest::addColumn<QByteArray>("last");
     const QByteArray refused = "accountpolicyctl: not authorized";
     QTest::newRow("right password") << QByteArray("AUTH_ADMIN") << QByteArray(password) << 0
-                                    << QByteArray("expireDate        not set");
+                                    << QByteArray("expireDate        never");
     QTest::newRow("wrong password") << QByteArray("AUTH_ADMIN") << QByteArray("wrong") << 3 << refused;
     QTest::newRow("no password would help") << QByteArray("NO") << QByteArray() << 3 << refused;
 }

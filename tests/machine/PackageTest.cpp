@@ -157,6 +157,7 @@ private Q_SLOTS:
     void leavesNothingBehind();
     void leavesJustWhatTheAdministratorSet();
     void bringsManualPagesAndUnit();
+    void bringsWhatItsDocumentsCite();
 };
 
 void PackageTest::pleasesLintian()
@@ -296,6 +297,28 @@ void PackageTest::bringsManualPagesAndUnit()
 
     QCOMPARE(machine.run("(man 1 accountpolicyctl && man 8 accountpolicieshelper) >/dev/null 2>&1"), QByteArray("0: "));
     QVERIFY(machine.has("/lib/systemd/system/accountpolicieshelper.service"));
+}
+
+void PackageTest::bringsWhatItsDocumentsCite()
+{
+    const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
+    const QByteArray folder = "/usr/share/doc/accountpolicies-helper/";
+    // links that are no addresses, and documents that are named from the source's folder
+    const QRegularExpression cited(QStringLiteral("\\]\\(([^):#]+)(?:#[^)]*)?\\)|`([A-Za-z/]+\\.md)`"));
+    const QByteArrayList documents =
+        machine.run("cd " + folder + " && find . -name '*.md' -printf '\\n%P'").split('\n').mid(1);
+    QVERIFY(documents.contains("README.md"));
+    int links = 0;
+    for (const QByteArray &document : documents) {
+        QRegularExpressionMatchIterator matches = cited.globalMatch(QString::fromUtf8(machine.read(folder + document)));
+        for (; matches.hasNext(); ++links) {
+            const QRegularExpressionMatch match = matches.next();
+            const QByteArray place = match.capturedLength(1) > 0 ? document.left(document.lastIndexOf('/') + 1) : "";
+            const QByteArray path = place + (match.captured(1) + match.captured(2)).toUtf8();
+            QVERIFY2(machine.has(folder + path), (document + " cites " + path).constData());
+        }
+    }
+    QVERIFY(links > 5);
 }
 
 QTEST_GUILESS_MAIN(PackageTest)

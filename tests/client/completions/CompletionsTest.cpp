@@ -27,7 +27,7 @@ QVector<Shell> shells()
         {"bash",
          {QStringLiteral("--norc"), QStringLiteral("--noprofile"), QStringLiteral("-i")},
          ". /usr/share/bash-completion/bash_completion"},
-        {"zsh", {QStringLiteral("-f"), QStringLiteral("-i")}, "autoload -U compinit; compinit -u -D"},
+        {"zsh", {QStringLiteral("-f"), QStringLiteral("-i")}, "setopt bsd_echo; autoload -U compinit; compinit -u -D"},
         // what fish suggests of itself would be taken over at the end of the line
         {"fish",
          {QStringLiteral("--no-config"),
@@ -84,6 +84,13 @@ void CompletionsTest::initTestCase()
     QVERIFY2(inSandbox(), outsideSandbox);
     QCOMPARE(runAs(root, QStringLiteral("useradd"), {QStringLiteral("-M"), QStringLiteral("policytester")}).exitCode,
              0);
+    // names of other databases have blanks, and what a shell obeys; what has a line end or controls a terminal is not
+    // offered
+    writeContent(QStringLiteral("/etc/passwd"),
+                 contentOf(QStringLiteral("/etc/passwd"))
+                     + "corp+jim doe;x:x:4322:4322::/:/bin/sh\ncorp\x1b[31m:x:4323:4323::/:/bin/sh\n"
+                       "corp\tx:x:4325:4325::/:/bin/sh\n"
+                       "domain\\jim:x:4324:4324::/:/bin/sh\n");
     writeContent(QStringLiteral("/run/completions/policies.json"), "{}");
     QVERIFY(QDir::setCurrent(QStringLiteral("/run/completions")));
     qputenv("HOME", "/run/completions");
@@ -105,11 +112,20 @@ set lockout den => set lockout deny=x
 set lockout deny=3 unl => set lockout deny=3 unlock_time=x
 set lockout per_user=y => set lockout per_user=yes x
 user policytes => user policytester x
+user corp => user corp+jim\ doe\;x x
+set expiration maxInterval=n => set expiration maxInterval=never x
+set expiration maxInt => set expiration maxInterval=x
+help sh => help show x
 set user policytester maxI => set user policytester maxInterval=x
 set --repl => set --replace x
 apply poli => apply policies.json x
 export x => export xx
 )");
+    // fish would make one of two backslashes where the line is written
+    for (int shell : {0, 1}) {
+        QTest::addRow("%s: backslash", shells().at(shell).name)
+            << shell << QByteArray("user domain") << QByteArray("user domain\\\\jim x");
+    }
     for (int shell = 0; shell < shells().size(); ++shell) {
         for (const QString &row : rows) {
             const QStringList cells = row.split(QStringLiteral(" => "));
@@ -136,7 +152,9 @@ void CompletionsTest::describes_data()
     const auto row = [](int shell, const char *typed, const char *shown) {
         QTest::addRow("%s: %s", shells().at(shell).name, typed) << shell << QByteArray(typed) << QByteArray(shown);
     };
-    row(0, "set lockout ", "deny=           lock_time=      ");
+    row(0, "set lockout ", "deny=         -- Failed logins after which an account is locked");
+    row(0, "set expiration maxInterval=", "maxInterval=never  -- Days after which a password must be changed");
+    row(0, "user ", "policytester");
     row(1, "set lockout ", "deny=         -- Failed logins after which an account is locked");
     row(1, "show ", "complexity  -- Password complexity");
     row(2, "show ", "(Password complexity)");

@@ -29,6 +29,9 @@ private Q_SLOTS:
     void isEmptyWithoutRows();
     void wrapsText_data();
     void wrapsText();
+    void explains_data();
+    void explains();
+    void explainsLongWordsOnLinesOfTheirOwn();
     void showsSettingsWithUnits();
     void explainsSettingsInParagraphs();
 };
@@ -66,6 +69,39 @@ void TableTest::wrapsText()
     QTEST(wrapped(input, 5).join(QLatin1Char('|')), "result");
 }
 
+void TableTest::explains_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QString>("text");
+    const QString inLines = QStringLiteral("  a       b\n  cccc d  aaaaaaaa bbbbbbbb\n          ccccccccc\n");
+    QTest::newRow("beside") << 37 << QStringLiteral("  a       b\n  cccc d  aaaaaaaa bbbbbbbb ccccccccc\n");
+    QTest::newRow("wrapped") << 36 << inLines;
+    QTest::newRow("with the least room beside") << 34 << inLines;
+    QTest::newRow("below") << 33 << QStringLiteral("  a\n      b\n  cccc d\n      aaaaaaaa bbbbbbbb ccccccccc\n");
+    QTest::newRow("wrapped below") << 32
+                                   << QStringLiteral(
+                                          "  a\n      b\n  cccc d\n      aaaaaaaa bbbbbbbb\n      ccccccccc\n");
+}
+
+void TableTest::explainsLongWordsOnLinesOfTheirOwn()
+{
+    const QString longest(24, QLatin1Char('x'));
+    const QString column(28, QLatin1Char(' '));
+
+    QCOMPARE(explanations({{longest, QStringLiteral("a")}, {longest + QLatin1Char('x'), QStringLiteral("b c")}}, 52),
+             QStringLiteral("  %1  a\n  %1x\n%2b c\n").arg(longest, column));
+}
+
+void TableTest::explains()
+{
+    QFETCH(int, width);
+
+    QTEST(explanations({{QStringLiteral("a"), QStringLiteral("b")},
+                        {QStringLiteral("cccc d"), QStringLiteral("aaaaaaaa bbbbbbbb ccccccccc")}},
+                       width),
+          "text");
+}
+
 void TableTest::showsSettingsWithUnits()
 {
     QCOMPARE(settingsTable(lockout(), {{QStringLiteral("per_user"), true}, {QStringLiteral("unlock_time"), 900}}),
@@ -80,9 +116,9 @@ void TableTest::showsSettingsWithUnits()
 
 void TableTest::explainsSettingsInParagraphs()
 {
-    // the explanation of the first has 59 characters, that of the second 60
-    const QByteArray first(48, 'x');
-    const QByteArray second(49, 'x');
+    // the line of the first has 79 characters, that of the second 80
+    const QByteArray first(62, 'x');
+    const QByteArray second(63, 'x');
     const SettingSchema schema{
         {{QStringLiteral("a"), SettingKind::Flag, Unit::None, 0, 0, Never::NoWord, first.constData()},
          {QStringLiteral("bb"), SettingKind::Flag, Unit::None, 0, 0, Never::NoWord, second.constData()}}};

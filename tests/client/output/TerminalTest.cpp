@@ -13,6 +13,7 @@
 #include <memory>
 #include <pty.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace
@@ -22,6 +23,15 @@ using FilePointer = std::unique_ptr<FILE, int (*)(FILE *)>;
 FilePointer temporaryFile()
 {
     return {std::tmpfile(), std::fclose};
+}
+
+/// The first few bytes.
+QByteArray contentIn(FILE *file)
+{
+    std::rewind(file);
+    QByteArray content(8, '\0');
+    content.resize(static_cast<int>(std::fread(content.data(), 1, 8, file)));
+    return content;
 }
 
 /// A stream that is a terminal.
@@ -62,6 +72,9 @@ private Q_SLOTS:
     void coloursWhereNobodyDeclines_data();
     void coloursWhereNobodyDeclines();
     void writesLocalEncoding();
+    void isQuietIfTold();
+    void hasRoomForSoMuch_data();
+    void hasRoomForSoMuch();
     void tellsFirstErrorWhenItIsClosed_data();
     void tellsFirstErrorWhenItIsClosed();
     void makesTextSafe_data();
@@ -109,10 +122,43 @@ void TerminalTest::writesLocalEncoding()
 
     terminal.write(QStringLiteral("\u00e4\n"));
 
-    std::rewind(file.get());
-    QByteArray content(8, '\0');
-    content.resize(static_cast<int>(std::fread(content.data(), 1, 8, file.get())));
-    QCOMPARE(content, QByteArray("\xe4\n"));
+    QCOMPARE(contentIn(file.get()), QByteArray("\xe4\n"));
+}
+
+void TerminalTest::isQuietIfTold()
+{
+    const FilePointer file = temporaryFile();
+    Terminal terminal(file.get());
+
+    terminal.writeUnlessQuiet(QStringLiteral("a"));
+    terminal.beQuiet();
+    terminal.writeUnlessQuiet(QStringLiteral("b"));
+    terminal.write(QStringLiteral("c"));
+
+    QCOMPARE(contentIn(file.get()), QByteArray("ac"));
+}
+
+void TerminalTest::hasRoomForSoMuch_data()
+{
+    QTest::addColumn<bool>("onTerminal");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<int>("room");
+    QTest::newRow("terminal") << true << 60 << 59;
+    QTest::newRow("terminal that doesn't tell") << true << 0 << 79;
+    QTest::newRow("file") << false << 60 << 79;
+}
+
+void TerminalTest::hasRoomForSoMuch()
+{
+    QFETCH(bool, onTerminal);
+    QFETCH(int, columns);
+    const TerminalStream stream;
+    const FilePointer file = temporaryFile();
+    winsize size{};
+    size.ws_col = static_cast<unsigned short>(columns);
+    QCOMPARE(ioctl(fileno(stream.stream()), TIOCSWINSZ, &size), 0);
+
+    QTEST(Terminal(onTerminal ? stream.stream() : file.get()).width(), "room");
 }
 
 void TerminalTest::tellsFirstErrorWhenItIsClosed_data()

@@ -29,6 +29,8 @@ deny => "deny" is not of the form KEY=VALUE
 denny=5 => the lockout policy has no setting "denny"; did you mean "deny"?
 x=5 => the lockout policy has no setting "x"; it has per_user, magic_root, no_reset, deny, lock_time, unlock_time
 deny=5 deny=6 => deny is given twice
+unlock_time=15min lock_time=2 => lock_time: qlonglong 2, unlock_time: qlonglong 900
+unlock_time=15mon => unlock_time: "15mon" is not allowed; allowed is a whole number from 0 to 2147483647, or a time such as 1h30min
 deny=x denny=5 => deny: "x" is not allowed; allowed is a whole number from 0 to 65535
 deny=65536 => deny: "65536" is not allowed; allowed is a whole number from 0 to 65535
 deny=5=6 => deny: "5=6" is not allowed; allowed is a whole number from 0 to 65535
@@ -49,21 +51,30 @@ void AssignmentsTest::understands()
 
 void AssignmentsTest::findsNearest_data()
 {
-    // half of a word's letters may be wrong; of those that are equally near the first
+    // one of four letters may be wrong, and neighbours that are swapped are one; of those that are equally near the first
     addTextRows(R"(
 lock_time of deny lock_time unlock_time => lock_time
 lock_tme of deny lock_time unlock_time => lock_time
 unlock_timee of deny lock_time unlock_time => unlock_time
 demy of deny lock_time unlock_time => deny
 dney of deny lock_time unlock_time => deny
+yned of deny =>
+dmey of deny =>
 lock of deny lock_time unlock_time =>
 zzzz of deny lock_time unlock_time =>
-ab of ax => ax
-ab of abc => abc
-ab of a => a
-ab of xy =>
-ab of ax ay => ax
-abcd of abxy abcx => abcx
+get of set show =>
+sett of set show => set
+abc of abd =>
+abcd of abce => abce
+abcd of abcde => abcde
+abcd of abc => abc
+abcd of xbce =>
+abcdefg of xbcdefx =>
+abcdefgh of xbcdefgx => xbcdefgx
+abcdefgh of badcefgh => badcefgh
+abcdefgh of xbcxefgx =>
+abcd of abcx abxd => abcx
+abcdefgh of abcdefxx abcdefgx => abcdefgx
 )");
 }
 

@@ -73,8 +73,13 @@ dcredit=2 => 2, 2 (a credit of at most 2 characters)
 maxInterval=-1 => never
 maxInterval=0 => 0, 0 days
 maxInterval=1 => 1, 1 day
-maxInterval=99999 => 99999, 99999 days
+maxInterval=9999 => 9999, 9999 days
+maxInterval=10000 => 10000, 10000 days (never)
+maxInterval=99999 => 99999, 99999 days (never)
+minInterval=99999 => 99999, 99999 days
+minInterval= => not set
 maxInterval=-5 => -5, -5 days
+expireDate= => never
 expireDate=0 => 1970-01-01
 expireDate=20819 => 2027-01-01
 expireDate=-1 => 1969-12-31
@@ -114,6 +119,34 @@ expireDate=1970-01-01 => qlonglong 0
 expireDate=9999-12-31 => qlonglong 2932896
 expireDate=2028-02-29 => qlonglong 21243
 expireDate=never =>
+unlock_time=0s => qlonglong 0
+unlock_time=90s => qlonglong 90
+unlock_time=90sec => qlonglong 90
+unlock_time=1second => qlonglong 1
+unlock_time=2seconds => qlonglong 2
+unlock_time=15m => qlonglong 900
+unlock_time=15min => qlonglong 900
+unlock_time=1minute => qlonglong 60
+unlock_time=2minutes => qlonglong 120
+unlock_time=3h => qlonglong 10800
+unlock_time=3hr => qlonglong 10800
+unlock_time=1hour => qlonglong 3600
+unlock_time=2hours => qlonglong 7200
+unlock_time=1h30min => qlonglong 5400
+unlock_time=1 h 30 min => qlonglong 5400
+unlock_time=1d => qlonglong 86400
+unlock_time=1w2d3h4min5s => qlonglong 788645
+unlock_time=2147483647s => qlonglong 2147483647
+maxInterval=90d => qlonglong 90
+maxInterval=90 days => qlonglong 90
+maxInterval=1day => qlonglong 1
+maxInterval=2w => qlonglong 14
+maxInterval=1week => qlonglong 7
+maxInterval=2weeks => qlonglong 14
+maxInterval=1w 1d => qlonglong 8
+maxInterval=48h => qlonglong 2
+maxInterval=86400s => qlonglong 1
+maxInterval=2147483647d => qlonglong 2147483647
 )");
 }
 
@@ -136,6 +169,11 @@ void SettingTextTest::refusesWhatIsNotAllowed_data()
         "deny=+5|deny=--5|deny=-|deny=never|deny=99999999999999999999|"
         "minlen=5|minlen=513|dcredit=- 1|dcredit=+1|dcredit=-513|dcredit=513|"
         "maxInterval=-2|maxInterval=2147483648|maxInterval=2027-01-01|"
+        "unlock_time=15 |unlock_time=15  min|unlock_time= 15min|unlock_time=15min "
+        "|unlock_time=15MIN|unlock_time=-15min|"
+        "unlock_time=min|unlock_time=15min30|unlock_time=1month|unlock_time=1y|unlock_time=1.5h|unlock_time=500ms|"
+        "unlock_time=2147483648s|unlock_time=99999999999s|unlock_time=9999999999w9999999999w|unlock_time=1x1w|"
+        "maxInterval=36h|maxInterval=1s|maxInterval=2147483648d|maxInterval=1 w1|minlen=2w|deny=3s|expireDate=2w|"
         "expireDate=-1|expireDate=2932897|expireDate=1969-12-31|expireDate=2027-02-29|"
         "expireDate=2027-1-1|expireDate=01.01.2027|expireDate=2027-01-01T00:00|"
         "expireDate=+20819|expireDate= 2027-01-01|expireDate=2027-01-01 ";
@@ -161,7 +199,7 @@ void SettingTextTest::neverOfAnAccountIsNotSet()
     QVERIFY(parseSettingText(setting, QStringLiteral("never"), &parsed));
 
     QVERIFY(!parsed.isValid());
-    QCOMPARE(settingText(setting, parsed), QStringLiteral("not set"));
+    QCOMPARE(settingText(setting, parsed), QStringLiteral("never"));
 }
 
 void SettingTextTest::writesDatesOfAllDays()
