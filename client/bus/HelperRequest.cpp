@@ -93,6 +93,11 @@ void HelperRequest::receiveDenial()
     } else if (m_phase == Phase::Asked && m_call.kind() == HelperCall::Kind::Read && !m_polkit && openPrompt()) {
         send(); // an administrator has restricted reading
     } else {
+    } else if (!m_polkit && m_prompt->lacksTerminal(m_call.name())) {
+        finishWith(
+            ExitCode::NotAuthorized,
+            tr("not authorized\nthere is no terminal to ask for a password on; use \"ssh -t\" or sudo, or have a "
+               "rule of polkit allow it"));
         finishWith(ExitCode::NotAuthorized, tr("not authorized"));
     }
 }
