@@ -6,6 +6,7 @@
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
+#include "client/stores/TaskOutcome.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
@@ -20,19 +21,15 @@ QString nameKey()
     return QStringLiteral("name");
 }
 
-/// Runs the task, whose values hold what it needs.
-Outcome outcomeOf(AbstractTask *task)
+/// Runs the task, whose values hold what it needs, if this process may.
+Outcome outcomeForRoot(AbstractTask *task)
 {
     if (geteuid() != 0) {
         return {ExitCode::NotAuthorized,
                 translate("AccountStore", "the settings of accounts are for root alone; try sudo")};
     }
     const WaitingLine line(translate("AccountStore", "waiting for the accounts…"));
-    task->run();
-    if (task->result().state() == TaskState::Failed) {
-        return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
-    }
-    return {};
+    return outcomeOf(task);
 }
 }
 
@@ -64,7 +61,7 @@ Reading AccountStore::read()
 {
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
     task.values()->insert(nameKey(), m_account);
-    Outcome outcome = outcomeOf(&task);
+    Outcome outcome = outcomeForRoot(&task);
     if (outcome.code == ExitCode::Failed) {
         outcome.error = readFailure(outcome.error);
     }
@@ -76,7 +73,7 @@ Outcome AccountStore::write(const Settings &settings)
     auto arguments = std::make_unique<QVariantMap>(settings);
     arguments->insert(nameKey(), m_account);
     LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, arguments.release());
-    Outcome outcome = outcomeOf(&task);
+    Outcome outcome = outcomeForRoot(&task);
     if (outcome.code == ExitCode::Failed) {
         outcome.error = writeFailure(outcome.error);
     }
