@@ -21,6 +21,7 @@ public:
 
     /// Writes the text as it is, in the local 8-bit encoding, at once.
     void write(const QString &text);
+    void writeBytes(const QByteArray &bytes);
 
     /// Closes the stream; 0 if all that was ever written arrived, otherwise the number of the first error.
     int close();
