@@ -10,6 +10,7 @@
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
+#include <cerrno>
 #include <pwd.h>
 #include <unistd.h>
 #include <utility>
@@ -19,6 +20,14 @@ namespace
 QString nameKey()
 {
     return QStringLiteral("name");
+}
+
+/// Whether the account database has no such name; false if it can't be asked, which the task will tell.
+bool isUnknown(const QString &account)
+{
+    errno = 0;
+    const passwd *entry = getpwnam(account.toLocal8Bit().constData());
+    return !entry && (errno == 0 || errno == ENOENT || errno == ESRCH);
 }
 
 /// Runs the task, whose values hold what it needs, if this process may.
@@ -59,6 +68,9 @@ bool AccountStore::exists() const
 
 Reading AccountStore::read()
 {
+    if (geteuid() == 0 && isUnknown(m_account)) {
+        return {{ExitCode::Failed, translate("AccountStore", "%1 does not exist").arg(phrase())}, {}};
+    }
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
     task.values()->insert(nameKey(), m_account);
     Outcome outcome = outcomeForRoot(&task);
