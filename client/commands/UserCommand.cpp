@@ -54,9 +54,8 @@ QString dayWords(const std::optional<qlonglong> &day)
 
 QVector<QStringList> stateRows(const AccountState &state)
 {
-    const bool mustChange = state.login == AccountState::Login::MustChange;
-    const auto passwordDay = [mustChange](const std::optional<qlonglong> &day) {
-        return mustChange ? translate("UserCommand", "must be changed") : dayWords(day);
+    const auto passwordDay = [&state](const std::optional<qlonglong> &day) {
+        return state.mustChange ? translate("UserCommand", "must be changed") : dayWords(day);
     };
     return {{translate("UserCommand", "last change"), passwordDay(state.lastChange)},
             {translate("UserCommand", "password expires"), passwordDay(state.passwordExpires)},
@@ -113,6 +112,7 @@ QString accountJson(const QString &account, const Settings &settings, const std:
     QJsonObject object{{QStringLiteral("account"), account},
                        {QStringLiteral("settings"), settingsToJson(accountSchema(), settings)}};
     if (state) {
+        object.insert(QStringLiteral("mustChange"), state->mustChange);
         object.insert(QStringLiteral("lastChange"), dayJson(state->lastChange));
         object.insert(QStringLiteral("passwordExpires"), dayJson(state->passwordExpires));
         object.insert(QStringLiteral("passwordInactive"), dayJson(state->passwordInactive));

@@ -27,16 +27,22 @@ AccountState::Password passwordOf(const char *hash)
     return *hash == '!' || *hash == '*' ? AccountState::Password::Locked : AccountState::Password::Usable;
 }
 
+bool mustChange(const spwd &entry)
+{
+    return entry.sp_lstchg == 0;
+}
+
 AccountState::Login loginOf(const spwd &entry, qlonglong today)
 {
     if (entry.sp_expire != -1 && today >= entry.sp_expire) {
         return AccountState::Login::AccountExpired;
     }
-    if (entry.sp_lstchg == 0) {
+    if (mustChange(entry)) {
         return AccountState::Login::MustChange;
     }
+    // where the last change isn't known, pam_unix(8) reckons as if it were long ago, whatever shadow(5) says
     const qlonglong age = today - entry.sp_lstchg;
-    if (entry.sp_lstchg < 0 || entry.sp_max < 0 || age <= entry.sp_max) {
+    if (entry.sp_max < 0 || age <= entry.sp_max) {
         return AccountState::Login::Open;
     }
     const bool isInactive = entry.sp_inact >= 0 && age > later(entry.sp_max, entry.sp_inact);
@@ -49,6 +55,7 @@ AccountState accountStateOf(const spwd &entry, qlonglong today)
     AccountState state;
     state.password = passwordOf(entry.sp_pwdp);
     state.login = loginOf(entry, today);
+    state.mustChange = mustChange(entry);
     if (entry.sp_expire >= 0) {
         state.accountExpires = entry.sp_expire;
     }

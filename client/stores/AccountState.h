@@ -21,9 +21,11 @@ struct AccountState {
 
     Password password = Password::Usable;
     Login login = Login::Open;
-    /// None if that isn't known, or the password must be changed at the next login.
+    /// Whether the next login asks for a new password, unless it is refused; none of the next three is there then.
+    bool mustChange = false;
+    /// None if that isn't known.
     std::optional<qlonglong> lastChange;
-    /// As chage(1) -l has them; none if it never happens, or the password must be changed at the next login.
+    /// As chage(1) -l has them; none if it never happens.
     std::optional<qlonglong> passwordExpires;
     std::optional<qlonglong> passwordInactive;
     std::optional<qlonglong> accountExpires;
