@@ -130,6 +130,7 @@ private Q_SLOTS:
     void waitsNoLongerThanForItsTurn();
     void leavesAHelperFreeThatWasAtWork();
     void asksNoHelperAboutActionUnknownToPolkit();
+    void obeysABusThatRefuses();
     void changesNothingWithoutTheHelper_data();
     void changesNothingWithoutTheHelper();
     void readsWhileHelpersCrash();
@@ -229,6 +230,26 @@ void OwnReadingTest::asksNoHelperAboutActionUnknownToPolkit()
 
     // it would be held by the question
     QCOMPARE(client(nobody, "show lockout"), expected);
+}
+
+void OwnReadingTest::obeysABusThatRefuses()
+{
+    const QString rule = QStringLiteral("/usr/share/dbus-1/system.d/zz-test.conf");
+    const ProgramResult expected = readByHelper(QStringLiteral("show lockout"));
+    writeContent(rule,
+                 QByteArray("<busconfig><policy user=\"nobody\"><deny send_destination=\"") + helperId
+                     + "\"/></policy></busconfig>");
+    runAs(root, "pkill -HUP dbus-daemon");
+    QTRY_COMPARE_WITH_TIMEOUT(client(nobody, "show lockout").exitCode, 1, eventLimit);
+
+    const ProgramResult seen = client(nobody, "show");
+    QFile::remove(rule);
+    runAs(root, "pkill -HUP dbus-daemon");
+
+    QCOMPARE(seen.standardOutput, QByteArray());
+    // the bus tells the rest, with numbers of processes
+    QCOMPARE(seen.standardError.split('\n').constFirst(), QByteArray("accountpolicyctl: the helper does not answer"));
+    QTRY_COMPARE_WITH_TIMEOUT(client(nobody, "show lockout"), expected, eventLimit);
 }
 
 void OwnReadingTest::changesNothingWithoutTheHelper_data()
