@@ -35,9 +35,12 @@ bool tellsOfLock(const QString &message)
     return message.contains(QLatin1String("is locked by another process"));
 }
 
-HelperAnswer failure(const QString &error)
+HelperAnswer failure(const QString &error, const QString &unavailable = QString())
 {
-    return {HelperAnswer::Kind::Final, {{ExitCode::Failed, error}, {}}};
+    HelperReply reply;
+    reply.outcome = {ExitCode::Failed, error};
+    reply.unavailable = unavailable;
+    return {HelperAnswer::Kind::Final, reply};
 }
 }
 
@@ -84,13 +87,33 @@ QDBusPendingCall HelperCall::send() const
 HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const
 {
     const QDBusPendingReply<QByteArray> reply = call;
-    if (reply.error().type() == QDBusError::Disconnected) {
-        return failure(tr("the system bus cannot be reached"));
-    }
     if (reply.isError()) {
-        return failure(tr("the helper does not answer\n%1").arg(reply.error().message()));
+        return answerOf(reply.error());
     }
     return answerOf(KAuth::ActionReply::deserialize(reply.value()));
+}
+
+HelperAnswer HelperCall::answerOf(const QDBusError &error) const
+{
+    if (error.type() == QDBusError::Disconnected) {
+        const QString noBus = tr("the system bus cannot be reached");
+        return failure(noBus, noBus);
+    }
+    const QString told = tr("the helper does not answer\n%1").arg(error.message());
+    switch (error.type()) {
+    case QDBusError::AccessDenied: // the bus has been told so
+    case QDBusError::UnknownMethod: // somebody else has the helper's name
+    case QDBusError::UnknownObject:
+    case QDBusError::UnknownInterface:
+        return failure(told);
+    case QDBusError::NoReply: {
+        HelperAnswer answer = failure(told, tr("the helper ends before it answers"));
+        answer.reply.helperEnded = true;
+        return answer;
+    }
+    default:
+        return failure(told, tr("the helper cannot be started"));
+    }
 }
 
 HelperAnswer HelperCall::answerOf(const KAuth::ActionReply &reply) const

@@ -13,6 +13,7 @@ namespace KAuth
 {
 class ActionReply;
 }
+class QDBusError;
 
 /// What came of a request.
 struct HelperReply {
@@ -21,6 +22,10 @@ struct HelperReply {
     QVariantMap values;
     /// Whether the error is that of the helper's task, which tells what was tried and why not.
     bool taskFailed = false;
+    /// Whether the helper has ended under the call.
+    bool helperEnded = false;
+    /// Why the helper could not be asked, as part of a sentence; empty where it, or polkit, has answered.
+    QString unavailable;
 };
 
 /// What the helper says to a call.
@@ -59,6 +64,9 @@ public:
 
     /// Understands what has come of send().
     HelperAnswer answerOf(const QDBusPendingCall &call) const;
+
+    /// Understands that there was no answer.
+    HelperAnswer answerOf(const QDBusError &error) const;
 
 private:
     HelperAnswer answerOf(const KAuth::ActionReply &reply) const;

@@ -39,6 +39,7 @@ HelperRequest::~HelperRequest() = default;
 void HelperRequest::start()
 {
     m_limit.start(m_limits.answer);
+    m_turn.setRemainingTime(m_limits.turn);
     // reading is free as shipped: asking polkit first would only cost time
     if (m_call.kind() == HelperCall::Kind::Write) {
         openPrompt();
@@ -77,7 +78,7 @@ void HelperRequest::receive(QDBusPendingCallWatcher *sent)
 
 void HelperRequest::receiveBusy()
 {
-    if (m_phase == Phase::Late || m_phase == Phase::Unanswered) {
+    if (m_phase == Phase::Late || m_phase == Phase::Unanswered || m_turn.hasExpired()) {
         finishBusy();
         return;
     }
@@ -92,6 +93,11 @@ void HelperRequest::receiveDenial()
                    tr("not authorized: nobody has answered the question for a password in time"));
     } else if (m_phase == Phase::Asked && m_call.kind() == HelperCall::Kind::Read && !m_polkit && openPrompt()) {
         send(); // an administrator has restricted reading
+    } else if (!m_polkit && m_prompt->lacksTerminal(m_call.name())) {
+        finishWith(
+            ExitCode::NotAuthorized,
+            tr("not authorized\nthere is no terminal to ask for a password on; use \"ssh -t\" or sudo, or have a "
+               "rule of polkit allow it"));
     } else {
         finishWith(ExitCode::NotAuthorized, tr("not authorized"));
     }
@@ -190,10 +196,15 @@ void HelperRequest::finish(const HelperReply &reply)
 
 void HelperRequest::finishBusy()
 {
-    finishWith(ExitCode::Busy, tr("the helper is busy; try again later"));
+    HelperReply reply;
+    reply.outcome = {ExitCode::Busy, tr("the helper is busy; try again later")};
+    reply.unavailable = tr("the helper is busy");
+    finish(reply);
 }
 
 void HelperRequest::finishWith(ExitCode code, const QString &error, bool mayHappen)
 {
-    finish({{code, error, mayHappen}, {}});
+    HelperReply reply;
+    reply.outcome = {code, error, mayHappen};
+    finish(reply);
 }

@@ -5,6 +5,7 @@
 
 #include "client/bus/HelperCall.h"
 
+#include <QDeadlineTimer>
 #include <QTimer>
 
 #include <memory>
@@ -19,6 +20,8 @@ struct HelperLimits {
     int answer = 70000; // ms
     /// A person types a password.
     int prompt = 300000; // ms
+    /// The helper is at work for others: past this it is not called again. As long as there is time if negative.
+    int turn = -1; // ms
 };
 
 /**
@@ -78,5 +81,6 @@ private:
     Phase m_phase = Phase::Waiting;
     QTimer m_again;
     QTimer m_limit;
+    QDeadlineTimer m_turn;
     std::unique_ptr<QDBusServiceWatcher> m_polkit;
 };

@@ -34,10 +34,9 @@ InterruptWatch::InterruptWatch(const std::function<void()> &interrupted)
         interrupted();
     });
     writeEnd = m_pipe[1];
-    struct sigaction action = {};
-    action.sa_handler = noteSignal;
-    sigaction(SIGINT, &action, &m_beforeInterrupt);
-    sigaction(SIGTERM, &action, &m_beforeTerminate);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        watch(signal);
+    }
 }
 
 InterruptWatch::~InterruptWatch()
@@ -45,11 +44,25 @@ InterruptWatch::~InterruptWatch()
     if (!m_notifier) {
         return;
     }
-    sigaction(SIGINT, &m_beforeInterrupt, nullptr);
-    sigaction(SIGTERM, &m_beforeTerminate, nullptr);
+    for (const Before &before : m_before) {
+        sigaction(before.signal, &before.action, nullptr);
+    }
     m_notifier.reset();
     close(m_pipe[0]);
     close(m_pipe[1]);
+}
+
+void InterruptWatch::watch(int signal)
+{
+    Before before = {signal, {}};
+    sigaction(signal, nullptr, &before.action);
+    if (signal == SIGHUP && before.action.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    sigaction(signal, &action, nullptr);
+    m_before.push_back(before);
 }
 
 bool InterruptWatch::isInterrupted() const

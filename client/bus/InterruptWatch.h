@@ -8,9 +8,11 @@
 #include <csignal>
 #include <functional>
 #include <memory>
+#include <vector>
 
 /**
- * Turns SIGINT (Ctrl-C) and SIGTERM into a call from the event loop, as long as it lives. One at a time.
+ * Turns SIGINT (Ctrl-C), SIGTERM and SIGHUP (a closed terminal) into a call from the event loop, as long as it lives. One
+ * at a time. A hang-up that is ignored, as under nohup(1), stays so.
  */
 class InterruptWatch
 {
@@ -24,8 +26,13 @@ public:
 private:
     Q_DISABLE_COPY(InterruptWatch)
 
+    void watch(int signal);
+
     int m_pipe[2] = {};
     std::unique_ptr<QSocketNotifier> m_notifier;
-    struct sigaction m_beforeInterrupt = {};
-    struct sigaction m_beforeTerminate = {};
+    struct Before {
+        int signal;
+        struct sigaction action;
+    };
+    std::vector<Before> m_before;
 };

@@ -21,6 +21,8 @@ public:
     virtual bool isOpen() const = 0;
     /// Whether the question stands before the person.
     virtual bool isAsking() const = 0;
+    /// Whether polkit would ask about the action, but there is no terminal to answer on.
+    virtual bool lacksTerminal(const QString &action) const = 0;
     /// Whether the person has cancelled, even if cancelled() is still to come.
     virtual bool isCancelled() const = 0;
 

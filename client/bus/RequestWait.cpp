@@ -3,7 +3,11 @@
 
 #include "client/bus/RequestWait.h"
 
+#include "client/bus/TerminalPrompt.h"
+
 #include <QEventLoop>
+
+#include <utility>
 
 HelperReply waitFor(HelperRequest *request)
 {
@@ -16,4 +20,11 @@ HelperReply waitFor(HelperRequest *request)
     request->start();
     loop.exec();
     return reply;
+}
+
+HelperReply ask(HelperCall call, bool mayAsk, HelperLimits limits)
+{
+    TerminalPrompt prompt(mayAsk);
+    HelperRequest request(std::move(call), &prompt, limits);
+    return waitFor(&request);
 }

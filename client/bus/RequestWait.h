@@ -7,3 +7,7 @@
 
 /// Starts the request and waits for its reply, in an event loop of its own.
 HelperReply waitFor(HelperRequest *request);
+
+/// The same for a call by the person at the terminal.
+/// @param mayAsk whether a password may be asked for there
+HelperReply ask(HelperCall call, bool mayAsk, HelperLimits limits = {});

@@ -26,7 +26,8 @@ void leaveLine()
 }
 
 TerminalPrompt::TerminalPrompt(bool mayAsk)
-    : m_mayAsk(mayAsk && TextAgent::canAsk())
+    : m_mayAsk(mayAsk)
+    , m_canAsk(TextAgent::canAsk())
     , m_interrupts([this] {
         Q_EMIT cancelled();
     })
@@ -46,7 +47,7 @@ TerminalPrompt::~TerminalPrompt()
 
 bool TerminalPrompt::open(const QString &action)
 {
-    if (!m_mayAsk || m_agent || !needsPassword(action)) {
+    if (!m_mayAsk || !m_canAsk || m_agent || !needsPassword(action)) {
         return false;
     }
     m_agent = std::make_unique<TextAgent>([this] {
@@ -73,6 +74,11 @@ bool TerminalPrompt::isOpen() const
 bool TerminalPrompt::isAsking() const
 {
     return m_agent && m_agent->isAsking();
+}
+
+bool TerminalPrompt::lacksTerminal(const QString &action) const
+{
+    return m_mayAsk && !m_canAsk && !TextAgent::isOnDesktop() && needsPassword(action);
 }
 
 bool TerminalPrompt::isCancelled() const

@@ -30,12 +30,14 @@ public:
     void close() override;
     bool isOpen() const override;
     bool isAsking() const override;
+    bool lacksTerminal(const QString &action) const override;
     bool isCancelled() const override;
 
 private:
     void goOnAfterPrompt();
 
     bool m_mayAsk;
+    bool m_canAsk;
     InterruptWatch m_interrupts;
     WaitingLine m_waitingLine;
     std::unique_ptr<TextAgent> m_agent;

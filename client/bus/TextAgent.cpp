@@ -32,15 +32,17 @@ bool waitForEvent(int descriptor, short event, int limit)
     return poll(&watched, 1, limit) > 0;
 }
 
-/// Whether polkit sees a session around this process, which may have an agent of its own.
-bool hasSession()
+using SystemText = std::unique_ptr<char, decltype(&std::free)>;
+
+/// The session that polkit sees around this process, which may have an agent of its own; null if there is none.
+SystemText ownSession()
 {
     char *session = nullptr;
     uid_t user = {};
-    const bool found = sd_pid_get_session(0, &session) >= 0
-        || (sd_pid_get_owner_uid(0, &user) >= 0 && sd_uid_get_display(user, &session) >= 0);
-    const std::unique_ptr<char, decltype(&std::free)> owner(session, &std::free);
-    return found;
+    if (sd_pid_get_session(0, &session) < 0 && sd_pid_get_owner_uid(0, &user) >= 0) {
+        sd_uid_get_display(user, &session);
+    }
+    return {session, &std::free};
 }
 
 /// A descriptor that can be read from once the process has ended: pidfd_open(2), which glibc 2.36 declares for C alone.
@@ -94,7 +96,7 @@ bool canOpenTerminal()
 QStringList agentArguments(int notification)
 {
     QStringList arguments{QStringLiteral("--notify-fd"), QString::number(notification)};
-    if (hasSession()) {
+    if (ownSession()) {
         // the session's own agent goes first; without a session polkit would ignore an agent that says this
         arguments += QStringLiteral("--fallback");
     }
@@ -219,4 +221,15 @@ bool TextAgent::canAsk()
 {
     const bool seesTerminal = isatty(STDIN_FILENO) == 1 || isatty(STDERR_FILENO) == 1;
     return geteuid() != 0 && seesTerminal && canOpenTerminal();
+}
+
+bool TextAgent::isOnDesktop()
+{
+    const SystemText session = ownSession();
+    char *type = nullptr;
+    if (!session || sd_session_get_type(session.get(), &type) < 0) {
+        return false;
+    }
+    const SystemText owner(type, &std::free);
+    return qstrcmp(type, "x11") == 0 || qstrcmp(type, "wayland") == 0 || qstrcmp(type, "mir") == 0;
 }

@@ -43,6 +43,9 @@ public:
      */
     static bool canAsk();
 
+    /// Whether the session is that of a desktop, which brings an agent of its own.
+    static bool isOnDesktop();
+
 private:
     Q_DISABLE_COPY(TextAgent)
 

@@ -8,6 +8,12 @@
 #include "client/output/Terminal.h"
 #include "client/system/Checkup.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
 namespace
 {
 /// In lines that fit a terminal, below each other behind the grade; where a program reads them, in one.
@@ -33,6 +39,30 @@ QString lineOf(const Finding &finding)
     return translate("DoctorCommand", "note ") + QLatin1Char(' ') + fitted(finding.text) + QStringLiteral("\n      ")
         + fitted(finding.remedy) + QLatin1Char('\n');
 }
+
+QString gradeWord(Finding::Grade grade)
+{
+    switch (grade) {
+    case Finding::Grade::Good:
+        return QStringLiteral("ok");
+    case Finding::Grade::Note:
+        break;
+    case Finding::Grade::Wrong:
+        return QStringLiteral("wrong");
+    }
+    return QStringLiteral("note");
+}
+
+void printJson(const QVector<Finding> &findings)
+{
+    QJsonArray array;
+    for (const Finding &finding : findings) {
+        array += QJsonObject{{QStringLiteral("grade"), gradeWord(finding.grade)},
+                             {QStringLiteral("text"), finding.text},
+                             {QStringLiteral("remedy"), finding.remedy}};
+    }
+    out().write(QString::fromUtf8(QJsonDocument(QJsonObject{{QStringLiteral("findings"), array}}).toJson()));
+}
 }
 
 QString DoctorCommand::name() const
@@ -45,18 +75,26 @@ QString DoctorCommand::summary() const
     return translate("DoctorCommand", "Check the installation, and tell how to mend it.");
 }
 
+QList<QCommandLineOption> DoctorCommand::options() const
+{
+    return {jsonOption()};
+}
+
 ExitCode DoctorCommand::run(const QCommandLineParser &line) const
 {
     if (!line.positionalArguments().isEmpty()) {
         return tooManyArguments(line.positionalArguments().constFirst());
     }
-    ExitCode result = ExitCode::Done;
-    const auto findings = checkInstallation();
-    for (const Finding &finding : findings) {
-        out().write(lineOf(finding));
-        if (finding.grade == Finding::Grade::Wrong) {
-            result = ExitCode::Failed;
+    const QVector<Finding> findings = checkInstallation();
+    if (line.isSet(QStringLiteral("json"))) {
+        printJson(findings);
+    } else {
+        for (const Finding &finding : findings) {
+            out().write(lineOf(finding));
         }
     }
-    return result;
+    const bool works = std::none_of(findings.cbegin(), findings.cend(), [](const Finding &finding) {
+        return finding.grade == Finding::Grade::Wrong;
+    });
+    return works ? ExitCode::Done : ExitCode::Failed;
 }

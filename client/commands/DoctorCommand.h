@@ -11,5 +11,6 @@ class DoctorCommand : public ClientCommand
 public:
     QString name() const override;
     QString summary() const override;
+    QList<QCommandLineOption> options() const override;
     ExitCode run(const QCommandLineParser &line) const override;
 };

@@ -5,13 +5,15 @@
 
 #include "client/output/Terminal.h"
 #include "client/settings/Document.h"
-#include "client/stores/Stores.h"
+#include "client/settings/Policies.h"
+#include "client/stores/PolicyReader.h"
 
 PolicyReadings readPolicies(const QStringList &names, bool mayAsk)
 {
     PolicyReadings readings;
+    PolicyReader reader(mayAsk);
     for (const QString &name : names) {
-        const Reading reading = makeStore({StoreName::Kind::Policy, name}, mayAsk)->read();
+        const Reading reading = reader.read(*findPolicy(name));
         if (reading.outcome.succeeded()) {
             readings.settings.insert(name, reading.settings);
             continue;
@@ -20,7 +22,7 @@ PolicyReadings readPolicies(const QStringList &names, bool mayAsk)
             readings.failures += reading.outcome;
         }
         if (reading.outcome.code != ExitCode::Failed) {
-            break; // a user who cancelled, or a helper that is busy: the next would end the same way
+            break; // a user who cancelled, or whom polkit refuses: the next would end the same way
         }
     }
     return readings;

@@ -18,7 +18,7 @@ struct PolicyReadings {
 };
 
 /**
- * Reads policies, in this order.
+ * Reads policies, in this order; without the helper where that isn't at hand.
  *
  * @param mayAsk whether a password may be asked for on the terminal
  */

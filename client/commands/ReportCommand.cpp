@@ -16,7 +16,12 @@
 #include <QFileInfo>
 #include <QSysInfo>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -65,12 +70,31 @@ Outcome writeStream(const QString &path, const QByteArray &page)
     return {};
 }
 
-/// Writes the page and looks whether all of it is there, which the task itself doesn't.
-Outcome writePage(const QString &path, const QString &html)
+/// A file for its owner alone, before anything is in it. If that can't be, the write will tell.
+bool makePrivate(const QString &path)
 {
+    const int file = open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file < 0) {
+        return true;
+    }
+    const bool isPrivate = fchmod(file, S_IRUSR | S_IWUSR) == 0;
+    close(file);
+    return isPrivate;
+}
+
+/// Writes the page and looks whether all of it is there, which the task itself doesn't.
+Outcome writePage(const QString &path, const QString &html, bool isSecret)
+{
+    if (path == QLatin1String("-")) {
+        out().writeBytes(html.toUtf8()); // whether that succeeds is seen at the end
+        return {};
+    }
     const QFileInfo target(path);
     if (target.exists() && !target.isFile() && !target.isDir()) {
         return writeStream(path, html.toUtf8());
+    }
+    if (isSecret && !target.isDir() && !makePrivate(path)) {
+        return notWritten(path, QString::fromLocal8Bit(std::strerror(errno)));
     }
     auto values = std::make_unique<QVariantMap>();
     values->insert(QStringLiteral("filePath"), path);
@@ -107,7 +131,7 @@ QString ReportCommand::summary() const
 QList<Argument> ReportCommand::arguments() const
 {
     return {{QStringLiteral("FILE"),
-             translate("ReportCommand", "The file to write; one that is there is replaced."),
+             translate("ReportCommand", "The file to write; one that is there is replaced. - for the standard output."),
              QStringLiteral("FILE")}};
 }
 
@@ -137,7 +161,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
     if (!accounts.succeeded()) {
         return fail(accounts);
     }
-    const Outcome written = writePage(words.first(), htmlReport(report));
+    const Outcome written = writePage(words.first(), htmlReport(report), line.isSet(userOption()));
     return written.succeeded() ? printFailures(readings) : fail(written);
 }
 

@@ -53,7 +53,8 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
         const QString hint =
             translate("SetCommand", "what is not known cannot be kept; --replace writes just what is typed");
-        printError(read.code == ExitCode::Failed ? read.error + QLatin1Char('\n') + hint : read.error);
+        const bool mayBeReplaced = read.code == ExitCode::Failed && store->exists();
+        printError(mayBeReplaced ? read.error + QLatin1Char('\n') + hint : read.error);
         return read.code;
     }
     change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, wishes);

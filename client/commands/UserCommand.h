@@ -5,13 +5,14 @@
 
 #include "client/commands/ClientCommand.h"
 
-/// Prints the expiration settings of one account.
+/// Prints the expiration settings of one account, and what follows from them.
 class UserCommand : public ClientCommand
 {
 public:
     QString name() const override;
     QString summary() const override;
     QList<Argument> arguments() const override;
+    QList<QCommandLineOption> options() const override;
     ExitCode run(const QCommandLineParser &line) const override;
     QVector<Candidate> candidates(const QStringList &before) const override;
 };

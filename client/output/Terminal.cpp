@@ -40,7 +40,13 @@ bool Terminal::isTerminal() const
 
 void Terminal::write(const QString &text)
 {
-    if (std::fputs(text.toLocal8Bit().constData(), m_stream) == EOF || std::fflush(m_stream) != 0) {
+    writeBytes(text.toLocal8Bit());
+}
+
+void Terminal::writeBytes(const QByteArray &bytes)
+{
+    const auto size = static_cast<std::size_t>(bytes.size());
+    if (std::fwrite(bytes.constData(), 1, size, m_stream) != size || std::fflush(m_stream) != 0) {
         noteError();
     }
 }

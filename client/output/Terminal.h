@@ -21,6 +21,7 @@ public:
 
     /// Writes the text as it is, in the local 8-bit encoding, at once.
     void write(const QString &text);
+    void writeBytes(const QByteArray &bytes);
 
     /// Writes what goes without saying, unless nobody wants to see it.
     void writeUnlessQuiet(const QString &text);

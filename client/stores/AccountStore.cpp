@@ -6,9 +6,11 @@
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
+#include "client/stores/TaskOutcome.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
+#include <cerrno>
 #include <pwd.h>
 #include <unistd.h>
 #include <utility>
@@ -20,19 +22,23 @@ QString nameKey()
     return QStringLiteral("name");
 }
 
-/// Runs the task, whose values hold what it needs.
-Outcome outcomeOf(AbstractTask *task)
+/// Whether the account database has no such name; false if it can't be asked, which the task will tell.
+bool isUnknown(const QString &account)
+{
+    errno = 0;
+    const passwd *entry = getpwnam(account.toLocal8Bit().constData());
+    return !entry && (errno == 0 || errno == ENOENT || errno == ESRCH);
+}
+
+/// Runs the task, whose values hold what it needs, if this process may.
+Outcome outcomeForRoot(AbstractTask *task)
 {
     if (geteuid() != 0) {
         return {ExitCode::NotAuthorized,
                 translate("AccountStore", "the settings of accounts are for root alone; try sudo")};
     }
     const WaitingLine line(translate("AccountStore", "waiting for the accounts…"));
-    task->run();
-    if (task->result().state() == TaskState::Failed) {
-        return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
-    }
-    return {};
+    return outcomeOf(task);
 }
 }
 
@@ -62,9 +68,12 @@ bool AccountStore::exists() const
 
 Reading AccountStore::read()
 {
+    if (geteuid() == 0 && isUnknown(m_account)) {
+        return {{ExitCode::Failed, translate("AccountStore", "%1 does not exist").arg(phrase())}, {}};
+    }
     LocalUserPolicyPasswordExpirationReadTask task(nullptr);
     task.values()->insert(nameKey(), m_account);
-    Outcome outcome = outcomeOf(&task);
+    Outcome outcome = outcomeForRoot(&task);
     if (outcome.code == ExitCode::Failed) {
         outcome.error = readFailure(outcome.error);
     }
@@ -76,7 +85,7 @@ Outcome AccountStore::write(const Settings &settings)
     auto arguments = std::make_unique<QVariantMap>(settings);
     arguments->insert(nameKey(), m_account);
     LocalUserPolicyPasswordExpirationUpdateTask task(nullptr, arguments.release());
-    Outcome outcome = outcomeOf(&task);
+    Outcome outcome = outcomeForRoot(&task);
     if (outcome.code == ExitCode::Failed) {
         outcome.error = writeFailure(outcome.error);
     }

@@ -3,11 +3,33 @@
 
 #include "client/stores/PolicyStore.h"
 
+#include "client/bus/PolicyRead.h"
 #include "client/bus/RequestWait.h"
-#include "client/bus/TerminalPrompt.h"
+#include "client/stores/TaskOutcome.h"
 #include "client/system/PamFiles.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
+#include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
-#include <utility>
+namespace
+{
+template<typename Task>
+std::unique_ptr<AbstractTask> makeTask()
+{
+    return std::make_unique<Task>(nullptr);
+}
+
+/// What the helper runs for the policy's action.
+std::unique_ptr<AbstractTask> makeReadTask(const QString &policy)
+{
+    static const QMap<QString, std::unique_ptr<AbstractTask> (*)()> makers{
+        {QStringLiteral("lockout"), makeTask<LocalPolicyLockoutReadTask>},
+        {QStringLiteral("complexity"), makeTask<LocalPolicyPasswordComplexityReadTask>},
+        {QStringLiteral("expiration"), makeTask<LocalPolicyPasswordExpirationReadTask>},
+    };
+    return makers.value(policy)();
+}
+}
 
 PolicyStore::PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits)
     : m_policy(policy), m_mayAsk(mayAsk), m_limits(limits)
@@ -31,18 +53,32 @@ const SettingSchema &PolicyStore::schema() const
 
 Reading PolicyStore::read()
 {
-    HelperReply reply = replyTo(HelperCall(HelperCall::Kind::Read, QLatin1String(m_policy.readAction), {}));
-    if (reply.taskFailed) {
-        reply.outcome.error = readFailure(reply.outcome.error);
-    }
-    return {reply.outcome, normalized(m_policy.schema, reply.values)};
+    return readingOf(askForReading(readCall(), m_mayAsk, m_limits));
+}
+
+Reading PolicyStore::readSoon(QString *hindrance) const
+{
+    const HelperReply reply = askForReadingSoon(readCall(), m_mayAsk);
+    *hindrance = reply.unavailable;
+    return readingOf(reply);
+}
+
+Reading PolicyStore::readHere() const
+{
+    const std::unique_ptr<AbstractTask> task = makeReadTask(m_policy.name);
+    HelperReply reply;
+    reply.outcome = outcomeOf(task.get());
+    reply.taskFailed = !reply.outcome.succeeded();
+    reply.values = *task->values();
+    return readingOf(reply);
 }
 
 Outcome PolicyStore::write(const Settings &settings)
 {
     const PamFiles *files = pamFilesOf(m_policy.name);
     const QByteArrayList before = files ? profileContents(*files) : QByteArrayList();
-    HelperReply reply = replyTo(HelperCall(HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings));
+    HelperReply reply =
+        ask(HelperCall(HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings), m_mayAsk, m_limits);
     if (reply.taskFailed) {
         reply.outcome.error = writeFailure(reply.outcome.error);
     }
@@ -61,9 +97,16 @@ QString PolicyStore::reasonNotInForce() const
     return files ? reasonNotInStack(*files) : QString();
 }
 
-HelperReply PolicyStore::replyTo(HelperCall call) const
+HelperCall PolicyStore::readCall() const
 {
-    TerminalPrompt prompt(m_mayAsk);
-    HelperRequest request(std::move(call), &prompt, m_limits);
-    return waitFor(&request);
+    return {HelperCall::Kind::Read, QLatin1String(m_policy.readAction), {}};
+}
+
+Reading PolicyStore::readingOf(const HelperReply &reply) const
+{
+    Reading reading{reply.outcome, normalized(m_policy.schema, reply.values)};
+    if (reply.taskFailed) {
+        reading.outcome.error = readFailure(reply.outcome.error);
+    }
+    return reading;
 }

@@ -22,11 +22,17 @@ public:
     QString phrase() const override;
     const SettingSchema &schema() const override;
     Reading read() override;
+    /// Reads, but gives the helper up if it isn't at hand.
+    /// @param hindrance receives why, as part of a sentence; empty if it was asked
+    Reading readSoon(QString *hindrance) const;
+    /// Reads in this process: by the helper's own task, with the rights of the user.
+    Reading readHere() const;
     Outcome write(const Settings &settings) override;
     QString reasonNotInForce() const override;
 
 private:
-    HelperReply replyTo(HelperCall call) const;
+    HelperCall readCall() const;
+    Reading readingOf(const HelperReply &reply) const;
 
     const Policy &m_policy;
     bool m_mayAsk;

@@ -5,6 +5,7 @@
 
 #include "HelperId.h"
 #include "client/Translation.h"
+#include "client/bus/PolicyRead.h"
 #include "client/bus/TextAgent.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
@@ -18,6 +19,9 @@
 #include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFileInfo>
+
+#include <algorithm>
+#include <systemd/sd-daemon.h>
 
 namespace
 {
@@ -64,7 +68,8 @@ Finding checkHelperProgram()
         return wrong(translate("Checkup", "the helper cannot be executed: %1").arg(helper.filePath()),
                      translate("Checkup", "chmod 755 %1").arg(helper.filePath()));
     }
-    if (helper.ownerId() != 0 || helper.permission(QFile::WriteOther)) {
+    const bool groupMayWrite = helper.groupId() != 0 && helper.permission(QFile::WriteGroup);
+    if (helper.ownerId() != 0 || groupMayWrite || helper.permission(QFile::WriteOther)) {
         return wrong(translate("Checkup", "others than root may replace the helper: %1").arg(helper.filePath()),
                      translate("Checkup", "chown root %1; chmod 755 %1").arg(helper.filePath()));
     }
@@ -145,14 +150,46 @@ Finding checkStart()
                 translate("Checkup", "look into the system's journal, then install the helper again"));
 }
 
+QString remedyForHelper(uint process)
+{
+    if (process == 0) {
+        return translate("Checkup", "look into the system's journal");
+    }
+    const QString end = sd_booted() > 0 ? QStringLiteral("systemctl stop accountpolicieshelper.service")
+                                        : QStringLiteral("kill -KILL %1").arg(process);
+    return translate("Checkup",
+                     "process %1 works for somebody else, waits for a password, or is held by a caller that has gone "
+                     "away; if it stays so, as root: %2")
+        .arg(QString::number(process), end);
+}
+
+Finding checkAnswer()
+{
+    const HelperCall call(HelperCall::Kind::Read, QLatin1String(allPolicies().constFirst().readAction), {});
+    const QString hindrance = askForReadingSoon(call, false).unavailable;
+    if (hindrance.isEmpty()) {
+        return good(translate("Checkup", "the helper takes requests"));
+    }
+    return wrong(translate("Checkup", "the helper takes no request: %1").arg(hindrance),
+                 remedyForHelper(QDBusConnection::systemBus().interface()->servicePid(id())));
+}
+
 QVector<Finding> checkBus()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
         return {wrong(translate("Checkup", "the system bus cannot be reached"),
                       translate("Checkup", "start the service dbus"))};
     }
-    const WaitingLine line(translate("Checkup", "waiting for the helper…"));
-    return {good(translate("Checkup", "system bus")), checkStart(), checkActions()};
+    QVector<Finding> findings{good(translate("Checkup", "system bus"))};
+    {
+        const WaitingLine line(translate("Checkup", "waiting for the helper…"));
+        findings += {checkStart(), checkActions()};
+    }
+    const bool canBeAsked = std::none_of(findings.cbegin(), findings.cend(), [](const Finding &finding) {
+        return finding.grade == Finding::Grade::Wrong;
+    });
+    // without polkit it would be held by the question itself
+    return canBeAsked ? findings + QVector<Finding>{checkAnswer()} : findings;
 }
 
 Finding checkProfile(const PamProfile &profile)

@@ -24,6 +24,10 @@ ProgramResult shell(int user, const QString &script, const QByteArray &input = Q
 /// What the client says of an error.
 QByteArray complaint(const QByteArray &text);
 
+/// What the client says of a change that needs a password, without a terminal.
+inline constexpr char withoutTerminal[] = "not authorized\nthere is no terminal to ask for a password on; "
+                                          "use \"ssh -t\" or sudo, or have a rule of polkit allow it";
+
 /// How the client ends with this output and no error, and how with an error.
 ProgramResult success(const QByteArray &output = QByteArray());
 ProgramResult failure(int exitCode, const QByteArray &error, const QByteArray &output = QByteArray());

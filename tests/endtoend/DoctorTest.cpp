@@ -11,10 +11,15 @@
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 
+#include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMap>
 #include <QTest>
 
+#include <csignal>
 #include <memory>
 #include <vector>
 
@@ -65,6 +70,7 @@ QByteArrayList stockLines()
         "ok    system bus",
         "ok    the bus starts the helper",
         "ok    polkit knows the six actions",
+        "ok    the helper takes requests",
         "ok    pam-auth-update: /usr/sbin/pam-auth-update",
         "note  the lockout policy cannot be written: there is no profile /usr/share/pam-configs/tally",
         "      install a package that brings one, or do without this policy",
@@ -119,6 +125,10 @@ void addFileFaults()
              {"WRONG the helper cannot be executed: " + helper.toLatin1(), "      chmod 755 " + helper.toLatin1()},
              "chmod 644 /usr/lib/kauth/libexec/accountpolicieshelper");
     addFault("helper open to all", otherHelper, replaceable, "chmod 777 /usr/lib/kauth/libexec/accountpolicieshelper");
+    addFault("helper open to a group", otherHelper, replaceable,
+             "install -g 4 -m 775 /usr/lib/kauth/libexec/accountpolicieshelper.away "
+             "/usr/lib/kauth/libexec/accountpolicieshelper");
+    addFault("helper open to root's group", otherHelper, {}, "chmod 775 /usr/lib/kauth/libexec/accountpolicieshelper");
     addFault("helper of another owner", otherHelper, replaceable,
              "chown 65534 /usr/lib/kauth/libexec/accountpolicieshelper");
 }
@@ -213,6 +223,9 @@ private Q_SLOTS:
     void findsMissingActions();
     void findsPolkitThatDoesNotAnswer();
     void findsNoBus();
+    void findsHelperThatTakesNoRequest_data();
+    void findsHelperThatTakesNoRequest();
+    void printsDocument();
 };
 
 void DoctorTest::initTestCase()
@@ -319,11 +332,67 @@ void DoctorTest::findsNoBus()
     lines.replace(bus, "WRONG the system bus cannot be reached");
     lines.replace(bus + 1, "      start the service dbus");
     lines.removeAt(bus + 2);
+    lines.removeAt(bus + 2);
 
     const ProgramResult doctor = client(root, "doctor");
 
     QCOMPARE(doctor.standardOutput.trimmed().split('\n'), lines);
     QCOMPARE(doctor.exitCode, 1);
+}
+
+void DoctorTest::findsHelperThatTakesNoRequest_data()
+{
+    QTest::addColumn<bool>("bySystemd");
+    QTest::newRow("by systemd") << true;
+    QTest::newRow("by the bus alone") << false;
+}
+
+void DoctorTest::findsHelperThatTakesNoRequest()
+{
+    QFETCH(bool, bySystemd);
+    if (bySystemd) {
+        QVERIFY(QDir().mkpath(QStringLiteral("/run/systemd/system")));
+    }
+    QCOMPARE(client(nobody, "show lockout").exitCode, 0);
+    const auto process = static_cast<pid_t>(helperProcess());
+    QCOMPARE(kill(process, SIGSTOP), 0);
+
+    const ProgramResult doctor = client(nobody, "doctor");
+    QDir(QStringLiteral("/run/systemd")).removeRecursively();
+    kill(process, SIGKILL);
+
+    const QByteArray number = QByteArray::number(process);
+    const QByteArray end =
+        bySystemd ? QByteArray("systemctl stop accountpolicieshelper.service") : "kill -KILL " + number;
+    QCOMPARE(
+        unusualLines(doctor.standardOutput),
+        QByteArrayList({"WRONG the helper takes no request: the helper does not answer",
+                        "      process " + number
+                            + " works for somebody else, waits for a password, or is held by a caller that has gone "
+                              "away; if it stays so, as root: "
+                            + end}));
+    QCOMPARE(doctor.exitCode, 1);
+}
+
+void DoctorTest::printsDocument()
+{
+    const ScopedFile noDefaults(QString::fromLatin1(useraddFile), {});
+    const ProgramResult text = client(nobody, "doctor");
+
+    const ProgramResult document = client(nobody, "doctor --json");
+
+    QCOMPARE(document.exitCode, 1);
+    QByteArray retold;
+    const QJsonArray findings =
+        QJsonDocument::fromJson(document.standardOutput).object().value(QStringLiteral("findings")).toArray();
+    for (const QJsonValue &finding : findings) {
+        const QByteArray grade = finding[QStringLiteral("grade")].toString().toUtf8();
+        const QByteArray remedy = finding[QStringLiteral("remedy")].toString().toUtf8();
+        retold += (grade == "wrong" ? grade.toUpper() : grade.leftJustified(5)) + ' '
+            + finding[QStringLiteral("text")].toString().toUtf8() + '\n';
+        retold += remedy.isEmpty() ? QByteArray() : "      " + remedy + '\n';
+    }
+    QCOMPARE(retold, text.standardOutput);
 }
 
 QTEST_GUILESS_MAIN(DoctorTest)

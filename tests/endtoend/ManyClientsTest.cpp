@@ -163,11 +163,16 @@ void ManyClientsTest::writersReadersAndRefusedUsersLearnTheirOwnResults()
         }
         QCOMPARE(complexity.result(), success("complexity: in force\n"));
         for (RunningClient &one : refused) {
-            QCOMPARE(one.result(), failure(3, "not authorized"));
+            QCOMPARE(one.result(), failure(3, withoutTerminal));
         }
         for (RunningClient &one : readers) {
             const ProgramResult result = one.result();
-            QCOMPARE(result, success(result.standardOutput));
+            QCOMPARE(result.exitCode, 0);
+            // the writers may take longer than a reader waits
+            const QByteArrayList notes{{},
+                                       complaint("the helper does not answer; the policies are read without it"),
+                                       complaint("the helper is busy; the policies are read without it")};
+            QVERIFY2(notes.contains(result.standardError), result.standardError.constData());
             QVERIFY(!result.standardOutput.isEmpty() && !result.standardOutput.contains("7777"));
         }
         QCOMPARE(linesWith("pam_pwquality.so", pwqualityFile), pwqualityLines(8 + round));
@@ -186,7 +191,8 @@ void ManyClientsTest::interruptedClientsLeaveTheHelperFree()
         QVERIFY2(interrupted.exitCode == -1 || interrupted.exitCode == 3 || interrupted.exitCode == 0,
                  described(interrupted).constData());
 
-        QCOMPARE(client(nobody, "show lockout").exitCode, 0);
+        const ProgramResult reader = client(nobody, "show lockout");
+        QCOMPARE(reader, success(reader.standardOutput)); // by the helper, or it would say so
     }
 }
 
@@ -205,7 +211,7 @@ void ManyClientsTest::interruptedWriteKeepsItsWayBack()
     QVERIFY(client(root, "history").standardOutput.endsWith("set complexity minlen=20 --replace\n"));
     // and so it does
     writeContent("/run/client-has-ended", {});
-    QCOMPARE(client(nobody, "show lockout").exitCode, 0);
+    QTRY_COMPARE_WITH_TIMEOUT(client(nobody, "show lockout").standardError, QByteArray(), eventLimit);
     QCOMPARE(linesWith("pam_pwquality.so", pwqualityFile), pwqualityLines(20));
     writeProgram(toolFile, tool);
 }

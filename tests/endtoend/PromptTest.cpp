@@ -109,6 +109,7 @@ private Q_SLOTS:
     void hasTheLastWordWhateverIsLeftBehind();
     void asksOnTheTerminalOfRedirectedClient_data();
     void asksOnTheTerminalOfRedirectedClient();
+    void closedTerminalLeavesTheHelperFree();
     void asksNothing_data();
     void asksNothing();
     void asksOnceAmidRefusalsOfOthers();
@@ -218,7 +219,7 @@ void PromptTest::hasTheLastWordAfterAPrompt_data()
         kill(terminal->process(), SIGSTOP);
         terminal->type("\x03");
         // is answered when the helper has answered the other
-        QCOMPARE(client(root, QStringLiteral("show lockout")).exitCode, 0);
+        QCOMPARE(client(root, QStringLiteral("set expiration maxInterval=7 --dry-run")).exitCode, 0);
         kill(terminal->process(), SIGCONT);
     }) << cancelled;
 }
@@ -318,6 +319,21 @@ void PromptTest::asksOnTheTerminalOfRedirectedClient()
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
 }
 
+void PromptTest::closedTerminalLeavesTheHelperFree()
+{
+    // a helper whose caller is gone while polkit is asked about it never answers anybody again
+    for (int delay = 0; delay < 40; ++delay) {
+        PseudoTerminal terminal = clientAtTerminal();
+        QTest::qWait(4 * delay);
+        terminal.hangUp();
+        terminal.waitForEnd();
+
+        const ProgramResult reader = client(nobody, QStringLiteral("show lockout"));
+        QCOMPARE(reader, success(reader.standardOutput)); // by the helper, or it would say so
+    }
+    QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 90\n"));
+}
+
 void PromptTest::asksNothing_data()
 {
     QTest::addColumn<QString>("script");
@@ -326,7 +342,8 @@ void PromptTest::asksNothing_data()
     const QString set = QStringLiteral("accountpolicyctl set expiration maxInterval=7 ");
     const QByteArray refused = "accountpolicyctl: not authorized\r\n";
     QTest::newRow("redirected") << set + QStringLiteral("</dev/null 2>/dev/null") << 3 << QByteArray();
-    QTest::newRow("on a terminal of somebody else") << QStringLiteral("setsid -w ") + set << 3 << refused;
+    QTest::newRow("on a terminal of somebody else") << QStringLiteral("setsid -w ")
+            + set << 3 << QByteArray("accountpolicyctl: ") + QByteArray(withoutTerminal).replace("\n", "\r\n") + "\r\n";
     QTest::newRow("if told so") << set + QStringLiteral("--no-ask-password") << 3 << refused;
     QTest::newRow("to read") << QStringLiteral("accountpolicyctl show expiration") << 0
                              << QByteArray("Password expiration of new accounts\r\n"

@@ -33,6 +33,9 @@ private Q_SLOTS:
     void tellsThatReportIsCutOff();
     void writesReportIntoPipe_data();
     void writesReportIntoPipe();
+    void tellsThatStandardOutputIsFull();
+    void keepsReportOfAccountsFromOthers_data();
+    void keepsReportOfAccountsFromOthers();
 };
 
 void ReportTest::writesReport()
@@ -86,6 +89,10 @@ void ReportTest::tellsThatReportIsCutOff()
 void ReportTest::writesReportIntoPipe_data()
 {
     QTest::addColumn<QString>("script");
+    QTest::newRow("standard output by its name")
+        << QStringLiteral("timeout 20 accountpolicyctl report - | cat; test ! -e ./-");
+    QTest::newRow("standard output into a file")
+        << QStringLiteral("accountpolicyctl report - >/run/page.html && cat /run/page.html");
     QTest::newRow("standard output") << QStringLiteral("timeout 20 accountpolicyctl report /dev/stdout | cat");
     QTest::newRow("named pipe") << QStringLiteral(
         "mkfifo /run/pipe; timeout 20 accountpolicyctl report /run/pipe & timeout 20 cat /run/pipe; wait $!");
@@ -102,6 +109,38 @@ void ReportTest::writesReportIntoPipe()
 
     QCOMPARE(report, success(report.standardOutput));
     QCOMPARE(withoutTime(report.standardOutput), withoutTime(contentOf("/run/report.html")));
+}
+
+void ReportTest::tellsThatStandardOutputIsFull()
+{
+    QCOMPARE(shell(root, QStringLiteral("accountpolicyctl report - >/dev/full")),
+             failure(1, "cannot write: No space left on device"));
+}
+
+void ReportTest::keepsReportOfAccountsFromOthers_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QByteArray>("mode");
+    const QString ofAccounts = QStringLiteral("report /run/report.html --user policytester");
+    QTest::newRow("new") << QStringLiteral("rm -f /run/report.html") << ofAccounts << QByteArray("600\n");
+    QTest::newRow("there already") << QStringLiteral("install -m 644 /dev/null /run/report.html") << ofAccounts
+                                   << QByteArray("600\n");
+    QTest::newRow("policies alone") << QStringLiteral("rm -f /run/report.html")
+                                    << QStringLiteral("report /run/report.html") << QByteArray("644\n");
+}
+
+void ReportTest::keepsReportOfAccountsFromOthers()
+{
+    QFETCH(QString, before);
+    QFETCH(QString, words);
+    QFETCH(QByteArray, mode);
+    QCOMPARE(shell(root, before), success());
+
+    QCOMPARE(client(root, words), success());
+
+    QCOMPARE(runAs(root, "stat -c %a /run/report.html").standardOutput, mode);
+    QCOMPARE(contentOf("/run/report.html").right(8), QByteArray("</html>\n"));
 }
 
 QTEST_GUILESS_MAIN(ReportTest)

@@ -22,8 +22,8 @@ target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus PRIV
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
-foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest PamTest
-                      PromptTest ReportTest StreamsTest)
+foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest
+                      OwnReadingTest PamTest PromptTest ReportTest StreamsTest)
     add_bus_test(endtoend/${name})
 endforeach()
 target_link_libraries(ClientTest PRIVATE client)

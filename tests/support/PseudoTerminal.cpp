@@ -59,7 +59,9 @@ PseudoTerminal::~PseudoTerminal()
         kill(m_process, SIGKILL);
         waitpid(m_process, nullptr, 0);
     }
-    close(m_master);
+    if (m_master >= 0) {
+        close(m_master);
+    }
 }
 
 bool PseudoTerminal::waitFor(const QByteArray &text, int limit)
@@ -92,6 +94,12 @@ void PseudoTerminal::type(const QByteArray &keys)
     if (write(m_master, keys.constData(), static_cast<std::size_t>(keys.size())) != keys.size()) {
         qFatal("the terminal takes no keys");
     }
+}
+
+void PseudoTerminal::hangUp()
+{
+    close(m_master);
+    m_master = -1;
 }
 
 int PseudoTerminal::waitForEnd(int limit)

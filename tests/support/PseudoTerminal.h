@@ -25,6 +25,9 @@ public:
     /// Types these bytes; "\r" is the enter key, "\x03" Ctrl-C, "\t" the tabulator.
     void type(const QByteArray &keys);
 
+    /// Closes the terminal, as with its window.
+    void hangUp();
+
     /// Reads until the program has ended; its exit code, 128 and the signal's number for a signal, -1 past @p limit ms.
     int waitForEnd(int limit = 60000);
 

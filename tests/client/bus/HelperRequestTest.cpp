@@ -43,6 +43,10 @@ constexpr Ending locked{ExitCode::Busy, "what\nconfig.dat is locked by another p
 constexpr Ending busy{ExitCode::Busy, "the helper is busy; try again later", false};
 constexpr Ending open{ExitCode::Busy, "the helper has not answered in time; it may still carry the change out", true};
 constexpr Ending denied{ExitCode::NotAuthorized, "not authorized", false};
+constexpr Ending speechless{ExitCode::NotAuthorized,
+                            "not authorized\nthere is no terminal to ask for a password on; use \"ssh -t\" or sudo, or "
+                            "have a rule of polkit allow it",
+                            false};
 constexpr Ending unanswered{
     ExitCode::NotAuthorized, "not authorized: nobody has answered the question for a password in time", false};
 constexpr Ending undecided{ExitCode::NotAuthorized, "not authorized: polkit has ended before it could decide", false};
@@ -62,7 +66,7 @@ struct Case {
     const char *deeds;
     /// What the helper answers when the question is taken away.
     char atLast;
-    /// Which limit is short: 'a' for the answer, 'p' for the prompt.
+    /// Which limit is short: 'a' for the answer, 'p' for the prompt, 't' for its turn.
     char limit;
     Ending ending;
     int calls;
@@ -85,6 +89,8 @@ constexpr Case cases[] = {
     {"another's failure for good",     'w', "f",   "",   ' ', 'a', busy,       many, 1},
     {"nobody's success for good",      'w', "a",   "",   ' ', 'a', busy,       many, 1},
     {"nothing for good",               'w', "0",   "",   ' ', 'a', busy,       many, 1},
+    {"busy past its turn",             'r', "b",   "",   ' ', 't', busy,       many, 0},
+    {"answer within its turn",         'r', "bby", "",   ' ', 't', done,       3,    0},
     {"write without answer",           'w', ".",   "",   ' ', 'a', open,       1,    1},
     {"read without answer",            'r', ".",   "",   ' ', 'a', busy,       1,    0},
     {"busy, then no answer",           'w', "b.",  "",   ' ', 'a', open,       2,    1},
@@ -93,6 +99,9 @@ constexpr Case cases[] = {
     {"late denial",                    'w', ".",   "",   'n', 'a', denied,     1,    1},
     {"late denial of reading",         'R', ".",   "",   'n', 'a', denied,     1,    0},
     {"denied",                         'w', "n",   "",   ' ', ' ', denied,     1,    1},
+    {"no terminal",                    'w', "n",   "t",  ' ', ' ', speechless, 1,    1},
+    {"no terminal for reading",        'r', "n",   "t",  ' ', ' ', speechless, 1,    1},
+    {"no terminal, and late",          'w', ".",   "t",  'n', 'a', denied,     1,    1},
     {"cancelled elsewhere",            'w', "u",   "",   ' ', ' ', denied,     1,    1},
     {"password asked for",             'W', "y",   "",   ' ', 'a', done,       1,    1},
     {"busy before it asks",            'W', "by",  "",   ' ', 'a', done,       2,    1},
@@ -291,6 +300,10 @@ public:
     {
         return m_isAsking;
     }
+    bool lacksTerminal(const QString & /*action*/) const override
+    {
+        return m_lacksTerminal;
+    }
     bool isCancelled() const override
     {
         if (m_waits) {
@@ -303,6 +316,7 @@ public:
     void act(char deed)
     {
         m_isAsking = deed == 'q';
+        m_lacksTerminal = deed == 't';
         m_isOpen = m_isOpen && std::strchr("amdo", deed) == nullptr;
         m_isCancelled = deed == 's'; // but the signal is late
         m_waits = deed == 'w';
@@ -324,6 +338,7 @@ private:
     std::function<void()> m_closed;
     bool m_isOpen = false;
     bool m_isAsking = false;
+    bool m_lacksTerminal = false;
     bool m_isCancelled = false;
     bool m_waits = false;
 };
@@ -338,6 +353,7 @@ private Q_SLOTS:
 
     void tellsWhatCameOfIt_data();
     void tellsWhatCameOfIt();
+    void waitsForAnAnswerPastItsTurn();
     void isCancelledByCtrlC();
     void takesTheWaitingLineAway();
 
@@ -381,8 +397,9 @@ void HelperRequestTest::tellsWhatCameOfIt()
     connect(&m_helper, &StandIn::called, &person, [row, &person](int call) {
         person.act(letterAt(row->deeds, call));
     });
-    HelperRequest request(
-        callOf(kind), &person, {row->limit == 'a' ? brief : ample, row->limit == 'p' ? brief : ample});
+    const HelperLimits limits{
+        row->limit == 'a' ? brief : ample, row->limit == 'p' ? brief : ample, row->limit == 't' ? brief : -1};
+    HelperRequest request(callOf(kind), &person, limits);
     int endings = 0;
     connect(&request, &HelperRequest::finished, &request, [&endings] {
         ++endings;
@@ -393,6 +410,8 @@ void HelperRequestTest::tellsWhatCameOfIt()
     QCOMPARE(reply.outcome.error, QString::fromLatin1(row->ending.error));
     QCOMPARE(reply.outcome.code, row->ending.code);
     QCOMPARE(reply.outcome.mayHappen, row->ending.mayHappen);
+    QCOMPARE(reply.unavailable,
+             row->ending.error == QByteArray(busy.error) ? QStringLiteral("the helper is busy") : QString());
     QCOMPARE(reply.taskFailed, reply.outcome.error.startsWith(QLatin1String("what\n")));
     if (!reply.taskFailed) {
         QCOMPARE(reply.values, reply.outcome.succeeded() ? wanted() : QVariantMap());
@@ -407,6 +426,18 @@ void HelperRequestTest::tellsWhatCameOfIt()
     // with a pause of 20 ms or more
     QVERIFY2(row->calls == many ? calls > 1 && calls <= brief / 20 + 2 : calls == row->calls,
              qPrintable(QString::number(calls)));
+}
+
+void HelperRequestTest::waitsForAnAnswerPastItsTurn()
+{
+    m_helper.answerBy(".");
+    Person person(false, [] {});
+    HelperRequest request(callOf(HelperCall::Kind::Read), &person, {60000, 60000, 100});
+    QTimer::singleShot(500, &request, [this] {
+        m_helper.answerAtLast('y');
+    });
+
+    QVERIFY(waitFor(&request).outcome.succeeded());
 }
 
 void HelperRequestTest::isCancelledByCtrlC()

@@ -41,6 +41,7 @@ private Q_SLOTS:
     void callsFromTheEventLoop_data();
     void callsFromTheEventLoop();
     void bringsTheFormerHandlersBack();
+    void leavesAnIgnoredHangUpAlone();
     void takesAnyNumberOfSignals();
     void opensNothingForOthersOrForGood();
 };
@@ -50,6 +51,7 @@ void InterruptWatchTest::callsFromTheEventLoop_data()
     QTest::addColumn<int>("signal");
     QTest::newRow("Ctrl-C") << SIGINT;
     QTest::newRow("kill") << SIGTERM;
+    QTest::newRow("closed terminal") << SIGHUP;
 }
 
 void InterruptWatchTest::callsFromTheEventLoop()
@@ -75,19 +77,38 @@ void InterruptWatchTest::bringsTheFormerHandlersBack()
 {
     const auto interrupt = handlerOf(SIGINT);
     const auto terminate = handlerOf(SIGTERM);
+    const auto hangUp = handlerOf(SIGHUP);
     setHandler(SIGINT, SIG_IGN);
     setHandler(SIGTERM, handleOtherwise);
+    setHandler(SIGHUP, handleOtherwise);
 
     {
         const InterruptWatch watch([] {});
         QVERIFY(handlerOf(SIGINT) != SIG_IGN);
         QVERIFY(handlerOf(SIGTERM) != handleOtherwise);
+        QVERIFY(handlerOf(SIGHUP) != handleOtherwise);
     }
 
     QVERIFY(handlerOf(SIGINT) == SIG_IGN);
     QVERIFY(handlerOf(SIGTERM) == handleOtherwise);
+    QVERIFY(handlerOf(SIGHUP) == handleOtherwise);
     setHandler(SIGINT, interrupt);
     setHandler(SIGTERM, terminate);
+    setHandler(SIGHUP, hangUp);
+}
+
+void InterruptWatchTest::leavesAnIgnoredHangUpAlone()
+{
+    const auto hangUp = handlerOf(SIGHUP);
+    setHandler(SIGHUP, SIG_IGN);
+
+    {
+        const InterruptWatch watch([] {});
+        QVERIFY(handlerOf(SIGHUP) == SIG_IGN);
+    }
+
+    QVERIFY(handlerOf(SIGHUP) == SIG_IGN);
+    setHandler(SIGHUP, hangUp);
 }
 
 void InterruptWatchTest::takesAnyNumberOfSignals()

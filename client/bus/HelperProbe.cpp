@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/bus/HelperProbe.h"
+
+#include "HelperId.h"
+#include "client/Translation.h"
+#include "client/output/WaitingLine.h"
+
+#include <QDBusConnection>
+#include <QDBusMetaType>
+#include <QDBusPendingReply>
+#include <QElapsedTimer>
+
+namespace
+{
+using PolkitDetails = QMap<QString, QString>;
+
+/// A method that it hasn't: it says so from its event loop, as it would take a call. There is none that does nothing.
+QDBusPendingCall askHelper(const QDBusConnection &bus, int limit)
+{
+    return bus.asyncCall(QDBusMessage::createMethodCall(QLatin1String(helperId),
+                                                        QStringLiteral("/"),
+                                                        QStringLiteral("org.kde.kf5auth"),
+                                                        QStringLiteral("isListening")),
+                         limit);
+}
+
+/// Whether this process may do it, without anybody being asked for a password.
+QDBusPendingCall askPolkit(const QDBusConnection &bus, const QString &action, int limit)
+{
+    static const int detailsType = qDBusRegisterMetaType<PolkitDetails>();
+    Q_UNUSED(detailsType)
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
+                                                       QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
+                                                       QStringLiteral("org.freedesktop.PolicyKit1.Authority"),
+                                                       QStringLiteral("CheckAuthorization"));
+    QDBusArgument subject;
+    subject.beginStructure();
+    subject << QStringLiteral("system-bus-name") << QVariantMap{{QStringLiteral("name"), bus.baseService()}};
+    subject.endStructure();
+    call << QVariant::fromValue(subject) << action << QVariant::fromValue(PolkitDetails()) << 0U << QString();
+    return bus.asyncCall(call, limit);
+}
+
+HelperReply hindrance(const QString &reason)
+{
+    HelperReply reply;
+    reply.outcome = {ExitCode::Failed, reason};
+    reply.unavailable = reason;
+    return reply;
+}
+}
+
+HelperReply probeHelper(const HelperCall &call, int limit)
+{
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) {
+        return call.answerOf(QDBusError(QDBusError::Disconnected, QString())).reply;
+    }
+    const WaitingLine line(translate("HelperProbe", "waiting for the helper…"));
+    QElapsedTimer clock;
+    clock.start();
+    QDBusPendingCall helper = askHelper(bus, limit);
+    QDBusPendingCall polkit = askPolkit(bus, call.name(), limit);
+    helper.waitForFinished();
+    // an answer that doesn't come looks like a helper that ends, but takes all the time; timers may be a twentieth early
+    if (helper.error().type() == QDBusError::NoReply && clock.elapsed() >= limit * 9 / 10) {
+        return hindrance(translate("HelperProbe", "the helper does not answer"));
+    }
+    if (helper.error().type() != QDBusError::UnknownMethod) {
+        return call.answerOf(helper.error()).reply;
+    }
+    polkit.waitForFinished();
+    return polkit.isError() ? hindrance(translate("HelperProbe", "polkit does not answer")) : HelperReply();
+}

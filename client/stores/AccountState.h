@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include <QString>
+
+#include <optional>
+#include <shadow.h>
+
+/// What follows from an account's entry in shadow(5); days are counted since 1970-01-01.
+struct AccountState {
+    /// As passwd(1) -S has it.
+    enum class Password {
+        Usable,
+        Locked,
+        None, ///< whoever logs in needs none
+    };
+    /// What a login comes to, as far as ages and dates go.
+    enum class Login { Open, AccountExpired, MustChange, PasswordInactive, PasswordExpired };
+
+    Password password = Password::Usable;
+    Login login = Login::Open;
+    /// Whether the next login asks for a new password, unless it is refused; none of the next three is there then.
+    bool mustChange = false;
+    /// None if that isn't known.
+    std::optional<qlonglong> lastChange;
+    /// As chage(1) -l has them; none if it never happens.
+    std::optional<qlonglong> passwordExpires;
+    std::optional<qlonglong> passwordInactive;
+    std::optional<qlonglong> accountExpires;
+};
+
+/// @param today the day that it is, in Greenwich as pam_unix(8) has it
+AccountState accountStateOf(const spwd &entry, qlonglong today);
+
+/// The state of today; none if the account has no entry, or this process may not read it.
+std::optional<AccountState> readAccountState(const QString &account);

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/stores/PolicyReader.h"
+
+#include "client/Translation.h"
+#include "client/output/Terminal.h"
+#include "client/stores/PolicyStore.h"
+
+PolicyReader::PolicyReader(bool mayAsk) : m_mayAsk(mayAsk)
+{
+}
+
+Reading PolicyReader::read(const Policy &policy)
+{
+    const PolicyStore store(policy, m_mayAsk);
+    if (m_withoutHelper) {
+        return store.readHere();
+    }
+    QString hindrance;
+    Reading reading = store.readSoon(&hindrance);
+    if (hindrance.isEmpty()) {
+        return reading;
+    }
+    m_withoutHelper = true;
+    printError(translate("PolicyReader", "%1; the policies are read without it").arg(hindrance));
+    return store.readHere();
+}
