@@ -4,6 +4,7 @@
 #include "client/commands/UserCommand.h"
 
 #include "client/Translation.h"
+#include "client/output/SettingsTable.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Document.h"
@@ -67,13 +68,7 @@ QVector<QStringList> stateRows(const AccountState &state)
 
 QString textForPeople(const Settings &settings, const std::optional<AccountState> &state)
 {
-    QVector<QStringList> rows;
-    for (const Setting &setting : accountSchema().settings) {
-        const QVariant value = settings.value(setting.key);
-        // as it is typed: what an account hasn't set never happens
-        rows += {setting.key, value.isValid() ? settingWords(setting, value) : translate("UserCommand", "never")};
-    }
-    const QString text = table(rows, 2);
+    const QString text = settingsTable(accountSchema(), settings);
     return state ? text + QLatin1Char('\n') + table(stateRows(*state), 2) : text;
 }
 
