@@ -1,0 +1,135 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/effective/PolicyInForce.h"
+
+#include "client/Translation.h"
+#include "client/effective/Faillock.h"
+#include "client/effective/PamLine.h"
+#include "client/effective/Pwquality.h"
+#include "client/system/PamFiles.h"
+#include "policies/expiration/ExpirationFiles.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace
+{
+/// Just as it was read: a value that is set comes from the file.
+InForce asRead(const SettingSchema &schema, const Settings &read, const Origin &origin)
+{
+    InForce inForce;
+    inForce.settings = read;
+    for (const Setting &setting : schema.settings) {
+        const QVariant value = read.value(setting.key);
+        if (value.isValid() && value != QVariant(false)) {
+            inForce.origins.insert(setting.key, origin);
+        }
+    }
+    return inForce;
+}
+
+/// What the module calls a setting of the policy.
+QString pwqualityName(const QString &key)
+{
+    return key == QLatin1String("reject_username") ? QStringLiteral("usercheck") : key;
+}
+
+void addEnforcement(const PwqualityRules &rules, InForce *inForce)
+{
+    const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
+    inForce->isEnforced = enforcing.value.toLongLong() != 0;
+    if (!inForce->isEnforced) {
+        inForce->remarks.prepend(translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
+                                     .arg(originText(enforcing.origin)));
+    }
+}
+
+InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
+{
+    const PwqualityRules rules = pwqualityRules(stack, line.options);
+    InForce inForce;
+    for (const Setting &setting : schema.settings) {
+        const BindingSetting rule = rules.find(pwqualityName(setting.key));
+        const QVariant value = setting.kind == SettingKind::Flag ? rule.value.toLongLong() != 0 : rule.value;
+        inForce.settings.insert(setting.key, value);
+        inForce.origins.insert(setting.key, rule.origin);
+        if (setting.kind == SettingKind::Number && rule.origin == stack && read.contains(setting.key)
+            && rule.value.toLongLong() > read.value(setting.key).toLongLong()) {
+            inForce.raised += setting.key;
+        }
+    }
+    for (const BindingSetting &rule : rules.settings) {
+        if (!schema.find(rule.name)) {
+            inForce.others += rule;
+        }
+    }
+    inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
+    inForce.remarks = rules.remarks;
+    addEnforcement(rules, &inForce);
+    return inForce;
+}
+
+InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
+{
+    const QByteArray stack = fileContent(files.stack);
+    const QString type = QStringLiteral("password");
+    const QVector<PamLine> lines = pamLines(stack, type, QStringLiteral("pam_pwquality"));
+    if (!lines.isEmpty()) {
+        return pwqualityInForce(schema, files.stack, lines.constFirst(), read);
+    }
+    if (!pamLines(stack, type, QStringLiteral("pam_cracklib")).isEmpty()) {
+        return asRead(schema, read, files.stack);
+    }
+    InForce inForce;
+    inForce.settings = normalized(schema, {});
+    inForce.isEnforced = false;
+    inForce.remarks += translate("PolicyInForce", "weak passwords are not refused: %1 calls no module that checks them")
+                           .arg(files.stack);
+    return inForce;
+}
+
+/// Whether a profile could bring the policy into the stack.
+bool canComeIntoForce(const PamFiles &files)
+{
+    return std::any_of(files.profiles.begin(), files.profiles.end(), [](const PamProfile &profile) {
+        return QFile::exists(profile.path()) && !modulePath(profile.module).isEmpty()
+            && !isModuleRefused(profile.module);
+    });
+}
+
+InForce lockoutInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
+{
+    InForce inForce = asRead(schema, read, files.stack);
+    const FaillockRules faillock = faillockRules();
+    inForce.others = faillock.settings;
+    if (faillock.locks) {
+        inForce.othersTitle =
+            translate("PolicyInForce", "Accounts are locked by pam_faillock, whose rules are only shown:");
+    }
+    inForce.isAvailable = namesModule(files.stack, files.profiles.constFirst().module) || canComeIntoForce(files);
+    return inForce;
+}
+
+InForce expirationInForce(const SettingSchema &schema, const Settings &read)
+{
+    InForce inForce = asRead(schema, read, loginDefs().path);
+    for (const FileSetting &setting : useraddDefaults().settings) {
+        if (inForce.origins.contains(setting.key)) {
+            inForce.origins.insert(setting.key, useraddDefaults().path);
+        }
+    }
+    return inForce;
+}
+}
+
+InForce inForceOf(const Policy &policy, const Settings &read)
+{
+    const PamFiles *files = pamFilesOf(policy.name);
+    if (!files) {
+        return expirationInForce(policy.schema, read);
+    }
+    return policy.name == QLatin1String("lockout") ? lockoutInForce(policy.schema, *files, read)
+                                                   : complexityInForce(policy.schema, *files, read);
+}

@@ -1,0 +1,230 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/effective/Pwquality.h"
+
+#include "client/Translation.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <array>
+#include <memory>
+#include <pwquality.h>
+
+namespace
+{
+enum class Type { Number, Text };
+
+struct KnownSetting {
+    int id;
+    const char *name;
+    Type type;
+};
+
+/// In the order of pwquality.conf(5).
+constexpr std::array knownSettings{
+    KnownSetting{PWQ_SETTING_DIFF_OK, "difok", Type::Number},
+    KnownSetting{PWQ_SETTING_MIN_LENGTH, "minlen", Type::Number},
+    KnownSetting{PWQ_SETTING_DIG_CREDIT, "dcredit", Type::Number},
+    KnownSetting{PWQ_SETTING_UP_CREDIT, "ucredit", Type::Number},
+    KnownSetting{PWQ_SETTING_LOW_CREDIT, "lcredit", Type::Number},
+    KnownSetting{PWQ_SETTING_OTH_CREDIT, "ocredit", Type::Number},
+    KnownSetting{PWQ_SETTING_MIN_CLASS, "minclass", Type::Number},
+    KnownSetting{PWQ_SETTING_MAX_REPEAT, "maxrepeat", Type::Number},
+    KnownSetting{PWQ_SETTING_MAX_SEQUENCE, "maxsequence", Type::Number},
+    KnownSetting{PWQ_SETTING_MAX_CLASS_REPEAT, "maxclassrepeat", Type::Number},
+    KnownSetting{PWQ_SETTING_GECOS_CHECK, "gecoscheck", Type::Number},
+    KnownSetting{PWQ_SETTING_DICT_CHECK, "dictcheck", Type::Number},
+    KnownSetting{PWQ_SETTING_USER_CHECK, "usercheck", Type::Number},
+    KnownSetting{PWQ_SETTING_USER_SUBSTR, "usersubstr", Type::Number},
+    KnownSetting{PWQ_SETTING_ENFORCING, "enforcing", Type::Number},
+    KnownSetting{PWQ_SETTING_BAD_WORDS, "badwords", Type::Text},
+    KnownSetting{PWQ_SETTING_DICT_PATH, "dictpath", Type::Text},
+    KnownSetting{PWQ_SETTING_RETRY_TIMES, "retry", Type::Number},
+    KnownSetting{PWQ_SETTING_ENFORCE_ROOT, "enforce_for_root", Type::Number},
+    KnownSetting{PWQ_SETTING_LOCAL_USERS, "local_users_only", Type::Number},
+};
+
+/// Options of the module itself, which its library does not know.
+bool isOfModule(const QString &option)
+{
+    static const QStringList starts{QStringLiteral("type="),
+                                    QStringLiteral("authtok_type"),
+                                    QStringLiteral("use_authtok"),
+                                    QStringLiteral("use_first_pass"),
+                                    QStringLiteral("try_first_pass")};
+    for (const QString &start : starts) {
+        if (option.startsWith(start)) {
+            return true;
+        }
+    }
+    return option == QLatin1String("debug");
+}
+
+/// The library's settings, as the module has it fill them.
+class Rules
+{
+public:
+    /// Reads what the library reads, or just the one file; what is wrong with it, or an empty text.
+    QString read(const char *path)
+    {
+        void *details = nullptr;
+        const int error = pwquality_read_config(m_settings.get(), path, &details);
+        std::array<char, PWQ_MAX_ERROR_MESSAGE_LEN> text{};
+        return error == 0 ? QString()
+                          : QString::fromLocal8Bit(pwquality_strerror(text.data(), text.size(), error, details));
+    }
+
+    /// Whether it is understood.
+    bool setOption(const QString &option)
+    {
+        if (option.startsWith(QLatin1String("reject_username"))) {
+            return pwquality_set_int_value(m_settings.get(), PWQ_SETTING_USER_CHECK, 1) == 0;
+        }
+        return isOfModule(option) || pwquality_set_option(m_settings.get(), option.toLocal8Bit().constData()) == 0;
+    }
+
+    /// Makes all of it something that nobody sets.
+    void fill(int number, const char *text)
+    {
+        for (const KnownSetting &setting : knownSettings) {
+            if (setting.type == Type::Number) {
+                pwquality_set_int_value(m_settings.get(), setting.id, number);
+            } else {
+                pwquality_set_str_value(m_settings.get(), setting.id, text);
+            }
+        }
+    }
+
+    QVariant value(const KnownSetting &setting) const
+    {
+        if (setting.type == Type::Number) {
+            int number = {};
+            pwquality_get_int_value(m_settings.get(), setting.id, &number);
+            return static_cast<qlonglong>(number);
+        }
+        const char *text = nullptr;
+        pwquality_get_str_value(m_settings.get(), setting.id, &text);
+        return text ? QVariant(QString::fromLocal8Bit(text)) : QVariant();
+    }
+
+private:
+    struct Free {
+        void operator()(pwquality_settings_t *settings) const
+        {
+            pwquality_free_settings(settings);
+        }
+    };
+
+    std::unique_ptr<pwquality_settings_t, Free> m_settings{pwquality_default_settings()};
+};
+
+/**
+ * Finds out what a step of reading sets, which the library doesn't tell: the values that come out the same, whatever
+ * they were before.
+ */
+class OriginFinder
+{
+public:
+    template<typename Step>
+    void look(const Origin &origin, const Step &step)
+    {
+        Rules one;
+        Rules other;
+        one.fill(1001, "one");
+        other.fill(1002, "other");
+        step(&one);
+        step(&other);
+        for (const KnownSetting &setting : knownSettings) {
+            if (one.value(setting) == other.value(setting)) {
+                m_origins.insert(setting.id, origin);
+            }
+        }
+    }
+
+    Origin originOf(const KnownSetting &setting) const
+    {
+        return m_origins.value(setting.id);
+    }
+
+private:
+    QMap<int, Origin> m_origins;
+};
+
+/// Reads one file alone: by its own name the library would look for a folder beside it.
+QString readAlone(const QFile &file, Rules *rules)
+{
+    return rules->read(QStringLiteral("/proc/self/fd/%1").arg(file.handle()).toLatin1().constData());
+}
+
+/// Up to the first one that has an error, where the library ends, too.
+void lookIntoFiles(OriginFinder *finder, QStringList *remarks)
+{
+    const auto paths = pwqualityFiles();
+    for (const QString &path : paths) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            if (file.exists()) {
+                *remarks += translate("Pwquality", "%1 cannot be read: what it sets is not shown").arg(path);
+            }
+            continue;
+        }
+        QString error;
+        finder->look(path, [&file, &error](Rules *rules) {
+            error = readAlone(file, rules);
+        });
+        if (!error.isEmpty()) {
+            *remarks += translate("Pwquality", "%1: %2; pam_pwquality reads nothing behind that").arg(path, error);
+            return;
+        }
+    }
+}
+}
+
+BindingSetting PwqualityRules::find(const QString &name) const
+{
+    for (const BindingSetting &setting : settings) {
+        if (setting.name == name) {
+            return setting;
+        }
+    }
+    return {};
+}
+
+PwqualityRules pwqualityRules(const QString &stack, const QStringList &options)
+{
+    PwqualityRules result;
+    OriginFinder finder;
+    lookIntoFiles(&finder, &result.remarks);
+    finder.look(stack, [&options](Rules *rules) {
+        for (const QString &option : options) {
+            rules->setOption(option);
+        }
+    });
+    Rules rules;
+    rules.read(nullptr); // of an error the finder has told
+    for (const QString &option : options) {
+        if (!rules.setOption(option)) {
+            result.remarks +=
+                translate("Pwquality", "pam_pwquality does not take the option %1 of %2").arg(option, stack);
+        }
+    }
+    for (const KnownSetting &setting : knownSettings) {
+        result.settings += {QLatin1String(setting.name), rules.value(setting), finder.originOf(setting)};
+    }
+    return result;
+}
+
+QStringList pwqualityFiles()
+{
+    const QDir folder(QStringLiteral("/etc/security/pwquality.conf.d"));
+    QStringList paths;
+    const auto names = folder.entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    for (const QString &name : names) {
+        if (name.endsWith(QLatin1String(".conf"))) {
+            paths += folder.filePath(name);
+        }
+    }
+    return paths + QStringList{QStringLiteral("/etc/security/pwquality.conf")};
+}
