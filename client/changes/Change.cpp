@@ -37,6 +37,23 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
     return lines.join(QLatin1Char('\n'));
 }
 
+Comparison comparisonWith(const Settings &read, const Change &change)
+{
+    return compare(change.store->schema(), change.store->inForce(read), read, change.wanted);
+}
+
+/// What there is instead, and why, on a line each.
+QString differenceText(const Change &change, const Settings &read, const Comparison &comparison)
+{
+    QStringList lines{mismatchText(change.store->schema(), change.wanted, comparison.found)};
+    lines += comparison.obstacles;
+    if (read != change.wanted) {
+        lines += change.store->reasonNotInForce();
+    }
+    lines.removeAll(QString());
+    return lines.join(QLatin1Char('\n'));
+}
+
 Outcome verify(const Change &change)
 {
     const QString written = translate("Change", "%1 was written, but is not in force").arg(change.store->phrase());
@@ -45,12 +62,11 @@ Outcome verify(const Change &change)
         const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
         return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
     }
-    const QString mismatch = mismatchText(change.store->schema(), change.wanted, after.settings);
-    if (mismatch.isEmpty()) {
+    const Comparison comparison = comparisonWith(after.settings, change);
+    if (comparison.isInForce(change.wanted)) {
         return {};
     }
-    const QStringList lines{written, mismatch, change.store->reasonNotInForce()};
-    return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
+    return {ExitCode::NotInForce, written + QLatin1Char('\n') + differenceText(change, after.settings, comparison)};
 }
 
 /// Whether a write that failed has left everything as it was; false where that cannot be known.
@@ -90,6 +106,10 @@ QString previewText(const Change &change)
     const SettingSchema &schema = change.store->schema();
     const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
     if (keys.isEmpty()) {
+        const Outcome present = presentOutcome(change);
+        if (!present.succeeded()) {
+            return present.error + QLatin1Char('\n');
+        }
         return translate("Change", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n');
     }
     QVector<QStringList> rows{{change.store->name().text(), translate("Change", "now"), translate("Change", "then")}};
@@ -101,6 +121,17 @@ QString previewText(const Change &change)
     }
     return table(rows, 0);
 }
+}
+
+Outcome presentOutcome(const Change &change)
+{
+    const Settings &read = change.before.settings;
+    const Comparison comparison = comparisonWith(read, change);
+    if (comparison.isInForce(change.wanted)) {
+        return {};
+    }
+    const QString text = translate("Change", "%1 has these settings, but is not in force").arg(change.store->phrase());
+    return {ExitCode::NotInForce, text + QLatin1Char('\n') + differenceText(change, read, comparison)};
 }
 
 ExitCode performChange(const Change &change, bool dryRun)

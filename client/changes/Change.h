@@ -15,6 +15,9 @@ struct Change {
     QString command;
 };
 
+/// Whether what is wanted is in force already, where what was read is what is wanted; if not, why.
+Outcome presentOutcome(const Change &change);
+
 /**
  * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and
  * compares. If the write fails and changes nothing, what was saved is removed.

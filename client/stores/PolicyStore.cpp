@@ -5,6 +5,7 @@
 
 #include "client/bus/RequestWait.h"
 #include "client/bus/TerminalPrompt.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/system/PamFiles.h"
 
 #include <utility>
@@ -45,6 +46,11 @@ Outcome PolicyStore::write(const Settings &settings)
         reply.outcome.error = writeFailure(reply.outcome.error);
     }
     return reply.outcome;
+}
+
+InForce PolicyStore::inForce(const Settings &read) const
+{
+    return inForceOf(m_policy, read);
 }
 
 QString PolicyStore::reasonNotInForce() const

@@ -23,6 +23,7 @@ public:
     const SettingSchema &schema() const override;
     Reading read() override;
     Outcome write(const Settings &settings) override;
+    InForce inForce(const Settings &read) const override;
     QString reasonNotInForce() const override;
 
 private:
