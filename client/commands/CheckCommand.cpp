@@ -6,6 +6,7 @@
 #include "client/Translation.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/commands/PolicyReadings.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
@@ -13,16 +14,57 @@
 
 namespace
 {
-QVector<QStringList> driftRows(const Policy &policy, const Settings &found, const Wishes &wishes)
-{
+/// Where a policy differs from what is wanted of it.
+struct Drift {
     QVector<QStringList> rows;
-    const Settings wanted = fulfilled(policy.schema, found, wishes);
-    const auto keys = differingKeys(policy.schema, found, wanted);
-    for (const QString &key : keys) {
-        const Setting &setting = *policy.schema.find(key);
-        rows += {policy.name, key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key))};
+    /// Why, where more than the policy's own files has a say.
+    QStringList obstacles;
+};
+
+/// The settings that the document has.
+SettingSchema wishedSchema(const SettingSchema &schema, const Wishes &wishes)
+{
+    SettingSchema wished;
+    for (const Setting &setting : schema.settings) {
+        if (wishes.contains(setting.key)) {
+            wished.settings += setting;
+        }
     }
-    return rows;
+    return wished;
+}
+
+Drift driftOf(const Policy &policy, const Settings &read, const Wishes &wishes)
+{
+    const SettingSchema schema = wishedSchema(policy.schema, wishes);
+    const Settings wanted = fulfilled(schema, read, wishes);
+    const Comparison comparison = compare(schema, inForceOf(policy, read), read, wanted);
+    Drift drift;
+    const auto keys = differingKeys(schema, comparison.found, wanted);
+    for (const QString &key : keys) {
+        const Setting &setting = *schema.find(key);
+        drift.rows += {policy.name,
+                       key,
+                       settingWords(setting, wanted.value(key)),
+                       settingWords(setting, comparison.found.value(key))};
+    }
+    for (const QString &obstacle : comparison.obstacles) {
+        drift.obstacles += policy.name + QLatin1String(": ") + obstacle;
+    }
+    return drift;
+}
+
+void print(const Drift &drift)
+{
+    if (!drift.rows.isEmpty()) {
+        const QStringList title{translate("CheckCommand", "policy"),
+                                translate("CheckCommand", "setting"),
+                                translate("CheckCommand", "wanted"),
+                                translate("CheckCommand", "found")};
+        out().write(table(QVector<QStringList>{title} + drift.rows, 0));
+    }
+    for (const QString &obstacle : drift.obstacles) {
+        out().write(printable(obstacle) + QLatin1Char('\n'));
+    }
 }
 }
 
@@ -54,22 +96,18 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
         return understood;
     }
     const PolicyReadings readings = readPolicies(document.keys(), mayAskPassword(line));
-    QVector<QStringList> rows;
+    Drift drift;
     for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
-        rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
+        const Drift part = driftOf(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
+        drift.rows += part.rows;
+        drift.obstacles += part.obstacles;
     }
-    if (!rows.isEmpty()) {
-        rows.prepend({translate("CheckCommand", "policy"),
-                      translate("CheckCommand", "setting"),
-                      translate("CheckCommand", "wanted"),
-                      translate("CheckCommand", "found")});
-        out().write(table(rows, 0));
-    }
+    print(drift);
     const ExitCode read = printFailures(readings);
     if (read != ExitCode::Done) {
         return read;
     }
-    return rows.isEmpty() ? ExitCode::Done : ExitCode::Drift;
+    return drift.rows.isEmpty() && drift.obstacles.isEmpty() ? ExitCode::Done : ExitCode::Drift;
 }
 
 QVector<Candidate> CheckCommand::candidates(const QStringList &before) const
