@@ -7,16 +7,15 @@
 
 namespace
 {
-/// Whether somebody wants something there: a number, or that a flag stands.
-bool isWish(const QVariant &wanted)
-{
-    return wanted.isValid() && wanted != QVariant(false);
-}
-
 QVariant foundFor(const Setting &setting, const InForce &inForce, const QVariant &read, const QVariant &wanted)
 {
-    return isWish(wanted) && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
+    return isSet(wanted) && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
 }
+}
+
+bool isSet(const QVariant &value)
+{
+    return value.type() == QVariant::Bool ? value.toBool() : value.isValid();
 }
 
 Comparison compare(const SettingSchema &schema, const InForce &inForce, const Settings &read, const Settings &wanted)
@@ -29,7 +28,7 @@ Comparison compare(const SettingSchema &schema, const InForce &inForce, const Se
         if (found.isValid()) {
             comparison.found.insert(setting.key, found);
         }
-        isAnythingWanted = isAnythingWanted || isWish(wish);
+        isAnythingWanted = isAnythingWanted || isSet(wish);
         const Origin origin = inForce.origins.value(setting.key);
         if (found != wish && found != read.value(setting.key) && !origin.isEmpty()) {
             comparison.obstacles += translate("InForce", "%1 comes from %2").arg(setting.key, origin);
@@ -44,5 +43,5 @@ Comparison compare(const SettingSchema &schema, const InForce &inForce, const Se
 
 QString originText(const Origin &origin)
 {
-    return origin.isEmpty() ? translate("InForce", "the module's default") : origin;
+    return origin.isEmpty() ? translate("InForce", "default") : origin;
 }

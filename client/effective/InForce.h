@@ -19,6 +19,9 @@ struct BindingSetting {
     Origin origin;
 };
 
+/// Whether there is a number, or a flag that stands.
+bool isSet(const QVariant &value);
+
 /// What a policy comes to, all files and the modules' defaults together.
 struct InForce {
     Settings settings;

@@ -11,6 +11,7 @@
 #include "policies/expiration/ExpirationFiles.h"
 
 #include <QFile>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -22,8 +23,7 @@ InForce asRead(const SettingSchema &schema, const Settings &read, const Origin &
     InForce inForce;
     inForce.settings = read;
     for (const Setting &setting : schema.settings) {
-        const QVariant value = read.value(setting.key);
-        if (value.isValid() && value != QVariant(false)) {
+        if (isSet(read.value(setting.key))) {
             inForce.origins.insert(setting.key, origin);
         }
     }
@@ -44,6 +44,19 @@ void addEnforcement(const PwqualityRules &rules, InForce *inForce)
         inForce->remarks.prepend(translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
                                      .arg(originText(enforcing.origin)));
     }
+}
+
+/// Whether a line's module can refuse something, whatever the other modules say (pam.conf(5)).
+bool canRefuse(const QString &control)
+{
+    static const QRegularExpression refusal(QStringLiteral(R"((?:^|\s)authtok_err=(\S+))"));
+    static const QRegularExpression otherwise(QStringLiteral(R"((?:^|\s)default=(\S+))"));
+    if (!control.contains(QLatin1Char('='))) {
+        return control == QLatin1String("required") || control == QLatin1String("requisite");
+    }
+    const QRegularExpressionMatch named = refusal.match(control);
+    const QString action = named.hasMatch() ? named.captured(1) : otherwise.match(control).captured(1);
+    return action.isEmpty() || action == QLatin1String("bad") || action == QLatin1String("die");
 }
 
 InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
@@ -68,6 +81,11 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
     inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
     inForce.remarks = rules.remarks;
     addEnforcement(rules, &inForce);
+    if (!canRefuse(line.control)) {
+        inForce.isEnforced = false;
+        inForce.remarks += translate("PolicyInForce", "weak passwords may pass: pam_pwquality is \"%1\" in %2")
+                               .arg(line.control, stack);
+    }
     return inForce;
 }
 

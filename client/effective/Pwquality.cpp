@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <array>
 #include <memory>
@@ -21,6 +22,9 @@ struct KnownSetting {
     const char *name;
     Type type;
 };
+
+// the library raises less to this
+constexpr int shortestMinimum = 6;
 
 /// In the order of pwquality.conf(5).
 constexpr std::array knownSettings{
@@ -46,20 +50,13 @@ constexpr std::array knownSettings{
     KnownSetting{PWQ_SETTING_LOCAL_USERS, "local_users_only", Type::Number},
 };
 
-/// Options of the module itself, which its library does not know.
+/// Options of the module itself, which its library does not know; it takes reject_username without a word and does
+/// nothing for it.
 bool isOfModule(const QString &option)
 {
-    static const QStringList starts{QStringLiteral("type="),
-                                    QStringLiteral("authtok_type"),
-                                    QStringLiteral("use_authtok"),
-                                    QStringLiteral("use_first_pass"),
-                                    QStringLiteral("try_first_pass")};
-    for (const QString &start : starts) {
-        if (option.startsWith(start)) {
-            return true;
-        }
-    }
-    return option == QLatin1String("debug");
+    static const QRegularExpression known(
+        QStringLiteral("\\A(debug\\z|type=|reject_username|authtok_type|use_authtok|use_first_pass|try_first_pass)"));
+    return known.match(option).hasMatch();
 }
 
 /// The library's settings, as the module has it fill them.
@@ -79,18 +76,16 @@ public:
     /// Whether it is understood.
     bool setOption(const QString &option)
     {
-        if (option.startsWith(QLatin1String("reject_username"))) {
-            return pwquality_set_int_value(m_settings.get(), PWQ_SETTING_USER_CHECK, 1) == 0;
-        }
         return isOfModule(option) || pwquality_set_option(m_settings.get(), option.toLocal8Bit().constData()) == 0;
     }
 
-    /// Makes all of it something that nobody sets.
+    /// Makes all of it this; the shortest password is that much longer than the shortest one that the library allows.
     void fill(int number, const char *text)
     {
         for (const KnownSetting &setting : knownSettings) {
             if (setting.type == Type::Number) {
-                pwquality_set_int_value(m_settings.get(), setting.id, number);
+                const int least = setting.id == PWQ_SETTING_MIN_LENGTH ? shortestMinimum : 0;
+                pwquality_set_int_value(m_settings.get(), setting.id, least + number);
             } else {
                 pwquality_set_str_value(m_settings.get(), setting.id, text);
             }
@@ -132,8 +127,8 @@ public:
     {
         Rules one;
         Rules other;
-        one.fill(1001, "one");
-        other.fill(1002, "other");
+        one.fill(1, "one");
+        other.fill(2, "other");
         step(&one);
         step(&other);
         for (const KnownSetting &setting : knownSettings) {
