@@ -80,6 +80,11 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
     }
     inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
     inForce.remarks = rules.remarks;
+    const BindingSetting usercheck = rules.find(QStringLiteral("usercheck"));
+    if (read.value(QStringLiteral("reject_username")).toBool() && usercheck.value.toLongLong() == 0) {
+        inForce.remarks += translate("PolicyInForce", "reject_username does nothing: usercheck = 0 in %1")
+                               .arg(originText(usercheck.origin));
+    }
     addEnforcement(rules, &inForce);
     if (!canRefuse(line.control)) {
         inForce.isEnforced = false;
@@ -127,6 +132,7 @@ InForce lockoutInForce(const SettingSchema &schema, const PamFiles &files, const
             translate("PolicyInForce", "Accounts are locked by pam_faillock, whose rules are only shown:");
     }
     inForce.isAvailable = namesModule(files.stack, files.profiles.constFirst().module) || canComeIntoForce(files);
+    inForce.isEnforced = inForce.isAvailable || faillock.locks;
     return inForce;
 }
 

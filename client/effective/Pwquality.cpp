@@ -115,37 +115,24 @@ private:
     std::unique_ptr<pwquality_settings_t, Free> m_settings{pwquality_default_settings()};
 };
 
-/**
- * Finds out what a step of reading sets, which the library doesn't tell: the values that come out the same, whatever
- * they were before.
- */
-class OriginFinder
+/// What a step of reading sets, which the library doesn't tell: the values that come out the same, whatever they were.
+template<typename Step>
+QVector<BindingSetting> settingsOf(const Origin &origin, const Step &step)
 {
-public:
-    template<typename Step>
-    void look(const Origin &origin, const Step &step)
-    {
-        Rules one;
-        Rules other;
-        one.fill(1, "one");
-        other.fill(2, "other");
-        step(&one);
-        step(&other);
-        for (const KnownSetting &setting : knownSettings) {
-            if (one.value(setting) == other.value(setting)) {
-                m_origins.insert(setting.id, origin);
-            }
+    Rules one;
+    Rules other;
+    one.fill(1, "one");
+    other.fill(2, "other");
+    step(&one);
+    step(&other);
+    QVector<BindingSetting> settings;
+    for (const KnownSetting &setting : knownSettings) {
+        if (one.value(setting) == other.value(setting)) {
+            settings += {QLatin1String(setting.name), one.value(setting), origin};
         }
     }
-
-    Origin originOf(const KnownSetting &setting) const
-    {
-        return m_origins.value(setting.id);
-    }
-
-private:
-    QMap<int, Origin> m_origins;
-};
+    return settings;
+}
 
 /// Reads one file alone: by its own name the library would look for a folder beside it.
 QString readAlone(const QFile &file, Rules *rules)
@@ -153,9 +140,10 @@ QString readAlone(const QFile &file, Rules *rules)
     return rules->read(QStringLiteral("/proc/self/fd/%1").arg(file.handle()).toLatin1().constData());
 }
 
-/// Up to the first one that has an error, where the library ends, too.
-void lookIntoFiles(OriginFinder *finder, QStringList *remarks)
+/// What files set, up to the first one that has an error, where the library ends, too.
+QVector<BindingSetting> fileSettings(QStringList *remarks)
 {
+    QVector<BindingSetting> settings;
     const auto paths = pwqualityFiles();
     for (const QString &path : paths) {
         QFile file(path);
@@ -166,14 +154,15 @@ void lookIntoFiles(OriginFinder *finder, QStringList *remarks)
             continue;
         }
         QString error;
-        finder->look(path, [&file, &error](Rules *rules) {
+        settings += settingsOf(path, [&file, &error](Rules *rules) {
             error = readAlone(file, rules);
         });
         if (!error.isEmpty()) {
             *remarks += translate("Pwquality", "%1: %2; pam_pwquality reads nothing behind that").arg(path, error);
-            return;
+            break;
         }
     }
+    return settings;
 }
 }
 
@@ -190,23 +179,32 @@ BindingSetting PwqualityRules::find(const QString &name) const
 PwqualityRules pwqualityRules(const QString &stack, const QStringList &options)
 {
     PwqualityRules result;
-    OriginFinder finder;
-    lookIntoFiles(&finder, &result.remarks);
-    finder.look(stack, [&options](Rules *rules) {
+    const QVector<BindingSetting> inFiles = fileSettings(&result.remarks);
+    const QVector<BindingSetting> inStack = settingsOf(stack, [&options](Rules *rules) {
         for (const QString &option : options) {
             rules->setOption(option);
         }
     });
     Rules rules;
-    rules.read(nullptr); // of an error the finder has told
+    rules.read(nullptr); // an error is among the remarks already
     for (const QString &option : options) {
         if (!rules.setOption(option)) {
             result.remarks +=
                 translate("Pwquality", "pam_pwquality does not take the option %1 of %2").arg(option, stack);
         }
     }
+    QMap<QString, Origin> origins;
+    for (const BindingSetting &setting : inFiles + inStack) {
+        origins.insert(setting.name, setting.origin);
+    }
     for (const KnownSetting &setting : knownSettings) {
-        result.settings += {QLatin1String(setting.name), rules.value(setting), finder.originOf(setting)};
+        const QString name = QLatin1String(setting.name);
+        result.settings += {name, rules.value(setting), origins.value(name)};
+    }
+    for (const BindingSetting &setting : inFiles) {
+        if (setting.value != result.find(setting.name).value) {
+            result.overridden += setting;
+        }
     }
     return result;
 }

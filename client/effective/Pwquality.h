@@ -9,6 +9,8 @@
 struct PwqualityRules {
     /// Each setting that its library knows, in the order of its manual page.
     QVector<BindingSetting> settings;
+    /// What files set, and what comes behind them sets otherwise.
+    QVector<BindingSetting> overridden;
     /// What it doesn't take of its files and options, and which files this user can't see, a sentence each.
     QStringList remarks;
 
