@@ -47,5 +47,5 @@ QString inForceWords(const Setting &setting, const InForce &inForce)
 QString bindingText(const BindingSetting &setting)
 {
     const QString text = setting.value.toString();
-    return text.isEmpty() ? translate("SettingText", "not set") : text;
+    return text.isEmpty() ? translate("InForceTable", "not set") : text;
 }
