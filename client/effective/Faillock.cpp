@@ -89,7 +89,7 @@ private:
         const auto same = [&setting](const BindingSetting &other) {
             return other.name == setting.name;
         };
-        const auto place = std::find_if(m_settings.begin(), m_settings.end(), same);
+        auto *const place = std::find_if(m_settings.begin(), m_settings.end(), same);
         if (place == m_settings.end()) {
             m_settings += setting;
         } else {

@@ -15,12 +15,12 @@
 
 namespace
 {
-enum class Type { Number, Text };
+enum class ValueType { Number, Text };
 
 struct KnownSetting {
     int id;
     const char *name;
-    Type type;
+    ValueType type;
 };
 
 // the library raises less to this
@@ -28,26 +28,26 @@ constexpr int shortestMinimum = 6;
 
 /// In the order of pwquality.conf(5).
 constexpr std::array knownSettings{
-    KnownSetting{PWQ_SETTING_DIFF_OK, "difok", Type::Number},
-    KnownSetting{PWQ_SETTING_MIN_LENGTH, "minlen", Type::Number},
-    KnownSetting{PWQ_SETTING_DIG_CREDIT, "dcredit", Type::Number},
-    KnownSetting{PWQ_SETTING_UP_CREDIT, "ucredit", Type::Number},
-    KnownSetting{PWQ_SETTING_LOW_CREDIT, "lcredit", Type::Number},
-    KnownSetting{PWQ_SETTING_OTH_CREDIT, "ocredit", Type::Number},
-    KnownSetting{PWQ_SETTING_MIN_CLASS, "minclass", Type::Number},
-    KnownSetting{PWQ_SETTING_MAX_REPEAT, "maxrepeat", Type::Number},
-    KnownSetting{PWQ_SETTING_MAX_SEQUENCE, "maxsequence", Type::Number},
-    KnownSetting{PWQ_SETTING_MAX_CLASS_REPEAT, "maxclassrepeat", Type::Number},
-    KnownSetting{PWQ_SETTING_GECOS_CHECK, "gecoscheck", Type::Number},
-    KnownSetting{PWQ_SETTING_DICT_CHECK, "dictcheck", Type::Number},
-    KnownSetting{PWQ_SETTING_USER_CHECK, "usercheck", Type::Number},
-    KnownSetting{PWQ_SETTING_USER_SUBSTR, "usersubstr", Type::Number},
-    KnownSetting{PWQ_SETTING_ENFORCING, "enforcing", Type::Number},
-    KnownSetting{PWQ_SETTING_BAD_WORDS, "badwords", Type::Text},
-    KnownSetting{PWQ_SETTING_DICT_PATH, "dictpath", Type::Text},
-    KnownSetting{PWQ_SETTING_RETRY_TIMES, "retry", Type::Number},
-    KnownSetting{PWQ_SETTING_ENFORCE_ROOT, "enforce_for_root", Type::Number},
-    KnownSetting{PWQ_SETTING_LOCAL_USERS, "local_users_only", Type::Number},
+    KnownSetting{PWQ_SETTING_DIFF_OK, "difok", ValueType::Number},
+    KnownSetting{PWQ_SETTING_MIN_LENGTH, "minlen", ValueType::Number},
+    KnownSetting{PWQ_SETTING_DIG_CREDIT, "dcredit", ValueType::Number},
+    KnownSetting{PWQ_SETTING_UP_CREDIT, "ucredit", ValueType::Number},
+    KnownSetting{PWQ_SETTING_LOW_CREDIT, "lcredit", ValueType::Number},
+    KnownSetting{PWQ_SETTING_OTH_CREDIT, "ocredit", ValueType::Number},
+    KnownSetting{PWQ_SETTING_MIN_CLASS, "minclass", ValueType::Number},
+    KnownSetting{PWQ_SETTING_MAX_REPEAT, "maxrepeat", ValueType::Number},
+    KnownSetting{PWQ_SETTING_MAX_SEQUENCE, "maxsequence", ValueType::Number},
+    KnownSetting{PWQ_SETTING_MAX_CLASS_REPEAT, "maxclassrepeat", ValueType::Number},
+    KnownSetting{PWQ_SETTING_GECOS_CHECK, "gecoscheck", ValueType::Number},
+    KnownSetting{PWQ_SETTING_DICT_CHECK, "dictcheck", ValueType::Number},
+    KnownSetting{PWQ_SETTING_USER_CHECK, "usercheck", ValueType::Number},
+    KnownSetting{PWQ_SETTING_USER_SUBSTR, "usersubstr", ValueType::Number},
+    KnownSetting{PWQ_SETTING_ENFORCING, "enforcing", ValueType::Number},
+    KnownSetting{PWQ_SETTING_BAD_WORDS, "badwords", ValueType::Text},
+    KnownSetting{PWQ_SETTING_DICT_PATH, "dictpath", ValueType::Text},
+    KnownSetting{PWQ_SETTING_RETRY_TIMES, "retry", ValueType::Number},
+    KnownSetting{PWQ_SETTING_ENFORCE_ROOT, "enforce_for_root", ValueType::Number},
+    KnownSetting{PWQ_SETTING_LOCAL_USERS, "local_users_only", ValueType::Number},
 };
 
 /// Options of the module itself, which its library does not know; it takes reject_username without a word and does
@@ -83,7 +83,7 @@ public:
     void fill(int number, const char *text)
     {
         for (const KnownSetting &setting : knownSettings) {
-            if (setting.type == Type::Number) {
+            if (setting.type == ValueType::Number) {
                 const int least = setting.id == PWQ_SETTING_MIN_LENGTH ? shortestMinimum : 0;
                 pwquality_set_int_value(m_settings.get(), setting.id, least + number);
             } else {
@@ -94,7 +94,7 @@ public:
 
     QVariant value(const KnownSetting &setting) const
     {
-        if (setting.type == Type::Number) {
+        if (setting.type == ValueType::Number) {
             int number = {};
             pwquality_get_int_value(m_settings.get(), setting.id, &number);
             return static_cast<qlonglong>(number);

@@ -17,7 +17,7 @@
 
 namespace
 {
-Finding note(const QString &text, const QString &remedy)
+Finding pamNote(const QString &text, const QString &remedy)
 {
     return {Finding::Grade::Note, text, remedy};
 }
@@ -62,11 +62,11 @@ QVector<Finding> checkEditedProfiles()
                 continue;
             }
             findings +=
-                note(translate("PamCheckup", "%1 was changed, and the next version of %2 brings its own again")
-                         .arg(profile.path(), packaged.package),
-                     translate("PamCheckup",
-                               "keep what accountpolicyctl export prints, and give it to accountpolicyctl apply "
-                               "after each upgrade"));
+                pamNote(translate("PamCheckup", "%1 was changed, and the next version of %2 brings its own again")
+                            .arg(profile.path(), packaged.package),
+                        translate("PamCheckup",
+                                  "keep what accountpolicyctl export prints, and give it to accountpolicyctl apply "
+                                  "after each upgrade"));
         }
     }
     return findings;
@@ -77,13 +77,13 @@ QVector<Finding> checkOverriddenRules(const PwqualityRules &rules)
     QVector<Finding> findings;
     for (const BindingSetting &setting : rules.overridden) {
         const BindingSetting winner = rules.find(setting.name);
-        findings += note(translate("PamCheckup", "%1 in %2 does not count: %3 sets %4 to %5")
-                             .arg(QStringLiteral("%1 = %2").arg(setting.name, setting.value.toString()),
-                                  setting.origin,
-                                  winner.origin,
-                                  setting.name,
-                                  winner.value.toString()),
-                         translate("PamCheckup", "remove one of the two"));
+        findings += pamNote(translate("PamCheckup", "%1 in %2 does not count: %3 sets %4 to %5")
+                                .arg(QStringLiteral("%1 = %2").arg(setting.name, setting.value.toString()),
+                                     setting.origin,
+                                     winner.origin,
+                                     setting.name,
+                                     winner.value.toString()),
+                            translate("PamCheckup", "remove one of the two"));
     }
     return findings;
 }
@@ -93,14 +93,14 @@ QVector<Finding> checkRules(const PamLine &line, const QString &stack)
     const PwqualityRules rules = pwqualityRules(stack, line.options);
     QVector<Finding> findings;
     for (const QString &remark : rules.remarks) {
-        findings += note(
+        findings += pamNote(
             remark, translate("PamCheckup", "mend it there; accountpolicyctl show complexity has what is in force"));
     }
     const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
     if (enforcing.value.toLongLong() == 0) {
-        findings +=
-            note(translate("PamCheckup", "weak passwords are not refused: enforcing = 0 in %1").arg(enforcing.origin),
-                 translate("PamCheckup", "remove it there, unless a warning is enough"));
+        findings += pamNote(
+            translate("PamCheckup", "weak passwords are not refused: enforcing = 0 in %1").arg(enforcing.origin),
+            translate("PamCheckup", "remove it there, unless a warning is enough"));
     }
     return findings + checkOverriddenRules(rules);
 }
@@ -115,12 +115,12 @@ QVector<Finding> checkLockout()
         findings += {Finding::Grade::Good, translate("PamCheckup", "module: %1").arg(module), QString()};
     } else if (!faillock.locks) {
         findings +=
-            note(translate("PamCheckup", "pam_tally.so is not installed: no account is locked after failed logins"),
-                 translate("PamCheckup", "Debian has dropped this module after version 10"));
+            pamNote(translate("PamCheckup", "pam_tally.so is not installed: no account is locked after failed logins"),
+                    translate("PamCheckup", "Debian has dropped this module after version 10"));
     }
     if (faillock.locks) {
-        findings += note(faillockText(faillock),
-                         translate("PamCheckup", "the lockout policy does not change that; see faillock.conf(5)"));
+        findings += pamNote(faillockText(faillock),
+                            translate("PamCheckup", "the lockout policy does not change that; see faillock.conf(5)"));
     }
     return findings;
 }
@@ -136,7 +136,7 @@ QVector<Finding> checkPasswordRules()
     const PamProfile profile = pamFilesOf(QStringLiteral("complexity"))->profiles.constFirst();
     const bool isInstalled = QFile::exists(profile.path()) && !modulePath(profile.module).isEmpty();
     if (isInstalled && QFile::exists(stack)) {
-        findings += note(
+        findings += pamNote(
             translate("PamCheckup", "pam_pwquality is installed, but switched off: %1 does not call it").arg(stack),
             QStringLiteral("pam-auth-update --enable pwquality"));
     }
