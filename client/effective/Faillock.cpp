@@ -8,22 +8,28 @@
 #include "client/system/PamFiles.h"
 #include "policies/lockout/LockoutPolicy.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
+#include <cstdio>
+#include <optional>
 
 namespace
 {
-constexpr qlonglong longestTime = 604800; // more is not taken
-constexpr qlonglong mostFailures = 65535;
+constexpr unsigned longestTime = 604800; // more is not taken
 
 /// A limit, and what it is where nothing sets it.
 struct Limit {
+    enum class Kind { Count, Seconds, SecondsOrNever };
+
     const char *name;
     qlonglong byDefault;
-    qlonglong maximum;
+    Kind kind;
 };
 
-constexpr Limit limits[] = {
-    {"deny", 3, mostFailures}, {"fail_interval", 900, longestTime}, {"unlock_time", 600, longestTime}};
+constexpr Limit limits[] = {{"deny", 3, Limit::Kind::Count},
+                            {"fail_interval", 900, Limit::Kind::Seconds},
+                            {"unlock_time", 600, Limit::Kind::SecondsOrNever}};
 
 /// What changes whom it locks and for how long; the others are about messages.
 const char *const furtherSettings[] = {"even_deny_root", "root_unlock_time", "admin_group", "local_users_only", "dir"};
@@ -33,10 +39,36 @@ struct Assignment {
     QString text;
 };
 
+/// A name ends at a blank, too.
 Assignment assignmentOf(const QString &text)
 {
-    const int end = text.indexOf(QLatin1Char('='));
-    return {text.left(end).trimmed(), end < 0 ? QString() : text.mid(end + 1).trimmed()};
+    static const QRegularExpression form(QStringLiteral(R"(\A\s*([^\s=]+)\s*=?\s*(.*?)\s*\z)"));
+    const QRegularExpressionMatch match = form.match(text);
+    return {match.captured(1), match.captured(2)};
+}
+
+/// As scanf(3) reads a number without a sign: what stands behind its digits doesn't count, and a minus turns it round.
+std::optional<unsigned> scanned(const QString &text)
+{
+    unsigned number = {};
+    if (std::sscanf(text.toLatin1().constData(), "%u", &number) != 1) { // NOLINT(cert-err34-c): as the module does
+        return {};
+    }
+    return number;
+}
+
+/// Invalid for what the module doesn't take: what was before it stays in force.
+QVariant limitValue(Limit::Kind kind, const QString &text)
+{
+    const QString never = QStringLiteral("never");
+    const std::optional<unsigned> number = scanned(text);
+    if (kind == Limit::Kind::SecondsOrNever && (text == never || number == 0U)) {
+        return never;
+    }
+    if (!number || (kind != Limit::Kind::Count && *number > longestTime)) {
+        return {};
+    }
+    return kind == Limit::Kind::Count ? qlonglong(static_cast<quint16>(*number)) : qlonglong(*number);
 }
 
 /// What the settings are after all that was laid over them.
@@ -70,17 +102,11 @@ public:
     }
 
 private:
-    /// A number that the module doesn't take leaves the one before in force.
     void layLimit(const Limit &limit, const Assignment &assignment, const Origin &origin)
     {
-        bool isNumber = {};
-        const qlonglong number = assignment.text.toLongLong(&isNumber);
-        const bool isNever =
-            limit.maximum == longestTime && (assignment.text == QLatin1String("never") || (isNumber && number == 0));
-        if (isNever && assignment.name == QLatin1String("unlock_time")) {
-            put({assignment.name, QStringLiteral("never"), origin});
-        } else if (isNumber && number >= 0 && number <= limit.maximum) {
-            put({assignment.name, number, origin});
+        const QVariant value = limitValue(limit.kind, assignment.text);
+        if (value.isValid()) {
+            put({assignment.name, value, origin});
         }
     }
 
@@ -119,6 +145,25 @@ void layFile(const QString &path, Layers *layers)
         layers->lay(assignmentOf(line.section(QLatin1Char('#'), 0, 0)), path);
     }
 }
+
+QVector<BindingSetting> settingsOfLine(const PamLine &line, const QString &stack)
+{
+    Layers layers;
+    layFile(configurationPath(line.options), &layers);
+    for (const QString &option : line.options) {
+        layers.lay(assignmentOf(option), stack);
+    }
+    return layers.settings();
+}
+
+QVariantMap valuesOf(const QVector<BindingSetting> &settings)
+{
+    QVariantMap values;
+    for (const BindingSetting &setting : settings) {
+        values.insert(setting.name, setting.value);
+    }
+    return values;
+}
 }
 
 FaillockRules faillockRules()
@@ -126,19 +171,21 @@ FaillockRules faillockRules()
     const QString stack = lockoutPolicy().stack;
     const QVector<PamLine> lines = pamLines(fileContent(stack), QStringLiteral("auth"), QStringLiteral("pam_faillock"));
     FaillockRules rules;
-    rules.locks = std::any_of(lines.begin(), lines.end(), [](const PamLine &line) {
+    const bool counts = std::any_of(lines.begin(), lines.end(), [](const PamLine &line) {
         return line.options.contains(QLatin1String("authfail"));
     });
+    if (!counts) {
+        return rules;
+    }
+    const QVector<BindingSetting> settings = settingsOfLine(lines.constFirst(), stack);
+    rules.locks = settings.constFirst().value != QVariant(0); // deny
     if (!rules.locks) {
         return rules;
     }
-    const QStringList options = lines.constFirst().options;
-    Layers layers;
-    layFile(configurationPath(options), &layers);
-    for (const QString &option : options) {
-        layers.lay(assignmentOf(option), stack);
-    }
-    rules.settings = layers.settings();
+    rules.settings = settings;
+    rules.agree = std::all_of(lines.begin(), lines.end(), [&](const PamLine &line) {
+        return valuesOf(settingsOfLine(line, stack)) == valuesOf(settings);
+    });
     return rules;
 }
 

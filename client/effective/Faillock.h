@@ -7,8 +7,10 @@
 
 /// What pam_faillock does on this machine.
 struct FaillockRules {
-    /// Whether the stack calls it to count failed logins.
+    /// Whether the stack calls it to count failed logins, and some number of them is too many.
     bool locks = false;
+    /// Whether its lines have the same rules.
+    bool agree = true;
     /// Its limits, and what else is set of it.
     QVector<BindingSetting> settings;
 };

@@ -24,7 +24,8 @@ QJsonObject inForceToJson(const SettingSchema &schema, const InForce &inForce)
 {
     const QJsonObject values = settingsToJson(schema, inForce.settings);
     QJsonObject settings;
-    for (const QString &key : schema.keys()) {
+    const QStringList keys = schema.keys();
+    for (const QString &key : keys) {
         const bool hasOrigin = inForce.origins.contains(key);
         settings.insert(
             key,

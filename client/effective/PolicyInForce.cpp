@@ -100,7 +100,12 @@ InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, co
     const QString type = QStringLiteral("password");
     const QVector<PamLine> lines = pamLines(stack, type, QStringLiteral("pam_pwquality"));
     if (!lines.isEmpty()) {
-        return pwqualityInForce(schema, files.stack, lines.constFirst(), read);
+        InForce inForce = pwqualityInForce(schema, files.stack, lines.constFirst(), read);
+        if (lines.size() > 1) {
+            inForce.remarks += translate("PolicyInForce", "%1 calls pam_pwquality again, with rules that are not shown")
+                                   .arg(files.stack);
+        }
+        return inForce;
     }
     if (!pamLines(stack, type, QStringLiteral("pam_cracklib")).isEmpty()) {
         return asRead(schema, read, files.stack);
@@ -130,6 +135,12 @@ InForce lockoutInForce(const SettingSchema &schema, const PamFiles &files, const
     if (faillock.locks) {
         inForce.othersTitle =
             translate("PolicyInForce", "Accounts are locked by pam_faillock, whose rules are only shown:");
+    }
+    if (!faillock.agree) {
+        inForce.remarks +=
+            translate("PolicyInForce",
+                      "the lines of pam_faillock in %1 have different rules; those of the first are shown")
+                .arg(files.stack);
     }
     inForce.isAvailable = namesModule(files.stack, files.profiles.constFirst().module) || canComeIntoForce(files);
     inForce.isEnforced = inForce.isAvailable || faillock.locks;

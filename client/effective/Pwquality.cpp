@@ -194,7 +194,8 @@ PwqualityRules pwqualityRules(const QString &stack, const QStringList &options)
         }
     }
     QMap<QString, Origin> origins;
-    for (const BindingSetting &setting : inFiles + inStack) {
+    const QVector<BindingSetting> inOrder = inFiles + inStack;
+    for (const BindingSetting &setting : inOrder) {
         origins.insert(setting.name, setting.origin);
     }
     for (const KnownSetting &setting : knownSettings) {

@@ -5,6 +5,7 @@
 // verdict has to be the one that follows from what show prints.
 
 #include "tests/endtoend/Sessions.h"
+#include "tests/support/PseudoTerminal.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -127,8 +128,8 @@ class Shown
 public:
     Shown()
     {
-        const QByteArray document = client(nobody, "show complexity --json").standardOutput;
-        m_inForce = QJsonDocument::fromJson(document)
+        const QByteArray printed = client(nobody, "show complexity --json").standardOutput;
+        m_inForce = QJsonDocument::fromJson(printed)
                         .object()
                         .value(QStringLiteral("inForce"))
                         .toObject()
@@ -189,8 +190,11 @@ bool isTaken(const QByteArray &password)
     // chpasswd -c writes the hash itself and asks no module about the password
     runAs(root, "chpasswd -c SHA512 -s 1000", user + presentPassword + '\n');
     const QByteArrayList before = linesWith(user, "/etc/shadow");
-    const QByteArrayList typed{presentPassword, password, password, {}};
-    const int exitCode = runAs(userId, "passwd", typed.join('\n')).exitCode;
+    PseudoTerminal terminal(userId, QStringLiteral("passwd"), {});
+    for (QByteArray typed = presentPassword; terminal.waitFor("assword: "); typed = password) {
+        terminal.type(typed + '\r');
+    }
+    const int exitCode = terminal.waitForEnd();
     const bool changed = linesWith(user, "/etc/shadow") != before;
     if (changed != (exitCode == 0)) {
         qFatal("passwd ends with %d, and has %schanged the password", exitCode, changed ? "" : "not ");

@@ -36,15 +36,16 @@ deny=4/fail_interval = 60/ unlock_time\t=\t0 | => deny 4, fail_interval 60, unlo
 deny = 4/deny = 5 | => deny 5, fail_interval 900, unlock_time 600
 # deny = 4/fail_interval = 61 # deny = 5 | => deny 3, fail_interval 61, unlock_time 600
 deny = 65535/unlock_time = 604800 | => deny 65535, fail_interval 900, unlock_time 604800
-deny = 65536/fail_interval = 604801/unlock_time = 604801 | => deny 3, fail_interval 900, unlock_time 600
-deny = -1/fail_interval = x/unlock_time = -1 | => deny 3, fail_interval 900, unlock_time 600
+fail_interval = 604801/unlock_time = 604801 | => deny 3, fail_interval 900, unlock_time 600
+deny = 65541/fail_interval == 5 | => deny 5, fail_interval 900, unlock_time 600
+deny 2x/DENY = 9/deny = x | => deny 2, fail_interval 900, unlock_time 600
+deny = -1/fail_interval = x/unlock_time = -1 | => deny 65535, fail_interval 900, unlock_time 600
 unlock_time = never/fail_interval = never | => deny 3, fail_interval 900, unlock_time never
-fail_interval = 0/deny = 0 | => deny 0, fail_interval 0, unlock_time 600
+fail_interval = 0 | => deny 3, fail_interval 0, unlock_time 600
 even_deny_root/silent/audit/root_unlock_time = 60 | => deny 3, fail_interval 900, unlock_time 600, even_deny_root yes, root_unlock_time 60
 admin_group = wheel | => deny 3, fail_interval 900, unlock_time 600, admin_group wheel
 deny = 4/unlock_time = 60 | deny=5 => deny 5, fail_interval 900, unlock_time 60
 deny = 4 | deny=x => deny 4, fail_interval 900, unlock_time 600
-deny = 4 | conf=/run/none => deny 3, fail_interval 900, unlock_time 600
 )");
 }
 
@@ -73,6 +74,7 @@ void FaillockTest::needsLineThatCounts_data()
         "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n")
                                         << true;
     QTest::newRow("only looks") << QByteArray("auth required pam_faillock.so preauth\n") << false;
+    QTest::newRow("nothing is too much") << QByteArray("auth required pam_faillock.so authfail deny=0\n") << false;
     QTest::newRow("not for logins") << QByteArray("account required pam_faillock.so authfail\n") << false;
     QTest::newRow("comment") << QByteArray("# auth required pam_faillock.so authfail\n") << false;
 }
