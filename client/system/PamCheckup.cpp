@@ -6,6 +6,7 @@
 #include "client/Translation.h"
 #include "client/effective/Faillock.h"
 #include "client/effective/PamLine.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/effective/Pwquality.h"
 #include "client/system/PamFiles.h"
 #include "policies/complexity/ComplexityPolicy.h"
@@ -33,7 +34,7 @@ struct PackagedFile {
     QByteArray sum;
 };
 
-/// By dpkg's own lists: asking dpkg itself takes longer. The names of all packages that bring profiles begin so.
+/// By dpkg's own lists of the packages that bring PAM modules: asking dpkg itself takes longer.
 PackagedFile packagedFile(const QString &path)
 {
     const QByteArray end = "  " + QFile::encodeName(path.mid(1));
@@ -90,19 +91,13 @@ QVector<Finding> checkOverriddenRules(const PwqualityRules &rules)
 
 QVector<Finding> checkRules(const PamLine &line, const QString &stack)
 {
-    const PwqualityRules rules = pwqualityRules(stack, line.options);
     QVector<Finding> findings;
-    for (const QString &remark : rules.remarks) {
+    const QStringList remarks = inForceOf(*findPolicy(QStringLiteral("complexity")), {}).remarks;
+    for (const QString &remark : remarks) {
         findings += pamNote(
             remark, translate("PamCheckup", "mend it there; accountpolicyctl show complexity has what is in force"));
     }
-    const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
-    if (enforcing.value.toLongLong() == 0) {
-        findings += pamNote(
-            translate("PamCheckup", "weak passwords are not refused: enforcing = 0 in %1").arg(enforcing.origin),
-            translate("PamCheckup", "remove it there, unless a warning is enough"));
-    }
-    return findings + checkOverriddenRules(rules);
+    return findings + checkOverriddenRules(pwqualityRules(stack, line.options));
 }
 }
 

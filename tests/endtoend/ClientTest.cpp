@@ -152,6 +152,9 @@ void ClientTest::printsCandidates_data()
                "--version\tShow the version.\n");
     candidates("-- sh", "show\tShow the policies in force.\n");
     candidates("sh", "show\tShow the policies in force.\n"); // without the mark
+    candidates("-- show lockout de", "deny\tFailed logins after which an account is locked\n");
+    candidates("-- show lockout deny d", "");
+    candidates("-- show nothing d", "");
     candidates("-- se s", ""); // behind no command
     candidates("-- set co", "complexity\tPassword complexity\n");
     candidates("-- set u", "user\tThe settings of an account (root only)\n");

@@ -149,10 +149,10 @@ void addPamFaults()
     addFault("rules that do not count",
              {{QString::fromLatin1(passwordStack), "password requisite pam_pwquality.so minlen=12 gecoscheck\n"},
               {QStringLiteral("/etc/security/pwquality.conf"), "minlen = 16\nenforcing = 0\n"}},
-             {"note  pam_pwquality does not take the option gecoscheck of /etc/pam.d/common-password",
+             {"note  weak passwords are not refused: enforcing = 0 in /etc/security/pwquality.conf",
               "      mend it there; accountpolicyctl show complexity has what is in force",
-              "note  weak passwords are not refused: enforcing = 0 in /etc/security/pwquality.conf",
-              "      remove it there, unless a warning is enough",
+              "note  pam_pwquality does not take the option gecoscheck of /etc/pam.d/common-password",
+              "      mend it there; accountpolicyctl show complexity has what is in force",
               "note  minlen = 16 in /etc/security/pwquality.conf does not count: /etc/pam.d/common-password sets minlen to "
               "12",
               "      remove one of the two"});
