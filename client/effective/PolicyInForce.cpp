@@ -36,27 +36,64 @@ QString pwqualityName(const QString &key)
     return key == QLatin1String("reject_username") ? QStringLiteral("usercheck") : key;
 }
 
-void addEnforcement(const PwqualityRules &rules, InForce *inForce)
-{
-    const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
-    inForce->isEnforced = enforcing.value.toLongLong() != 0;
-    if (!inForce->isEnforced) {
-        inForce->remarks.prepend(translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
-                                     .arg(originText(enforcing.origin)));
-    }
-}
-
 /// Whether a line's module can refuse something, whatever the other modules say (pam.conf(5)).
 bool canRefuse(const QString &control)
 {
-    static const QRegularExpression refusal(QStringLiteral(R"((?:^|\s)authtok_err=(\S+))"));
-    static const QRegularExpression otherwise(QStringLiteral(R"((?:^|\s)default=(\S+))"));
-    if (!control.contains(QLatin1Char('='))) {
-        return control == QLatin1String("required") || control == QLatin1String("requisite");
+    static const QRegularExpression refusal(QStringLiteral(R"(\bauthtok_err=(\w+))"));
+    static const QRegularExpression otherwise(QStringLiteral(R"(\bdefault=(\w+))"));
+    const QString word = control.toLower();
+    if (!word.contains(QLatin1Char('='))) {
+        return word == QLatin1String("required") || word == QLatin1String("requisite");
     }
-    const QRegularExpressionMatch named = refusal.match(control);
-    const QString action = named.hasMatch() ? named.captured(1) : otherwise.match(control).captured(1);
-    return action.isEmpty() || action == QLatin1String("bad") || action == QLatin1String("die");
+    const QRegularExpressionMatch named = refusal.match(word);
+    const QString action = named.hasMatch() ? named.captured(1) : otherwise.match(word).captured(1);
+    return action == QLatin1String("bad") || action == QLatin1String("die");
+}
+
+/// What keeps weak passwords from being refused, a sentence each.
+QStringList enforcementRemarks(const PwqualityRules &rules, const QString &stack, const PamLine &line)
+{
+    QStringList remarks;
+    const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
+    if (enforcing.value.toLongLong() == 0) {
+        remarks += translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
+                       .arg(originText(enforcing.origin));
+    }
+    if (!canRefuse(line.control)) {
+        remarks += translate("PolicyInForce", "weak passwords may pass: pam_pwquality is \"%1\" in %2")
+                       .arg(line.control, stack);
+    }
+    return remarks;
+}
+
+QStringList usernameRemarks(const PwqualityRules &rules, const Settings &read)
+{
+    const BindingSetting usercheck = rules.find(QStringLiteral("usercheck"));
+    if (!read.value(QStringLiteral("reject_username")).toBool() || usercheck.value.toLongLong() != 0) {
+        return {};
+    }
+    return {translate("PolicyInForce", "reject_username does nothing: usercheck = 0 in %1")
+                .arg(originText(usercheck.origin))};
+}
+
+void addSetting(const Setting &setting, const BindingSetting &rule, InForce *inForce)
+{
+    const bool isFlag = setting.kind == SettingKind::Flag;
+    inForce->settings.insert(setting.key, isFlag ? rule.value.toLongLong() != 0 : rule.value);
+    inForce->origins.insert(setting.key, rule.origin);
+}
+
+/// The numbers of the stack that the module raises.
+QStringList raisedKeys(const InForce &inForce, const QString &stack, const Settings &read)
+{
+    QStringList keys;
+    for (auto setting = read.cbegin(); setting != read.cend(); ++setting) {
+        if (setting.value().type() != QVariant::Bool && inForce.origins.value(setting.key()) == stack
+            && inForce.settings.value(setting.key()).toLongLong() > setting.value().toLongLong()) {
+            keys += setting.key();
+        }
+    }
+    return keys;
 }
 
 InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
@@ -64,33 +101,18 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
     const PwqualityRules rules = pwqualityRules(stack, line.options);
     InForce inForce;
     for (const Setting &setting : schema.settings) {
-        const BindingSetting rule = rules.find(pwqualityName(setting.key));
-        const QVariant value = setting.kind == SettingKind::Flag ? rule.value.toLongLong() != 0 : rule.value;
-        inForce.settings.insert(setting.key, value);
-        inForce.origins.insert(setting.key, rule.origin);
-        if (setting.kind == SettingKind::Number && rule.origin == stack && read.contains(setting.key)
-            && rule.value.toLongLong() > read.value(setting.key).toLongLong()) {
-            inForce.raised += setting.key;
-        }
+        addSetting(setting, rules.find(pwqualityName(setting.key)), &inForce);
     }
     for (const BindingSetting &rule : rules.settings) {
         if (!schema.find(rule.name)) {
             inForce.others += rule;
         }
     }
+    inForce.raised = raisedKeys(inForce, stack, read);
     inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
-    inForce.remarks = rules.remarks;
-    const BindingSetting usercheck = rules.find(QStringLiteral("usercheck"));
-    if (read.value(QStringLiteral("reject_username")).toBool() && usercheck.value.toLongLong() == 0) {
-        inForce.remarks += translate("PolicyInForce", "reject_username does nothing: usercheck = 0 in %1")
-                               .arg(originText(usercheck.origin));
-    }
-    addEnforcement(rules, &inForce);
-    if (!canRefuse(line.control)) {
-        inForce.isEnforced = false;
-        inForce.remarks += translate("PolicyInForce", "weak passwords may pass: pam_pwquality is \"%1\" in %2")
-                               .arg(line.control, stack);
-    }
+    const QStringList enforcement = enforcementRemarks(rules, stack, line);
+    inForce.isEnforced = enforcement.isEmpty();
+    inForce.remarks = enforcement + rules.remarks + usernameRemarks(rules, read);
     return inForce;
 }
 
