@@ -41,6 +41,23 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
     return lines.join(QLatin1Char('\n'));
 }
 
+Comparison comparisonWith(const Settings &read, const Change &change)
+{
+    return compare(change.store->schema(), change.store->inForce(read), read, change.wanted);
+}
+
+/// What there is instead, and why, on a line each.
+QString differenceText(const Change &change, const Settings &read, const Comparison &comparison)
+{
+    QStringList lines{mismatchText(change.store->schema(), change.wanted, comparison.found)};
+    lines += comparison.obstacles;
+    if (read != change.wanted) {
+        lines += change.store->reasonNotInForce();
+    }
+    lines.removeAll(QString());
+    return lines.join(QLatin1Char('\n'));
+}
+
 Outcome verify(const Change &change)
 {
     const QString written = translate("Change", "%1 was written, but is not in force").arg(change.store->phrase());
@@ -49,12 +66,11 @@ Outcome verify(const Change &change)
         const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
         return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
     }
-    const QString mismatch = mismatchText(change.store->schema(), change.wanted, after.settings);
-    if (mismatch.isEmpty()) {
+    const Comparison comparison = comparisonWith(after.settings, change);
+    if (comparison.isInForce(change.wanted)) {
         return {};
     }
-    const QStringList lines{written, mismatch, change.store->reasonNotInForce()};
-    return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
+    return {ExitCode::NotInForce, written + QLatin1Char('\n') + differenceText(change, after.settings, comparison)};
 }
 
 /// Whether a write that failed has left everything as it was; false where that cannot be known.
@@ -100,9 +116,13 @@ void printWarnings(const Change &change)
 QString previewText(const Change &change)
 {
     const QString changes = changeTable(change);
-    return changes.isEmpty()
-        ? translate("Change", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n')
-        : changes;
+    if (!changes.isEmpty()) {
+        return changes;
+    }
+    const Outcome present = presentOutcome(change);
+    return (present.succeeded() ? translate("Change", "%1: already in force").arg(change.store->name().text())
+                                : present.error)
+        + QLatin1Char('\n');
 }
 }
 
@@ -121,6 +141,17 @@ QString changeTable(const Change &change)
                  settingWords(setting, change.wanted.value(key))};
     }
     return table(rows, 0);
+}
+
+Outcome presentOutcome(const Change &change)
+{
+    const Settings &read = change.before.settings;
+    const Comparison comparison = comparisonWith(read, change);
+    if (comparison.isInForce(change.wanted)) {
+        return {};
+    }
+    const QString text = translate("Change", "%1 has these settings, but is not in force").arg(change.store->phrase());
+    return {ExitCode::NotInForce, text + QLatin1Char('\n') + differenceText(change, read, comparison)};
 }
 
 ExitCode performChange(const Change &change, bool dryRun)

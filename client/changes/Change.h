@@ -19,6 +19,8 @@ struct Change {
 
 /// A table of key, now and then: one row for each setting that the change would make another; empty if there is none.
 QString changeTable(const Change &change);
+/// Whether what is wanted is in force already, where what was read is what is wanted; if not, why.
+Outcome presentOutcome(const Change &change);
 
 /**
  * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and

@@ -66,13 +66,17 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
         return before.outcome.code;
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
-    if (wanted == before.settings) {
-        out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
-        return ExitCode::Done;
+    const Change change{store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().constFirst()};
+    if (wanted != before.settings) {
+        return performChange(change, isDryRun(line));
     }
-    return performChange(
-        {store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().constFirst()},
-        isDryRun(line));
+    const Outcome present = presentOutcome(change);
+    if (!present.succeeded()) {
+        printError(present.error);
+        return present.code;
+    }
+    out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
+    return ExitCode::Done;
 }
 
 /// Whether to leave the other policies alone: what the user refused once isn't asked again.

@@ -6,6 +6,7 @@
 #include "client/Translation.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/commands/PolicyReadings.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Document.h"
@@ -17,45 +18,87 @@
 
 namespace
 {
-QVector<QStringList> driftRows(const Policy &policy, const Settings &found, const Wishes &wishes)
+/// A setting that is not as it is wanted.
+struct Difference {
+    QString policy;
+    Setting setting;
+    QVariant wanted;
+    QVariant found;
+};
+
+/// Where policies differ from what is wanted of them.
+struct Drift {
+    QVector<Difference> differences;
+    /// Why, where more than a policy's own files has a say.
+    QStringList obstacles;
+
+    bool isEmpty() const
+    {
+        return differences.isEmpty() && obstacles.isEmpty();
+    }
+};
+
+/// The settings that the document has.
+SettingSchema wishedSchema(const SettingSchema &schema, const Wishes &wishes)
+{
+    SettingSchema wished;
+    for (const Setting &setting : schema.settings) {
+        if (wishes.contains(setting.key)) {
+            wished.settings += setting;
+        }
+    }
+    return wished;
+}
+
+void addDrift(const Policy &policy, const Settings &read, const Wishes &wishes, Drift *drift)
+{
+    const SettingSchema schema = wishedSchema(policy.schema, wishes);
+    const Settings wanted = fulfilled(schema, read, wishes);
+    const Comparison comparison = compare(schema, inForceOf(policy, read), read, wanted);
+    const auto keys = differingKeys(schema, comparison.found, wanted);
+    for (const QString &key : keys) {
+        drift->differences += {policy.name, *schema.find(key), wanted.value(key), comparison.found.value(key)};
+    }
+    for (const QString &obstacle : comparison.obstacles) {
+        drift->obstacles += policy.name + QLatin1String(": ") + obstacle;
+    }
+}
+
+void printDrift(const Drift &drift)
 {
     QVector<QStringList> rows;
-    const Settings wanted = fulfilled(policy.schema, found, wishes);
-    const auto keys = differingKeys(policy.schema, found, wanted);
-    for (const QString &key : keys) {
-        const Setting &setting = *policy.schema.find(key);
-        rows += {policy.name, key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key))};
+    for (const Difference &difference : drift.differences) {
+        rows += {difference.policy,
+                 difference.setting.key,
+                 settingWords(difference.setting, difference.wanted),
+                 settingWords(difference.setting, difference.found)};
     }
-    return rows;
+    if (!rows.isEmpty()) {
+        rows.prepend({translate("CheckCommand", "policy"),
+                      translate("CheckCommand", "setting"),
+                      translate("CheckCommand", "wanted"),
+                      translate("CheckCommand", "found")});
+        out().write(table(rows, 0));
+    }
+    for (const QString &obstacle : drift.obstacles) {
+        out().write(printable(obstacle) + QLatin1Char('\n'));
+    }
 }
 
 /// The same for programs, with values as in the document.
-QJsonArray driftMembers(const Policy &policy, const Settings &found, const Wishes &wishes)
-{
-    QJsonArray members;
-    const Settings wanted = fulfilled(policy.schema, found, wishes);
-    const auto keys = differingKeys(policy.schema, found, wanted);
-    for (const QString &key : keys) {
-        members += QJsonObject{{QStringLiteral("policy"), policy.name},
-                               {QStringLiteral("setting"), key},
-                               {QStringLiteral("wanted"), settingsToJson(policy.schema, wanted).value(key)},
-                               {QStringLiteral("found"), settingsToJson(policy.schema, found).value(key)}};
-    }
-    return members;
-}
-
-void printDrift(const PolicyReadings &readings, const QMap<QString, Wishes> &document)
+void printDriftDocument(const Drift &drift)
 {
     QJsonArray differences;
-    for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
-        const QJsonArray members =
-            driftMembers(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
-        for (const QJsonValue &member : members) {
-            differences += member;
-        }
+    for (const Difference &difference : drift.differences) {
+        differences += QJsonObject{{QStringLiteral("policy"), difference.policy},
+                                   {QStringLiteral("setting"), difference.setting.key},
+                                   {QStringLiteral("wanted"), settingToJson(difference.setting, difference.wanted)},
+                                   {QStringLiteral("found"), settingToJson(difference.setting, difference.found)}};
     }
-    const QJsonObject drift{{QStringLiteral("version"), 1}, {QStringLiteral("differences"), differences}};
-    out().write(QString::fromUtf8(QJsonDocument(drift).toJson()));
+    const QJsonObject document{{QStringLiteral("version"), 1},
+                               {QStringLiteral("differences"), differences},
+                               {QStringLiteral("obstacles"), QJsonArray::fromStringList(drift.obstacles)}};
+    out().write(QString::fromUtf8(QJsonDocument(document).toJson()));
 }
 }
 
@@ -87,24 +130,20 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
         return understood;
     }
     const PolicyReadings readings = readPolicies(document.keys(), mayAskPassword(line));
-    QVector<QStringList> rows;
+    Drift drift;
     for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
-        rows += driftRows(*findPolicy(reading.key()), reading.value(), document.value(reading.key()));
+        addDrift(*findPolicy(reading.key()), reading.value(), document.value(reading.key()), &drift);
     }
     if (line.isSet(jsonOption())) {
-        printDrift(readings, document);
-    } else if (!rows.isEmpty()) {
-        rows.prepend({translate("CheckCommand", "policy"),
-                      translate("CheckCommand", "setting"),
-                      translate("CheckCommand", "wanted"),
-                      translate("CheckCommand", "found")});
-        out().write(table(rows, 0));
+        printDriftDocument(drift);
+    } else {
+        printDrift(drift);
     }
     const ExitCode read = printFailures(readings);
     if (read != ExitCode::Done) {
         return read;
     }
-    return rows.isEmpty() ? ExitCode::Done : ExitCode::Drift;
+    return drift.isEmpty() ? ExitCode::Done : ExitCode::Drift;
 }
 
 QVector<Candidate> CheckCommand::candidates(const QStringList &before) const

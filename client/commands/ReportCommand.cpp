@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/commands/PolicyReadings.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/output/HtmlReport.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
@@ -35,7 +36,8 @@ QVector<ReportSection> policySections(const PolicyReadings &readings)
     QVector<ReportSection> sections;
     for (const Policy &policy : allPolicies()) {
         if (readings.settings.contains(policy.name)) {
-            sections += {policy.titleText(), &policy.schema, readings.settings.value(policy.name)};
+            const InForce inForce = inForceOf(policy, readings.settings.value(policy.name));
+            sections += {policy.titleText(), &policy.schema, inForce};
         }
     }
     return sections;
@@ -49,7 +51,8 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
         if (!reading.outcome.succeeded()) {
             return reading.outcome;
         }
-        sections->append({translate("ReportCommand", "Account %1").arg(account), &store.schema(), reading.settings});
+        sections->append(
+            {translate("ReportCommand", "Account %1").arg(account), &store.schema(), store.inForce(reading.settings)});
     }
     return {};
 }

@@ -4,8 +4,8 @@
 #include "client/output/HtmlReport.h"
 
 #include "client/Translation.h"
+#include "client/output/InForceTable.h"
 #include "client/output/Terminal.h"
-#include "client/settings/SettingText.h"
 
 namespace
 {
@@ -16,7 +16,7 @@ const char style[] =
     "caption { text-align: left; font-size: 1.25rem; font-weight: bold; padding: 0.5rem 0; }\n"
     "th, td { text-align: left; padding: 0.4rem 0.75rem; border-bottom: 1px solid #bdc3c7; }\n"
     "thead th { border-bottom: 2px solid #1b1e20; }\n"
-    "tbody th { font-family: monospace; font-weight: normal; width: 40%; }\n"
+    "tbody th { font-family: monospace; font-weight: normal; width: 30%; }\n"
     ".failure { border-left: 4px solid #b00020; padding: 0.25rem 1rem; white-space: pre-wrap; }\n"
     "@media (prefers-color-scheme: dark) {\n"
     "body { color: #eff0f1; background: #1b1e20; }\n"
@@ -29,25 +29,56 @@ QString escaped(const QString &text)
     return printable(text).toHtmlEscaped();
 }
 
-QString rowHtml(const Setting &setting, const QVariant &value)
+QString rowHtml(const QString &name, const QString &value, const QString &origin)
 {
-    return QStringLiteral("<tr><th scope=\"row\">%1</th><td>%2</td></tr>\n")
-        .arg(escaped(setting.key), escaped(settingWords(setting, value)));
+    return QStringLiteral("<tr><th scope=\"row\">%1</th><td>%2</td><td>%3</td></tr>\n")
+        .arg(escaped(name), escaped(value), escaped(origin));
+}
+
+/// A row over the whole width, for what stands below it.
+QString titleRowHtml(const QString &title)
+{
+    return QStringLiteral("<tr><th scope=\"rowgroup\" colspan=\"3\">%1</th></tr>\n").arg(escaped(title));
+}
+
+QString rowsHtml(const SettingSchema &schema, const InForce &inForce)
+{
+    QString rows;
+    for (const Setting &setting : schema.settings) {
+        const bool hasOrigin = inForce.origins.contains(setting.key);
+        rows += rowHtml(setting.key,
+                        inForceWords(setting, inForce),
+                        hasOrigin ? originText(inForce.origins.value(setting.key)) : QString());
+    }
+    if (!inForce.others.isEmpty()) {
+        rows += titleRowHtml(inForce.othersTitle);
+    }
+    for (const BindingSetting &other : inForce.others) {
+        rows += rowHtml(other.name, bindingText(other), originText(other.origin));
+    }
+    return rows;
+}
+
+QString remarkHtml(const QString &remark)
+{
+    return QStringLiteral("<p class=\"failure\">%1</p>\n").arg(escaped(remark));
 }
 
 QString sectionHtml(const ReportSection &section)
 {
-    QString rows;
-    for (const Setting &setting : section.schema->settings) {
-        rows += rowHtml(setting, section.settings.value(setting.key));
+    QString html = QStringLiteral("<table>\n<caption>%1</caption>\n"
+                                  "<thead><tr><th scope=\"col\">%2</th><th scope=\"col\">%3</th>"
+                                  "<th scope=\"col\">%4</th></tr></thead>\n"
+                                  "<tbody>\n%5</tbody>\n</table>\n")
+                       .arg(escaped(section.title),
+                            escaped(translate("HtmlReport", "Setting")),
+                            escaped(translate("HtmlReport", "Value")),
+                            escaped(translate("HtmlReport", "Comes from")),
+                            rowsHtml(*section.schema, section.inForce));
+    for (const QString &remark : section.inForce.remarks) {
+        html += remarkHtml(remark);
     }
-    return QStringLiteral("<table>\n<caption>%1</caption>\n"
-                          "<thead><tr><th scope=\"col\">%2</th><th scope=\"col\">%3</th></tr></thead>\n"
-                          "<tbody>\n%4</tbody>\n</table>\n")
-        .arg(escaped(section.title),
-             escaped(translate("HtmlReport", "Setting")),
-             escaped(translate("HtmlReport", "Value")),
-             rows);
+    return html;
 }
 
 QString failureHtml(const QString &failure)

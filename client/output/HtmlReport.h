@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "client/settings/Setting.h"
+#include "client/effective/InForce.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -12,7 +12,7 @@
 struct ReportSection {
     QString title;
     const SettingSchema *schema;
-    Settings settings;
+    InForce inForce;
 };
 
 struct Report {

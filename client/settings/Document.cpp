@@ -15,25 +15,6 @@ namespace
 {
 constexpr int formatVersion = 1;
 
-QJsonValue toJson(const Setting &setting, const QVariant &value)
-{
-    if (!value.isValid()) {
-        return QJsonValue::Null;
-    }
-    if (setting.kind == SettingKind::Flag) {
-        return value.toBool();
-    }
-    const qlonglong number = value.toLongLong();
-    return setting.kind == SettingKind::Date && hasDate(number) ? QJsonValue(dateText(number)) : QJsonValue(number);
-}
-
-/// As it stands in the document.
-QString jsonText(const QJsonValue &value)
-{
-    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(array.mid(1, array.size() - 2));
-}
-
 /// Whether the value is of a type that stands for the setting: text only for dates, flags only as booleans.
 bool hasFittingType(const Setting &setting, const QJsonValue &value)
 {
@@ -89,16 +70,34 @@ QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wi
 }
 }
 
+QJsonValue settingToJson(const Setting &setting, const QVariant &value)
+{
+    if (!value.isValid()) {
+        return QJsonValue::Null;
+    }
+    if (setting.kind == SettingKind::Flag) {
+        return value.toBool();
+    }
+    const qlonglong number = value.toLongLong();
+    return setting.kind == SettingKind::Date && hasDate(number) ? QJsonValue(dateText(number)) : QJsonValue(number);
+}
+
+QString jsonText(const QJsonValue &value)
+{
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1, array.size() - 2));
+}
+
 QString badMemberText(const Setting &setting, const QVariant &value)
 {
-    return badJsonText(setting, toJson(setting, value));
+    return badJsonText(setting, settingToJson(setting, value));
 }
 
 QJsonObject settingsToJson(const SettingSchema &schema, const Settings &settings)
 {
     QJsonObject object;
     for (const Setting &setting : schema.settings) {
-        object.insert(setting.key, toJson(setting, settings.value(setting.key)));
+        object.insert(setting.key, settingToJson(setting, settings.value(setting.key)));
     }
     return object;
 }
@@ -129,13 +128,21 @@ QByteArray writeDocument(const QMap<QString, Settings> &policies)
     return QJsonDocument(document).toJson();
 }
 
+QString inForceMember()
+{
+    return QStringLiteral("inForce");
+}
+
 QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
 {
     QJsonParseError error;
-    const QJsonObject document = QJsonDocument::fromJson(text, &error).object();
+    QJsonObject document = QJsonDocument::fromJson(text, &error).object();
     if (error.error != QJsonParseError::NoError) {
         return translate("Document", "not a JSON document: %1 (at byte %2)")
             .arg(error.errorString(), QString::number(error.offset));
+    }
+    if (document.value(inForceMember()).isObject()) {
+        document.remove(inForceMember());
     }
     if (document.value(QStringLiteral("version")) != QJsonValue(formatVersion)
         || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {

@@ -8,6 +8,12 @@
 #include <QJsonObject>
 #include <QMap>
 
+/// One value as JSON: flags as booleans, numbers as numbers, dates as "YYYY-MM-DD", null for what isn't set.
+QJsonValue settingToJson(const Setting &setting, const QVariant &value);
+
+/// The value as it stands in a document.
+QString jsonText(const QJsonValue &value);
+
 /**
  * Settings as JSON: flags as booleans, numbers as numbers, dates as "YYYY-MM-DD" (day counts beyond the calendar), null
  * for what isn't set.
@@ -31,6 +37,9 @@ QString badMemberText(const Setting &setting, const QVariant &value);
 /// The document of docs/accountpolicies.schema.json.in.
 /// @param policies settings by the name of their policy
 QByteArray writeDocument(const QMap<QString, Settings> &policies);
+
+/// The member of a document that tells what the policies come to; it is printed, and ignored where one is read.
+QString inForceMember();
 
 /**
  * Understands such a document.

@@ -5,6 +5,7 @@
 
 #include "client/bus/PolicyRead.h"
 #include "client/bus/RequestWait.h"
+#include "client/effective/PolicyInForce.h"
 #include "client/stores/TaskOutcome.h"
 #include "client/system/PamFiles.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
@@ -89,6 +90,11 @@ Outcome PolicyStore::write(const Settings &settings)
         reply.outcome.error += QLatin1Char('\n') + changedProfileText(*files);
     }
     return reply.outcome;
+}
+
+InForce PolicyStore::inForce(const Settings &read) const
+{
+    return inForceOf(m_policy, read);
 }
 
 QString PolicyStore::reasonNotInForce() const

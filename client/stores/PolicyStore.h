@@ -28,6 +28,7 @@ public:
     /// Reads in this process: by the helper's own task, with the rights of the user.
     Reading readHere() const;
     Outcome write(const Settings &settings) override;
+    InForce inForce(const Settings &read) const override;
     QString reasonNotInForce() const override;
 
 private:

@@ -12,6 +12,13 @@ bool SettingsStore::exists() const
     return true;
 }
 
+InForce SettingsStore::inForce(const Settings &read) const
+{
+    InForce inForce;
+    inForce.settings = read;
+    return inForce;
+}
+
 QString SettingsStore::reasonNotInForce() const
 {
     return {};

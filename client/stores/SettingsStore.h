@@ -4,6 +4,7 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/effective/InForce.h"
 #include "client/settings/Setting.h"
 #include "client/stores/StoreName.h"
 
@@ -33,6 +34,9 @@ public:
     virtual Reading read() = 0;
     /// Makes these the settings; one that isn't set there is removed.
     virtual Outcome write(const Settings &settings) = 0;
+
+    /// What the settings, as they were read, come to; just those where nothing else has a say.
+    virtual InForce inForce(const Settings &read) const;
 
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;

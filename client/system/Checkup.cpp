@@ -9,6 +9,7 @@
 #include "client/bus/TextAgent.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
+#include "client/system/PamCheckup.h"
 #include "client/system/PamFiles.h"
 #include "engine/FileRewriting.h"
 #include "policies/expiration/ExpirationFiles.h"
@@ -241,14 +242,7 @@ QVector<Finding> checkPam()
     for (const PamFiles &files : allPamFiles()) {
         findings += checkProfiles(files);
     }
-    const QString lockoutModule = modulePath(lockoutPolicy().profiles.constFirst().module);
-    if (!lockoutModule.isEmpty()) {
-        findings += good(translate("Checkup", "module: %1").arg(lockoutModule));
-    } else {
-        findings +=
-            note(translate("Checkup", "pam_tally.so is not installed: no account is locked after failed logins"),
-                 translate("Checkup", "Debian has dropped this module after version 10"));
-    }
+    findings += checkLockout() + checkPasswordRules();
     const bool needsDictionary = !modulePath(QStringLiteral("pam_pwquality")).isEmpty();
     if (needsDictionary && !QFile::exists(QStringLiteral("/var/cache/cracklib/cracklib_dict.pwd"))) {
         findings += wrong(translate("Checkup", "pam_pwquality has no dictionary, and refuses every password"),

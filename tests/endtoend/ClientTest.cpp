@@ -12,6 +12,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 
 #include <algorithm>
@@ -21,21 +23,6 @@ namespace
 const QVector<Setting> &complexitySettings()
 {
     return findPolicy(QStringLiteral("complexity"))->schema.settings;
-}
-
-/// Of a policy without any setting, by the client's list of them.
-QByteArray complexityTable()
-{
-    int longest = 0;
-    for (const Setting &setting : complexitySettings()) {
-        longest = qMax(longest, setting.key.size());
-    }
-    QByteArray table = "Password complexity\n";
-    for (const Setting &setting : complexitySettings()) {
-        table += "  " + setting.key.toLatin1().leftJustified(longest + 2)
-            + (setting.kind == SettingKind::Flag ? "no\n" : "not set\n");
-    }
-    return table;
 }
 
 QByteArray complexityMember()
@@ -54,10 +41,19 @@ QByteArray printed(const char *words)
     return client(nobody, words).standardOutput;
 }
 
+QJsonObject jsonOf(const char *words)
+{
+    return QJsonDocument::fromJson(printed(words)).object();
+}
+
+const QLatin1String policiesMember("policies");
+const QLatin1String inForceMember("inForce");
+
 /// What stands in the document of a single policy under "policies".
 QByteArray memberIn(const QByteArray &document)
 {
-    const int begin = document.indexOf("        ");
+    const QByteArray start = "\"policies\": {\n";
+    const int begin = document.indexOf(start) + start.size();
     return document.mid(begin, document.indexOf("\n    },\n    \"version\"") - begin);
 }
 }
@@ -95,16 +91,24 @@ void ClientTest::changesPam()
 
 void ClientTest::showsAllPolicies()
 {
-    const QByteArray tables = printed("show lockout") + '\n' + complexityTable() + '\n' + printed("show expiration");
+    const QByteArray tables =
+        printed("show lockout") + '\n' + printed("show complexity") + '\n' + printed("show expiration");
     QCOMPARE(client(nobody, ""), success(tables));
     QCOMPARE(client(nobody, "show"), success(tables));
-    QCOMPARE(client(nobody, "show complexity"), success(complexityTable()));
 
     const QByteArray everything = "{\n    \"policies\": {\n" + complexityMember() + ",\n"
         + memberIn(printed("show expiration --json")) + ",\n" + memberIn(printed("show lockout --json"))
         + "\n    },\n    \"version\": 1\n}\n";
-    QCOMPARE(client(nobody, "--json"), success(everything));
     QCOMPARE(client(nobody, "export"), success(everything));
+    QCOMPARE(jsonOf("--json").value(policiesMember),
+             QJsonDocument::fromJson(everything).object().value(policiesMember));
+    const QJsonObject inForce = jsonOf("--json").value(inForceMember).toObject();
+    QCOMPARE(inForce.keys(),
+             QStringList({QStringLiteral("complexity"), QStringLiteral("expiration"), QStringLiteral("lockout")}));
+    for (const QString &policy : inForce.keys()) {
+        const QByteArray words = "show --json " + policy.toLatin1();
+        QCOMPARE(inForce.value(policy), jsonOf(words.constData()).value(inForceMember).toObject().value(policy));
+    }
 }
 
 void ClientTest::helps_data()
@@ -179,6 +183,9 @@ void ClientTest::printsCandidates_data()
                "--version\tShow the version.\n");
     candidates("-- sh", "show\tShow the policies in force.\n");
     candidates("sh", "show\tShow the policies in force.\n"); // without the mark
+    candidates("-- show lockout de", "deny\tFailed logins after which an account is locked\n");
+    candidates("-- show lockout deny d", "");
+    candidates("-- show nothing d", "");
     candidates("-- se s", ""); // behind no command
     candidates("-- set co", "complexity\tPassword complexity\n");
     candidates("-- set u", "user\tThe settings of an account (root only)\n");

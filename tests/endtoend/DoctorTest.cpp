@@ -149,7 +149,23 @@ void addPamFaults()
               "ok    module: /usr/lib/security/pam_tally.so"});
     addFault("profile that doesn't name its module", {{pwquality, "Name: empty\n# pam_pwquality.so\n"}},
              {"WRONG /usr/share/pam-configs/pwquality does not name pam_pwquality.so",
-              "      bring its line back: dpkg -S /usr/share/pam-configs/pwquality"});
+              "      bring its line back: dpkg -S /usr/share/pam-configs/pwquality",
+              "note  /usr/share/pam-configs/pwquality was changed, and the next version of libpam-pwquality brings its own "
+              "again",
+              "      keep what accountpolicyctl export prints, and give it to accountpolicyctl apply after each upgrade"});
+    addFault("pwquality switched off", {{QString::fromLatin1(passwordStack), "password required pam_unix.so\n"}},
+             {"note  pam_pwquality is installed, but switched off: /etc/pam.d/common-password does not call it",
+              "      pam-auth-update --enable pwquality"});
+    addFault("rules that do not count",
+             {{QString::fromLatin1(passwordStack), "password requisite pam_pwquality.so minlen=12 gecoscheck\n"},
+              {QStringLiteral("/etc/security/pwquality.conf"), "minlen = 16\nenforcing = 0\n"}},
+             {"note  weak passwords are not refused: enforcing = 0 in /etc/security/pwquality.conf",
+              "      mend it there; accountpolicyctl show complexity has what is in force",
+              "note  pam_pwquality does not take the option gecoscheck of /etc/pam.d/common-password",
+              "      mend it there; accountpolicyctl show complexity has what is in force",
+              "note  minlen = 16 in /etc/security/pwquality.conf does not count: /etc/pam.d/common-password sets minlen to "
+              "12",
+              "      remove one of the two"});
     addFault("no profile for complexity", {{pwquality, {}}},
              {"note  the complexity policy cannot be written: there is no profile /usr/share/pam-configs/pwquality, "
               "/usr/share/pam-configs/cracklib"});
@@ -217,6 +233,7 @@ private Q_SLOTS:
     void findsNothingWrongOnStockMachine();
     void findsWhatIsWrong_data();
     void findsWhatIsWrong();
+    void tellsByWhatAccountsAreLocked();
     void findsHelperThatCannotStart();
     void findsMissingBusService();
     void findsMissingActions_data();
@@ -263,6 +280,19 @@ void DoctorTest::findsWhatIsWrong()
 
     QCOMPARE(unusualLines(doctor.standardOutput), lines);
     QCOMPARE(doctor.exitCode, lines.join().contains("WRONG") ? 1 : 0);
+}
+
+void DoctorTest::tellsByWhatAccountsAreLocked()
+{
+    const ScopedFile stack(QString::fromLatin1(authStack),
+                           "auth required pam_faillock.so preauth deny=5\nauth required pam_faillock.so authfail\n");
+    const ScopedFile limits(QStringLiteral("/etc/security/faillock.conf"), "unlock_time = never\n");
+    QByteArrayList lines = stockLines();
+    const int lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
+    lines.replace(lockout, "note  accounts are locked by pam_faillock: deny 5, fail_interval 900, unlock_time never");
+    lines.replace(lockout + 1, "      the lockout policy does not change that; see faillock.conf(5)");
+
+    QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }
 
 void DoctorTest::findsHelperThatCannotStart()

@@ -347,10 +347,10 @@ void PromptTest::asksNothing_data()
     QTest::newRow("if told so") << set + QStringLiteral("--no-ask-password") << 3 << refused;
     QTest::newRow("to read") << QStringLiteral("accountpolicyctl show expiration") << 0
                              << QByteArray("Password expiration of new accounts\r\n"
-                                           "  maxInterval       90 days\r\n"
+                                           "  maxInterval       90 days  /etc/login.defs\r\n"
                                            "  minInterval       not set\r\n"
                                            "  warningInterval   not set\r\n"
-                                           "  inactiveInterval  never\r\n"
+                                           "  inactiveInterval  never    /etc/default/useradd\r\n"
                                            "  expireDate        never\r\n");
 }
 

@@ -161,7 +161,7 @@ void MachineTest::asksAdministrator()
     PseudoTerminal *terminal = fromAfar ? remote.get() : logInOnConsole("admin");
     QVERIFY(terminal);
     const QByteArray shown = typed(terminal, "accountpolicyctl show expiration");
-    QVERIFY2(shown.contains("  maxInterval       99999 days\r\n"), shown.constData());
+    QVERIFY2(shown.contains("  maxInterval       99999 days  /etc/login.defs\r\n"), shown.constData());
 
     type(terminal, setMaxDays);
     QVERIFY2(terminal->waitFor("Authenticating as: admin"), terminal->output().constData());

@@ -278,8 +278,8 @@ void PackageTest::leavesJustWhatTheAdministratorSet()
     QCOMPARE(machine.run("accountpolicyctl set expiration maxInterval=80"), QByteArray("0: expiration: in force\n"));
     QCOMPARE(machine.run(install("packages")), QByteArray("0: "));
     QVERIFY(!machine.root().has(fileOfOld));
-    QCOMPARE(machine.run("accountpolicyctl show | grep -E 'minlen|maxInterval'"),
-             QByteArray("0:   minlen            12 characters\n  maxInterval       80 days\n"));
+    QCOMPARE(machine.run("accountpolicyctl show complexity minlen; accountpolicyctl show expiration maxInterval"),
+             QByteArray("0: 12\n80\n"));
     QCOMPARE(machine.run("accountpolicyctl set expiration maxInterval=90"), QByteArray("0: expiration: in force\n"));
     QCOMPARE(machine.run(aptGet(QByteArray("purge ") + packageNames)), QByteArray("0: "));
     QCOMPARE(machine.run("ls /var/lib/dpkg/info | grep ^accountpolicies; "

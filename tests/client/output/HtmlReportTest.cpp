@@ -18,11 +18,22 @@ const SettingSchema &schema()
     return schema;
 }
 
+InForce inForce()
+{
+    InForce inForce;
+    inForce.settings = {{QStringLiteral("a<b"), true}, {QStringLiteral("time"), 900}};
+    inForce.origins = {{QStringLiteral("a<b"), {}}, {QStringLiteral("time"), QStringLiteral("/e<tc")}};
+    inForce.othersTitle = QStringLiteral("Others & more:");
+    inForce.others = {{QStringLiteral("words"), QStringLiteral("<x>"), {}}, {QStringLiteral("none"), {}, {}}};
+    inForce.remarks += QStringLiteral("but <not>");
+    return inForce;
+}
+
 Report report()
 {
     return {QStringLiteral("host<&\"'\033"),
             QDateTime(QDate(2026, 11, 21), QTime(4, 5, 6), QTimeZone("Europe/Berlin")),
-            {{QStringLiteral("One & only"), &schema(), {{QStringLiteral("a<b"), true}, {QStringLiteral("time"), 900}}}},
+            {{QStringLiteral("One & only"), &schema(), inForce()}},
             {QStringLiteral("<script>\n\"x\"")}};
 }
 }

@@ -1,0 +1,192 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/effective/PolicyInForce.h"
+
+#include "client/Translation.h"
+#include "client/effective/Faillock.h"
+#include "client/effective/PamLine.h"
+#include "client/effective/Pwquality.h"
+#include "client/system/PamFiles.h"
+#include "policies/expiration/ExpirationFiles.h"
+
+#include <QFile>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace
+{
+/// Just as it was read: a value that is set comes from the file.
+InForce asRead(const SettingSchema &schema, const Settings &read, const Origin &origin)
+{
+    InForce inForce;
+    inForce.settings = read;
+    for (const Setting &setting : schema.settings) {
+        if (isSet(read.value(setting.key))) {
+            inForce.origins.insert(setting.key, origin);
+        }
+    }
+    return inForce;
+}
+
+/// What the module calls a setting of the policy.
+QString pwqualityName(const QString &key)
+{
+    return key == QLatin1String("reject_username") ? QStringLiteral("usercheck") : key;
+}
+
+/// Whether a line's module can refuse something, whatever the other modules say (pam.conf(5)).
+bool canRefuse(const QString &control)
+{
+    static const QRegularExpression refusal(QStringLiteral(R"(\bauthtok_err=(\w+))"));
+    static const QRegularExpression otherwise(QStringLiteral(R"(\bdefault=(\w+))"));
+    const QString word = control.toLower();
+    if (!word.contains(QLatin1Char('='))) {
+        return word == QLatin1String("required") || word == QLatin1String("requisite");
+    }
+    const QRegularExpressionMatch named = refusal.match(word);
+    const QString action = named.hasMatch() ? named.captured(1) : otherwise.match(word).captured(1);
+    return action == QLatin1String("bad") || action == QLatin1String("die");
+}
+
+/// What keeps weak passwords from being refused, a sentence each.
+QStringList enforcementRemarks(const PwqualityRules &rules, const QString &stack, const PamLine &line)
+{
+    QStringList remarks;
+    const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
+    if (enforcing.value.toLongLong() == 0) {
+        remarks += translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
+                       .arg(originText(enforcing.origin));
+    }
+    if (!canRefuse(line.control)) {
+        remarks += translate("PolicyInForce", "weak passwords may pass: pam_pwquality is \"%1\" in %2")
+                       .arg(line.control, stack);
+    }
+    return remarks;
+}
+
+QStringList usernameRemarks(const PwqualityRules &rules, const Settings &read)
+{
+    const BindingSetting usercheck = rules.find(QStringLiteral("usercheck"));
+    if (!read.value(QStringLiteral("reject_username")).toBool() || usercheck.value.toLongLong() != 0) {
+        return {};
+    }
+    return {translate("PolicyInForce", "reject_username does nothing: usercheck = 0 in %1")
+                .arg(originText(usercheck.origin))};
+}
+
+void addSetting(const Setting &setting, const BindingSetting &rule, InForce *inForce)
+{
+    const bool isFlag = setting.kind == SettingKind::Flag;
+    inForce->settings.insert(setting.key, isFlag ? rule.value.toLongLong() != 0 : rule.value);
+    inForce->origins.insert(setting.key, rule.origin);
+}
+
+/// The numbers of the stack that the module raises.
+QStringList raisedKeys(const InForce &inForce, const QString &stack, const Settings &read)
+{
+    QStringList keys;
+    for (auto setting = read.cbegin(); setting != read.cend(); ++setting) {
+        if (setting.value().type() != QVariant::Bool && inForce.origins.value(setting.key()) == stack
+            && inForce.settings.value(setting.key()).toLongLong() > setting.value().toLongLong()) {
+            keys += setting.key();
+        }
+    }
+    return keys;
+}
+
+InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
+{
+    const PwqualityRules rules = pwqualityRules(stack, line.options);
+    InForce inForce;
+    for (const Setting &setting : schema.settings) {
+        addSetting(setting, rules.find(pwqualityName(setting.key)), &inForce);
+    }
+    for (const BindingSetting &rule : rules.settings) {
+        if (!schema.find(rule.name)) {
+            inForce.others += rule;
+        }
+    }
+    inForce.raised = raisedKeys(inForce, stack, read);
+    inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
+    const QStringList enforcement = enforcementRemarks(rules, stack, line);
+    inForce.isEnforced = enforcement.isEmpty();
+    inForce.remarks = enforcement + rules.remarks + usernameRemarks(rules, read);
+    return inForce;
+}
+
+InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
+{
+    const QByteArray stack = fileContent(files.stack);
+    const QString type = QStringLiteral("password");
+    const QVector<PamLine> lines = pamLines(stack, type, QStringLiteral("pam_pwquality"));
+    if (!lines.isEmpty()) {
+        InForce inForce = pwqualityInForce(schema, files.stack, lines.constFirst(), read);
+        if (lines.size() > 1) {
+            inForce.remarks += translate("PolicyInForce", "%1 calls pam_pwquality again, with rules that are not shown")
+                                   .arg(files.stack);
+        }
+        return inForce;
+    }
+    if (!pamLines(stack, type, QStringLiteral("pam_cracklib")).isEmpty()) {
+        return asRead(schema, read, files.stack);
+    }
+    InForce inForce;
+    inForce.settings = normalized(schema, {});
+    inForce.isEnforced = false;
+    inForce.remarks += translate("PolicyInForce", "weak passwords are not refused: %1 calls no module that checks them")
+                           .arg(files.stack);
+    return inForce;
+}
+
+/// Whether a profile could bring the policy into the stack.
+bool canComeIntoForce(const PamFiles &files)
+{
+    return std::any_of(files.profiles.begin(), files.profiles.end(), [](const PamProfile &profile) {
+        return QFile::exists(profile.path()) && !modulePath(profile.module).isEmpty()
+            && !isModuleRefused(profile.module);
+    });
+}
+
+InForce lockoutInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
+{
+    InForce inForce = asRead(schema, read, files.stack);
+    const FaillockRules faillock = faillockRules();
+    inForce.others = faillock.settings;
+    if (faillock.locks) {
+        inForce.othersTitle =
+            translate("PolicyInForce", "Accounts are locked by pam_faillock, whose rules are only shown:");
+    }
+    if (!faillock.agree) {
+        inForce.remarks +=
+            translate("PolicyInForce",
+                      "the lines of pam_faillock in %1 have different rules; those of the first are shown")
+                .arg(files.stack);
+    }
+    inForce.isAvailable = namesModule(files.stack, files.profiles.constFirst().module) || canComeIntoForce(files);
+    inForce.isEnforced = inForce.isAvailable || faillock.locks;
+    return inForce;
+}
+
+InForce expirationInForce(const SettingSchema &schema, const Settings &read)
+{
+    InForce inForce = asRead(schema, read, loginDefs().path);
+    for (const FileSetting &setting : useraddDefaults().settings) {
+        if (inForce.origins.contains(setting.key)) {
+            inForce.origins.insert(setting.key, useraddDefaults().path);
+        }
+    }
+    return inForce;
+}
+}
+
+InForce inForceOf(const Policy &policy, const Settings &read)
+{
+    const PamFiles *files = pamFilesOf(policy.name);
+    if (!files) {
+        return expirationInForce(policy.schema, read);
+    }
+    return policy.name == QLatin1String("lockout") ? lockoutInForce(policy.schema, *files, read)
+                                                   : complexityInForce(policy.schema, *files, read);
+}
