@@ -18,6 +18,8 @@ enum class ExitCode {
     Busy = 5,
     /// The policies in force differ from the wanted ones.
     Drift = 6,
+    /// Not written: something of an administrator's would be lost.
+    Loss = 7,
 };
 
 /// How a step of a command ended.

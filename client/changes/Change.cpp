@@ -7,13 +7,17 @@
 #include "client/changes/History.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
+#include "client/preview/PreviewReport.h"
+#include "client/settings/Document.h"
 #include "client/settings/SettingText.h"
+#include "client/system/PamFiles.h"
 
 #include <QFile>
+#include <QJsonObject>
 
 namespace
 {
-Outcome saveBefore(const Change &change, QString *file)
+Outcome saveBefore(const Change &change, const QMap<QString, QString> &lost, QString *file)
 {
     if (!change.before.outcome.succeeded()) {
         printError(translate("Change", "%1 could not be read, so that there is no way back from this change")
@@ -21,7 +25,7 @@ Outcome saveBefore(const Change &change, QString *file)
         return {};
     }
     const HistoryEntry entry{
-        {}, QDateTime::currentDateTimeUtc(), change.store->name(), change.command, change.before.settings};
+        {}, QDateTime::currentDateTimeUtc(), change.store->name(), change.command, change.before.settings, lost};
     return History().save(entry, file);
 }
 
@@ -67,10 +71,10 @@ bool hasChangedNothing(const Change &change, const Outcome &written)
 }
 
 /// A success only if everything that was asked for is in force.
-Outcome carryOut(const Change &change)
+Outcome carryOut(const Change &change, const Preview &preview)
 {
     QString saved;
-    Outcome kept = saveBefore(change, &saved);
+    Outcome kept = saveBefore(change, lostTexts(preview), &saved);
     if (!kept.succeeded()) {
         return kept;
     }
@@ -101,22 +105,106 @@ QString previewText(const Change &change)
     }
     return table(rows, 0);
 }
+
+void showForPeople(const Change &change, const Preview &preview)
+{
+    const QString diffs = diffsText(preview);
+    out().write(printable(diffs.isEmpty() ? previewText(change) : previewText(change) + QLatin1Char('\n') + diffs));
 }
 
-ExitCode performChange(const Change &change, bool dryRun)
+QJsonObject jsonOf(const Change &change, const Preview &preview)
+{
+    const SettingSchema &schema = change.store->schema();
+    const bool isKnown = change.before.outcome.succeeded();
+    return {{QStringLiteral("of"), change.store->name().text()},
+            {QStringLiteral("now"), isKnown ? settingsToJson(schema, change.before.settings) : QJsonValue()},
+            {QStringLiteral("then"), settingsToJson(schema, change.wanted)},
+            {QStringLiteral("files"), filesToJson(preview)}};
+}
+
+void show(const Change &change, const Preview &preview, const ChangeMode &mode)
+{
+    if (mode.report) {
+        mode.report->append(jsonOf(change, preview));
+    } else {
+        showForPeople(change, preview);
+    }
+}
+
+/// Whether more than the store's own settings is at stake: pam-auth-update(8) makes the stacks anew.
+bool isOfPam(const Change &change)
+{
+    const StoreName name = change.store->name();
+    return name.kind == StoreName::Kind::Policy && pamFilesOf(name.name);
+}
+
+QString lossText(const Change &change, const Preview &preview)
+{
+    return translate("Change",
+                     "%1 is left as it is: what an administrator has put there would be lost; --force goes on")
+               .arg(change.store->phrase())
+        + QLatin1Char('\n') + lostLinesText(preview);
+}
+
+/// Why the change is not to be begun; a success if nothing is to be said against it.
+Outcome objection(const Change &change, const QString &obstacle, const Preview &preview)
+{
+    if (!obstacle.isEmpty()) {
+        return {ExitCode::NotInForce,
+                translate("Change", "%1 cannot come into force on this system").arg(change.store->phrase())
+                    + QLatin1Char('\n') + obstacle};
+    }
+    if (!preview.outcome.succeeded()) {
+        return {preview.outcome.code,
+                preview.outcome.error + QLatin1Char('\n')
+                    + translate("Change", "this is what a preview came to; nothing was changed, and --force goes on")};
+    }
+    return preview.losesLines() ? Outcome{ExitCode::Loss, lossText(change, preview)} : Outcome();
+}
+
+ExitCode refuse(const Outcome &outcome)
+{
+    printError(outcome.error);
+    return outcome.code;
+}
+
+ExitCode performDryRun(const Change &change, const ChangeMode &mode)
+{
+    const Preview preview = change.store->preview(change.wanted);
+    show(change, preview, mode);
+    const Outcome objected =
+        isOfPam(change) && !mode.force ? objection(change, change.store->obstacle(), preview) : preview.outcome;
+    return objected.succeeded() ? ExitCode::Done : refuse(objected);
+}
+
+/// Looks at what a change of PAM's files would do, before anything is sent.
+Outcome lookAhead(const Change &change, const ChangeMode &mode, Preview *preview)
+{
+    if (!isOfPam(change)) {
+        return {};
+    }
+    const QString obstacle = mode.force ? QString() : change.store->obstacle();
+    if (obstacle.isEmpty()) {
+        *preview = change.store->preview(change.wanted);
+    }
+    return mode.force ? Outcome() : objection(change, obstacle, *preview);
+}
+}
+
+ExitCode performChange(const Change &change, const ChangeMode &mode)
 {
     if (!change.store->exists()) {
         printError(translate("Change", "%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
-    if (dryRun) {
-        out().write(printable(previewText(change)));
-        return ExitCode::Done;
+    if (mode.dryRun) {
+        return performDryRun(change, mode);
     }
-    const Outcome outcome = carryOut(change);
+    Preview preview;
+    const Outcome objected = lookAhead(change, mode, &preview);
+    const Outcome outcome = objected.succeeded() ? carryOut(change, preview) : objected;
     if (!outcome.succeeded()) {
-        printError(outcome.error);
-        return outcome.code;
+        return refuse(outcome);
     }
     out().write(printable(translate("Change", "%1: in force").arg(change.store->name().text())) + QLatin1Char('\n'));
     return ExitCode::Done;

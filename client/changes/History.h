@@ -8,6 +8,7 @@
 #include "client/stores/StoreName.h"
 
 #include <QDateTime>
+#include <QMap>
 #include <QVector>
 
 /// The settings as they were before a change.
@@ -20,6 +21,8 @@ struct HistoryEntry {
     /// What was typed to change it.
     QString command;
     Settings before;
+    /// What the change took away that an administrator had put there: by the path of a file, its unified diff.
+    QMap<QString, QString> lost = {};
 };
 
 /**

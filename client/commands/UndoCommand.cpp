@@ -4,8 +4,8 @@
 #include "client/commands/UndoCommand.h"
 
 #include "client/Translation.h"
-#include "client/changes/Change.h"
 #include "client/changes/History.h"
+#include "client/commands/ChangeOptions.h"
 #include "client/output/Terminal.h"
 #include "client/stores/Stores.h"
 
@@ -17,7 +17,7 @@ ExitCode fail(const QString &text)
     return ExitCode::Failed;
 }
 
-ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
+ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line, const ChangeMode &mode)
 {
     if (!entry.store) {
         return fail(translate("UndoCommand", "%1 cannot be understood").arg(entry.file));
@@ -29,8 +29,7 @@ ExitCode undo(const HistoryEntry &entry, const QCommandLineParser &line)
         return before.outcome.code;
     }
     return performChange(
-        {store.get(), before, entry.before, translate("UndoCommand", "undo of: %1").arg(entry.command)},
-        isDryRun(line));
+        {store.get(), before, entry.before, translate("UndoCommand", "undo of: %1").arg(entry.command)}, mode);
 }
 }
 
@@ -53,7 +52,7 @@ QList<Argument> UndoCommand::arguments() const
 
 QList<QCommandLineOption> UndoCommand::options() const
 {
-    return {dryRunOption(), noAskPasswordOption()};
+    return changeOptions();
 }
 
 ExitCode UndoCommand::run(const QCommandLineParser &line) const
@@ -75,5 +74,7 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
         return fail(
             translate("UndoCommand", "there is no change %1; the oldest is %2").arg(number).arg(entries.size()));
     }
-    return undo(entries.at(number - 1), line);
+    return runChanges(line, [&](const ChangeMode &mode) {
+        return undo(entries.at(number - 1), line, mode);
+    });
 }

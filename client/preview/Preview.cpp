@@ -89,7 +89,7 @@ QStringList stacksIn(const MachineCopy &copy)
     return stacks;
 }
 
-QByteArrayList lostIn(const PamPolicy &policy, const MachineCopy &copy, const FilePreview &stack)
+QByteArrayList lostInStack(const PamPolicy &policy, const MachineCopy &copy, const FilePreview &stack)
 {
     const QString name = stack.path.section(QLatin1String("/common-"), -1);
     return lostLines(policy,
@@ -108,7 +108,7 @@ QVector<FilePreview> pamChanges(const PamPolicy &policy, const MachineCopy &copy
     }
     QVector<FilePreview> stacks = copy.changes(stacksIn(copy));
     for (FilePreview &stack : stacks) {
-        stack.lost = lostIn(policy, copy, stack);
+        stack.lost = lostInStack(policy, copy, stack);
     }
     return copy.changes(profiles) + stacks;
 }

@@ -47,6 +47,21 @@ Outcome PolicyStore::write(const Settings &settings)
     return reply.outcome;
 }
 
+QString PolicyStore::obstacle() const
+{
+    const PamFiles *files = pamFilesOf(m_policy.name);
+    return files ? obstacleTo(*files) : QString();
+}
+
+Preview PolicyStore::preview(const Settings &settings) const
+{
+    Preview preview = previewOf(m_policy.name, settings);
+    if (!preview.outcome.succeeded()) {
+        preview.outcome.error = writeFailure(preview.outcome.error);
+    }
+    return preview;
+}
+
 QString PolicyStore::reasonNotInForce() const
 {
     const PamFiles *files = pamFilesOf(m_policy.name);

@@ -23,6 +23,8 @@ public:
     const SettingSchema &schema() const override;
     Reading read() override;
     Outcome write(const Settings &settings) override;
+    QString obstacle() const override;
+    Preview preview(const Settings &settings) const override;
     QString reasonNotInForce() const override;
 
 private:

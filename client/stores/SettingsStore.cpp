@@ -12,6 +12,17 @@ bool SettingsStore::exists() const
     return true;
 }
 
+QString SettingsStore::obstacle() const
+{
+    return {};
+}
+
+Preview SettingsStore::preview(const Settings &settings) const
+{
+    Q_UNUSED(settings)
+    return {};
+}
+
 QString SettingsStore::reasonNotInForce() const
 {
     return {};

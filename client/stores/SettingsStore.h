@@ -4,6 +4,7 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/preview/Preview.h"
 #include "client/settings/Setting.h"
 #include "client/stores/StoreName.h"
 
@@ -33,6 +34,11 @@ public:
     virtual Reading read() = 0;
     /// Makes these the settings; one that isn't set there is removed.
     virtual Outcome write(const Settings &settings) = 0;
+
+    /// Why nothing that is written can come into force here, in one line or more; empty if it can.
+    virtual QString obstacle() const;
+    /// What write() would do. A store that keeps its settings in no files of text has no preview: a success without files.
+    virtual Preview preview(const Settings &settings) const;
 
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;

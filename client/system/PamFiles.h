@@ -35,5 +35,8 @@ QString modulePath(const QString &module);
 /// Whether this machine's pam-auth-update(8) leaves out the profiles that name the module.
 bool isModuleRefused(const QString &module);
 
+/// Why the profiles can't come into force on this machine, whatever they say, and what can be done; empty if one can.
+QString obstacleTo(const PamFiles &files);
+
 /// Why the stack may lack what the profiles say, one line.
 QString reasonNotInStack(const PamFiles &files);

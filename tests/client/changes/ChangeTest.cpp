@@ -105,7 +105,7 @@ void ChangeTest::keepsTheWayBack()
     const QTemporaryDir folder;
     qputenv("XDG_STATE_HOME", folder.path().toLocal8Bit());
 
-    const ExitCode code = performChange({&store, {{}, interval(90)}, interval(7), QStringLiteral("set")}, false);
+    const ExitCode code = performChange({&store, {{}, interval(90)}, interval(7), QStringLiteral("set")}, {});
 
     QTEST(static_cast<int>(code), "exitCode");
     QTEST(store.readings, "readings");
