@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 namespace
 {
@@ -108,13 +109,17 @@ QVector<FilePreview> MachineCopy::changes(const QStringList &paths) const
     return changes;
 }
 
-QStringList MachineCopy::files(const QString &folder, const QString &pattern) const
+QStringList MachineCopy::files(const QString &folder) const
 {
-    QStringList paths;
-    const auto names = QDir(root() + folder).entryList({pattern}, QDir::Files | QDir::Hidden, QDir::Name);
+    const QString start = folder + QLatin1Char('/');
+    QStringList paths = m_taken.keys();
+    const auto names = QDir(root() + folder).entryList(QDir::Files | QDir::Hidden);
     for (const QString &name : names) {
-        paths += folder + QLatin1Char('/') + name;
+        paths += start + name;
     }
+    paths = paths.filter(QRegularExpression(QLatin1Char('^') + QRegularExpression::escape(start)));
+    paths.removeDuplicates();
+    paths.sort();
     return paths;
 }
 

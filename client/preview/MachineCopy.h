@@ -33,10 +33,10 @@ public:
 
     /// What was taken of a file; null where there was none.
     QByteArray taken(const QString &path) const;
-    /// Of all files that were taken or have come into being since, those that @p paths has and that are others by now.
+    /// Those of the files that are others by now, or gone.
     QVector<FilePreview> changes(const QStringList &paths) const;
-    /// The files that are in a folder now.
-    QStringList files(const QString &folder, const QString &pattern) const;
+    /// The paths of a folder's files, those that were taken and those that are there now.
+    QStringList files(const QString &folder) const;
 
     /// A run of pam-auth-update(8) that works on the copies, debconf's database among them, and asks nobody.
     Command pamAuthUpdate() const;

@@ -7,6 +7,7 @@
 #include "client/output/WaitingLine.h"
 #include "client/preview/Losses.h"
 #include "client/preview/MachineCopy.h"
+#include "client/system/PamFiles.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/ExpirationFiles.h"
@@ -15,7 +16,6 @@
 #include "policies/lockout/LockoutPolicy.h"
 #include "tasks/TaskResult.h"
 
-#include <QFile>
 #include <QTextCodec>
 
 #include <algorithm>
@@ -56,7 +56,7 @@ QString stacksPattern()
     return QStringLiteral("common-*");
 }
 
-Outcome outcomeOf(const MachineCopy &copy, AbstractTask *task)
+Outcome outcomeOfRun(const MachineCopy &copy, AbstractTask *task)
 {
     if (task->result().state() != TaskState::Failed) {
         return {};
@@ -72,16 +72,10 @@ Preview notKnown(const QString &reason)
             {}};
 }
 
-QByteArray contentOfFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// Without what the tool keeps beside them: "common-auth.pam-old".
 QStringList stacksIn(const MachineCopy &copy)
 {
-    QStringList stacks = copy.files(stacksFolder(), stacksPattern());
+    QStringList stacks = copy.files(stacksFolder());
     const auto isBackup = [](const QString &path) {
         return path.mid(stacksFolder().size()).contains(QLatin1Char('.'));
     };
@@ -97,20 +91,16 @@ QByteArrayList lostInStack(const PamPolicy &policy, const MachineCopy &copy, con
                       stack.before,
                       stack.after,
                       copy.taken(recordsFolder() + QLatin1Char('/') + name),
-                      contentOfFile(QLatin1String("/usr/share/pam/common-") + name)});
+                      fileContent(QLatin1String("/usr/share/pam/common-") + name)});
 }
 
 QVector<FilePreview> pamChanges(const PamPolicy &policy, const MachineCopy &copy)
 {
-    QStringList profiles;
-    for (const PamProfile &profile : policy.profiles) {
-        profiles += profile.path();
-    }
     QVector<FilePreview> stacks = copy.changes(stacksIn(copy));
     for (FilePreview &stack : stacks) {
         stack.lost = lostInStack(policy, copy, stack);
     }
-    return copy.changes(profiles) + stacks;
+    return copy.changes(copy.files(pamProfilesFolder())) + stacks;
 }
 
 template<typename UpdateTask>
@@ -127,7 +117,7 @@ Preview pamPreview(const PamPolicy &policy, const Settings &wanted)
     const WaitingLine line(translate("Preview", "waiting for pam-auth-update…"));
     UpdateTask task(nullptr, std::make_unique<QVariantMap>(wanted).release());
     task.runBelow(copy.root(), copy.pamAuthUpdate());
-    return {outcomeOf(copy, &task), pamChanges(policy, copy)};
+    return {outcomeOfRun(copy, &task), pamChanges(policy, copy)};
 }
 
 Preview expirationPreview(const Settings &wanted)
@@ -142,7 +132,7 @@ Preview expirationPreview(const Settings &wanted)
     }
     LocalPolicyPasswordExpirationUpdateTask task(nullptr, std::make_unique<QVariantMap>(wanted).release());
     task.runBelow(copy.root());
-    return {outcomeOf(copy, &task), copy.changes(paths)};
+    return {outcomeOfRun(copy, &task), copy.changes(paths)};
 }
 }
 
