@@ -41,7 +41,7 @@ void UndoTest::undoReachesTheLastChangeAfterRefusal()
     QCOMPARE(client(nobody, "set expiration maxInterval=7"), inForce);
 
     QCOMPARE(client(nobody, "set complexity minlen=12"), failure(3, "not authorized"));
-    QCOMPARE(client(nobody, "set lockout deny=5"), failure(3, "not authorized"));
+    QCOMPARE(client(nobody, "set lockout deny=5 --force"), failure(3, "not authorized"));
 
     QCOMPARE(client(nobody, "undo"), inForce);
     QCOMPARE(contentOf(loginDefsFile), QByteArray("PASS_MAX_DAYS 8\n"));

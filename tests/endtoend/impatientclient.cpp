@@ -25,5 +25,5 @@ int main(int argc, char *argv[])
     }
     const Reading before = store.read();
     return static_cast<int>(performChange(
-        {&store, before, fulfilled(store.schema(), before.settings, wishes), QStringLiteral("set")}, false));
+        {&store, before, fulfilled(store.schema(), before.settings, wishes), QStringLiteral("set")}, {}));
 }
