@@ -133,6 +133,21 @@ void PamMachine::addLine()
         m_added += line;
         return QByteArrayList{line, next};
     });
+    if (oneOf(2)) {
+        addLineToManagedBlock();
+    }
+}
+
+void PamMachine::addLineToManagedBlock()
+{
+    const QString stack = anyStack();
+    const QByteArray end = anyOf({"# here's the fallback", "# end of pam-auth-update config"});
+    const QByteArray line = anyOf(lines).replace("NUMBER", QByteArray::number(++m_number));
+    const QByteArray content = QFile::exists(stack) ? contentOf(stack) : QByteArray();
+    if (content.contains(end)) {
+        m_added += line;
+        writeContent(stack, QByteArray(content).replace(end, line + '\n' + end));
+    }
 }
 
 void PamMachine::editOptions()
@@ -181,7 +196,10 @@ void PamMachine::writeProfile(Kind kind)
     const bool isLockout = kind == Kind::CommonAuth;
     const QByteArray type = isLockout ? "Auth" : "Password";
     const QByteArray name = isLockout ? "tally" : anyOf({"cracklib", "pwquality"});
-    const QByteArray module = isLockout ? "pam_tally.so" : oneOf(2) ? "pam_cracklib.so" : "pam_pwquality.so";
+    const QByteArray module = oneOf(5) ? "pam_other.so"
+        : isLockout                    ? "pam_tally.so"
+        : oneOf(2)                     ? "pam_cracklib.so"
+                                       : "pam_pwquality.so";
     QByteArray content = "Name: " + name + "\nDefault: " + anyOf({"yes", "no"})
         + "\nPriority: " + QByteArray::number(m_generator->number(0, 2000)) + '\n' + type
         + "-Type: " + anyOf({"Primary", "Additional"}) + '\n' + type + ":\n\trequisite\t" + module + " retry=3\n";

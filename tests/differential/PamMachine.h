@@ -33,6 +33,7 @@ private:
     void changeLine(const Change &change);
 
     void addLine();
+    void addLineToManagedBlock();
     void editOptions();
     void breakLine();
     void loseFile();

@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 // What a preview shows and what the write leaves, on machines that are made up: equal byte for byte.
-// By hand, for more of them or other ones: scripts/sandbox -- build/dev/tests/PreviewTest --seed 7 --files 500
+// By hand, for more of them or other ones: scripts/sandbox -- build/dev/tests/PreviewedWritesTest --seed 7 --files 500
 
 #include "client/preview/Preview.h"
 #include "tasks/TaskResult.h"
 #include "tests/differential/PamMachine.h"
 #include "tests/differential/SecondReadings.h"
+#include "tests/support/AsNobody.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/ScopedLatin1.h"
@@ -21,34 +22,12 @@
 #include <QTest>
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace
 {
 constexpr int machinesPerRow = 25;
 
 using Files = QMap<QString, QByteArray>;
-
-/// This process, and the programs that it starts, without root's rights for a while.
-class AsNobody
-{
-public:
-    AsNobody()
-    {
-        if (setresgid(nobody, nobody, 0) != 0 || setresuid(nobody, nobody, 0) != 0) {
-            qFatal("cannot become nobody");
-        }
-    }
-    ~AsNobody()
-    {
-        if (setresuid(0, 0, 0) != 0 || setresgid(0, 0, 0) != 0) {
-            qFatal("cannot become root again");
-        }
-    }
-
-private:
-    Q_DISABLE_COPY_MOVE(AsNobody)
-};
 
 Files filesIn(const QString &folder)
 {
@@ -165,12 +144,13 @@ QByteArray difference(const Files &left, const Files &right)
 }
 }
 
-class PreviewTest : public QObject
+class PreviewedWritesTest : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit PreviewTest(const Extent &extent) : m_extent(extent), m_generator(extent.seed), m_machine(&m_generator)
+    explicit PreviewedWritesTest(const Extent &extent)
+        : m_extent(extent), m_generator(extent.seed), m_machine(&m_generator)
     {
     }
 
@@ -195,14 +175,14 @@ private:
     int m_kept = 0;
 };
 
-void PreviewTest::initTestCase()
+void PreviewedWritesTest::initTestCase()
 {
     // nobody could answer it
     qputenv("DEBIAN_FRONTEND", "noninteractive");
 }
 
 /// A write of PAM's policies goes on with what the one before has left, as on any machine.
-Kind PreviewTest::makeUp()
+Kind PreviewedWritesTest::makeUp()
 {
     if (m_generator.number(1, 6) == 1) {
         m_machine.restore();
@@ -217,7 +197,7 @@ Kind PreviewTest::makeUp()
     return kind;
 }
 
-QVariantMap PreviewTest::argumentsFor(Kind kind)
+QVariantMap PreviewedWritesTest::argumentsFor(Kind kind)
 {
     QVariantMap arguments = m_generator.arguments(kind);
     const QVariantMap others = kind == Kind::LoginDefs ? m_generator.arguments(Kind::UseraddDefaults) : QVariantMap();
@@ -228,7 +208,7 @@ QVariantMap PreviewTest::argumentsFor(Kind kind)
 }
 
 /// In rows of some machines each: the limit of QtTest is for one row.
-void PreviewTest::showsWhatTheWriteLeaves_data()
+void PreviewedWritesTest::showsWhatTheWriteLeaves_data()
 {
     QTest::addColumn<int>("first");
     for (int first = 0; first < m_extent.files; first += machinesPerRow) {
@@ -236,7 +216,7 @@ void PreviewTest::showsWhatTheWriteLeaves_data()
     }
 }
 
-void PreviewTest::showsWhatTheWriteLeaves()
+void PreviewedWritesTest::showsWhatTheWriteLeaves()
 {
     QFETCH(int, first);
     for (int i = first; i < std::min(first + machinesPerRow, m_extent.files); ++i) {
@@ -254,14 +234,14 @@ void PreviewTest::showsWhatTheWriteLeaves()
     }
 }
 
-void PreviewTest::metAllKindsOfWrites()
+void PreviewedWritesTest::metAllKindsOfWrites()
 {
     qInfo("%d writes failed; of the lines of administrators %d went and %d stayed", m_failures, m_gone, m_kept);
     QVERIFY(m_failures > 0 && m_failures < m_extent.files / 2);
     QVERIFY(m_gone > 0 && m_kept > 0);
 }
 
-void PreviewTest::compareOnce(Kind kind, const QVariantMap &arguments)
+void PreviewedWritesTest::compareOnce(Kind kind, const QVariantMap &arguments)
 {
     const Files before = machine();
     Preview preview;
@@ -282,7 +262,7 @@ void PreviewTest::compareOnce(Kind kind, const QVariantMap &arguments)
 }
 
 /// By the lines that are like no other: each that was there and isn't any more, and none besides.
-void PreviewTest::compareLosses(const Preview &preview, const Files &before, const Files &after)
+void PreviewedWritesTest::compareLosses(const Preview &preview, const Files &before, const Files &after)
 {
     const QByteArrayList lost = lostIn(preview);
     const QByteArrayList added = m_machine.addedLines();
@@ -299,7 +279,7 @@ void PreviewTest::compareLosses(const Preview &preview, const Files &before, con
 
 int main(int argc, char **argv)
 {
-    return runTest<PreviewTest>(argc, argv, 100);
+    return runTest<PreviewedWritesTest>(argc, argv, 100);
 }
 
-#include "PreviewTest.moc"
+#include "PreviewedWritesTest.moc"
