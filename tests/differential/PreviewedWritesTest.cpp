@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
 // What a preview shows and what the write leaves, on machines that are made up: equal byte for byte.
-// By hand, for more of them or other ones: scripts/sandbox -- build/dev/tests/PreviewedWritesTest --seed 7 --files 500
+// By hand, for more of them or other ones: scripts/sandbox -- build/dev/tests/PreviewedWritesTest --seed 7 --files 2000
 
 #include "client/preview/Preview.h"
 #include "tasks/TaskResult.h"
@@ -279,7 +279,7 @@ void PreviewedWritesTest::compareLosses(const Preview &preview, const Files &bef
 
 int main(int argc, char **argv)
 {
-    return runTest<PreviewedWritesTest>(argc, argv, 100);
+    return runTest<PreviewedWritesTest>(argc, argv, 500);
 }
 
 #include "PreviewedWritesTest.moc"

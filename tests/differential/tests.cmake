@@ -14,4 +14,4 @@ add_unit_test(differential/RealToolsTest SANDBOX COST 45 LIBRARIES differentials
 
 add_library(pammachine STATIC differential/PamMachine.cpp endtoend/PamState.cpp)
 target_link_libraries(pammachine PUBLIC differentialsupport)
-add_unit_test(differential/PreviewedWritesTest SANDBOX COST 75 LIBRARIES pammachine client)
+add_unit_test(differential/PreviewedWritesTest SANDBOX COST 110 LIBRARIES pammachine client)
