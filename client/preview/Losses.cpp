@@ -81,19 +81,16 @@ private:
     const PamPolicy &m_policy;
 };
 
-QByteArrayList linesOf(const QByteArray &text)
-{
-    return text.split('\n');
-}
-
 /// The forms of the lines that nobody but the system has put into the stack.
 QSet<QString> formsOfTheSystem(const LineForms &forms, const StackTexts &stack)
 {
     QSet<QString> known;
-    for (const QByteArray &line : linesOf(stack.record)) {
+    const auto recorded = stack.record.split('\n');
+    for (const QByteArray &line : recorded) {
         known += forms.form(stack.type + ' ' + line);
     }
-    for (const QByteArray &line : linesOf(stack.stock)) {
+    const auto stock = stack.stock.split('\n');
+    for (const QByteArray &line : stock) {
         known += forms.form(line);
     }
     return known;
@@ -106,11 +103,13 @@ QByteArrayList lostLines(const PamPolicy &policy, const StackTexts &stack)
     QSet<QString> accounted = formsOfTheSystem(forms, stack);
     accounted += forms.form({});
     QHash<QString, int> left;
-    for (const QByteArray &line : linesOf(stack.after)) {
+    const auto after = stack.after.split('\n');
+    for (const QByteArray &line : after) {
         ++left[forms.form(line)];
     }
     QByteArrayList lost;
-    for (const QByteArray &line : linesOf(stack.before)) {
+    const auto before = stack.before.split('\n');
+    for (const QByteArray &line : before) {
         const QString form = forms.form(line);
         if (left.value(form) > 0) {
             --left[form];

@@ -14,8 +14,7 @@ constexpr int differ = 1;
 
 QByteArray failureText(const QString &path, const QString &reason)
 {
-    return translate("UnifiedDiff", "%1 would change, and diff cannot say how: %2").arg(path, reason).toUtf8()
-        + '\n';
+    return translate("UnifiedDiff", "%1 would change, and diff cannot say how: %2").arg(path, reason).toUtf8() + '\n';
 }
 }
 
