@@ -3,6 +3,7 @@
 
 #include "client/preview/MachineCopy.h"
 
+#include "client/Translation.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
 #include <QDir>
@@ -39,7 +40,7 @@ QStringList rootOption(const QString &root)
 MachineCopy::MachineCopy()
 {
     if (!m_folder.isValid()) {
-        note(m_folder.errorString());
+        note(QDir::tempPath() + QLatin1String(": ") + m_folder.errorString());
     }
 }
 
@@ -67,7 +68,7 @@ void MachineCopy::takeFile(const QString &path)
 void MachineCopy::takeFolder(const QString &folder, const QString &pattern)
 {
     const QDir machine(folder);
-    if (!machine.exists()) {
+    if (!machine.exists() || !m_folder.isValid()) {
         return;
     }
     QDir().mkpath(root() + folder);
@@ -154,12 +155,18 @@ void MachineCopy::note(const QString &problem)
 
 bool MachineCopy::write(const QString &path, const QByteArray &content)
 {
+    if (!m_folder.isValid()) {
+        return false; // or the files themselves would be the copies
+    }
     QFile copy(root() + path);
     QDir().mkpath(QFileInfo(copy).path());
     // looks at the end, too: what doesn't fit shows there
     if (copy.open(QIODevice::WriteOnly) && copy.write(content) == content.size() && copy.flush()) {
         return true;
     }
-    note(copy.fileName() + QLatin1String(": ") + copy.errorString());
+    // Qt has no text for a write that ends too early
+    const bool isPart = copy.isOpen();
+    note(copy.fileName() + QLatin1String(": ")
+         + (isPart ? translate("MachineCopy", "cannot be written as a whole") : copy.errorString()));
     return false;
 }

@@ -5,6 +5,7 @@
 
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -32,6 +33,8 @@ private Q_SLOTS:
     void takesFilesThatMatch();
     void takesNothingWhereThereIsNothing();
     void tellsWhatItCannotTake();
+    void tellsWhatDoesNotFit();
+    void takesNothingWithoutAFolder();
     void copiesCanBeWritten();
     void tellsChanges();
     void hasToolWorkOnTheCopies();
@@ -104,6 +107,36 @@ void MachineCopyTest::tellsWhatItCannotTake()
 
     QCOMPARE(copy.error(), in("sub") + QLatin1String(": file to open is a directory"));
     QCOMPARE(copy.taken(in("one")), QByteArray("1"));
+}
+
+void MachineCopyTest::tellsWhatDoesNotFit()
+{
+    QDir().mkpath(QStringLiteral("/run/small"));
+    const ScopedMount disk = ScopedMount::smallDisk(QStringLiteral("/run/small"), 4);
+    const ScopedVariable place("TMPDIR", "/run/small");
+    writeContent(in("one"), QByteArray(8192, 'x'));
+    MachineCopy copy;
+    copy.takeFile(in("two"));
+    copy.takeFile(in("one"));
+
+    QCOMPARE(copy.error(), copy.root() + in("one") + QLatin1String(": cannot be written as a whole"));
+    QVERIFY(copy.taken(in("one")).isNull());
+    QVERIFY(!copy.taken(in("two")).isNull());
+}
+
+void MachineCopyTest::takesNothingWithoutAFolder()
+{
+    const ScopedVariable place("TMPDIR", "/dev/null");
+    const ScopedMount readOnly = ScopedMount::readOnly(folder);
+    MachineCopy copy;
+    QVERIFY(copy.root().isEmpty());
+    copy.takeFile(in("one"));
+    copy.takeFolder(folder, QStringLiteral("*"));
+    copy.takeDebconf();
+
+    QCOMPARE(copy.error(), QStringLiteral("/dev/null: Not a directory"));
+    QVERIFY(copy.taken(in("one")).isNull());
+    QVERIFY(!QFileInfo::exists(QStringLiteral("/debconf.conf")));
 }
 
 void MachineCopyTest::copiesCanBeWritten()

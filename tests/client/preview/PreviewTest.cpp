@@ -12,6 +12,7 @@
 #include "tests/support/Program.h"
 #include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <QDir>
 #include <QFile>
@@ -73,6 +74,7 @@ private Q_SLOTS:
     void findsNothingLostWhereEverythingStays();
     void tellsTheFailureOfTheWrite_data();
     void tellsTheFailureOfTheWrite();
+    void failsWithoutAFolderForTheCopies();
     void failsWhereAFileCannotBeRead_data();
     void failsWhereAFileCannotBeRead();
 
@@ -233,6 +235,19 @@ void PreviewTest::tellsTheFailureOfTheWrite()
 
     QCOMPARE(int(preview.outcome.code), int(ExitCode::Failed));
     QTEST(preview.outcome.error, "error");
+}
+
+void PreviewTest::failsWithoutAFolderForTheCopies()
+{
+    const ScopedVariable place("TMPDIR", "/dev/null");
+    const QByteArray before = contentOf(profile);
+
+    for (const QString &policy : {QStringLiteral("complexity"), QStringLiteral("expiration")}) {
+        QCOMPARE(previewOf(policy, {}).outcome.error,
+                 QStringLiteral("what the change would leave cannot be known\n/dev/null: Not a directory"));
+    }
+    QCOMPARE(contentOf(profile), before);
+    QCOMPARE(contentOf("/etc/login.defs"), QByteArray("PASS_MAX_DAYS 90\n"));
 }
 
 void PreviewTest::failsWhereAFileCannotBeRead_data()
