@@ -12,12 +12,14 @@ enum class ExitCode {
     Usage = 2,
     /// Refused by polkit, or cancelled by the user.
     NotAuthorized = 3,
-    /// Written, but what is in force is something else.
+    /// Written, but what is in force is something else; or not written, since it can't come into force here.
     NotInForce = 4,
     /// The helper, or a tool that it runs, is at work for somebody else.
     Busy = 5,
     /// The policies in force differ from the wanted ones.
     Drift = 6,
+    /// Not written: something of an administrator's would be lost.
+    Loss = 7,
 };
 
 /// How a step of a command ended.

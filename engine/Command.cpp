@@ -19,6 +19,7 @@ bool CommandOutcome::succeeded() const
 CommandOutcome runCommand(const Command &command)
 {
     QProcess process;
+    process.setProcessEnvironment(command.environment); // an empty one stands for what is inherited
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
     if (!process.waitForStarted(startLimit)) {

@@ -4,12 +4,15 @@
 #pragma once
 
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QStringList>
 
 /// A program, by path or found through the search path, and its arguments.
 struct Command {
     QString program;
     QStringList arguments;
+    /// All that its environment has; if empty, it inherits this process's.
+    QProcessEnvironment environment = {};
 };
 
 /// How a run of a command ended.
@@ -50,7 +53,7 @@ struct CommandFailureTexts {
 /**
  * Runs the command to its end, for at most 30 seconds to start and 30 more to finish.
  *
- * It inherits environment and working directory; nothing is written to its input.
+ * It inherits the working directory, and the environment where the command has none; nothing is written to its input.
  */
 CommandOutcome runCommand(const Command &command);
 

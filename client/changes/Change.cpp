@@ -4,16 +4,18 @@
 #include "client/changes/Change.h"
 
 #include "client/Translation.h"
+#include "client/changes/ChangeShowing.h"
 #include "client/changes/History.h"
-#include "client/output/Table.h"
 #include "client/output/Terminal.h"
+#include "client/preview/PreviewReport.h"
 #include "client/settings/SettingText.h"
 #include "client/settings/Warnings.h"
+#include "client/system/PamFiles.h"
 #include "policies/expiration/DayCount.h"
 
 namespace
 {
-Outcome saveBefore(const Change &change, QString *file)
+Outcome saveBefore(const Change &change, const QMap<QString, QString> &lost, QString *file)
 {
     if (!change.before.outcome.succeeded()) {
         printError(translate("Change", "%1 could not be read, so that there is no way back from this change")
@@ -25,7 +27,8 @@ Outcome saveBefore(const Change &change, QString *file)
                              change.store->name(),
                              change.command,
                              change.before.settings,
-                             change.wanted};
+                             change.wanted,
+                             lost};
     return History().save(entry, file);
 }
 
@@ -87,10 +90,10 @@ bool hasChangedNothing(const Change &change, const Outcome &written)
 }
 
 /// A success only if everything that was asked for is in force.
-Outcome carryOut(const Change &change)
+Outcome carryOut(const Change &change, const Preview &preview)
 {
     QString saved;
-    Outcome kept = saveBefore(change, &saved);
+    Outcome kept = saveBefore(change, lostTexts(preview), &saved);
     if (!kept.succeeded()) {
         return kept;
     }
@@ -113,34 +116,64 @@ void printWarnings(const Change &change)
     }
 }
 
-QString previewText(const Change &change)
+/// Whether more than the store's own settings is at stake: pam-auth-update(8) makes the stacks anew.
+bool isOfPam(const Change &change)
 {
-    const QString changes = changeTable(change);
-    if (!changes.isEmpty()) {
-        return changes;
-    }
-    const Outcome present = presentOutcome(change);
-    return (present.succeeded() ? translate("Change", "%1: already in force").arg(change.store->name().text())
-                                : present.error)
-        + QLatin1Char('\n');
-}
+    const StoreName name = change.store->name();
+    return name.kind == StoreName::Kind::Policy && pamFilesOf(name.name);
 }
 
-QString changeTable(const Change &change)
+QString lossText(const Change &change, const Preview &preview)
 {
-    const SettingSchema &schema = change.store->schema();
-    const QStringList keys = differingKeys(schema, change.before.settings, change.wanted);
-    if (keys.isEmpty()) {
+    return translate("Change",
+                     "%1 is left as it is: what an administrator has put there would be lost; --force goes on")
+               .arg(change.store->phrase())
+        + QLatin1Char('\n') + lostLinesText(preview);
+}
+
+/// Why the change is not to be begun; a success if nothing is to be said against it.
+Outcome objection(const Change &change, const QString &obstacle, const Preview &preview)
+{
+    if (!obstacle.isEmpty()) {
+        return {ExitCode::NotInForce,
+                translate("Change", "%1 cannot come into force on this system").arg(change.store->phrase())
+                    + QLatin1Char('\n') + obstacle};
+    }
+    if (!preview.outcome.succeeded()) {
+        return {preview.outcome.code,
+                preview.outcome.error + QLatin1Char('\n')
+                    + translate("Change", "this is what a preview came to; nothing was changed, and --force goes on")};
+    }
+    return preview.losesLines() ? Outcome{ExitCode::Loss, lossText(change, preview)} : Outcome();
+}
+
+ExitCode refuse(const Outcome &outcome)
+{
+    printError(outcome.error);
+    return outcome.code;
+}
+
+ExitCode performDryRun(const Change &change, const ChangeMode &mode)
+{
+    const Preview preview = change.store->preview(change.wanted);
+    showChange(change, preview, mode.report);
+    const Outcome objected =
+        isOfPam(change) && !mode.force ? objection(change, change.store->obstacle(), preview) : preview.outcome;
+    return objected.succeeded() ? ExitCode::Done : refuse(objected);
+}
+
+/// Looks at what a change of PAM's files would do, before anything is sent.
+Outcome lookAhead(const Change &change, const ChangeMode &mode, Preview *preview)
+{
+    if (!isOfPam(change)) {
         return {};
     }
-    QVector<QStringList> rows{{change.store->name().text(), translate("Change", "now"), translate("Change", "then")}};
-    for (const QString &key : keys) {
-        const Setting &setting = *schema.find(key);
-        rows += {key,
-                 settingWords(setting, change.before.settings.value(key)),
-                 settingWords(setting, change.wanted.value(key))};
+    const QString obstacle = mode.force ? QString() : change.store->obstacle();
+    if (obstacle.isEmpty()) {
+        *preview = change.store->preview(change.wanted);
     }
-    return table(rows, 0);
+    return mode.force ? Outcome() : objection(change, obstacle, *preview);
+}
 }
 
 Outcome presentOutcome(const Change &change)
@@ -154,21 +187,21 @@ Outcome presentOutcome(const Change &change)
     return {ExitCode::NotInForce, text + QLatin1Char('\n') + differenceText(change, read, comparison)};
 }
 
-ExitCode performChange(const Change &change, bool dryRun)
+ExitCode performChange(const Change &change, const ChangeMode &mode)
 {
     if (!change.store->exists()) {
         printError(translate("Change", "%1 does not exist").arg(change.store->phrase()));
         return ExitCode::Failed;
     }
     printWarnings(change);
-    if (dryRun) {
-        out().write(printable(previewText(change)));
-        return ExitCode::Done;
+    if (mode.dryRun) {
+        return performDryRun(change, mode);
     }
-    const Outcome outcome = carryOut(change);
+    Preview preview;
+    const Outcome objected = lookAhead(change, mode, &preview);
+    const Outcome outcome = objected.succeeded() ? carryOut(change, preview) : objected;
     if (!outcome.succeeded()) {
-        printError(outcome.error);
-        return outcome.code;
+        return refuse(outcome);
     }
     out().writeUnlessQuiet(printable(translate("Change", "%1: in force").arg(change.store->name().text()))
                            + QLatin1Char('\n'));

@@ -5,6 +5,8 @@
 
 #include "client/stores/SettingsStore.h"
 
+#include <QJsonArray>
+
 /// A change of the settings of one store.
 struct Change {
     SettingsStore *store;
@@ -17,16 +19,25 @@ struct Change {
     bool isUndo = false;
 };
 
-/// A table of key, now and then: one row for each setting that the change would make another; empty if there is none.
-QString changeTable(const Change &change);
 /// Whether what is wanted is in force already, where what was read is what is wanted; if not, why.
 Outcome presentOutcome(const Change &change);
+
+/// How to go about a change.
+struct ChangeMode {
+    /// Only to show what would change.
+    bool dryRun = false;
+    /// To go on where the change can't come into force, where its preview fails, or where it takes something away.
+    bool force = false;
+    /// Receives what a dry run shows, in place of the standard output; may be null.
+    QJsonArray *report = nullptr;
+};
 
 /**
  * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and
  * compares. If the write fails and changes nothing, what was saved is removed.
  *
- * @param dryRun whether only to show the change
- * @return Done only if everything that was asked for is in force
+ * A change of a policy of PAM is previewed in any case, and not begun where that says why not.
+ *
+ * @return Done only if everything that was asked for is in force, or would be tried by the same call without dryRun
  */
-ExitCode performChange(const Change &change, bool dryRun);
+ExitCode performChange(const Change &change, const ChangeMode &mode);

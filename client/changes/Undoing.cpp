@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/changes/Change.h"
+#include "client/changes/ChangeShowing.h"
 #include "client/changes/History.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
@@ -56,7 +57,7 @@ void warn(const SettingSchema &schema, const HistoryEntry &entry, const Settings
 }
 }
 
-ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, bool dryRun)
+ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, const ChangeMode &mode)
 {
     const Reading now = store->read();
     if (now.outcome.code != ExitCode::Done && now.outcome.code != ExitCode::Failed) {
@@ -68,9 +69,9 @@ ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, bool dryRun
     change.isUndo = true;
     if (now.outcome.succeeded()) {
         warn(schema, entry, now.settings);
-        if (!dryRun) {
+        if (!mode.dryRun) {
             out().writeUnlessQuiet(printable(changeTable(change)));
         }
     }
-    return performChange(change, dryRun);
+    return performChange(change, mode);
 }

@@ -5,6 +5,7 @@
 
 #include "client/Outcome.h"
 
+struct ChangeMode;
 struct HistoryEntry;
 class SettingsStore;
 
@@ -16,6 +17,5 @@ class SettingsStore;
  *
  * @param entry  one that is understood
  * @param store  that of the entry
- * @param dryRun whether only to show it
  */
-ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, bool dryRun);
+ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, const ChangeMode &mode);

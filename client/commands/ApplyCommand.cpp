@@ -4,7 +4,7 @@
 #include "client/commands/ApplyCommand.h"
 
 #include "client/Translation.h"
-#include "client/changes/Change.h"
+#include "client/commands/ChangeOptions.h"
 #include "client/commands/DocumentArgument.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Document.h"
@@ -57,7 +57,7 @@ ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLinePa
     return ExitCode::Done;
 }
 
-ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line)
+ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line, const ChangeMode &mode)
 {
     const std::unique_ptr<SettingsStore> store = makeStore({StoreName::Kind::Policy, name}, mayAskPassword(line));
     const Reading before = store->read();
@@ -66,16 +66,20 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
         return before.outcome.code;
     }
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
-    const Change change{store.get(), before, wanted, QLatin1String("apply ") + line.positionalArguments().constFirst()};
+    const QString command =
+        QLatin1String("apply ") + line.positionalArguments().constFirst() + typedChangeOptions(line);
+    const Change change{store.get(), before, wanted, command};
     if (wanted != before.settings) {
-        return performChange(change, isDryRun(line));
+        return performChange(change, mode);
     }
     const Outcome present = presentOutcome(change);
     if (!present.succeeded()) {
         printError(present.error);
         return present.code;
     }
-    out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
+    if (!mode.report) {
+        out().writeUnlessQuiet(translate("ApplyCommand", "%1: already in force").arg(name) + QLatin1Char('\n'));
+    }
     return ExitCode::Done;
 }
 
@@ -83,6 +87,26 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
 bool endsAll(ExitCode code)
 {
     return code == ExitCode::NotAuthorized || code == ExitCode::Busy;
+}
+
+ExitCode applyDocument(const QMap<QString, Wishes> &document, const QCommandLineParser &line, const ChangeMode &mode)
+{
+    ExitCode result = ExitCode::Done;
+    const auto names = policyNames();
+    for (const QString &policy : names) {
+        if (!document.contains(policy)) {
+            continue;
+        }
+        const ExitCode code = applyPolicy(policy, document.value(policy), line, mode);
+        // "written, but not in force" gives way to a worse end
+        if (result == ExitCode::Done || result == ExitCode::NotInForce) {
+            result = code == ExitCode::Done ? result : code;
+        }
+        if (endsAll(code)) {
+            break;
+        }
+    }
+    return result;
 }
 }
 
@@ -103,34 +127,22 @@ QList<Argument> ApplyCommand::arguments() const
 
 QList<QCommandLineOption> ApplyCommand::options() const
 {
-    return {dryRunOption(), quietOption(), noAskPasswordOption()};
+    return changeOptions();
 }
 
 ExitCode ApplyCommand::run(const QCommandLineParser &line) const
 {
     QMap<QString, Wishes> document;
-    ExitCode result = readDocumentArgument(line, &document);
-    if (result == ExitCode::Done) {
-        result = checkValues(document, line);
+    ExitCode understood = readDocumentArgument(line, &document);
+    if (understood == ExitCode::Done) {
+        understood = checkValues(document, line);
     }
-    if (result != ExitCode::Done) {
-        return result;
+    if (understood != ExitCode::Done) {
+        return understood;
     }
-    const auto names = policyNames();
-    for (const QString &policy : names) {
-        if (!document.contains(policy)) {
-            continue;
-        }
-        const ExitCode code = applyPolicy(policy, document.value(policy), line);
-        // "written, but not in force" gives way to a worse end
-        if (result == ExitCode::Done || result == ExitCode::NotInForce) {
-            result = code == ExitCode::Done ? result : code;
-        }
-        if (endsAll(code)) {
-            break;
-        }
-    }
-    return result;
+    return runChanges(line, [&](const ChangeMode &mode) {
+        return applyDocument(document, line, mode);
+    });
 }
 
 QVector<Candidate> ApplyCommand::candidates(const QStringList &before) const

@@ -4,7 +4,7 @@
 #include "client/commands/SetCommand.h"
 
 #include "client/Translation.h"
-#include "client/changes/Change.h"
+#include "client/commands/ChangeOptions.h"
 #include "client/output/SettingsTable.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
@@ -41,7 +41,7 @@ QVector<Candidate> assignmentCandidates(const SettingSchema &schema, const QStri
     return candidates;
 }
 
-ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandLineParser &line)
+ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandLineParser &line, const ChangeMode &mode)
 {
     const bool replace = line.isSet(QStringLiteral("replace"));
     const QStringList typed = QStringList{QStringLiteral("set")} + line.positionalArguments();
@@ -49,6 +49,7 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     if (replace) {
         change.command += QLatin1String(" --replace");
     }
+    change.command += typedChangeOptions(line);
     const Outcome &read = change.before.outcome;
     if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
         const QString hint =
@@ -58,7 +59,7 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
         return read.code;
     }
     change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, wishes);
-    return performChange(change, isDryRun(line));
+    return performChange(change, mode);
 }
 }
 
@@ -84,10 +85,9 @@ QList<Argument> SetCommand::arguments() const
 
 QList<QCommandLineOption> SetCommand::options() const
 {
-    return {{QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
-            dryRunOption(),
-            quietOption(),
-            noAskPasswordOption()};
+    return QList<QCommandLineOption>{
+               {QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")}}
+    + changeOptions();
 }
 
 QString SetCommand::details() const
@@ -119,7 +119,12 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     }
     Wishes wishes;
     const QString wrong = parseAssignments(store->schema(), store->phrase(), words, &wishes);
-    return wrong.isEmpty() ? setSettings(store.get(), wishes, line) : usageError(wrong);
+    if (!wrong.isEmpty()) {
+        return usageError(wrong);
+    }
+    return runChanges(line, [&](const ChangeMode &mode) {
+        return setSettings(store.get(), wishes, line, mode);
+    });
 }
 
 QVector<Candidate> SetCommand::candidates(const QStringList &before) const

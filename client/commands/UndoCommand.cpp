@@ -6,6 +6,7 @@
 #include "client/Translation.h"
 #include "client/changes/Undoing.h"
 #include "client/commands/ChangeArgument.h"
+#include "client/commands/ChangeOptions.h"
 #include "client/stores/Stores.h"
 
 QString UndoCommand::name() const
@@ -26,7 +27,7 @@ QList<Argument> UndoCommand::arguments() const
 
 QList<QCommandLineOption> UndoCommand::options() const
 {
-    return {dryRunOption(), quietOption(), noAskPasswordOption()};
+    return changeOptions();
 }
 
 ExitCode UndoCommand::run(const QCommandLineParser &line) const
@@ -45,7 +46,10 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
         return result;
     }
     const HistoryEntry &entry = entries.at(number - 1);
-    return undoChange(entry, makeStore(*entry.store, mayAskPassword(line)).get(), isDryRun(line));
+    const std::unique_ptr<SettingsStore> store = makeStore(*entry.store, mayAskPassword(line));
+    return runChanges(line, [&](const ChangeMode &mode) {
+        return undoChange(entry, store.get(), mode);
+    });
 }
 
 QVector<Candidate> UndoCommand::candidates(const QStringList &before) const

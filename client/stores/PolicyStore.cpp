@@ -97,6 +97,21 @@ InForce PolicyStore::inForce(const Settings &read) const
     return inForceOf(m_policy, read);
 }
 
+QString PolicyStore::obstacle() const
+{
+    const PamFiles *files = pamFilesOf(m_policy.name);
+    return files ? obstacleTo(*files) : QString();
+}
+
+Preview PolicyStore::preview(const Settings &settings) const
+{
+    Preview preview = previewOf(m_policy.name, settings);
+    if (!preview.outcome.succeeded()) {
+        preview.outcome.error = writeFailure(preview.outcome.error);
+    }
+    return preview;
+}
+
 QString PolicyStore::reasonNotInForce() const
 {
     const PamFiles *files = pamFilesOf(m_policy.name);

@@ -29,6 +29,8 @@ public:
     Reading readHere() const;
     Outcome write(const Settings &settings) override;
     InForce inForce(const Settings &read) const override;
+    QString obstacle() const override;
+    Preview preview(const Settings &settings) const override;
     QString reasonNotInForce() const override;
 
 private:

@@ -19,6 +19,17 @@ InForce SettingsStore::inForce(const Settings &read) const
     return inForce;
 }
 
+QString SettingsStore::obstacle() const
+{
+    return {};
+}
+
+Preview SettingsStore::preview(const Settings &settings) const
+{
+    Q_UNUSED(settings)
+    return {};
+}
+
 QString SettingsStore::reasonNotInForce() const
 {
     return {};

@@ -5,6 +5,7 @@
 
 #include "client/Outcome.h"
 #include "client/effective/InForce.h"
+#include "client/preview/Preview.h"
 #include "client/settings/Setting.h"
 #include "client/stores/StoreName.h"
 
@@ -37,6 +38,10 @@ public:
 
     /// What the settings, as they were read, come to; just those where nothing else has a say.
     virtual InForce inForce(const Settings &read) const;
+    /// Why nothing that is written can come into force here, in one line or more; empty if it can.
+    virtual QString obstacle() const;
+    /// What write() would do. A store that keeps its settings in no files of text has no preview: a success without files.
+    virtual Preview preview(const Settings &settings) const;
 
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;

@@ -24,16 +24,41 @@ PamFiles filesOf(const QString &name, const PamPolicy &policy)
     return files;
 }
 
+QString refusedText(const QString &module)
+{
+    return translate("PamFiles", "pam-auth-update of this system leaves out every profile that names %1").arg(module);
+}
+
 /// Says that nothing puts the profiles in force; empty if that isn't so.
 QString refusalText(const PamFiles &files)
 {
     for (const PamProfile &profile : files.profiles) {
         if (namesModule(profile.path(), profile.module) && isModuleRefused(profile.module)) {
-            return translate("PamFiles", "pam-auth-update of this system leaves out every profile that names %1")
-                .arg(profile.module);
+            return refusedText(profile.module);
         }
     }
     return {};
+}
+
+QString missingProfilesText(const PamFiles &files)
+{
+    QStringList paths;
+    for (const PamProfile &profile : files.profiles) {
+        paths += profile.path();
+    }
+    return translate("PamFiles", "its profile is missing (%1), and --force cannot write it either")
+        .arg(paths.join(QStringLiteral(", ")));
+}
+
+/// Empty if there is none.
+QString obstacleToProfile(const PamProfile &profile)
+{
+    if (isModuleRefused(profile.module)) {
+        return refusedText(profile.module);
+    }
+    return modulePath(profile.module).isEmpty()
+        ? translate("PamFiles", "its module %1.so is not installed").arg(profile.module)
+        : QString();
 }
 }
 
@@ -112,6 +137,26 @@ QString changedProfileText(const PamFiles &files)
     return refusal.isEmpty()
         ? translate("PamFiles", "the profile has changed and comes into force with the next run of pam-auth-update")
         : translate("PamFiles", "the profile has changed, but %1").arg(refusal);
+}
+
+QString obstacleTo(const PamFiles &files)
+{
+    QStringList obstacles;
+    for (const PamProfile &profile : files.profiles) {
+        if (!QFile::exists(profile.path())) {
+            continue;
+        }
+        const QString obstacle = obstacleToProfile(profile);
+        if (obstacle.isEmpty()) {
+            return {};
+        }
+        obstacles += obstacle;
+    }
+    if (obstacles.isEmpty()) {
+        return missingProfilesText(files);
+    }
+    obstacles += translate("PamFiles", "--force writes the profile all the same, for an image or a later system");
+    return obstacles.join(QLatin1Char('\n'));
 }
 
 QString reasonNotInStack(const PamFiles &files)

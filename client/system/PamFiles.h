@@ -42,5 +42,8 @@ QByteArrayList profileContents(const PamFiles &files);
 /// What follows from profiles that have changed before the write of them failed, one line.
 QString changedProfileText(const PamFiles &files);
 
+/// Why the profiles can't come into force on this machine, whatever they say, and what can be done; empty if one can.
+QString obstacleTo(const PamFiles &files);
+
 /// Why the stack may lack what the profiles say, one line.
 QString reasonNotInStack(const PamFiles &files);

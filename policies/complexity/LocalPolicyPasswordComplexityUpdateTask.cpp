@@ -32,12 +32,18 @@ LocalPolicyPasswordComplexityUpdateTask::LocalPolicyPasswordComplexityUpdateTask
 
 void LocalPolicyPasswordComplexityUpdateTask::run()
 {
-    update();
+    update(complexityPolicy(), pamAuthUpdate());
     finish();
 }
 
-void LocalPolicyPasswordComplexityUpdateTask::update()
+void LocalPolicyPasswordComplexityUpdateTask::runBelow(const QString &root, const Command &tool)
+{
+    update(complexityPolicy().below(root), tool);
+    finish();
+}
+
+void LocalPolicyPasswordComplexityUpdateTask::update(const PamPolicy &policy, const Command &tool)
 {
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy(complexityPolicy(), ComplexityUpdateText::commandFailures, *values(), &handler, &result());
+    updatePamPolicy(policy, ComplexityUpdateText::commandFailures, *values(), &handler, &result(), tool);
 }

@@ -27,17 +27,23 @@ LocalPolicyPasswordExpirationUpdateTask::LocalPolicyPasswordExpirationUpdateTask
 
 void LocalPolicyPasswordExpirationUpdateTask::run()
 {
-    update();
+    update(QString());
     finish();
 }
 
-void LocalPolicyPasswordExpirationUpdateTask::update()
+void LocalPolicyPasswordExpirationUpdateTask::runBelow(const QString &root)
+{
+    update(root);
+    finish();
+}
+
+void LocalPolicyPasswordExpirationUpdateTask::update(const QString &root)
 {
     LoginRewriterRegExpHandler loginHandler(values());
     UseraddRewriterRegExpHandler useraddHandler(values());
     QString message;
-    if (!rewriteFile(loginDefs().path, &loginHandler, &message, true)
-        || !rewriteFile(useraddDefaults().path, &useraddHandler, &message, true)) {
+    if (!rewriteFile(root + loginDefs().path, &loginHandler, &message, true)
+        || !rewriteFile(root + useraddDefaults().path, &useraddHandler, &message, true)) {
         result().fail(message);
         return;
     }

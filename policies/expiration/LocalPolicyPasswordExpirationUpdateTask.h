@@ -39,6 +39,9 @@ public:
 
     void run() override;
 
+    /// Makes of the copies below a folder, each by its path, what run() makes of the files themselves.
+    void runBelow(const QString &root);
+
 private:
-    void update();
+    void update(const QString &root);
 };

@@ -31,12 +31,18 @@ LocalPolicyLockoutUpdateTask::LocalPolicyLockoutUpdateTask(void *context, QVaria
 
 void LocalPolicyLockoutUpdateTask::run()
 {
-    update();
+    update(lockoutPolicy(), pamAuthUpdate());
     finish();
 }
 
-void LocalPolicyLockoutUpdateTask::update()
+void LocalPolicyLockoutUpdateTask::runBelow(const QString &root, const Command &tool)
+{
+    update(lockoutPolicy().below(root), tool);
+    finish();
+}
+
+void LocalPolicyLockoutUpdateTask::update(const PamPolicy &policy, const Command &tool)
 {
     LoginRewriterRegExpHandler handler(values());
-    updatePamPolicy(lockoutPolicy(), LockoutUpdateText::commandFailures, *values(), &handler, &result());
+    updatePamPolicy(policy, LockoutUpdateText::commandFailures, *values(), &handler, &result(), tool);
 }

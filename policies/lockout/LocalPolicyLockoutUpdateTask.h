@@ -3,10 +3,13 @@
 
 #pragma once
 
+#include "engine/Command.h"
 #include "policies/pam/PamOptionRewriter.h"
 #include "tasks/ElementTask.h"
 
 #include <QCoreApplication>
+
+struct PamPolicy;
 
 /**
  * Writes the account lockout policy into the profile "/usr/share/pam-configs/tally", puts the profiles in force and
@@ -33,6 +36,14 @@ public:
 
     void run() override;
 
+    /**
+     * Makes below a folder, in copies of the files, what run() makes of the files themselves.
+     *
+     * @param root where the copies are, each below it by its path
+     * @param tool the run of pam-auth-update(8) that puts the profiles there in force
+     */
+    void runBelow(const QString &root, const Command &tool);
+
 private:
-    void update();
+    void update(const PamPolicy &policy, const Command &tool);
 };

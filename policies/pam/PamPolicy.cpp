@@ -18,7 +18,7 @@ QString optionsPattern()
 
 QString PamProfile::path() const
 {
-    return pamProfilesFolder() + QLatin1Char('/') + name;
+    return root + pamProfilesFolder() + QLatin1Char('/') + name;
 }
 
 QString PamPolicy::readingPattern() const
@@ -61,6 +61,16 @@ SearchHint PamPolicy::hint() const
         fileNames += profile.module.toLatin1() + ".so";
     }
     return SearchHint(fileNames);
+}
+
+PamPolicy PamPolicy::below(const QString &root) const
+{
+    PamPolicy copy = *this;
+    copy.stack.prepend(root);
+    for (PamProfile &profile : copy.profiles) {
+        profile.root = root;
+    }
+    return copy;
 }
 
 const PamOption *PamPolicy::option(const QString &name) const

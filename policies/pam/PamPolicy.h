@@ -34,6 +34,8 @@ struct PamProfile {
     QString module;
     /// What the update says if no line of it names the module, %1 being its path; untranslated.
     const char *moduleMissing;
+    /// Stands before its path; empty but for a copy.
+    QString root = {};
 };
 
 /// A policy that is in force through the options of PAM modules, and how their lines are read and written (pam.d(5)).
@@ -68,6 +70,8 @@ struct PamPolicy {
     QString modulePattern() const;
     /// For both patterns of lines.
     SearchHint hint() const;
+    /// The same policy with all its files below a folder.
+    PamPolicy below(const QString &root) const;
     /// Null for an option that the policy doesn't manage.
     const PamOption *option(const QString &name) const;
 

@@ -26,17 +26,16 @@ bool rewriteProfile(const PamProfile &profile, const char *context, PamOptionRew
     return true;
 }
 
-bool applyProfiles(const CommandFailureTexts &texts, QString *message)
+bool applyProfiles(const Command &tool, const CommandFailureTexts &texts, QString *message)
 {
-    const Command command{pamAuthUpdatePath(), {QStringLiteral("--force"), QStringLiteral("--package")}};
-    const CommandOutcome outcome = runCommand(command);
+    const CommandOutcome outcome = runCommand(tool);
     if (outcome.succeeded()) {
         if (!outcome.standardError.isEmpty()) {
             appendMessage(message, outcome.standardError);
         }
         return true;
     }
-    *message = commandFailureMessage(texts, command, outcome, outcome.errorString, outcome.standardError);
+    *message = commandFailureMessage(texts, tool, outcome, outcome.errorString, outcome.standardError);
     if (outcome.end == CommandOutcome::End::Exited) {
         // as a whole: a line end of the tool's own stays inside the closing quote
         *message = message->trimmed();
@@ -62,6 +61,7 @@ QVector<PamProfile> profilesToRewrite(const PamPolicy &policy)
 bool updateProfiles(const PamPolicy &policy,
                     const CommandFailureTexts &texts,
                     PamOptionRewriter *rewriter,
+                    const Command &tool,
                     QString *message)
 {
     const QVector<PamProfile> profiles = profilesToRewrite(policy);
@@ -75,7 +75,7 @@ bool updateProfiles(const PamPolicy &policy,
             return false;
         }
     }
-    return applyProfiles(texts, message);
+    return applyProfiles(tool, texts, message);
 }
 }
 
@@ -83,10 +83,11 @@ void updatePamPolicy(const PamPolicy &policy,
                      const CommandFailureTexts &commandTexts,
                      const QVariantMap &arguments,
                      PamOptionRewriter *rewriter,
-                     TaskResult *result)
+                     TaskResult *result,
+                     const Command &tool)
 {
     QString message;
-    if (!updateProfiles(policy, commandTexts, rewriter, &message)) {
+    if (!updateProfiles(policy, commandTexts, rewriter, tool, &message)) {
         result->fail(message);
         return;
     }
@@ -99,4 +100,9 @@ void updatePamPolicy(const PamPolicy &policy,
 QString pamAuthUpdatePath()
 {
     return QStringLiteral("/usr/sbin/pam-auth-update");
+}
+
+Command pamAuthUpdate()
+{
+    return {pamAuthUpdatePath(), {QStringLiteral("--force"), QStringLiteral("--package")}};
 }

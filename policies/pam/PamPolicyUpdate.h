@@ -22,12 +22,17 @@ class TaskResult;
  * @param arguments    the policy's arguments
  * @param rewriter     rebuilds the modules' lines; one for all profiles: a module found in one counts for the later ones
  * @param result       receives the outcome
+ * @param tool         puts the profiles in force
  */
 void updatePamPolicy(const PamPolicy &policy,
                      const CommandFailureTexts &commandTexts,
                      const QVariantMap &arguments,
                      PamOptionRewriter *rewriter,
-                     TaskResult *result);
+                     TaskResult *result,
+                     const Command &tool);
 
 /// Path of pam-auth-update(8).
 QString pamAuthUpdatePath();
+
+/// Its run that puts the profiles of this machine in force.
+Command pamAuthUpdate();

@@ -11,3 +11,7 @@ target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_
 add_unit_test(differential/ReadingTest SANDBOX COST 75 LIBRARIES differentialsupport)
 add_unit_test(differential/RewritingTest SANDBOX COST 55 LIBRARIES differentialsupport pamtestsupport)
 add_unit_test(differential/RealToolsTest SANDBOX COST 45 LIBRARIES differentialsupport)
+
+add_library(pammachine STATIC differential/PamMachine.cpp endtoend/PamState.cpp)
+target_link_libraries(pammachine PUBLIC differentialsupport)
+add_unit_test(differential/PreviewedWritesTest SANDBOX COST 110 LIBRARIES pammachine client)

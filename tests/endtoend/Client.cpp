@@ -24,7 +24,7 @@ void acceptRetiredModules()
 
 void replaceTool(const QByteArray &script)
 {
-    writeProgram(toolFile, "#!/bin/sh\n" + script + '\n');
+    writeProgram(toolFile, "#!/bin/sh\n[ \"$1\" = --root ] && exit\n" + script + '\n');
 }
 
 QByteArray tallyProfile()

@@ -8,7 +8,7 @@
 /// Has pam-auth-update put in force what names a retired module: as it was before it got a list of these.
 void acceptRetiredModules();
 
-/// Puts a shell script in the place of pam-auth-update.
+/// Puts a shell script in the place of pam-auth-update; in a preview it does nothing.
 void replaceTool(const QByteArray &script);
 
 /// The profile that pam_tally's packages used to bring.

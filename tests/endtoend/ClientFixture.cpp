@@ -35,7 +35,8 @@ void ClientFixture::init()
     for (int user : {root, nobody}) {
         QDir(stateFolder(user)).removeRecursively();
     }
-    writeContent(authStack, "auth required pam_tally.so deny=3 per_user unlock_time=900\n");
+    // behind what pam-auth-update manages, so that it stays there
+    writeContent(authStack, contentOf(authStack) + "auth required pam_tally.so deny=3 per_user unlock_time=900\n");
     writeContent(loginDefsFile, "PASS_MAX_DAYS 90\n");
     writeContent(useraddFile, "INACTIVE=-1\nEXPIRE=1970-01-02\n");
 }

@@ -192,6 +192,8 @@ void ClientTest::printsCandidates_data()
     candidates("-- set --",
                "--replace\tDrop all settings that are not named.\n"
                "--dry-run\tShow what would change, and change nothing.\n"
+               "--json\tPrint a JSON document.\n"
+               "--force\tGo on where something would be lost, or cannot come into force.\n"
                "--quiet\tSay nothing on success.\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");

@@ -41,7 +41,7 @@ void UndoTest::undoReachesTheLastChangeAfterRefusal()
     QCOMPARE(client(nobody, "set expiration maxInterval=7"), inForce);
 
     QCOMPARE(client(nobody, "set complexity minlen=12"), failure(3, withoutTerminal));
-    QCOMPARE(client(nobody, "set lockout deny=5"), failure(3, withoutTerminal));
+    QCOMPARE(client(nobody, "set lockout deny=5 --force"), failure(3, withoutTerminal));
 
     QCOMPARE(client(nobody, "undo"),
              success("expiration   now     then\nmaxInterval  7 days  8 days\nexpiration: in force\n"));

@@ -27,7 +27,7 @@ void answerSlowly(PseudoTerminal *terminal)
     terminal->type(password + QByteArray("\r"));
 }
 
-/// A program that waits at its start, until letGo() or the end of this object.
+/// A program that waits at its start, but not in a preview, until letGo() or the end of this object.
 class HeldProgram
 {
 public:
@@ -39,8 +39,8 @@ public:
         // by a new file: the old one may be running
         QFile::remove(path);
         writeProgram(path,
-                     "#!/bin/sh\nuntil [ -e " + m_signal.toLatin1() + " ]; do sleep 0.1; done\nexec " + moved
-                         + " \"$@\"\n");
+                     "#!/bin/sh\n[ \"$1\" = --root ] || until [ -e " + m_signal.toLatin1()
+                         + " ]; do sleep 0.1; done\nexec " + moved + " \"$@\"\n");
     }
     ~HeldProgram()
     {

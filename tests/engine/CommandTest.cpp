@@ -6,6 +6,7 @@
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
+#include "tests/support/ScopedVariable.h"
 
 #include <QTest>
 
@@ -64,6 +65,7 @@ private Q_SLOTS:
     void tellsHowItEnded();
     void waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd();
     void readsErrorsInTheEncodingOfTheLocale();
+    void hasTheEnvironmentOfTheCommandOrElseOfThisProcess();
     void putsFailureIntoTheCallersWords_data();
     void putsFailureIntoTheCallersWords();
 };
@@ -106,6 +108,16 @@ void CommandTest::readsErrorsInTheEncodingOfTheLocale()
     const ScopedLatin1 locale;
 
     QCOMPARE(runCommand(shell("printf '\\374' >&2")).standardError, QString(QChar(0xfc)));
+}
+
+void CommandTest::hasTheEnvironmentOfTheCommandOrElseOfThisProcess()
+{
+    const ScopedVariable inherited("CALLERS", "a");
+    Command command{QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("echo $CALLERS $OWN >&2")}};
+    QCOMPARE(runCommand(command).standardError, QStringLiteral("a\n"));
+
+    command.environment.insert(QStringLiteral("OWN"), QStringLiteral("b"));
+    QCOMPARE(runCommand(command).standardError, QStringLiteral("b\n"));
 }
 
 void CommandTest::putsFailureIntoTheCallersWords_data()

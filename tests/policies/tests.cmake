@@ -10,6 +10,7 @@ add_library(pamtestsupport STATIC
 target_link_libraries(pamtestsupport PUBLIC policies testsupport)
 add_unit_test(policies/PolicyTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamPolicyTest LIBRARIES policies pamtestsupport)
+add_unit_test(policies/pam/PamPolicyUpdateTest SANDBOX LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamOptionReaderTest LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamUpdateTasksTest SANDBOX COUNT_FINISH COST 62 LIBRARIES policies pamtestsupport)
 add_unit_test(policies/pam/PamReadTasksTest SANDBOX COUNT_FINISH LIBRARIES policies pamtestsupport)

@@ -7,6 +7,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTest>
 
@@ -27,6 +28,8 @@ private Q_SLOTS:
     void tellsReason_data();
     void tellsReason();
     void tellsWhatComesOfChangedProfile();
+    void tellsObstacle_data();
+    void tellsObstacle();
 };
 
 void PamFilesTest::initTestCase()
@@ -170,6 +173,68 @@ void PamFilesTest::tellsWhatComesOfChangedProfile()
     QCOMPARE(changedProfileText(files),
              QStringLiteral("the profile has changed, but pam-auth-update of this system leaves out every profile that "
                             "names pam_tally"));
+}
+
+void PamFilesTest::tellsObstacle_data()
+{
+    QTest::addColumn<QStringList>("profiles");
+    QTest::addColumn<QStringList>("modules");
+    QTest::addColumn<QString>("refused");
+    QTest::addColumn<QString>("obstacle");
+    const QString tally = QStringLiteral("pam_tally");
+    const QString pwquality = QStringLiteral("pam_pwquality");
+    const QString cracklib = QStringLiteral("pam_cracklib");
+    const QString hint = QStringLiteral("\n--force writes the profile all the same, for an image or a later system");
+
+    QTest::newRow("lockout: none") << QStringList{QStringLiteral("tally")} << QStringList{tally} << QString()
+                                   << QString();
+    QTest::newRow("lockout: no profile")
+        << QStringList() << QStringList{tally} << QString()
+        << "its profile is missing (/usr/share/pam-configs/tally), and --force cannot write it either";
+    QTest::newRow("lockout: no module") << QStringList{QStringLiteral("tally")} << QStringList() << QString()
+                                        << QLatin1String("its module pam_tally.so is not installed") + hint;
+    QTest::newRow("lockout: refused")
+        << QStringList{QStringLiteral("tally")} << QStringList() << tally
+        << QLatin1String("pam-auth-update of this system leaves out every profile that names pam_tally") + hint;
+    QTest::newRow("complexity: none") << QStringList{QStringLiteral("pwquality")} << QStringList{pwquality} << QString()
+                                      << QString();
+    QTest::newRow("complexity: one of two") << QStringList{QStringLiteral("pwquality"), QStringLiteral("cracklib")}
+                                            << QStringList{cracklib} << pwquality << QString();
+    QTest::newRow("complexity: no profile") << QStringList() << QStringList{pwquality} << QString()
+                                            << "its profile is missing (/usr/share/pam-configs/pwquality, "
+                                               "/usr/share/pam-configs/cracklib), and --force cannot "
+                                               "write it either";
+    QTest::newRow("complexity: module of a profile that is missing")
+        << QStringList{QStringLiteral("cracklib")} << QStringList{pwquality} << QString()
+        << QLatin1String("its module pam_cracklib.so is not installed") + hint;
+    QTest::newRow("complexity: both fail")
+        << QStringList{QStringLiteral("pwquality"), QStringLiteral("cracklib")} << QStringList() << cracklib
+        << QLatin1String("its module pam_pwquality.so is not installed\npam-auth-update of this system leaves out "
+                         "every profile that "
+                         "names pam_cracklib")
+            + hint;
+}
+
+void PamFilesTest::tellsObstacle()
+{
+    QFETCH(QStringList, profiles);
+    QFETCH(QStringList, modules);
+    QFETCH(QString, refused);
+    const QString policy = QString::fromLatin1(QTest::currentDataTag()).section(QLatin1Char(':'), 0, 0);
+    const ScopedMount noProfiles = ScopedMount::smallDisk(QStringLiteral("/usr/share/pam-configs"), 64);
+    for (const QString &profile : profiles) {
+        writeContent(QStringLiteral("/usr/share/pam-configs/") + profile, "x");
+    }
+    QDir().mkpath(QStringLiteral("/usr/lib/security"));
+    const ScopedMount noModules = ScopedMount::smallDisk(QStringLiteral("/usr/lib/security"), 64);
+    const QString archive = QFileInfo(modulePath(QStringLiteral("pam_unix"))).path();
+    const ScopedMount noOtherModules = ScopedMount::smallDisk(archive, 64);
+    for (const QString &module : modules) {
+        writeContent(QStringLiteral("/usr/lib/security/%1.so").arg(module), "x");
+    }
+    writeContent(pamAuthUpdatePath(), "my @invalid_modules = ('" + refused.toLatin1() + "');\n");
+
+    QTEST(obstacleTo(*pamFilesOf(policy)), "obstacle");
 }
 
 QTEST_GUILESS_MAIN(PamFilesTest)

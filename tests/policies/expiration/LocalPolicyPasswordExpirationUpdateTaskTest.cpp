@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <limits>
@@ -112,6 +113,7 @@ private Q_SLOTS:
     void translatesNotice();
     void writesTheSameTwice();
     void writesWhatIsReadBack();
+    void changesTheCopiesBelowAFolderAlone();
     void isUnderstoodByUseradd();
 };
 
@@ -392,6 +394,21 @@ void LocalPolicyPasswordExpirationUpdateTaskTest::writesWhatIsReadBack()
                     "maxInterval: int 90",
                     "minInterval: int 1",
                     "warningInterval: int 14"}));
+}
+
+void LocalPolicyPasswordExpirationUpdateTaskTest::changesTheCopiesBelowAFolderAlone()
+{
+    const QTemporaryDir copies;
+    QDir(copies.path()).mkpath(QStringLiteral("etc/default"));
+    writeContent(copies.path() + loginDefs, "PASS_MAX_DAYS 8\n");
+    LocalPolicyPasswordExpirationUpdateTask task(nullptr, new QVariantMap(allArguments()));
+
+    task.runBelow(copies.path());
+
+    QCOMPARE(task.result().message(), QStringLiteral("\"%1\" not exists").arg(copies.path() + useradd));
+    QCOMPARE(contentOf(copies.path() + loginDefs), QByteArray("PASS_MAX_DAYS 90\nPASS_MIN_DAYS 1\nPASS_WARN_AGE 14\n"));
+    QCOMPARE(contentOf(loginDefs), QByteArray("PASS_MAX_DAYS 7\n"));
+    QCOMPARE(contentOf(useradd), QByteArray("INACTIVE=1\n"));
 }
 
 void LocalPolicyPasswordExpirationUpdateTaskTest::isUnderstoodByUseradd()

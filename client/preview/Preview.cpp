@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/preview/Preview.h"
+
+#include "client/Translation.h"
+#include "client/output/WaitingLine.h"
+#include "client/preview/Losses.h"
+#include "client/preview/MachineCopy.h"
+#include "client/system/PamFiles.h"
+#include "policies/complexity/ComplexityPolicy.h"
+#include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
+#include "policies/expiration/ExpirationFiles.h"
+#include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
+#include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "policies/lockout/LockoutPolicy.h"
+#include "tasks/TaskResult.h"
+
+#include <QTextCodec>
+
+#include <algorithm>
+
+namespace
+{
+/// The helper's, whatever the user's is: comments in the files are UTF-8, and the copies get the bytes of the files.
+class HelperEncoding
+{
+public:
+    HelperEncoding()
+    {
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    }
+    ~HelperEncoding()
+    {
+        QTextCodec::setCodecForLocale(m_users);
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(HelperEncoding)
+
+    QTextCodec *m_users = QTextCodec::codecForLocale();
+};
+
+QString stacksFolder()
+{
+    return QStringLiteral("/etc/pam.d");
+}
+
+QString recordsFolder()
+{
+    return QStringLiteral("/var/lib/pam");
+}
+
+QString stacksPattern()
+{
+    return QStringLiteral("common-*");
+}
+
+Outcome outcomeOfRun(const MachineCopy &copy, AbstractTask *task)
+{
+    if (task->result().state() != TaskState::Failed) {
+        return {};
+    }
+    return {ExitCode::Failed,
+            task->result().description() + QLatin1Char('\n') + copy.aboutMachine(task->result().message())};
+}
+
+Preview notKnown(const QString &reason)
+{
+    return {{ExitCode::Failed,
+             translate("Preview", "what the change would leave cannot be known") + QLatin1Char('\n') + reason},
+            {}};
+}
+
+/// Without what the tool keeps beside them: "common-auth.pam-old".
+QStringList stacksIn(const MachineCopy &copy)
+{
+    QStringList stacks = copy.files(stacksFolder());
+    const auto isBackup = [](const QString &path) {
+        return path.midRef(stacksFolder().size()).contains(QLatin1Char('.'));
+    };
+    stacks.erase(std::remove_if(stacks.begin(), stacks.end(), isBackup), stacks.end());
+    return stacks;
+}
+
+QByteArrayList lostInStack(const PamPolicy &policy, const MachineCopy &copy, const FilePreview &stack)
+{
+    const QString name = stack.path.section(QLatin1String("/common-"), -1);
+    return lostLines(policy,
+                     {name.section(QLatin1Char('-'), 0, 0).toLatin1(), // "session" for "session-noninteractive", too
+                      stack.before,
+                      stack.after,
+                      copy.taken(recordsFolder() + QLatin1Char('/') + name),
+                      fileContent(QLatin1String("/usr/share/pam/common-") + name)});
+}
+
+QVector<FilePreview> pamChanges(const PamPolicy &policy, const MachineCopy &copy)
+{
+    QVector<FilePreview> stacks = copy.changes(stacksIn(copy));
+    for (FilePreview &stack : stacks) {
+        stack.lost = lostInStack(policy, copy, stack);
+    }
+    return copy.changes(copy.files(pamProfilesFolder())) + stacks;
+}
+
+template<typename UpdateTask>
+Preview pamPreview(const PamPolicy &policy, const Settings &wanted)
+{
+    MachineCopy copy;
+    copy.takeFolder(pamProfilesFolder(), QStringLiteral("*"));
+    copy.takeFolder(stacksFolder(), stacksPattern());
+    copy.takeFolder(recordsFolder(), QStringLiteral("*"));
+    copy.takeDebconf();
+    if (!copy.error().isEmpty()) {
+        return notKnown(copy.error());
+    }
+    const WaitingLine line(translate("Preview", "waiting for pam-auth-update…"));
+    UpdateTask task(nullptr, std::make_unique<QVariantMap>(wanted).release());
+    task.runBelow(copy.root(), copy.pamAuthUpdate());
+    return {outcomeOfRun(copy, &task), pamChanges(policy, copy)};
+}
+
+Preview expirationPreview(const Settings &wanted)
+{
+    MachineCopy copy;
+    const QStringList paths{loginDefs().path, useraddDefaults().path};
+    for (const QString &path : paths) {
+        copy.takeFile(path);
+    }
+    if (!copy.error().isEmpty()) {
+        return notKnown(copy.error());
+    }
+    LocalPolicyPasswordExpirationUpdateTask task(nullptr, std::make_unique<QVariantMap>(wanted).release());
+    task.runBelow(copy.root());
+    return {outcomeOfRun(copy, &task), copy.changes(paths)};
+}
+}
+
+bool Preview::losesLines() const
+{
+    return std::any_of(files.begin(), files.end(), [](const FilePreview &file) {
+        return !file.lost.isEmpty();
+    });
+}
+
+Preview previewOf(const QString &policy, const Settings &wanted)
+{
+    const HelperEncoding encoding;
+    if (policy == QLatin1String("lockout")) {
+        return pamPreview<LocalPolicyLockoutUpdateTask>(lockoutPolicy(), wanted);
+    }
+    if (policy == QLatin1String("complexity")) {
+        return pamPreview<LocalPolicyPasswordComplexityUpdateTask>(complexityPolicy(), wanted);
+    }
+    return expirationPreview(wanted);
+}

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/Outcome.h"
+#include "client/settings/Setting.h"
+
+#include <QByteArrayList>
+
+/// A file as it is and as a write would leave it.
+struct FilePreview {
+    QString path;
+    QByteArray before;
+    QByteArray after;
+    /// What an administrator has put there and would be gone, in the order of the file.
+    QByteArrayList lost;
+};
+
+/// What a write would do.
+struct Preview {
+    /// How the write would end; also a failure where that can't be known.
+    Outcome outcome;
+    /// The files that would be others; valid where the outcome is a success.
+    QVector<FilePreview> files;
+
+    bool losesLines() const;
+};
+
+/**
+ * Writes a policy of the machine by the tasks of the helper, with the text encoding and the tools that it has there, but
+ * into copies of the files. Changes nothing, and needs no right but that of reading. For a policy of PAM it runs
+ * pam-auth-update(8) once.
+ *
+ * Where the copies can't be made, the failure says which file can't be read.
+ *
+ * @param policy its name
+ */
+Preview previewOf(const QString &policy, const Settings &wanted);
