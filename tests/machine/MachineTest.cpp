@@ -95,6 +95,7 @@ private:
 void MachineTest::init()
 {
     m_machine = std::make_unique<Machine>();
+    writeProgram(m_machine->root().path("/usr/bin/attacker"), contentOf(QStringLiteral(ATTACKER)));
 }
 
 void MachineTest::cleanup()
