@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+
 namespace
 {
 const char maxDays[] = "grep ^PASS_MAX_DAYS /etc/login.defs";
@@ -50,6 +52,24 @@ QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
     type(terminal, command);
     return terminal->waitFor("exited ") && terminal->waitFor("ready> ") ? terminal->output().mid(start)
                                                                         : "nothing: " + terminal->output();
+}
+
+/// So that the machine has each file and folder that the file "guarded" lists, and something in it.
+const char makeAllThatIsGuarded[] = R"SHELL(while read -r how path; do
+    case $path in
+        */) mkdir -p $path && touch ${path}entry ;;
+        *) [ -s $path ] || echo '#' >$path ;;
+    esac
+done </usr/lib/kauth/libexec/guarded)SHELL";
+
+QByteArray withoutComments(const QByteArray &content)
+{
+    QByteArrayList lines = content.split('\n');
+    const auto isNothing = [](const QByteArray &line) {
+        return line.isEmpty() || line.startsWith('#');
+    };
+    lines.erase(std::remove_if(lines.begin(), lines.end(), isNothing), lines.end());
+    return lines.join('\n') + '\n';
 }
 
 double exposureOf(const Machine &machine, const QByteArray &unit)
@@ -245,8 +265,11 @@ void MachineTest::letsRootWriteInRemoteSession()
 
 void MachineTest::confinesTheHelper()
 {
+    const QByteArray guarded = withoutComments(contentOf(QStringLiteral(MACHINE_SOURCES "/guarded")));
+    writeContent(m_machine->root().path("/usr/lib/kauth/libexec/guarded"), guarded);
     writeProgram(m_machine->root().path("/usr/lib/kauth/libexec/probe"),
                  contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
+    QCOMPARE(run(makeAllThatIsGuarded), QByteArray("0: "));
     // the helper's own unit, with another program in it
     QCOMPARE(
         run("sed -e 's,^ExecStart=.*,ExecStart=/usr/lib/kauth/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
@@ -257,7 +280,11 @@ void MachineTest::confinesTheHelper()
     // the journal may be a moment behind
     QByteArray output;
     QTRY_VERIFY((output = run("journalctl -q -o cat _SYSTEMD_UNIT=probe.service")).contains("tried "));
-    QCOMPARE(output, QByteArray("0: tried 30\n"));
+    const int tries = 31 + 3 * guarded.count('\n');
+    QCOMPARE(output,
+             "0: writable: /dev/hugepages /dev/mqueue /dev/pts /etc /tmp /usr/share/pam-configs /var/cache/debconf "
+             "/var/lib/pam /var/tmp\ntried "
+                 + QByteArray::number(tries) + '\n');
 }
 
 void MachineTest::isLessExposedThanOthers()
