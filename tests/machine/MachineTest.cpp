@@ -39,6 +39,16 @@ std::unique_ptr<PseudoTerminal> logInFromAfar(const Machine &machine, const QByt
     return logIn(terminal.get()) ? std::move(terminal) : nullptr;
 }
 
+/// A shell as a unit of the system has it, on a terminal but in no session; null if it doesn't start.
+std::unique_ptr<PseudoTerminal> startInNoSession(const Machine &machine, const QByteArray &account)
+{
+    auto terminal = machine.onTerminal("systemd-run --quiet --pty --uid=" + account + " /bin/bash");
+    return terminal->waitFor("ready> ") ? std::move(terminal) : nullptr;
+}
+
+/// How a shell comes about that is not on the console.
+using Start = decltype(&startInNoSession);
+
 /// Types a command, which ends with printing its exit code.
 void type(PseudoTerminal *terminal, const QByteArray &command)
 {
@@ -81,6 +91,7 @@ double exposureOf(const Machine &machine, const QByteArray &unit)
     return match.hasMatch() ? match.captured(1).toDouble() : 99;
 }
 }
+Q_DECLARE_METATYPE(Start)
 
 class MachineTest : public QObject
 {
@@ -98,6 +109,9 @@ private Q_SLOTS:
     void refusesWrongPassword_data();
     void refusesWrongPassword();
     void refusesUserOutsideTheGroupUnasked();
+    void asksOnceForAllPolicies_data();
+    void asksOnceForAllPolicies();
+    void saysAtThePromptWhatTheCallerSays();
     void letsRootWriteInRemoteSession();
     void confinesTheHelper();
     void isLessExposedThanOthers();
@@ -244,6 +258,54 @@ void MachineTest::refusesUserOutsideTheGroupUnasked()
 
     QVERIFY2(refused.contains("accountpolicyctl: not authorized\r\nexited 3"), refused.constData());
     QCOMPARE(run(maxDays), QByteArray(maxDaysOfDebian));
+}
+
+void MachineTest::asksOnceForAllPolicies_data()
+{
+    QTest::addColumn<Start>("start");
+
+    QTest::newRow("on the console") << Start(nullptr);
+    QTest::newRow("in a remote session") << Start(logInFromAfar);
+    QTest::newRow("in no session") << Start(startInNoSession);
+}
+
+void MachineTest::asksOnceForAllPolicies()
+{
+    QFETCH(Start, start);
+    const std::unique_ptr<PseudoTerminal> elsewhere = start ? start(*m_machine, "admin") : nullptr;
+    PseudoTerminal *terminal = start ? elsewhere.get() : logInOnConsole("admin");
+    QVERIFY(terminal);
+    const QByteArray document =
+        R"({"version": 1, "policies": {"expiration": {"maxInterval": 77}, "complexity": {"minlen": 14}}})";
+    writeContent(m_machine->root().path("/wanted.json"), document);
+    const int before = terminal->output().size();
+
+    type(terminal, "accountpolicyctl apply /wanted.json");
+    QVERIFY2(answerPassword(terminal), terminal->output().constData());
+    QVERIFY2(terminal->waitFor("exited "), terminal->output().constData());
+
+    const QByteArray shown = terminal->output().mid(before);
+    QVERIFY2(shown.contains("complexity: in force\r\nexpiration: in force\r\n"), shown.constData());
+    QCOMPARE(shown.count("Password: "), 1);
+    QCOMPARE(run(maxDays), QByteArray(maxDaysAfterSet));
+
+    // what polkit remembers is about that process
+    type(terminal, "accountpolicyctl set expiration maxInterval=78");
+    QVERIFY2(answerPassword(terminal), terminal->output().constData());
+    QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
+}
+
+void MachineTest::saysAtThePromptWhatTheCallerSays()
+{
+    const std::unique_ptr<PseudoTerminal> terminal = startInNoSession(*m_machine, "admin");
+    QVERIFY(terminal);
+
+    // an agent asks for the process that started it
+    terminal->type("(pkttyagent & sleep 1; exec attacker writepasswordexpirationpolicy message)\r");
+
+    QVERIFY2(terminal->waitFor(
+                 "writepasswordexpirationpolicy ====\r\n\033[0mYour password is wanted for something else\r\n"),
+             terminal->output().constData());
 }
 
 void MachineTest::letsRootWriteInRemoteSession()
