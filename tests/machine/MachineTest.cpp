@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+
 namespace
 {
 const char maxDays[] = "grep ^PASS_MAX_DAYS /etc/login.defs";
@@ -20,7 +22,8 @@ const char maxDaysOfDebian[] = "0: PASS_MAX_DAYS\t99999\n";
 const char setMaxDays[] = "accountpolicyctl set expiration maxInterval=77";
 const char maxDaysAfterSet[] = "0: PASS_MAX_DAYS 77\n";
 
-/// The command that tells how agents were started, and what it tells where there is but the client's own.
+/// The command that tells how agents were started, and what it tells where there is but the client's own. For a moment the
+/// program that an agent starts to ask a password looks like another agent.
 const char agentsArguments[] = "ps -C pkttyagent -o args= | sed 's/[0-9][0-9]*/N/'";
 const char argumentsOfOurAgent[] = "0: /usr/bin/pkttyagent --notify-fd N --fallback\n";
 
@@ -37,6 +40,16 @@ std::unique_ptr<PseudoTerminal> logInFromAfar(const Machine &machine, const QByt
     return logIn(terminal.get()) ? std::move(terminal) : nullptr;
 }
 
+/// A shell as a unit of the system has it, on a terminal but in no session; null if it doesn't start.
+std::unique_ptr<PseudoTerminal> startInNoSession(const Machine &machine, const QByteArray &account)
+{
+    auto terminal = machine.onTerminal("systemd-run --quiet --pty --uid=" + account + " /bin/bash");
+    return terminal->waitFor("ready> ") ? std::move(terminal) : nullptr;
+}
+
+/// How a shell comes about that is not on the console.
+using Start = decltype(&startInNoSession);
+
 /// Types a command, which ends with printing its exit code.
 void type(PseudoTerminal *terminal, const QByteArray &command)
 {
@@ -52,6 +65,24 @@ QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
                                                                         : "nothing: " + terminal->output();
 }
 
+/// So that the machine has each file and folder that the file "guarded" lists, and something in it.
+const char makeAllThatIsGuarded[] = R"SHELL(while read -r how path; do
+    case $path in
+        */) mkdir -p $path && touch ${path}entry ;;
+        *) [ -s $path ] || echo '#' >$path ;;
+    esac
+done </usr/lib/kauth/libexec/guarded)SHELL";
+
+QByteArray withoutComments(const QByteArray &content)
+{
+    QByteArrayList lines = content.split('\n');
+    const auto isNothing = [](const QByteArray &line) {
+        return line.isEmpty() || line.startsWith('#');
+    };
+    lines.erase(std::remove_if(lines.begin(), lines.end(), isNothing), lines.end());
+    return lines.join('\n') + '\n';
+}
+
 double exposureOf(const Machine &machine, const QByteArray &unit)
 {
     const QByteArray analysis = machine.run("systemd-analyze --no-pager security --offline=true /lib/systemd/system/"
@@ -61,6 +92,7 @@ double exposureOf(const Machine &machine, const QByteArray &unit)
     return match.hasMatch() ? match.captured(1).toDouble() : 99;
 }
 }
+Q_DECLARE_METATYPE(Start)
 
 class MachineTest : public QObject
 {
@@ -78,6 +110,9 @@ private Q_SLOTS:
     void refusesWrongPassword_data();
     void refusesWrongPassword();
     void refusesUserOutsideTheGroupUnasked();
+    void asksOnceForAllPolicies_data();
+    void asksOnceForAllPolicies();
+    void saysAtThePromptWhatTheCallerSays();
     void letsRootWriteInRemoteSession();
     void confinesTheHelper();
     void isLessExposedThanOthers();
@@ -95,6 +130,7 @@ private:
 void MachineTest::init()
 {
     m_machine = std::make_unique<Machine>();
+    writeProgram(m_machine->root().path("/usr/bin/attacker"), contentOf(QStringLiteral(ATTACKER)));
 }
 
 void MachineTest::cleanup()
@@ -166,7 +202,7 @@ void MachineTest::asksAdministrator()
     type(terminal, setMaxDays);
     QVERIFY2(terminal->waitFor("Authenticating as: admin"), terminal->output().constData());
     // an agent that the session has already would be asked before this one
-    QCOMPARE(run(agentsArguments), QByteArray(argumentsOfOurAgent));
+    QTRY_COMPARE(run(agentsArguments), QByteArray(argumentsOfOurAgent));
     QVERIFY2(answerPassword(terminal), terminal->output().constData());
     QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
     QVERIFY(terminal->waitFor("exited 0"));
@@ -183,7 +219,7 @@ void MachineTest::asksAdministratorBesideTheSession()
     const std::unique_ptr<PseudoTerminal> terminal = m_machine->onTerminal(
         QByteArray("systemd-run --quiet --pty --uid=admin --slice=user-$(id -u admin).slice ") + setMaxDays);
     QVERIFY2(terminal->waitFor("Authenticating as: admin"), terminal->output().constData());
-    QCOMPARE(run(agentsArguments), QByteArray(argumentsOfOurAgent));
+    QTRY_COMPARE(run(agentsArguments), QByteArray(argumentsOfOurAgent));
     QVERIFY2(answerPassword(terminal.get()), terminal->output().constData());
     QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
 
@@ -225,6 +261,54 @@ void MachineTest::refusesUserOutsideTheGroupUnasked()
     QCOMPARE(run(maxDays), QByteArray(maxDaysOfDebian));
 }
 
+void MachineTest::asksOnceForAllPolicies_data()
+{
+    QTest::addColumn<Start>("start");
+
+    QTest::newRow("on the console") << Start(nullptr);
+    QTest::newRow("in a remote session") << Start(logInFromAfar);
+    QTest::newRow("in no session") << Start(startInNoSession);
+}
+
+void MachineTest::asksOnceForAllPolicies()
+{
+    QFETCH(Start, start);
+    const std::unique_ptr<PseudoTerminal> elsewhere = start ? start(*m_machine, "admin") : nullptr;
+    PseudoTerminal *terminal = start ? elsewhere.get() : logInOnConsole("admin");
+    QVERIFY(terminal);
+    const QByteArray document =
+        R"({"version": 1, "policies": {"expiration": {"maxInterval": 77}, "complexity": {"minlen": 14}}})";
+    writeContent(m_machine->root().path("/wanted.json"), document);
+    const int before = terminal->output().size();
+
+    type(terminal, "accountpolicyctl apply /wanted.json");
+    QVERIFY2(answerPassword(terminal), terminal->output().constData());
+    QVERIFY2(terminal->waitFor("exited "), terminal->output().constData());
+
+    const QByteArray shown = terminal->output().mid(before);
+    QVERIFY2(shown.contains("complexity: in force\r\nexpiration: in force\r\n"), shown.constData());
+    QCOMPARE(shown.count("Password: "), 1);
+    QCOMPARE(run(maxDays), QByteArray(maxDaysAfterSet));
+
+    // what polkit remembers is about that process
+    type(terminal, "accountpolicyctl set expiration maxInterval=78");
+    QVERIFY2(answerPassword(terminal), terminal->output().constData());
+    QVERIFY2(terminal->waitFor("expiration: in force"), terminal->output().constData());
+}
+
+void MachineTest::saysAtThePromptWhatTheCallerSays()
+{
+    const std::unique_ptr<PseudoTerminal> terminal = startInNoSession(*m_machine, "admin");
+    QVERIFY(terminal);
+
+    // an agent asks for the process that started it
+    terminal->type("(pkttyagent & sleep 1; exec attacker writepasswordexpirationpolicy message)\r");
+
+    QVERIFY2(terminal->waitFor(
+                 "writepasswordexpirationpolicy ====\r\n\033[0mYour password is wanted for something else\r\n"),
+             terminal->output().constData());
+}
+
 void MachineTest::letsRootWriteInRemoteSession()
 {
     const std::unique_ptr<PseudoTerminal> terminal = logInFromAfar(*m_machine, "root");
@@ -244,8 +328,11 @@ void MachineTest::letsRootWriteInRemoteSession()
 
 void MachineTest::confinesTheHelper()
 {
+    const QByteArray guarded = withoutComments(contentOf(QStringLiteral(MACHINE_SOURCES "/guarded")));
+    writeContent(m_machine->root().path("/usr/lib/kauth/libexec/guarded"), guarded);
     writeProgram(m_machine->root().path("/usr/lib/kauth/libexec/probe"),
                  contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
+    QCOMPARE(run(makeAllThatIsGuarded), QByteArray("0: "));
     // the helper's own unit, with another program in it
     QCOMPARE(
         run("sed -e 's,^ExecStart=.*,ExecStart=/usr/lib/kauth/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
@@ -256,7 +343,11 @@ void MachineTest::confinesTheHelper()
     // the journal may be a moment behind
     QByteArray output;
     QTRY_VERIFY((output = run("journalctl -q -o cat _SYSTEMD_UNIT=probe.service")).contains("tried "));
-    QCOMPARE(output, QByteArray("0: tried 30\n"));
+    const int tries = 31 + 3 * guarded.count('\n');
+    QCOMPARE(output,
+             "0: writable: /dev/hugepages /dev/mqueue /dev/pts /etc /tmp /usr/share/pam-configs /var/cache/debconf "
+             "/var/lib/pam /var/tmp\ntried "
+                 + QByteArray::number(tries) + '\n');
 }
 
 void MachineTest::isLessExposedThanOthers()
