@@ -261,9 +261,16 @@ void PreviewedWritesTest::compareOnce(Kind kind, const QVariantMap &arguments)
     compareLosses(preview, shownOf(before), shownOf(after));
 }
 
-/// By the lines that are like no other: each that was there and isn't any more, and none besides.
+/// Each line that is told as lost must have become rarer; each that is like no other must be told if it isn't there any more.
 void PreviewedWritesTest::compareLosses(const Preview &preview, const Files &before, const Files &after)
 {
+    for (const FilePreview &file : preview.files) {
+        const QByteArrayList was = before.value(file.path).split('\n');
+        const QByteArrayList is = after.value(file.path).split('\n');
+        for (const QByteArray &line : file.lost) {
+            QVERIFY2(was.count(line) > is.count(line), line.constData());
+        }
+    }
     const QByteArrayList lost = lostIn(preview);
     const QByteArrayList added = m_machine.addedLines();
     for (const QByteArray &line : added) {
