@@ -39,8 +39,8 @@ public:
         // by a new file: the old one may be running
         QFile::remove(path);
         writeProgram(path,
-                     "#!/bin/sh\n[ \"$1\" = --root ] || until [ -e " + m_signal.toLatin1() + " ]; do sleep 0.1; done\nexec " + moved
-                         + " \"$@\"\n");
+                     "#!/bin/sh\n[ \"$1\" = --root ] || until [ -e " + m_signal.toLatin1()
+                         + " ]; do sleep 0.1; done\nexec " + moved + " \"$@\"\n");
     }
     ~HeldProgram()
     {

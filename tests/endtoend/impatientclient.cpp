@@ -24,6 +24,6 @@ int main(int argc, char *argv[])
         return 2;
     }
     const Reading before = store.read();
-    return static_cast<int>(performChange(
-        {&store, before, fulfilled(store.schema(), before.settings, wishes), QStringLiteral("set")}, {}));
+    return static_cast<int>(
+        performChange({&store, before, fulfilled(store.schema(), before.settings, wishes), QStringLiteral("set")}, {}));
 }
