@@ -10,6 +10,9 @@
 
 namespace
 {
+// more than a stack has
+constexpr int allLines = 1000000;
+
 QString diffOf(const FilePreview &file)
 {
     return QString::fromUtf8(unifiedDiff(file.path, file.before, file.after));
@@ -62,7 +65,7 @@ QMap<QString, QString> lostTexts(const Preview &preview)
     QMap<QString, QString> texts;
     for (const FilePreview &file : preview.files) {
         if (!file.lost.isEmpty()) {
-            texts.insert(file.path, diffOf(file));
+            texts.insert(file.path, QString::fromUtf8(unifiedDiff(file.path, file.before, file.after, allLines)));
         }
     }
     return texts;

@@ -20,5 +20,5 @@ QJsonArray filesToJson(const Preview &preview);
 /// Each line that would be lost, behind the path of its file.
 QString lostLinesText(const Preview &preview);
 
-/// By the path of each file that would lose something, the unified diff of it.
+/// By the path of each file that would lose something, the unified diff of it with all of its lines.
 QMap<QString, QString> lostTexts(const Preview &preview);

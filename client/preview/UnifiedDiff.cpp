@@ -18,7 +18,7 @@ QByteArray failureText(const QString &path, const QString &reason)
 }
 }
 
-QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByteArray &after)
+QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByteArray &after, int context)
 {
     QTemporaryFile old;
     if (!old.open() || old.write(before) != before.size() || !old.flush()) {
@@ -29,7 +29,8 @@ QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByt
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     diff.setProcessEnvironment(environment);
     diff.start(QStringLiteral("diff"),
-               {QStringLiteral("-u"),
+               {QStringLiteral("-U"),
+                QString::number(context),
                 QStringLiteral("--text"),
                 QStringLiteral("--label"),
                 path,

@@ -7,8 +7,9 @@
 #include <QString>
 
 /**
- * The difference between two contents of a file, as diff(1) prints it with "-u".
+ * The difference between two contents of a file, as diff(1) prints it with "-U".
  *
- * @param path stands above it; the file isn't looked at
+ * @param path    stands above it; the file isn't looked at
+ * @param context so many lines stand around each that differs
  */
-QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByteArray &after);
+QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByteArray &after, int context = 3);

@@ -3,6 +3,7 @@
 
 #include "client/changes/Undoing.h"
 
+#include "client/changes/Change.h"
 #include "client/changes/History.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
@@ -147,10 +148,10 @@ void UndoingTest::takesBackWhatTheChangeChanged()
     QFETCH(QString, result);
     MemoryStore store({{}, settingsOf(now)});
 
-    QCOMPARE(static_cast<int>(undoChange(changeOf(before, settingsOf(wanted)), &store, true)), 0);
+    QCOMPARE(static_cast<int>(undoChange(changeOf(before, settingsOf(wanted)), &store, {true})), 0);
     QCOMPARE(store.written, QStringList());
 
-    QCOMPARE(static_cast<int>(undoChange(changeOf(before, settingsOf(wanted)), &store, false)), 0);
+    QCOMPARE(static_cast<int>(undoChange(changeOf(before, settingsOf(wanted)), &store, {})), 0);
     QCOMPARE(textOf(settingsOf(result)), result);
     QCOMPARE(store.written, QStringList(result));
 }
@@ -159,7 +160,7 @@ void UndoingTest::bringsBackAllOfAnEntryWithoutWhatWasWanted()
 {
     MemoryStore store({{}, settingsOf(QStringLiteral("maxInterval=7 warningInterval=3"))});
 
-    undoChange(changeOf(QStringLiteral("maxInterval=90"), {}), &store, false);
+    undoChange(changeOf(QStringLiteral("maxInterval=90"), {}), &store, {});
 
     QCOMPARE(store.written, QStringList(QStringLiteral("maxInterval=90")));
 }
@@ -171,7 +172,7 @@ void UndoingTest::bringsBackAllWhereNothingCanBeRead()
     undoChange(changeOf(QStringLiteral("maxInterval=90 minInterval=1"),
                         settingsOf(QStringLiteral("maxInterval=7 minInterval=1"))),
                &store,
-               false);
+               {});
 
     QCOMPARE(store.written, QStringList(QStringLiteral("maxInterval=90 minInterval=1")));
     QCOMPARE(History().entries().size(), 0);
@@ -189,7 +190,7 @@ void UndoingTest::endsWhereReadingMustNotGoOn()
     QFETCH(int, code);
     MemoryStore store({{static_cast<ExitCode>(code), QStringLiteral("no")}, {}});
 
-    const ExitCode end = undoChange(changeOf(QString(), settingsOf(QStringLiteral("maxInterval=7"))), &store, false);
+    const ExitCode end = undoChange(changeOf(QString(), settingsOf(QStringLiteral("maxInterval=7"))), &store, {});
 
     QCOMPARE(static_cast<int>(end), code);
     QCOMPARE(store.written, QStringList());
@@ -199,10 +200,10 @@ void UndoingTest::endsWhereReadingMustNotGoOn()
 void UndoingTest::canBeUndone()
 {
     MemoryStore store({{}, settingsOf(QStringLiteral("maxInterval=7 minInterval=1"))});
-    undoChange(changeOf(QString(), settingsOf(QStringLiteral("maxInterval=7"))), &store, false);
+    undoChange(changeOf(QString(), settingsOf(QStringLiteral("maxInterval=7"))), &store, {});
 
     const HistoryEntry undo = History().entries().constFirst();
-    undoChange(undo, &store, false);
+    undoChange(undo, &store, {});
 
     QCOMPARE(undo.command, QStringLiteral("undo of: set"));
     QCOMPARE(store.written,

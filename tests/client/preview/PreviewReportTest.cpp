@@ -35,7 +35,7 @@ private Q_SLOTS:
     void putsDiffsBelowEachOther();
     void makesAnObjectOfEachFile();
     void namesTheFileOfEachLostLine();
-    void keepsDiffsOfFilesThatLoseSomething();
+    void keepsAllOfFilesThatLoseSomething();
 };
 
 void PreviewReportTest::makesDiffsOfAnyBytes_data()
@@ -93,9 +93,14 @@ void PreviewReportTest::namesTheFileOfEachLostLine()
     QCOMPARE(lostLinesText(two), QString::fromUtf8("/etc/one: a\n/etc/one:  b\tc\n/etc/two: y\xef\xbf\xbd"));
 }
 
-void PreviewReportTest::keepsDiffsOfFilesThatLoseSomething()
+void PreviewReportTest::keepsAllOfFilesThatLoseSomething()
 {
-    QCOMPARE(lostTexts(preview()), (QMap<QString, QString>{{QStringLiteral("/etc/two"), diffOfTwo}}));
+    Preview lost = preview();
+    lost.files[1].before = "1\n2\n3\n4\n5\ny\n";
+    lost.files[1].after = "1\n2\n3\n4\n5\n";
+
+    const QString whole = QStringLiteral("--- /etc/two\n+++ /etc/two\n@@ -1,6 +1,5 @@\n 1\n 2\n 3\n 4\n 5\n-y\n");
+    QCOMPARE(lostTexts(lost), (QMap<QString, QString>{{QStringLiteral("/etc/two"), whole}}));
 }
 
 QTEST_GUILESS_MAIN(PreviewReportTest)
