@@ -53,7 +53,8 @@ QString changeTable(const Change &change)
     if (keys.isEmpty()) {
         return {};
     }
-    QVector<QStringList> rows{{change.store->name().text(), translate("ChangeShowing", "now"), translate("ChangeShowing", "then")}};
+    QVector<QStringList> rows{
+        {change.store->name().text(), translate("ChangeShowing", "now"), translate("ChangeShowing", "then")}};
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         rows += {key,
