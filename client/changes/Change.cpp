@@ -159,7 +159,12 @@ ExitCode performDryRun(const Change &change, const ChangeMode &mode)
     showChange(change, preview, mode.report);
     const Outcome objected =
         isOfPam(change) && !mode.force ? objection(change, change.store->obstacle(), preview) : preview.outcome;
-    return objected.succeeded() ? ExitCode::Done : refuse(objected);
+    if (!objected.succeeded()) {
+        return refuse(objected);
+    }
+    // where nothing would change, what is there may still not be in force
+    const Outcome present = changeTable(change).isEmpty() ? presentOutcome(change) : Outcome();
+    return present.succeeded() ? ExitCode::Done : refuse(present);
 }
 
 /// Looks at what a change of PAM's files would do, before anything is sent.
@@ -199,7 +204,13 @@ ExitCode performChange(const Change &change, const ChangeMode &mode)
     }
     Preview preview;
     const Outcome objected = lookAhead(change, mode, &preview);
-    const Outcome outcome = objected.succeeded() ? carryOut(change, preview) : objected;
+    if (!objected.succeeded()) {
+        return refuse(objected);
+    }
+    if (change.isUndo && change.before.outcome.succeeded()) {
+        out().writeUnlessQuiet(printable(changeTable(change)));
+    }
+    const Outcome outcome = carryOut(change, preview);
     if (!outcome.succeeded()) {
         return refuse(outcome);
     }

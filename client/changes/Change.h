@@ -36,7 +36,7 @@ struct ChangeMode {
  * Carries the change out, or previews it, and says so. Saves the settings as they were, writes, reads back and
  * compares. If the write fails and changes nothing, what was saved is removed.
  *
- * A change of a policy of PAM is previewed in any case, and not begun where that says why not.
+ * An undo shows before it is sent what it takes back. A change of a policy of PAM is previewed in any case, and not begun where that says why not.
  *
  * @return Done only if everything that was asked for is in force, or would be tried by the same call without dryRun
  */

@@ -22,17 +22,16 @@ QString previewText(const Change &change)
     if (!changes.isEmpty()) {
         return changes;
     }
-    const Outcome present = presentOutcome(change);
-    return (present.succeeded() ? translate("ChangeShowing", "%1: already in force").arg(change.store->name().text())
-                                : present.error)
-        + QLatin1Char('\n');
+    return presentOutcome(change).succeeded()
+        ? translate("ChangeShowing", "%1: already in force").arg(change.store->name().text()) + QLatin1Char('\n')
+        : QString();
 }
 
 QString textForPeople(const Change &change, const Preview &preview)
 {
     const QString text = previewText(change);
     const QString diffs = diffsText(preview);
-    return diffs.isEmpty() ? text : text + QLatin1Char('\n') + diffs;
+    return diffs.isEmpty() || text.isEmpty() ? text + diffs : text + QLatin1Char('\n') + diffs;
 }
 
 QJsonObject jsonOf(const Change &change, const Preview &preview)

@@ -5,7 +5,6 @@
 
 #include "client/Translation.h"
 #include "client/changes/Change.h"
-#include "client/changes/ChangeShowing.h"
 #include "client/changes/History.h"
 #include "client/output/Terminal.h"
 #include "client/settings/SettingText.h"
@@ -67,11 +66,11 @@ ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, const Chang
     const SettingSchema &schema = store->schema();
     Change change{store, now, settingsBack(schema, entry, now), translate("Undoing", "undo of: %1").arg(entry.command)};
     change.isUndo = true;
+    if (mode.force) {
+        change.command += QLatin1String(" --force");
+    }
     if (now.outcome.succeeded()) {
         warn(schema, entry, now.settings);
-        if (!mode.dryRun) {
-            out().writeUnlessQuiet(printable(changeTable(change)));
-        }
     }
     return performChange(change, mode);
 }

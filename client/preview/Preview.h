@@ -21,7 +21,7 @@ struct FilePreview {
 struct Preview {
     /// How the write would end; also a failure where that can't be known.
     Outcome outcome;
-    /// The files that would be others; valid where the outcome is a success.
+    /// The files that would be others; as far as the write would come, where it would fail.
     QVector<FilePreview> files;
 
     bool losesLines() const;

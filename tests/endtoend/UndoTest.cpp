@@ -36,13 +36,16 @@ void UndoTest::changesPam()
 void UndoTest::undoReachesTheLastChangeAfterRefusal()
 {
     const ProgramResult inForce = success("expiration: in force\n");
-    const PolkitRule rule("writepasswordexpirationpolicy", "nobody", "YES");
-    QCOMPARE(client(nobody, "set expiration maxInterval=8"), inForce);
-    QCOMPARE(client(nobody, "set expiration maxInterval=7"), inForce);
+    {
+        const PolkitRule rule("writepasswordexpirationpolicy", "nobody", "YES");
+        QCOMPARE(client(nobody, "set expiration maxInterval=8"), inForce);
+        QCOMPARE(client(nobody, "set expiration maxInterval=7"), inForce);
+    }
 
     QCOMPARE(client(nobody, "set complexity minlen=12"), failure(3, withoutTerminal));
     QCOMPARE(client(nobody, "set lockout deny=5 --force"), failure(3, withoutTerminal));
 
+    const PolkitRule rule("writepasswordexpirationpolicy", "nobody", "YES");
     QCOMPARE(client(nobody, "undo"),
              success("expiration   now     then\nmaxInterval  7 days  8 days\nexpiration: in force\n"));
     QCOMPARE(contentOf(loginDefsFile), QByteArray("PASS_MAX_DAYS 8\n"));
