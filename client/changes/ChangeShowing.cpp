@@ -18,7 +18,7 @@ namespace
 {
 QString previewText(const Change &change)
 {
-    const QString changes = changeTable(change);
+    QString changes = changeTable(change);
     if (!changes.isEmpty()) {
         return changes;
     }

@@ -81,7 +81,7 @@ QVector<Candidate> commandCandidates()
 
 QString meantCommand(const QString &name)
 {
-    const QString other = calledElsewhere(name);
+    QString other = calledElsewhere(name);
     if (!other.isEmpty()) {
         return other;
     }

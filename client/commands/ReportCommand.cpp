@@ -73,14 +73,17 @@ Outcome writeStream(const QString &path, const QByteArray &page)
     return {};
 }
 
-/// A file for its owner alone, before anything is in it. If that can't be, the write will tell.
+/// A file of this user's, for him alone, before anything is in it. If it can't be opened, the write will tell.
 bool makePrivate(const QString &path)
 {
     const int file = open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0) {
         return true;
     }
-    const bool isPrivate = fchmod(file, S_IRUSR | S_IWUSR) == 0;
+    struct stat status = {};
+    errno = EPERM; // where it is somebody else's
+    const bool isPrivate =
+        fstat(file, &status) == 0 && status.st_uid == geteuid() && fchmod(file, S_IRUSR | S_IWUSR) == 0;
     close(file);
     return isPrivate;
 }

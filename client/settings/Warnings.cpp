@@ -33,15 +33,15 @@ qlonglong daysIn(const Settings &settings, const QString &key)
 QStringList warningTexts(const SettingSchema &schema, const Settings &before, const Settings &wanted, qlonglong today)
 {
     const QStringList changed = differingKeys(schema, before, wanted);
-    const qlonglong longest = daysIn(wanted, maxKey());
-    const qlonglong shortest = daysIn(wanted, minKey());
+    const qlonglong mostDays = daysIn(wanted, maxKey());
+    const qlonglong leastDays = daysIn(wanted, minKey());
     QStringList texts;
-    if ((changed.contains(maxKey()) || changed.contains(minKey())) && longest >= 0 && shortest > longest) {
+    if ((changed.contains(maxKey()) || changed.contains(minKey())) && mostDays >= 0 && leastDays > mostDays) {
         texts +=
             translate("Warnings", "minInterval (%1) is above maxInterval (%2): users cannot change their passwords")
-                .arg(QString::number(shortest), QString::number(longest));
+                .arg(QString::number(leastDays), QString::number(mostDays));
     }
-    if (changed.contains(maxKey()) && longest == 0) {
+    if (changed.contains(maxKey()) && mostDays == 0) {
         texts += translate("Warnings", "maxInterval is 0: a password expires on the day on which it is set");
     }
     if (changed.contains(dateKey()) && wanted.contains(dateKey()) && daysIn(wanted, dateKey()) <= today) {

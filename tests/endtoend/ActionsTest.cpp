@@ -74,6 +74,7 @@ private Q_SLOTS:
     void reportsFailingReadWithWhatWasRead();
     void refusesWritesOfOrdinaryUsers();
     void writesForUsersWhomARuleAdmits();
+    void admitsToAllWritesWhomARuleAdmitsToOne();
     void knowsNoOtherAction();
     void sharesNothingBetweenRequestsOfOneProcess();
     void worksWithoutEnvironment();
@@ -220,6 +221,15 @@ void ActionsTest::writesForUsersWhomARuleAdmits()
         QCOMPARE(told(nobody, writeComplexity, newComplexity), QByteArray(newComplexity));
     }
     QCOMPARE(callAs(nobody, writeExpiration, typedMap(newExpiration)).error, notAuthorized);
+}
+
+/// Each write implies the others, so that one change of several asks once.
+void ActionsTest::admitsToAllWritesWhomARuleAdmitsToOne()
+{
+    const PolkitRule rule("writepasswordexpirationpolicy", "nobody", "YES");
+
+    QCOMPARE(told(nobody, writeLockout, newLockout), QByteArray(newLockout));
+    QCOMPARE(told(nobody, writeComplexity, newComplexity), QByteArray(newComplexity));
 }
 
 void ActionsTest::knowsNoOtherAction()

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void tellsThatStandardOutputIsFull();
     void keepsReportOfAccountsFromOthers_data();
     void keepsReportOfAccountsFromOthers();
+    void writesNoAccountsIntoFileOfSomebodyElse();
 };
 
 void ReportTest::writesReport()
@@ -143,6 +144,18 @@ void ReportTest::keepsReportOfAccountsFromOthers()
 
     QCOMPARE(runAs(root, "stat -c %a /run/report.html").standardOutput, mode);
     QCOMPARE(contentOf("/run/report.html").right(8), QByteArray("</html>\n"));
+}
+
+void ReportTest::writesNoAccountsIntoFileOfSomebodyElse()
+{
+    QCOMPARE(shell(root, QStringLiteral("rm -f /run/report.html; install -o nobody /dev/null /run/report.html")),
+             success());
+
+    QCOMPARE(client(root, QStringLiteral("report /run/report.html --user policytester")),
+             failure(1, "/run/report.html could not be written\nOperation not permitted"));
+
+    QCOMPARE(contentOf("/run/report.html"), QByteArray());
+    QCOMPARE(shell(root, QStringLiteral("rm /run/report.html")), success());
 }
 
 QTEST_GUILESS_MAIN(ReportTest)
