@@ -345,8 +345,8 @@ void MachineTest::confinesTheHelper()
     QTRY_VERIFY((output = run("journalctl -q -o cat _SYSTEMD_UNIT=probe.service")).contains("tried "));
     const int tries = 31 + 3 * guarded.count('\n');
     QCOMPARE(output,
-             "0: writable: /dev/hugepages /dev/mqueue /dev/pts /etc /tmp /usr/share/pam-configs /var/cache/debconf "
-             "/var/lib/pam /var/tmp\ntried "
+             "0: writable: /dev/hugepages /dev/mqueue /dev/pts /etc /etc/default /etc/pam.d /tmp /usr/share/pam-configs "
+             "/var/cache/debconf /var/lib/pam /var/tmp\nwritable in /etc/default: useradd\ntried "
                  + QByteArray::number(tries) + '\n');
 }
 
