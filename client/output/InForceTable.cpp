@@ -12,7 +12,7 @@ namespace
 QStringList settingRow(const Setting &setting, const InForce &inForce)
 {
     QStringList row{setting.key, inForceWords(setting, inForce)};
-    if (inForce.origins.contains(setting.key)) {
+    if (inForce.isAvailable && inForce.origins.contains(setting.key)) {
         row += originText(inForce.origins.value(setting.key));
     }
     return row;
