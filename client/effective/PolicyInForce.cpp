@@ -17,6 +17,16 @@
 
 namespace
 {
+QString pwqualityModule()
+{
+    return QStringLiteral("pam_pwquality");
+}
+
+QString cracklibModule()
+{
+    return QStringLiteral("pam_cracklib");
+}
+
 /// Just as it was read: a value that is set comes from the file.
 InForce asRead(const SettingSchema &schema, const Settings &read, const Origin &origin)
 {
@@ -36,18 +46,49 @@ QString pwqualityName(const QString &key)
     return key == QLatin1String("reject_username") ? QStringLiteral("usercheck") : key;
 }
 
-/// Whether a line's module can refuse something, whatever the other modules say (pam.conf(5)).
-bool canRefuse(const QString &control)
+/// What a module that checks passwords returns for a weak one that it has asked for so often.
+QString verdictAfter(qlonglong tries)
 {
-    static const QRegularExpression refusal(QStringLiteral(R"(\bauthtok_err=(\w+))"));
-    static const QRegularExpression otherwise(QStringLiteral(R"(\bdefault=(\w+))"));
+    return tries > 1 ? QStringLiteral("maxtries") : QStringLiteral("authtok_err");
+}
+
+/// What a control in brackets does about what a module returns; empty where it doesn't say.
+QString actionFor(const QString &verdict, const QString &control)
+{
+    const QRegularExpression action(QStringLiteral("\\b%1=(\\w+)").arg(verdict));
+    return action.match(control).captured(1);
+}
+
+/// Whether what a line's module returns is a refusal, whatever the other modules say (pam.conf(5)).
+bool isRefusal(const QString &verdict, const QString &control)
+{
     const QString word = control.toLower();
     if (!word.contains(QLatin1Char('='))) {
         return word == QLatin1String("required") || word == QLatin1String("requisite");
     }
-    const QRegularExpressionMatch named = refusal.match(word);
-    const QString action = named.hasMatch() ? named.captured(1) : otherwise.match(word).captured(1);
+    const QString named = actionFor(verdict, word);
+    const QString action = named.isEmpty() ? actionFor(QStringLiteral("default"), word) : named;
     return action == QLatin1String("bad") || action == QLatin1String("die");
+}
+
+/// Says that a module that the stack names can't be loaded; none if it can.
+QStringList missingRemarks(const QString &stack, const QString &module)
+{
+    if (!modulePath(module).isEmpty()) {
+        return {};
+    }
+    return {translate("PolicyInForce", "%1 names %2.so, which is not installed").arg(stack, module)};
+}
+
+/// What keeps a line's module from refusing weak passwords, whatever its rules, a sentence each.
+QStringList lineRemarks(const QString &stack, const QString &module, const QString &control, qlonglong tries)
+{
+    QStringList remarks = missingRemarks(stack, module);
+    if (!isRefusal(verdictAfter(tries), control)) {
+        remarks +=
+            translate("PolicyInForce", "weak passwords may pass: %1 is \"%2\" in %3").arg(module, control, stack);
+    }
+    return remarks;
 }
 
 /// What keeps weak passwords from being refused, a sentence each.
@@ -59,11 +100,8 @@ QStringList enforcementRemarks(const PwqualityRules &rules, const QString &stack
         remarks += translate("PolicyInForce", "weak passwords are not refused: enforcing = 0 in %1")
                        .arg(originText(enforcing.origin));
     }
-    if (!canRefuse(line.control)) {
-        remarks += translate("PolicyInForce", "weak passwords may pass: pam_pwquality is \"%1\" in %2")
-                       .arg(line.control, stack);
-    }
-    return remarks;
+    const qlonglong tries = rules.find(QStringLiteral("retry")).value.toLongLong();
+    return remarks + lineRemarks(stack, pwqualityModule(), line.control, tries);
 }
 
 QStringList usernameRemarks(const PwqualityRules &rules, const Settings &read)
@@ -116,11 +154,30 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
     return inForce;
 }
 
+/// The module has no files: its tries, too, are in the stack.
+qlonglong cracklibTries(const PamLine &line)
+{
+    const QString name = QStringLiteral("retry=");
+    qlonglong tries = 1;
+    for (const QString &option : line.options) {
+        tries = option.startsWith(name) ? option.mid(name.size()).toLongLong() : tries;
+    }
+    return tries;
+}
+
+InForce cracklibInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
+{
+    InForce inForce = asRead(schema, read, stack);
+    inForce.remarks = lineRemarks(stack, cracklibModule(), line.control, cracklibTries(line));
+    inForce.isEnforced = inForce.remarks.isEmpty();
+    return inForce;
+}
+
 InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
 {
     const QByteArray stack = fileContent(files.stack);
     const QString type = QStringLiteral("password");
-    const QVector<PamLine> lines = pamLines(stack, type, QStringLiteral("pam_pwquality"));
+    const QVector<PamLine> lines = pamLines(stack, type, pwqualityModule());
     if (!lines.isEmpty()) {
         InForce inForce = pwqualityInForce(schema, files.stack, lines.constFirst(), read);
         if (lines.size() > 1) {
@@ -129,8 +186,9 @@ InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, co
         }
         return inForce;
     }
-    if (!pamLines(stack, type, QStringLiteral("pam_cracklib")).isEmpty()) {
-        return asRead(schema, read, files.stack);
+    const QVector<PamLine> cracklibLines = pamLines(stack, type, cracklibModule());
+    if (!cracklibLines.isEmpty()) {
+        return cracklibInForce(schema, files.stack, cracklibLines.constFirst(), read);
     }
     InForce inForce;
     inForce.settings = normalized(schema, {});
@@ -164,8 +222,13 @@ InForce lockoutInForce(const SettingSchema &schema, const PamFiles &files, const
                       "the lines of pam_faillock in %1 have different rules; those of the first are shown")
                 .arg(files.stack);
     }
-    inForce.isAvailable = namesModule(files.stack, files.profiles.constFirst().module) || canComeIntoForce(files);
-    inForce.isEnforced = inForce.isAvailable || faillock.locks;
+    const QString module = files.profiles.constFirst().module;
+    const bool isNamed = namesModule(files.stack, module);
+    const QStringList missing = isNamed ? missingRemarks(files.stack, module) : QStringList();
+    inForce.remarks += missing;
+    inForce.isAvailable = (isNamed && missing.isEmpty()) || canComeIntoForce(files);
+    // what the stack says of a module that isn't there doesn't hold, even if another one locks accounts
+    inForce.isEnforced = missing.isEmpty() && (inForce.isAvailable || faillock.locks);
     return inForce;
 }
 

@@ -71,6 +71,7 @@ void SchemaTest::initTestCase()
 void SchemaTest::init()
 {
     m_stockPam.restore();
+    bringTallyModule();
     writeContent(QStringLiteral("/usr/share/pam-configs/tally"), tallyProfile());
     writeContent(QStringLiteral("/etc/pam.d/common-auth"),
                  "auth required pam_tally.so deny=3 per_user unlock_time=900 lock_time=5 magic_root no_reset\n");

@@ -33,6 +33,13 @@ QByteArray tallyProfile()
            "\trequired pam_tally.so deny=3 onerr=fail\n";
 }
 
+void bringTallyModule()
+{
+    const QString folder = QStringLiteral("/usr/lib/security");
+    QDir().mkpath(folder);
+    writeContent(folder + QStringLiteral("/pam_tally.so"), "");
+}
+
 QStringList settingKeys()
 {
     QStringList keys;

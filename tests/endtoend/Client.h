@@ -14,6 +14,10 @@ void replaceTool(const QByteArray &script);
 /// The profile that pam_tally's packages used to bring.
 QByteArray tallyProfile();
 
+/// Puts an empty file in the place of pam_tally, which this system doesn't have any more: without it nothing that its lines
+/// say is in force.
+void bringTallyModule();
+
 /// Runs the client as the account of number @p user, with a state folder of that account's own.
 ProgramResult client(int user, const QString &words, const QByteArray &input = QByteArray());
 ProgramResult client(int user, const char *words, const QByteArray &input = QByteArray());

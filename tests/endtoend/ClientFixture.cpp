@@ -35,6 +35,7 @@ void ClientFixture::init()
     for (int user : {root, nobody}) {
         QDir(stateFolder(user)).removeRecursively();
     }
+    bringTallyModule();
     // behind what pam-auth-update manages, so that it stays there
     writeContent(authStack, contentOf(authStack) + "auth required pam_tally.so deny=3 per_user unlock_time=900\n");
     writeContent(loginDefsFile, "PASS_MAX_DAYS 90\n");

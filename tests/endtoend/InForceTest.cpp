@@ -79,15 +79,26 @@ void writeRandomRules(const QString &path)
     writeContent(path, content);
 }
 
+QByteArray oneOf(const QByteArrayList &texts)
+{
+    return texts.at(randomNumber(0, texts.size() - 1));
+}
+
 void writeRandomStack()
 {
-    static const QByteArrayList starts{"password requisite pam_pwquality.so ",
+    static const QByteArrayList heeded{"password requisite pam_pwquality.so ",
                                        "-password\t[success=ok default=die] pam_pwquality.so ",
                                        "PASSWORD required \\\n pam_pwquality.so [badwords=one two] gecoscheck "};
-    const bool called = happens(92);
-    const QByteArray line = called ? starts.at(randomNumber(0, 2)) : "# password requisite pam_pwquality.so ";
+    // some of them by how often it has asked
+    static const QByteArrayList ignored{"password [success=ok authtok_err=die default=ignore] pam_pwquality.so ",
+                                        "password [success=ok maxtries=die default=ignore] pam_pwquality.so ",
+                                        "password [success=ok authtok_err=ignore default=die] pam_pwquality.so ",
+                                        "# password requisite pam_pwquality.so "};
+    const bool mayBeIgnored = happens(30);
+    const QByteArray line = oneOf(mayBeIgnored ? ignored : heeded);
     const QByteArray retry = "retry=" + QByteArray::number(randomNumber(1, 3)) + ' ';
-    const QByteArray token = called ? "use_authtok " : "";
+    // with it pam_unix takes nothing that another module has refused, even if that is ignored
+    const QByteArray token = mayBeIgnored ? "" : "use_authtok ";
     writeContent(passwordStack,
                  line + retry + randomRules(4)
                      + " # minlen=99\n"
