@@ -4,9 +4,9 @@
 #include "client/commands/DoctorCommand.h"
 
 #include "client/Translation.h"
+#include "client/checkup/Checkup.h"
 #include "client/output/Table.h"
 #include "client/output/Terminal.h"
-#include "client/system/Checkup.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

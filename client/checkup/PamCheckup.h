@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "client/system/Checkup.h"
+#include "client/checkup/Checkup.h"
 
 /// Looks at what locks accounts.
 QVector<Finding> checkLockout();

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "client/system/PamCheckup.h"
+#include "client/checkup/PamCheckup.h"
 
 #include "client/Translation.h"
 #include "client/effective/Faillock.h"

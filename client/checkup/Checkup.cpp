@@ -1,15 +1,15 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "client/system/Checkup.h"
+#include "client/checkup/Checkup.h"
 
 #include "HelperId.h"
 #include "client/Translation.h"
 #include "client/bus/PolicyRead.h"
 #include "client/bus/TextAgent.h"
+#include "client/checkup/PamCheckup.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
-#include "client/system/PamCheckup.h"
 #include "client/system/PamFiles.h"
 #include "engine/FileRewriting.h"
 #include "policies/expiration/ExpirationFiles.h"
