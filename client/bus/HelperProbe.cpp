@@ -62,7 +62,6 @@ HelperReply probeHelper(const HelperCall &call, int limit)
     QElapsedTimer clock;
     clock.start();
     QDBusPendingCall helper = askHelper(bus, limit);
-    QDBusPendingCall polkit = askPolkit(bus, call.name(), limit);
     helper.waitForFinished();
     // an answer that doesn't come looks like a helper that ends, but takes all the time; timers may be a twentieth early
     if (helper.error().type() == QDBusError::NoReply && clock.elapsed() >= limit * 9 / 10) {
@@ -71,6 +70,8 @@ HelperReply probeHelper(const HelperCall &call, int limit)
     if (helper.error().type() != QDBusError::UnknownMethod) {
         return call.answerOf(helper.error()).reply;
     }
+    // not before: an answer that nobody waits for would be left behind
+    QDBusPendingCall polkit = askPolkit(bus, call.name(), qMax(1, limit - static_cast<int>(clock.elapsed())));
     polkit.waitForFinished();
     return polkit.isError() ? hindrance(translate("HelperProbe", "polkit does not answer")) : HelperReply();
 }
