@@ -10,9 +10,7 @@
 #include <QFileInfo>
 
 #include <cerrno>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,15 +94,15 @@ QString OwnFolder::make(const QString &path)
 
 QStringList OwnFolder::names() const
 {
-    // one of its own, which the listing closes
-    const int handle = openat(m_handle, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR *)> listing(handle < 0 ? nullptr : fdopendir(handle), closedir);
+    // what was opened, whatever stands under its path by now
+    const QDir opened(QStringLiteral("/proc/self/fd/%1").arg(m_handle));
     QStringList names;
-    // cppcheck-suppress readdirCalled // there is one thread
-    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
+    const auto all = opened.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString &name : all) {
         struct stat status = {};
-        if (fstatat(m_handle, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isOwnFile(status)) {
-            names += QFile::decodeName(entry->d_name);
+        if (fstatat(m_handle, QFile::encodeName(name).constData(), &status, AT_SYMLINK_NOFOLLOW) == 0
+            && isOwnFile(status)) {
+            names += name;
         }
     }
     return names;

@@ -14,6 +14,8 @@
 
 #include <QRegularExpression>
 
+#include <functional>
+
 namespace
 {
 /// The words that it may have as a value; an empty one stands for what can't be listed.
@@ -122,9 +124,10 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     if (!wrong.isEmpty()) {
         return usageError(wrong);
     }
-    return runChanges(line, [&](const ChangeMode &mode) {
+    const auto perform = [&](const ChangeMode &mode) {
         return setSettings(store.get(), wishes, line, mode);
-    });
+    };
+    return runChanges(line, std::cref(perform));
 }
 
 QVector<Candidate> SetCommand::candidates(const QStringList &before) const
