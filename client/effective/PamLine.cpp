@@ -27,13 +27,13 @@ QVector<PamLine> pamLines(const QByteArray &stack, const QString &type, const QS
     const QString text = QString::fromUtf8(stack).replace(QLatin1String("\\\n"), QLatin1String(" "));
     QVector<PamLine> found;
     const auto lines = text.split(QLatin1Char('\n'));
-    for (const QString &line : lines) {
-        const QStringList words = pamWords(line.section(QLatin1Char('#'), 0, 0));
+    for (int number = 0; number < lines.size(); ++number) {
+        const QStringList words = pamWords(lines.at(number).section(QLatin1Char('#'), 0, 0));
         // a dash before the type: nothing is logged if the module isn't there
         const QString lineType = words.value(0).mid(words.value(0).startsWith(QLatin1Char('-')) ? 1 : 0);
         if (lineType.compare(type, Qt::CaseInsensitive) == 0
             && QFileInfo(words.value(2)).fileName() == module + QLatin1String(".so")) {
-            found += {words.at(1), words.mid(3)};
+            found += {number, words.at(1), words.mid(3)};
         }
     }
     return found;

@@ -8,6 +8,8 @@
 
 /// A line of a PAM stack that calls a module (pam.conf(5)).
 struct PamLine {
+    /// Which of all the lines it is.
+    int number;
     QString control;
     QStringList options;
 };

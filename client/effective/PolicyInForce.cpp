@@ -4,6 +4,7 @@
 #include "client/effective/PolicyInForce.h"
 
 #include "client/Translation.h"
+#include "client/effective/Enforcement.h"
 #include "client/effective/Faillock.h"
 #include "client/effective/PamLine.h"
 #include "client/effective/Pwquality.h"
@@ -11,7 +12,6 @@
 #include "policies/expiration/ExpirationFiles.h"
 
 #include <QFile>
-#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -46,53 +46,8 @@ QString pwqualityName(const QString &key)
     return key == QLatin1String("reject_username") ? QStringLiteral("usercheck") : key;
 }
 
-/// What a module that checks passwords returns for a weak one that it has asked for so often.
-QString verdictAfter(qlonglong tries)
-{
-    return tries > 1 ? QStringLiteral("maxtries") : QStringLiteral("authtok_err");
-}
-
-/// What a control in brackets does about what a module returns; empty where it doesn't say.
-QString actionFor(const QString &verdict, const QString &control)
-{
-    const QRegularExpression action(QStringLiteral("\\b%1=(\\w+)").arg(verdict));
-    return action.match(control).captured(1);
-}
-
-/// Whether what a line's module returns is a refusal, whatever the other modules say (pam.conf(5)).
-bool isRefusal(const QString &verdict, const QString &control)
-{
-    const QString word = control.toLower();
-    if (!word.contains(QLatin1Char('='))) {
-        return word == QLatin1String("required") || word == QLatin1String("requisite");
-    }
-    const QString named = actionFor(verdict, word);
-    const QString action = named.isEmpty() ? actionFor(QStringLiteral("default"), word) : named;
-    return action == QLatin1String("bad") || action == QLatin1String("die");
-}
-
-/// Says that a module that the stack names can't be loaded; none if it can.
-QStringList missingRemarks(const QString &stack, const QString &module)
-{
-    if (!modulePath(module).isEmpty()) {
-        return {};
-    }
-    return {translate("PolicyInForce", "%1 names %2.so, which is not installed").arg(stack, module)};
-}
-
-/// What keeps a line's module from refusing weak passwords, whatever its rules, a sentence each.
-QStringList lineRemarks(const QString &stack, const QString &module, const QString &control, qlonglong tries)
-{
-    QStringList remarks = missingRemarks(stack, module);
-    if (!isRefusal(verdictAfter(tries), control)) {
-        remarks +=
-            translate("PolicyInForce", "weak passwords may pass: %1 is \"%2\" in %3").arg(module, control, stack);
-    }
-    return remarks;
-}
-
 /// What keeps weak passwords from being refused, a sentence each.
-QStringList enforcementRemarks(const PwqualityRules &rules, const QString &stack, const PamLine &line)
+QStringList pwqualityRemarks(const PwqualityRules &rules, const QString &stack, const PamLine &line)
 {
     QStringList remarks;
     const BindingSetting enforcing = rules.find(QStringLiteral("enforcing"));
@@ -101,7 +56,7 @@ QStringList enforcementRemarks(const PwqualityRules &rules, const QString &stack
                        .arg(originText(enforcing.origin));
     }
     const qlonglong tries = rules.find(QStringLiteral("retry")).value.toLongLong();
-    return remarks + lineRemarks(stack, pwqualityModule(), line.control, tries);
+    return remarks + enforcementRemarks(stack, pwqualityModule(), line, tries);
 }
 
 QStringList usernameRemarks(const PwqualityRules &rules, const Settings &read)
@@ -148,7 +103,7 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
     }
     inForce.raised = raisedKeys(inForce, stack, read);
     inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
-    const QStringList enforcement = enforcementRemarks(rules, stack, line);
+    const QStringList enforcement = pwqualityRemarks(rules, stack, line);
     inForce.isEnforced = enforcement.isEmpty();
     inForce.remarks = enforcement + rules.remarks + usernameRemarks(rules, read);
     return inForce;
@@ -168,7 +123,7 @@ qlonglong cracklibTries(const PamLine &line)
 InForce cracklibInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
 {
     InForce inForce = asRead(schema, read, stack);
-    inForce.remarks = lineRemarks(stack, cracklibModule(), line.control, cracklibTries(line));
+    inForce.remarks = enforcementRemarks(stack, cracklibModule(), line, cracklibTries(line));
     inForce.isEnforced = inForce.remarks.isEmpty();
     return inForce;
 }

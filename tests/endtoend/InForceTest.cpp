@@ -86,19 +86,20 @@ QByteArray oneOf(const QByteArrayList &texts)
 
 void writeRandomStack()
 {
-    static const QByteArrayList heeded{"password requisite pam_pwquality.so ",
-                                       "-password\t[success=ok default=die] pam_pwquality.so ",
-                                       "PASSWORD required \\\n pam_pwquality.so [badwords=one two] gecoscheck "};
+    static const QByteArrayList ending{"password requisite pam_pwquality.so ",
+                                       "-password\t[success=ok default=die] pam_pwquality.so "};
+    static const QByteArrayList heeded{"PASSWORD required \\\n pam_pwquality.so [badwords=one two] gecoscheck ",
+                                       "password [success=ok default=bad] pam_pwquality.so "};
     // some of them by how often it has asked
     static const QByteArrayList ignored{"password [success=ok authtok_err=die default=ignore] pam_pwquality.so ",
                                         "password [success=ok maxtries=die default=ignore] pam_pwquality.so ",
                                         "password [success=ok authtok_err=ignore default=die] pam_pwquality.so ",
                                         "# password requisite pam_pwquality.so "};
     const bool mayBeIgnored = happens(30);
-    const QByteArray line = oneOf(mayBeIgnored ? ignored : heeded);
+    const QByteArray line = oneOf(mayBeIgnored ? ignored : happens(50) ? ending : heeded);
     const QByteArray retry = "retry=" + QByteArray::number(randomNumber(1, 3)) + ' ';
     // with it pam_unix takes nothing that another module has refused, even if that is ignored
-    const QByteArray token = mayBeIgnored ? "" : "use_authtok ";
+    const QByteArray token = mayBeIgnored || happens(30) ? "" : "use_authtok ";
     writeContent(passwordStack,
                  line + retry + randomRules(4)
                      + " # minlen=99\n"
@@ -194,7 +195,7 @@ private:
     QJsonObject m_inForce;
 };
 
-/// Whether the user's own passwd(1) takes the password.
+/// Whether the user's own passwd(1) stores the password, whatever it says: pam_unix may do so behind a module that refuses.
 bool isTaken(const QByteArray &password)
 {
     const QByteArray user = "policytester:";
@@ -207,8 +208,8 @@ bool isTaken(const QByteArray &password)
     }
     const int exitCode = terminal.waitForEnd();
     const bool changed = linesWith(user, "/etc/shadow") != before;
-    if (changed != (exitCode == 0)) {
-        qFatal("passwd ends with %d, and has %schanged the password", exitCode, changed ? "" : "not ");
+    if (!changed && exitCode == 0) {
+        qFatal("passwd has not changed the password, and ends with 0");
     }
     return changed;
 }
@@ -278,7 +279,7 @@ void InForceTest::agreesWithPam()
         }
     }
     // all of it has been met
-    QVERIFY2(verdicts.value(true) >= rounds / 2 && verdicts.value(false) >= rounds / 2 && unenforced >= rounds / 10,
+    QVERIFY2(verdicts.value(true) >= rounds / 2 && verdicts.value(false) >= rounds / 3 && unenforced >= rounds / 10,
              qPrintable(QStringLiteral("%1 taken, %2 refused, %3 systems that enforce nothing")
                             .arg(verdicts.value(true))
                             .arg(verdicts.value(false))
