@@ -40,7 +40,7 @@ ExitCode findChange(const QVector<HistoryEntry> &entries, const QString &word, i
                 .arg(word));
     }
     if (entries.isEmpty()) {
-        return fail(translate("ChangeArgument", "there is nothing to undo"));
+        return fail(translate("ChangeArgument", "no change is recorded"));
     }
     if (*number > entries.size()) {
         return fail(
