@@ -38,6 +38,7 @@ class InterruptWatchTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void callsFromTheEventLoop_data();
     void callsFromTheEventLoop();
     void bringsTheFormerHandlersBack();
@@ -45,6 +46,12 @@ private Q_SLOTS:
     void takesAnyNumberOfSignals();
     void opensNothingForOthersOrForGood();
 };
+
+void InterruptWatchTest::initTestCase()
+{
+    // ignored where nohup(1) has started the tests
+    setHandler(SIGHUP, SIG_DFL);
+}
 
 void InterruptWatchTest::callsFromTheEventLoop_data()
 {
