@@ -43,7 +43,7 @@ Setting credit(const char *key, const char *description)
 
 /// @param never     what it means that it never ends
 /// @param neverFrom days that mean the same
-Setting interval(const char *key, Never never, const char *description, qlonglong neverFrom = 0)
+Setting interval(const char *key, Never never, const char *description, qlonglong neverFrom = beyondNumbers)
 {
     return {QLatin1String(key), SettingKind::Number, Unit::Days, -1, intMaximum, never, description, neverFrom};
 }

@@ -7,6 +7,8 @@
 #include <QVariantMap>
 #include <QVector>
 
+#include <limits>
+
 enum class SettingKind {
     /// bool
     Flag,
@@ -17,6 +19,9 @@ enum class SettingKind {
 };
 
 enum class Unit { None, FailedLogins, Seconds, Characters, Credits, Days };
+
+/// More than any setting can be.
+constexpr qlonglong beyondNumbers = std::numeric_limits<qlonglong>::max();
 
 /// What the word "never" stands for.
 enum class Never { NoWord, MinusOne, NotSet };
@@ -33,8 +38,8 @@ struct Setting {
     Never never;
     /// One line, untranslated, in the context "Policies".
     const char *description;
-    /// So many or more are as good as never; 0 where no number is.
-    qlonglong neverFrom = 0;
+    /// So many or more are as good as never.
+    qlonglong neverFrom = beyondNumbers;
 };
 
 /// The settings that are read and written together.

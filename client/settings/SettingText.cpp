@@ -71,11 +71,11 @@ qlonglong secondsIn(Unit unit)
 bool parseTimeIn(Unit unit, const QString &text, qlonglong *number)
 {
     const qlonglong length = secondsIn(unit);
-    qlonglong seconds = {};
-    if (length == 0 || !parseTime(text, &seconds) || seconds % length != 0) {
+    const std::optional<qlonglong> seconds = parseTime(text);
+    if (length == 0 || !seconds || *seconds % length != 0) {
         return false;
     }
-    *number = seconds / length;
+    *number = *seconds / length;
     return true;
 }
 
@@ -156,8 +156,7 @@ QString settingWords(const Setting &setting, const QVariant &value)
     }
     const qlonglong number = value.toLongLong();
     const QString text = withUnit(setting.unit, number);
-    return setting.neverFrom > 0 && number >= setting.neverFrom ? translate("SettingText", "%1 (never)").arg(text)
-                                                                : text;
+    return number >= setting.neverFrom ? translate("SettingText", "%1 (never)").arg(text) : text;
 }
 
 QString allowedText(const Setting &setting)

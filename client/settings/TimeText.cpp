@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 
+#include <QMap>
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -19,17 +20,14 @@ constexpr qlonglong longest = std::numeric_limits<int>::max() * 86400LL;
 /// certain number of days.
 qlonglong secondsOf(const QString &unit)
 {
-    static constexpr struct {
-        qlonglong length;
-        const char *names;
-    } units[] = {{1, "s sec second seconds"},
-                 {60, "m min minute minutes"},
-                 {3600, "h hr hour hours"},
-                 {86400, "d day days"},
-                 {604800, "w week weeks"}};
-    for (const auto &row : units) {
-        if (QString::fromLatin1(row.names).split(QLatin1Char(' ')).contains(unit)) {
-            return row.length;
+    static const QMap<qlonglong, QString> units{{1, QStringLiteral("s sec second seconds")},
+                                                {60, QStringLiteral("m min minute minutes")},
+                                                {3600, QStringLiteral("h hr hour hours")},
+                                                {86400, QStringLiteral("d day days")},
+                                                {604800, QStringLiteral("w week weeks")}};
+    for (auto names = units.cbegin(); names != units.cend(); ++names) {
+        if (names.value().split(QLatin1Char(' ')).contains(unit)) {
+            return names.key();
         }
     }
     return 0;
@@ -38,42 +36,41 @@ qlonglong secondsOf(const QString &unit)
 
 QString timeText(qlonglong seconds)
 {
-    struct Part {
+    const struct {
         qlonglong length;
-        const char *text;
-    };
-    static constexpr Part parts[] = {{86400, QT_TRANSLATE_NOOP("TimeText", "%1 d")},
-                                     {3600, QT_TRANSLATE_NOOP("TimeText", "%1 h")},
-                                     {60, QT_TRANSLATE_NOOP("TimeText", "%1 min")},
-                                     {1, QT_TRANSLATE_NOOP("TimeText", "%1 s")}};
+        QString text;
+    } parts[] = {{86400, translate("TimeText", "%1 d")},
+                 {3600, translate("TimeText", "%1 h")},
+                 {60, translate("TimeText", "%1 min")},
+                 {1, translate("TimeText", "%1 s")}};
     QStringList words;
-    for (const Part &part : parts) {
+    for (const auto &part : parts) {
         if (seconds >= part.length) {
-            words += translate("TimeText", part.text).arg(seconds / part.length);
+            words += part.text.arg(seconds / part.length);
             seconds %= part.length;
         }
     }
     return words.mid(0, 2).join(QLatin1Char(' '));
 }
 
-bool parseTime(const QString &text, qlonglong *seconds)
+std::optional<qlonglong> parseTime(const QString &text)
 {
     static const QString part = QStringLiteral("([0-9]{1,10}) ?([a-z]+)");
     static const QRegularExpression form(QStringLiteral("\\A%1(?: ?%1)*\\z").arg(part));
     static const QRegularExpression next(part);
     if (!form.match(text).hasMatch()) {
-        return false;
+        return std::nullopt;
     }
-    *seconds = 0;
+    qlonglong seconds = 0;
     QRegularExpressionMatchIterator parts = next.globalMatch(text);
     while (parts.hasNext()) {
         const QRegularExpressionMatch match = parts.next();
         const qlonglong unit = secondsOf(match.captured(2));
-        *seconds += match.captured(1).toLongLong() * unit;
+        seconds += match.captured(1).toLongLong() * unit;
         // the sum of any more parts is too much too
-        if (unit == 0 || *seconds > longest) {
-            return false;
+        if (unit == 0 || seconds > longest) {
+            return std::nullopt;
         }
     }
-    return true;
+    return seconds;
 }
