@@ -5,6 +5,7 @@
 
 #include <QDate>
 
+#include <algorithm>
 #include <limits>
 
 namespace
@@ -15,8 +16,7 @@ constexpr long endless = 10000;
 /// Of days that aren't negative; the last day that there is where the sum is beyond it.
 qlonglong later(qlonglong day, qlonglong days)
 {
-    constexpr qlonglong last = std::numeric_limits<qlonglong>::max();
-    return days > last - day ? last : day + days;
+    return day + std::min(days, std::numeric_limits<qlonglong>::max() - day);
 }
 
 AccountState::Password passwordOf(const char *hash)
@@ -52,10 +52,7 @@ AccountState::Login loginOf(const spwd &entry, qlonglong today)
 
 AccountState accountStateOf(const spwd &entry, qlonglong today)
 {
-    AccountState state;
-    state.password = passwordOf(entry.sp_pwdp);
-    state.login = loginOf(entry, today);
-    state.mustChange = mustChange(entry);
+    AccountState state{passwordOf(entry.sp_pwdp), loginOf(entry, today), mustChange(entry), {}, {}, {}, {}};
     if (entry.sp_expire >= 0) {
         state.accountExpires = entry.sp_expire;
     }

@@ -19,10 +19,10 @@ struct AccountState {
     /// What a login comes to, as far as ages and dates go.
     enum class Login { Open, AccountExpired, MustChange, PasswordInactive, PasswordExpired };
 
-    Password password = Password::Usable;
-    Login login = Login::Open;
+    Password password;
+    Login login;
     /// Whether the next login asks for a new password, unless it is refused; none of the next three is there then.
-    bool mustChange = false;
+    bool mustChange;
     /// None if that isn't known.
     std::optional<qlonglong> lastChange;
     /// As chage(1) -l has them; none if it never happens.

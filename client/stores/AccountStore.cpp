@@ -10,6 +10,8 @@
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
+#include <QSet>
+
 #include <cerrno>
 #include <pwd.h>
 #include <unistd.h>
@@ -25,9 +27,10 @@ QString nameKey()
 /// Whether the account database has no such name; false if it can't be asked, which the task will tell.
 bool isUnknown(const QString &account)
 {
-    errno = 0;
-    const passwd *entry = getpwnam(account.toLocal8Bit().constData());
-    return !entry && (errno == 0 || errno == ENOENT || errno == ESRCH);
+    // what getpwnam(3) has for that; it says no such name by any other number
+    static const QSet<int> failures{EINTR, EIO, EMFILE, ENFILE, ENOMEM, ERANGE};
+    errno = {};
+    return !getpwnam(account.toLocal8Bit().constData()) && !failures.contains(errno);
 }
 
 /// Runs the task, whose values hold what it needs, if this process may.

@@ -44,6 +44,7 @@ void TableTest::linesUpColumns()
 void TableTest::takesRowsOfDifferentLength()
 {
     QCOMPARE(table({cells("aaaaa"), cells("a b")}, 0), QStringLiteral("aaaaa\na      b\n"));
+    QCOMPARE(table({{QString(), QStringLiteral("b")}}, 0), QStringLiteral("  b\n"));
 }
 
 void TableTest::isEmptyWithoutRows()

@@ -144,6 +144,7 @@ void TerminalTest::hasRoomForSoMuch_data()
     QTest::addColumn<int>("columns");
     QTest::addColumn<int>("room");
     QTest::newRow("terminal") << true << 60 << 59;
+    QTest::newRow("narrowest terminal") << true << 1 << 0;
     QTest::newRow("terminal that doesn't tell") << true << 0 << 79;
     QTest::newRow("file") << false << 60 << 79;
 }

@@ -9,6 +9,7 @@
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/ScopedLatin1.h"
 
 #include <QDateTime>
 #include <QTest>
@@ -89,6 +90,7 @@ private Q_SLOTS:
     void tellsWhetherThePasswordIsLocked_data();
     void tellsWhetherThePasswordIsLocked();
     void knowsNothingOfOthers();
+    void findsAccountInTheEncodingOfTheLocale();
     void reckonsBeyondTheLastDay();
 };
 
@@ -160,6 +162,14 @@ void AccountStateTest::tellsWhetherThePasswordIsLocked()
 void AccountStateTest::knowsNothingOfOthers()
 {
     QVERIFY(!readAccountState(QStringLiteral("nosuch")));
+}
+
+void AccountStateTest::findsAccountInTheEncodingOfTheLocale()
+{
+    writeContent(QStringLiteral("/etc/shadow"), "j\xfcrgen:x:20000:0:99999:7:::\n");
+    const ScopedLatin1 locale;
+
+    QVERIFY(readAccountState(QString::fromUtf8("j\xc3\xbcrgen")));
 }
 
 void AccountStateTest::reckonsBeyondTheLastDay()
