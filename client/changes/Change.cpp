@@ -39,7 +39,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
     for (const QString &key : keys) {
         const Setting &setting = *schema.find(key);
         lines += translate("Change", "%1: asked for %2, found %3")
-                     .arg(key, settingText(setting, wanted.value(key)), settingText(setting, found.value(key)));
+                     .arg(key, settingWords(setting, wanted.value(key)), settingWords(setting, found.value(key)));
     }
     return lines.join(QLatin1Char('\n'));
 }

@@ -35,7 +35,7 @@ QStringList changedSince(const SettingSchema &schema, const HistoryEntry &entry,
         if (found != entry.wanted->value(key) && found != entry.before.value(key)) {
             const Setting &setting = *schema.find(key);
             lines += translate("Undoing", "%1: set to %2, found %3")
-                         .arg(key, settingText(setting, entry.wanted->value(key)), settingText(setting, found));
+                         .arg(key, settingWords(setting, entry.wanted->value(key)), settingWords(setting, found));
         }
     }
     return lines;

@@ -46,7 +46,9 @@ QString missingProfilesText(const PamFiles &files)
     for (const PamProfile &profile : files.profiles) {
         paths += profile.path();
     }
-    return translate("PamFiles", "its profile is missing (%1), and --force cannot write it either")
+    return translate(
+               "PamFiles",
+               "its profile is missing (%1); install a package that brings one, since --force cannot write it either")
         .arg(paths.join(QStringLiteral(", ")));
 }
 

@@ -69,7 +69,7 @@ bool isTruth(const ProgramResult &result, int asked)
     }
     static const QRegularExpression line(
         QStringLiteral("^accountpolicyctl: the expiration policy was written, but is not in force\n"
-                       "maxInterval: asked for (\\d+), found (\\d+)\n$"));
+                       "maxInterval: asked for (\\d+) days?, found (\\d+) days?\n$"));
     const QRegularExpressionMatch match = line.match(QString::fromUtf8(result.standardError));
     return result.exitCode == 4 && result.standardOutput.isEmpty() && match.captured(1).toInt() == asked
         && match.captured(2).toInt() != asked;

@@ -188,9 +188,9 @@ void PamFilesTest::tellsObstacle_data()
 
     QTest::newRow("lockout: none") << QStringList{QStringLiteral("tally")} << QStringList{tally} << QString()
                                    << QString();
-    QTest::newRow("lockout: no profile")
-        << QStringList() << QStringList{tally} << QString()
-        << "its profile is missing (/usr/share/pam-configs/tally), and --force cannot write it either";
+    QTest::newRow("lockout: no profile") << QStringList() << QStringList{tally} << QString()
+                                         << "its profile is missing (/usr/share/pam-configs/tally); install a package "
+                                            "that brings one, since --force cannot write it either";
     QTest::newRow("lockout: no module") << QStringList{QStringLiteral("tally")} << QStringList() << QString()
                                         << QLatin1String("its module pam_tally.so is not installed") + hint;
     QTest::newRow("lockout: refused")
