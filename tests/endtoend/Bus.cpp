@@ -35,6 +35,23 @@ qint64 helperProcess()
     return process.isValid() ? process.value() : 0;
 }
 
+void holdHelper()
+{
+    QByteArray arguments;
+    QDataStream stream(&arguments, QIODevice::WriteOnly);
+    stream << QVariantMap();
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
+                                                       QStringLiteral("/"),
+                                                       QStringLiteral("org.kde.kf5auth"),
+                                                       QStringLiteral("performAction"));
+    call << QLatin1String(helperId) + QStringLiteral(".nosuch") << bus.baseService().toUtf8() << QVariantMap()
+         << arguments;
+    if (!bus.send(call)) {
+        qFatal("nothing can be sent");
+    }
+}
+
 void endHelper()
 {
     const qint64 process = helperProcess();

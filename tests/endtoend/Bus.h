@@ -21,5 +21,8 @@ BusReply callAs(int user, const QString &action, const QVariantMap &arguments = 
 /// The process that owns the helper's name on the bus; 0 if there is none.
 qint64 helperProcess();
 
+/// Has the helper wait for good, by an action that polkit doesn't know.
+void holdHelper();
+
 /// Ends the helper, so that the next call starts another.
 void endHelper();

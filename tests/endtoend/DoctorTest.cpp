@@ -166,6 +166,12 @@ void addPamFaults()
               "note  minlen = 16 in /etc/security/pwquality.conf does not count: /etc/pam.d/common-password sets minlen to "
               "12",
               "      remove one of the two"});
+    addFault("rules of a folder that do not count",
+             {{QString::fromLatin1(passwordStack), "password requisite pam_pwquality.so minlen=12\n"},
+              {QStringLiteral("/etc/security/pwquality.conf.d/50-length.conf"), "minlen = 16\n"}},
+             {"note  minlen = 16 in /etc/security/pwquality.conf.d/50-length.conf does not count: "
+              "/etc/pam.d/common-password sets minlen to 12",
+              "      remove one of the two"});
     addFault("no profile for complexity", {{pwquality, {}}},
              {"note  the complexity policy cannot be written: there is no profile /usr/share/pam-configs/pwquality, "
               "/usr/share/pam-configs/cracklib"});
@@ -373,19 +379,28 @@ void DoctorTest::findsNoBus()
 void DoctorTest::findsHelperThatTakesNoRequest_data()
 {
     QTest::addColumn<bool>("bySystemd");
-    QTest::newRow("by systemd") << true;
-    QTest::newRow("by the bus alone") << false;
+    QTest::addColumn<bool>("isHeld");
+    QTest::addColumn<QByteArray>("hindrance");
+    QTest::newRow("silent, by systemd") << true << false << QByteArray("the helper does not answer");
+    QTest::newRow("silent, by the bus alone") << false << false << QByteArray("the helper does not answer");
+    QTest::newRow("held by a question that polkit never answers") << false << true << QByteArray("the helper is busy");
 }
 
 void DoctorTest::findsHelperThatTakesNoRequest()
 {
     QFETCH(bool, bySystemd);
+    QFETCH(bool, isHeld);
+    QFETCH(QByteArray, hindrance);
     if (bySystemd) {
         QVERIFY(QDir().mkpath(QStringLiteral("/run/systemd/system")));
     }
     QCOMPARE(client(nobody, "show lockout").exitCode, 0);
     const auto process = static_cast<pid_t>(helperProcess());
-    QCOMPARE(kill(process, SIGSTOP), 0);
+    if (isHeld) {
+        holdHelper();
+    } else {
+        QCOMPARE(kill(process, SIGSTOP), 0);
+    }
 
     const ProgramResult doctor = client(nobody, "doctor");
     QDir(QStringLiteral("/run/systemd")).removeRecursively();
@@ -396,7 +411,7 @@ void DoctorTest::findsHelperThatTakesNoRequest()
         bySystemd ? QByteArray("systemctl stop accountpolicieshelper.service") : "kill -KILL " + number;
     QCOMPARE(
         unusualLines(doctor.standardOutput),
-        QByteArrayList({"WRONG the helper takes no request: the helper does not answer",
+        QByteArrayList({"WRONG the helper takes no request: " + hindrance,
                         "      process " + number
                             + " works for somebody else, waits for a password, or is held by a caller that has gone "
                               "away; if it stays so, as root: "

@@ -41,11 +41,16 @@ bool happens(int percent)
     return randomNumber(1, 100) <= percent;
 }
 
+QByteArray oneOf(const QByteArrayList &texts)
+{
+    return texts.at(randomNumber(0, texts.size() - 1));
+}
+
 /// "name=value" of a rule that is about length, classes or enforcement.
 QByteArray randomRule()
 {
     static const QByteArrayList credits{"lcredit", "ucredit", "dcredit", "ocredit"};
-    switch (randomNumber(0, 6)) {
+    switch (randomNumber(0, 7)) {
     case 0:
     case 1:
         return "minlen=" + QByteArray::number(randomNumber(5, 18));
@@ -55,6 +60,8 @@ QByteArray randomRule()
         return happens(50) ? "enforcing=1" : "enforcing=0";
     case 4:
         return happens(50) ? "MINLEN=15" : "minlen=9x"; // the library takes the one and not the other
+    case 5:
+        return oneOf({"local_users_only", "enforce_for_root", "usercheck=0", "usercheck=1"}); // of no weight here
     default:
         return credits.at(randomNumber(0, 3)) + '=' + QByteArray::number(randomNumber(-2, 2));
     }
@@ -77,11 +84,6 @@ void writeRandomRules(const QString &path)
         content.prepend("nonsense = 1\n");
     }
     writeContent(path, content);
-}
-
-QByteArray oneOf(const QByteArrayList &texts)
-{
-    return texts.at(randomNumber(0, texts.size() - 1));
 }
 
 void writeRandomStack()
