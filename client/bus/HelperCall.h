@@ -9,11 +9,12 @@
 #include <QDBusPendingCall>
 #include <QVariantMap>
 
-namespace KAuth
-{
-class ActionReply;
-}
 class QDBusError;
+class QDBusMessage;
+struct ActionAnswer;
+
+/// A call of a method of the helper's, in the interface that KAuth gives it.
+QDBusMessage helperMethod(const QString &method);
 
 /// What came of a request.
 struct HelperReply {
@@ -69,7 +70,7 @@ public:
     HelperAnswer answerOf(const QDBusError &error) const;
 
 private:
-    HelperAnswer answerOf(const KAuth::ActionReply &reply) const;
+    HelperAnswer answerOf(const ActionAnswer &answer) const;
     HelperAnswer answerOf(const QVariantMap &data) const;
 
     Kind m_kind;

@@ -6,6 +6,7 @@
 #include "HelperId.h"
 #include "client/Translation.h"
 #include "client/bus/PolicyRead.h"
+#include "client/bus/Polkit.h"
 #include "client/bus/TextAgent.h"
 #include "client/checkup/PamCheckup.h"
 #include "client/output/WaitingLine.h"
@@ -102,10 +103,7 @@ QVector<Finding> checkFiles()
 /// The actions that polkit knows, by asking it.
 QStringList polkitActions()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
-                                                       QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                                       QStringLiteral("org.freedesktop.PolicyKit1.Authority"),
-                                                       QStringLiteral("EnumerateActions"));
+    QDBusMessage call = polkitCall(QStringLiteral("EnumerateActions"));
     call << QString();
     const QDBusMessage reply = QDBusConnection::systemBus().call(call, QDBus::Block, toolLimit);
     if (reply.type() != QDBusMessage::ReplyMessage) {
