@@ -43,6 +43,11 @@ HelperAnswer failure(const QString &error, const QString &unavailable = QString(
 }
 }
 
+Outcome failedTask(const QString &title, const QString &message)
+{
+    return {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed, title + QLatin1Char('\n') + message};
+}
+
 QDBusMessage helperMethod(const QString &method)
 {
     return QDBusMessage::createMethodCall(
@@ -98,6 +103,13 @@ HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const
 
 HelperAnswer HelperCall::answerOf(const QDBusError &error) const
 {
+    HelperAnswer answer = failureBy(error);
+    answer.reply.absence = absenceBy(error);
+    return answer;
+}
+
+HelperAnswer HelperCall::failureBy(const QDBusError &error)
+{
     if (error.type() == QDBusError::Disconnected) {
         const QString noBus = tr("the system bus cannot be reached");
         return failure(noBus, noBus);
@@ -145,9 +157,8 @@ HelperAnswer HelperCall::answerOf(const QVariantMap &data) const
     reply.values.remove(keyName());
     reply.taskFailed = data.value(QStringLiteral("error")).toBool();
     if (reply.taskFailed) {
-        const QString message = data.value(QStringLiteral("message")).toString();
-        reply.outcome = {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed,
-                         data.value(QStringLiteral("description")).toString() + QLatin1Char('\n') + message};
+        reply.outcome = failedTask(data.value(QStringLiteral("description")).toString(),
+                                   data.value(QStringLiteral("message")).toString());
     }
     return {HelperAnswer::Kind::Final, reply};
 }

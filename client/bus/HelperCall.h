@@ -4,6 +4,7 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/bus/HelperAbsence.h"
 
 #include <QCoreApplication>
 #include <QDBusPendingCall>
@@ -27,7 +28,12 @@ struct HelperReply {
     bool helperEnded = false;
     /// Why the helper could not be asked, as part of a sentence; empty where it, or polkit, has answered.
     QString unavailable;
+    /// Whether that is since there is none.
+    HelperAbsence absence = HelperAbsence::None;
 };
+
+/// How a task's failure is told, by its title and its message.
+Outcome failedTask(const QString &title, const QString &message);
 
 /// What the helper says to a call.
 struct HelperAnswer {
@@ -70,6 +76,7 @@ public:
     HelperAnswer answerOf(const QDBusError &error) const;
 
 private:
+    static HelperAnswer failureBy(const QDBusError &error);
     HelperAnswer answerOf(const ActionAnswer &answer) const;
     HelperAnswer answerOf(const QVariantMap &data) const;
 

@@ -234,10 +234,7 @@ void ClientTest::tellsThatHelperCannotStart()
     const ProgramResult set = client(nobody, "set lockout deny=5");
     QVERIFY(QFile::rename(helper + QStringLiteral(".away"), helper));
 
-    QCOMPARE(set,
-             failure(1,
-                     "the helper does not answer\nCannot launch daemon, file not found or permissions invalid\n"
-                     "what is not known cannot be kept; --replace writes just what is typed"));
+    QCOMPARE(set, failure(1, "the helper is not installed; apt install accountpolicies-helper, or try sudo"));
 }
 
 void ClientTest::keepsControlCharactersFromTheTerminal()
