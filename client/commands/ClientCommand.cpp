@@ -52,8 +52,7 @@ QCommandLineOption quietOption()
 
 QCommandLineOption localOption()
 {
-    return {QStringLiteral("local"),
-            translate("ClientCommand", "Read and change the policies without the helper (root only).")};
+    return {QStringLiteral("local"), translate("ClientCommand", "Do without the helper (root only).")};
 }
 
 QCommandLineOption noAskPasswordOption()

@@ -195,6 +195,7 @@ void ClientTest::printsCandidates_data()
                "--json\tPrint a JSON document.\n"
                "--force\tGo on where something would be lost, or cannot come into force.\n"
                "--quiet\tSay nothing on success.\n"
+               "--local\tDo without the helper (root only).\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");
     candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");
