@@ -55,7 +55,11 @@ bool openFile(int folder, const QByteArray &name, int flags, QIODevice::OpenMode
 std::unique_ptr<DIR, int (*)(DIR *)> openAgain(int folder)
 {
     const int handle = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    return {handle < 0 ? nullptr : fdopendir(handle), &closedir};
+    DIR *opened = handle < 0 ? nullptr : fdopendir(handle);
+    if (handle >= 0 && !opened) {
+        close(handle);
+    }
+    return {opened, &closedir};
 }
 }
 
@@ -105,6 +109,7 @@ QStringList OwnFolder::names() const
 {
     QStringList names;
     const auto folder = openAgain(m_handle);
+    // cppcheck-suppress readdirCalled // safe where no other thread has the same folder: readdir(3)
     while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         struct stat status = {};
         if (fstatat(m_handle, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isOwnFile(status)) {

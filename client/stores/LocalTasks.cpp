@@ -31,25 +31,24 @@ std::unique_ptr<AbstractTask> makeUpdateTask(const Settings &settings)
     return std::make_unique<Task>(nullptr, std::make_unique<QVariantMap>(settings).release());
 }
 
-/// What the helper runs for a policy's two actions.
-struct Tasks {
-    std::unique_ptr<AbstractTask> (*makeRead)();
-    std::unique_ptr<AbstractTask> (*makeUpdate)(const Settings &);
-};
-
-Tasks tasksOf(const QString &policy)
+std::unique_ptr<AbstractTask> readTaskOf(const QString &policy)
 {
-    static const QMap<QString, Tasks> tasks{
-        {QStringLiteral("lockout"),
-         {makeReadTask<LocalPolicyLockoutReadTask>, makeUpdateTask<LocalPolicyLockoutUpdateTask>}},
-        {QStringLiteral("complexity"),
-         {makeReadTask<LocalPolicyPasswordComplexityReadTask>,
-          makeUpdateTask<LocalPolicyPasswordComplexityUpdateTask>}},
-        {QStringLiteral("expiration"),
-         {makeReadTask<LocalPolicyPasswordExpirationReadTask>,
-          makeUpdateTask<LocalPolicyPasswordExpirationUpdateTask>}},
+    static const QMap<QString, std::unique_ptr<AbstractTask> (*)()> makers{
+        {QStringLiteral("lockout"), makeReadTask<LocalPolicyLockoutReadTask>},
+        {QStringLiteral("complexity"), makeReadTask<LocalPolicyPasswordComplexityReadTask>},
+        {QStringLiteral("expiration"), makeReadTask<LocalPolicyPasswordExpirationReadTask>},
     };
-    return tasks.value(policy);
+    return makers.value(policy)();
+}
+
+std::unique_ptr<AbstractTask> updateTaskOf(const QString &policy, const Settings &settings)
+{
+    static const QMap<QString, std::unique_ptr<AbstractTask> (*)(const Settings &)> makers{
+        {QStringLiteral("lockout"), makeUpdateTask<LocalPolicyLockoutUpdateTask>},
+        {QStringLiteral("complexity"), makeUpdateTask<LocalPolicyPasswordComplexityUpdateTask>},
+        {QStringLiteral("expiration"), makeUpdateTask<LocalPolicyPasswordExpirationUpdateTask>},
+    };
+    return makers.value(policy)(settings);
 }
 
 HelperReply replyOf(AbstractTask *task)
@@ -100,7 +99,7 @@ HelperReply busyReply()
 HelperReply readLocally(const QString &policy)
 {
     const HelperEncoding encoding;
-    return replyOf(tasksOf(policy).makeRead().get());
+    return replyOf(readTaskOf(policy).get());
 }
 
 HelperReply writeLocally(const QString &policy, const Settings &settings)
@@ -110,5 +109,5 @@ HelperReply writeLocally(const QString &policy, const Settings &settings)
         return busyReply();
     }
     const HelperSurroundings surroundings;
-    return replyOf(tasksOf(policy).makeUpdate(settings).get());
+    return replyOf(updateTaskOf(policy, settings).get());
 }
