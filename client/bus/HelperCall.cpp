@@ -4,8 +4,7 @@
 #include "client/bus/HelperCall.h"
 
 #include "HelperId.h"
-
-#include <KAuth/ActionReply>
+#include "client/bus/ActionAnswer.h"
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>
@@ -44,6 +43,17 @@ HelperAnswer failure(const QString &error, const QString &unavailable = QString(
 }
 }
 
+Outcome failedTask(const QString &title, const QString &message)
+{
+    return {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed, title + QLatin1Char('\n') + message};
+}
+
+QDBusMessage helperMethod(const QString &method)
+{
+    return QDBusMessage::createMethodCall(
+        QLatin1String(helperId), QStringLiteral("/"), QStringLiteral("org.kde.kf5auth"), method);
+}
+
 HelperCall::HelperCall(Kind kind, const QString &action, QVariantMap arguments)
     : m_kind(kind)
     , m_name(QLatin1String(helperId) + QLatin1Char('.') + action)
@@ -76,10 +86,7 @@ QDBusPendingCall HelperCall::send() const
     QByteArray encoded;
     QDataStream stream(&encoded, QIODevice::WriteOnly);
     stream << m_arguments;
-    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                       QStringLiteral("/"),
-                                                       QStringLiteral("org.kde.kf5auth"),
-                                                       QStringLiteral("performAction"));
+    QDBusMessage call = helperMethod(QStringLiteral("performAction"));
     call << m_name << bus.baseService().toUtf8() << QVariantMap() << encoded;
     return bus.asyncCall(call, busLimit);
 }
@@ -90,10 +97,18 @@ HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const
     if (reply.isError()) {
         return answerOf(reply.error());
     }
-    return answerOf(KAuth::ActionReply::deserialize(reply.value()));
+    const std::optional<ActionAnswer> answer = ActionAnswer::fromBytes(reply.value());
+    return answer ? answerOf(*answer) : failure(tr("the helper's answer cannot be understood"));
 }
 
 HelperAnswer HelperCall::answerOf(const QDBusError &error) const
+{
+    HelperAnswer answer = failureBy(error);
+    answer.reply.absence = absenceBy(error);
+    return answer;
+}
+
+HelperAnswer HelperCall::failureBy(const QDBusError &error)
 {
     if (error.type() == QDBusError::Disconnected) {
         const QString noBus = tr("the system bus cannot be reached");
@@ -116,19 +131,19 @@ HelperAnswer HelperCall::answerOf(const QDBusError &error) const
     }
 }
 
-HelperAnswer HelperCall::answerOf(const KAuth::ActionReply &reply) const
+HelperAnswer HelperCall::answerOf(const ActionAnswer &answer) const
 {
-    switch (reply.errorCode()) {
-    case KAuth::ActionReply::NoError:
-        return answerOf(reply.data());
-    case KAuth::ActionReply::HelperBusyError:
+    switch (answer.error) {
+    case ActionAnswer::NoError:
+        return answerOf(answer.data);
+    case ActionAnswer::HelperBusy:
         return {HelperAnswer::Kind::Busy, {}};
-    case KAuth::ActionReply::AuthorizationDeniedError:
-    case KAuth::ActionReply::UserCancelledError:
+    case ActionAnswer::AuthorizationDenied:
+    case ActionAnswer::UserCancelled:
         return {HelperAnswer::Kind::Denied, {}};
     default:
-        return failure(tr("the helper refuses the request (error %1)\n%2")
-                           .arg(QString::number(reply.error()), reply.errorDescription()));
+        return failure(
+            tr("the helper refuses the request (error %1)\n%2").arg(QString::number(answer.error), answer.description));
     }
 }
 
@@ -142,9 +157,8 @@ HelperAnswer HelperCall::answerOf(const QVariantMap &data) const
     reply.values.remove(keyName());
     reply.taskFailed = data.value(QStringLiteral("error")).toBool();
     if (reply.taskFailed) {
-        const QString message = data.value(QStringLiteral("message")).toString();
-        reply.outcome = {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed,
-                         data.value(QStringLiteral("description")).toString() + QLatin1Char('\n') + message};
+        reply.outcome = failedTask(data.value(QStringLiteral("description")).toString(),
+                                   data.value(QStringLiteral("message")).toString());
     }
     return {HelperAnswer::Kind::Final, reply};
 }

@@ -4,16 +4,18 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/bus/HelperAbsence.h"
 
 #include <QCoreApplication>
 #include <QDBusPendingCall>
 #include <QVariantMap>
 
-namespace KAuth
-{
-class ActionReply;
-}
 class QDBusError;
+class QDBusMessage;
+struct ActionAnswer;
+
+/// A call of a method of the helper's, in the interface that KAuth gives it.
+QDBusMessage helperMethod(const QString &method);
 
 /// What came of a request.
 struct HelperReply {
@@ -26,7 +28,12 @@ struct HelperReply {
     bool helperEnded = false;
     /// Why the helper could not be asked, as part of a sentence; empty where it, or polkit, has answered.
     QString unavailable;
+    /// Whether that is since there is none.
+    HelperAbsence absence = HelperAbsence::None;
 };
+
+/// How a task's failure is told, by its title and its message.
+Outcome failedTask(const QString &title, const QString &message);
 
 /// What the helper says to a call.
 struct HelperAnswer {
@@ -69,7 +76,8 @@ public:
     HelperAnswer answerOf(const QDBusError &error) const;
 
 private:
-    HelperAnswer answerOf(const KAuth::ActionReply &reply) const;
+    static HelperAnswer failureBy(const QDBusError &error);
+    HelperAnswer answerOf(const ActionAnswer &answer) const;
     HelperAnswer answerOf(const QVariantMap &data) const;
 
     Kind m_kind;

@@ -3,44 +3,20 @@
 
 #include "client/bus/HelperProbe.h"
 
-#include "HelperId.h"
 #include "client/Translation.h"
+#include "client/bus/Polkit.h"
 #include "client/output/WaitingLine.h"
 
 #include <QDBusConnection>
-#include <QDBusMetaType>
 #include <QDBusPendingReply>
 #include <QElapsedTimer>
 
 namespace
 {
-using PolkitDetails = QMap<QString, QString>;
-
 /// A method that it hasn't: it says so from its event loop, as it would take a call. There is none that does nothing.
 QDBusPendingCall askHelper(const QDBusConnection &bus, int limit)
 {
-    return bus.asyncCall(QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                        QStringLiteral("/"),
-                                                        QStringLiteral("org.kde.kf5auth"),
-                                                        QStringLiteral("isListening")),
-                         limit);
-}
-
-/// Whether this process may do it, without anybody being asked for a password.
-QDBusPendingCall askPolkit(const QDBusConnection &bus, const QString &action, int limit)
-{
-    static const int detailsType = qDBusRegisterMetaType<PolkitDetails>();
-    Q_UNUSED(detailsType)
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
-                                                       QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                                       QStringLiteral("org.freedesktop.PolicyKit1.Authority"),
-                                                       QStringLiteral("CheckAuthorization"));
-    QDBusArgument subject;
-    subject.beginStructure();
-    subject << QStringLiteral("system-bus-name") << QVariantMap{{QStringLiteral("name"), bus.baseService()}};
-    subject.endStructure();
-    call << QVariant::fromValue(subject) << action << QVariant::fromValue(PolkitDetails()) << 0U << QString();
-    return bus.asyncCall(call, limit);
+    return bus.asyncCall(helperMethod(QStringLiteral("isListening")), limit);
 }
 
 HelperReply hindrance(const QString &reason)

@@ -3,22 +3,12 @@
 
 #include "client/bus/TerminalPrompt.h"
 
+#include "client/bus/Polkit.h"
 #include "client/bus/TextAgent.h"
 #include "client/output/Terminal.h"
 
-#include <KAuth/Action>
-
-#include <QDBusConnection>
-
 namespace
 {
-bool needsPassword(const QString &action)
-{
-    // where there is no bus, KAuth would complain on its own
-    return QDBusConnection::systemBus().isConnected()
-        && KAuth::Action(action).status() == KAuth::Action::AuthRequiredStatus;
-}
-
 void leaveLine()
 {
     err().write(QStringLiteral("\n"));

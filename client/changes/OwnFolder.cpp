@@ -10,7 +10,9 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,6 +49,17 @@ bool openFile(int folder, const QByteArray &name, int flags, QIODevice::OpenMode
 {
     const int handle = openat(folder, name.constData(), flags | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     return handle >= 0 && file->open(handle, mode, QFileDevice::AutoCloseHandle);
+}
+
+/// For its names: what was opened, whatever stands under its path by now. A chroot may have no /proc to find it by.
+std::unique_ptr<DIR, int (*)(DIR *)> openAgain(int folder)
+{
+    const int handle = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR *opened = handle < 0 ? nullptr : fdopendir(handle);
+    if (handle >= 0 && !opened) {
+        close(handle);
+    }
+    return {opened, &closedir};
 }
 }
 
@@ -94,15 +107,13 @@ QString OwnFolder::make(const QString &path)
 
 QStringList OwnFolder::names() const
 {
-    // what was opened, whatever stands under its path by now
-    const QDir opened(QStringLiteral("/proc/self/fd/%1").arg(m_handle));
     QStringList names;
-    const auto all = opened.entryList(QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString &name : all) {
+    const auto folder = openAgain(m_handle);
+    // cppcheck-suppress readdirCalled // safe where no other thread has the same folder: readdir(3)
+    while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         struct stat status = {};
-        if (fstatat(m_handle, QFile::encodeName(name).constData(), &status, AT_SYMLINK_NOFOLLOW) == 0
-            && isOwnFile(status)) {
-            names += name;
+        if (fstatat(m_handle, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isOwnFile(status)) {
+            names += QFile::decodeName(entry->d_name);
         }
     }
     return names;

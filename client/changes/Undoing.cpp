@@ -59,7 +59,7 @@ void warn(const SettingSchema &schema, const HistoryEntry &entry, const Settings
 ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, const ChangeMode &mode)
 {
     const Reading now = store->read();
-    if (now.outcome.code != ExitCode::Done && now.outcome.code != ExitCode::Failed) {
+    if (!now.outcome.succeeded() && (now.outcome.code != ExitCode::Failed || !store->mayBeWritable())) {
         printError(now.outcome.error);
         return now.outcome.code;
     }

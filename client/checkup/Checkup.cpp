@@ -6,6 +6,7 @@
 #include "HelperId.h"
 #include "client/Translation.h"
 #include "client/bus/PolicyRead.h"
+#include "client/bus/Polkit.h"
 #include "client/bus/TextAgent.h"
 #include "client/checkup/PamCheckup.h"
 #include "client/output/WaitingLine.h"
@@ -77,22 +78,31 @@ Finding checkHelperProgram()
     return good(translate("Checkup", "helper: %1").arg(helper.filePath()));
 }
 
+QString busServicePath()
+{
+    return QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id());
+}
+
+QString busPolicyPath()
+{
+    return QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id());
+}
+
+QString actionsPath()
+{
+    return QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id());
+}
+
 QVector<Finding> checkFiles()
 {
     return {
         checkHelperProgram(),
-        checkFile(QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id()),
-                  translate("Checkup", "bus service"),
-                  reinstall()),
-        checkFile(QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id()),
-                  translate("Checkup", "bus policy"),
-                  reinstall()),
+        checkFile(busServicePath(), translate("Checkup", "bus service"), reinstall()),
+        checkFile(busPolicyPath(), translate("Checkup", "bus policy"), reinstall()),
         checkFile(QStringLiteral("/usr/share/dbus-1/system.d/org.kde.kf5auth.conf"),
                   translate("Checkup", "bus policy of KAuth"),
                   translate("Checkup", "apt install libkf5auth-data")),
-        checkFile(QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id()),
-                  translate("Checkup", "polkit actions"),
-                  reinstall()),
+        checkFile(actionsPath(), translate("Checkup", "polkit actions"), reinstall()),
         checkFile(TextAgent::path(),
                   translate("Checkup", "password prompt for terminals"),
                   translate("Checkup", "apt install polkitd")),
@@ -102,10 +112,7 @@ QVector<Finding> checkFiles()
 /// The actions that polkit knows, by asking it.
 QStringList polkitActions()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
-                                                       QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),
-                                                       QStringLiteral("org.freedesktop.PolicyKit1.Authority"),
-                                                       QStringLiteral("EnumerateActions"));
+    QDBusMessage call = polkitCall(QStringLiteral("EnumerateActions"));
     call << QString();
     const QDBusMessage reply = QDBusConnection::systemBus().call(call, QDBus::Block, toolLimit);
     if (reply.type() != QDBusMessage::ReplyMessage) {
@@ -175,11 +182,18 @@ Finding checkAnswer()
                  remedyForHelper(QDBusConnection::systemBus().interface()->servicePid(id())));
 }
 
+QString aboutLocal()
+{
+    return translate("Checkup", "see --local in accountpolicyctl(1)");
+}
+
 QVector<Finding> checkBus()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
         return {wrong(translate("Checkup", "the system bus cannot be reached"),
-                      translate("Checkup", "start the service dbus"))};
+                      translate("Checkup", "start the service dbus")),
+                note(translate("Checkup", "without it root reads and changes policies by itself, and others only read"),
+                     aboutLocal())};
     }
     QVector<Finding> findings{good(translate("Checkup", "system bus"))};
     {
@@ -191,6 +205,26 @@ QVector<Finding> checkBus()
     });
     // without polkit it would be held by the question itself
     return canBeAsked ? findings + QVector<Finding>{checkAnswer()} : findings;
+}
+
+/// Whether nothing of it is there; a part of it that is missing is wrong.
+bool isHelperLeftOut()
+{
+    const QStringList files{QLatin1String(helperPath), busServicePath(), busPolicyPath(), actionsPath()};
+    return std::none_of(files.cbegin(), files.cend(), [](const QString &file) {
+        return QFile::exists(file);
+    });
+}
+
+QVector<Finding> checkHelper()
+{
+    if (!isHelperLeftOut()) {
+        return checkFiles() + checkBus();
+    }
+    return {
+        note(translate("Checkup",
+                       "the helper is not installed: root reads and changes policies without it, and others only read"),
+             translate("Checkup", "apt install accountpolicies-helper, where others are to change them"))};
 }
 
 Finding checkProfile(const PamProfile &profile)
@@ -292,5 +326,5 @@ QVector<Finding> checkLeftovers()
 
 QVector<Finding> checkInstallation()
 {
-    return checkFiles() + checkBus() + checkPam() + checkExpirationFiles() + checkLeftovers();
+    return checkHelper() + checkPam() + checkExpirationFiles() + checkLeftovers();
 }

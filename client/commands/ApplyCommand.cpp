@@ -37,14 +37,14 @@ bool allowsAll(const SettingSchema &schema, const Wishes &wishes)
 }
 
 /// Looks for what may not be set in all policies of the document, before the first of them is written.
-ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLineParser &line)
+ExitCode checkValues(const QMap<QString, Wishes> &document, PolicyAccess *access, const QCommandLineParser &line)
 {
     for (auto policy = document.cbegin(); policy != document.cend(); ++policy) {
         const SettingSchema &schema = findPolicy(policy.key())->schema;
         if (allowsAll(schema, policy.value())) {
             continue;
         }
-        const Reading reading = makeStore({StoreName::Kind::Policy, policy.key()}, mayAskPassword(line))->read();
+        const Reading reading = makeStore({StoreName::Kind::Policy, policy.key()}, access)->read();
         if (!reading.outcome.succeeded()) {
             printError(reading.outcome.error);
             return reading.outcome.code;
@@ -57,18 +57,23 @@ ExitCode checkValues(const QMap<QString, Wishes> &document, const QCommandLinePa
     return ExitCode::Done;
 }
 
-ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLineParser &line, const ChangeMode &mode)
+/// What is to be done.
+struct Application {
+    QMap<QString, Wishes> document;
+    PolicyAccess access;
+    QString command;
+};
+
+ExitCode applyPolicy(const QString &name, Application *application, const ChangeMode &mode)
 {
-    const std::unique_ptr<SettingsStore> store = makeStore({StoreName::Kind::Policy, name}, mayAskPassword(line));
+    const std::unique_ptr<SettingsStore> store = makeStore({StoreName::Kind::Policy, name}, &application->access);
     const Reading before = store->read();
     if (!before.outcome.succeeded()) {
         printError(before.outcome.error);
         return before.outcome.code;
     }
-    const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
-    const QString command =
-        QLatin1String("apply ") + line.positionalArguments().constFirst() + typedChangeOptions(line);
-    const Change change{store.get(), before, wanted, command};
+    const Settings wanted = fulfilled(store->schema(), before.settings, application->document.value(name));
+    const Change change{store.get(), before, wanted, application->command};
     if (wanted != before.settings) {
         return performChange(change, mode);
     }
@@ -83,26 +88,26 @@ ExitCode applyPolicy(const QString &name, const Wishes &wishes, const QCommandLi
     return ExitCode::Done;
 }
 
-/// Whether to leave the other policies alone: what the user refused once isn't asked again.
-bool endsAll(ExitCode code)
+/// Whether to leave the other policies alone: what the user refused once isn't asked again, nor looked for once more.
+bool endsAll(ExitCode code, const PolicyAccess &access)
 {
-    return code == ExitCode::NotAuthorized || code == ExitCode::Busy;
+    return code == ExitCode::NotAuthorized || code == ExitCode::Busy || access.isBarred();
 }
 
-ExitCode applyDocument(const QMap<QString, Wishes> &document, const QCommandLineParser &line, const ChangeMode &mode)
+ExitCode applyDocument(Application *application, const ChangeMode &mode)
 {
     ExitCode result = ExitCode::Done;
     const auto names = policyNames();
     for (const QString &policy : names) {
-        if (!document.contains(policy)) {
+        if (!application->document.contains(policy)) {
             continue;
         }
-        const ExitCode code = applyPolicy(policy, document.value(policy), line, mode);
+        const ExitCode code = applyPolicy(policy, application, mode);
         // "written, but not in force" gives way to a worse end
         if (result == ExitCode::Done || result == ExitCode::NotInForce) {
             result = code == ExitCode::Done ? result : code;
         }
-        if (endsAll(code)) {
+        if (endsAll(code, application->access)) {
             break;
         }
     }
@@ -132,16 +137,17 @@ QList<QCommandLineOption> ApplyCommand::options() const
 
 ExitCode ApplyCommand::run(const QCommandLineParser &line) const
 {
-    QMap<QString, Wishes> document;
-    ExitCode understood = readDocumentArgument(line, &document);
+    Application application{{}, accessOf(line), {}};
+    ExitCode understood = readDocumentArgument(line, &application.document);
     if (understood == ExitCode::Done) {
-        understood = checkValues(document, line);
+        understood = checkValues(application.document, &application.access, line);
     }
     if (understood != ExitCode::Done) {
         return understood;
     }
+    application.command = QLatin1String("apply ") + line.positionalArguments().constFirst() + typedChangeOptions(line);
     return runChanges(line, [&](const ChangeMode &mode) {
-        return applyDocument(document, line, mode);
+        return applyDocument(&application, mode);
     });
 }
 

@@ -27,12 +27,13 @@ void printReport(const QJsonArray &changes)
 
 QList<QCommandLineOption> changeOptions()
 {
-    return {
-        dryRunOption(),
-        jsonOption(),
-        {forceName(), translate("ChangeOptions", "Go on where something would be lost, or cannot come into force.")},
-        quietOption(),
-        noAskPasswordOption()};
+    return QList<QCommandLineOption>{
+               dryRunOption(),
+               jsonOption(),
+               {forceName(),
+                translate("ChangeOptions", "Go on where something would be lost, or cannot come into force.")},
+               quietOption()}
+    + accessOptions();
 }
 
 QString typedChangeOptions(const QCommandLineParser &line)

@@ -119,7 +119,7 @@ QList<Argument> CheckCommand::arguments() const
 
 QList<QCommandLineOption> CheckCommand::options() const
 {
-    return {jsonOption(), noAskPasswordOption()};
+    return QList<QCommandLineOption>{jsonOption()} + accessOptions();
 }
 
 ExitCode CheckCommand::run(const QCommandLineParser &line) const
@@ -129,7 +129,7 @@ ExitCode CheckCommand::run(const QCommandLineParser &line) const
     if (understood != ExitCode::Done) {
         return understood;
     }
-    const PolicyReadings readings = readPolicies(document.keys(), mayAskPassword(line));
+    const PolicyReadings readings = readPolicies(document.keys(), accessOf(line));
     Drift drift;
     for (auto reading = readings.settings.cbegin(); reading != readings.settings.cend(); ++reading) {
         addDrift(*findPolicy(reading.key()), reading.value(), document.value(reading.key()), &drift);

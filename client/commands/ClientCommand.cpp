@@ -50,6 +50,11 @@ QCommandLineOption quietOption()
     return {{QStringLiteral("q"), QStringLiteral("quiet")}, translate("ClientCommand", "Say nothing on success.")};
 }
 
+QCommandLineOption localOption()
+{
+    return {QStringLiteral("local"), translate("ClientCommand", "Do without the helper (root only).")};
+}
+
 QCommandLineOption noAskPasswordOption()
 {
     return {QStringLiteral("no-ask-password"),
@@ -61,9 +66,15 @@ bool isDryRun(const QCommandLineParser &line)
     return line.isSet(QStringLiteral("dry-run"));
 }
 
-bool mayAskPassword(const QCommandLineParser &line)
+QList<QCommandLineOption> accessOptions()
 {
-    return !line.isSet(QStringLiteral("no-ask-password"));
+    return {localOption(), noAskPasswordOption()};
+}
+
+PolicyAccess accessOf(const QCommandLineParser &line)
+{
+    return PolicyAccess(!line.isSet(QStringLiteral("no-ask-password")),
+                        line.isSet(QStringLiteral("local")) ? PolicyAccess::Way::Local : PolicyAccess::Way::Helper);
 }
 
 QString anyFile()

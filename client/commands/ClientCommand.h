@@ -4,6 +4,7 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/stores/PolicyAccess.h"
 
 #include <QCommandLineParser>
 #include <QStringList>
@@ -55,10 +56,14 @@ QCommandLineOption jsonOption();
 QCommandLineOption dryRunOption();
 /// Where a command has it, Terminal::writeUnlessQuiet() obeys it.
 QCommandLineOption quietOption();
+QCommandLineOption localOption();
 QCommandLineOption noAskPasswordOption();
+/// Of the commands that come to policies.
+QList<QCommandLineOption> accessOptions();
 
 bool isDryRun(const QCommandLineParser &line);
-bool mayAskPassword(const QCommandLineParser &line);
+/// How the options have it.
+PolicyAccess accessOf(const QCommandLineParser &line);
 
 /// Stands for the names of files among the candidates.
 QString anyFile();

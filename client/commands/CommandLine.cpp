@@ -12,6 +12,8 @@
 
 #include <QCoreApplication>
 
+#include <unistd.h>
+
 namespace
 {
 /// As it was typed, with one dash or two.
@@ -50,6 +52,10 @@ ExitCode runClientCommand(const ClientCommand &command, const QStringList &words
     if (parser.isSet(options.constLast())) {
         out().write(helpText(command));
         return ExitCode::Done;
+    }
+    if (isGiven(localOption(), parser) && geteuid() != 0) {
+        printError(translate("CommandLine", "--local is for root alone; try sudo"));
+        return ExitCode::NotAuthorized;
     }
     if (isGiven(quietOption(), parser)) {
         out().beQuiet();

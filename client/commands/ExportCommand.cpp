@@ -19,7 +19,7 @@ QString ExportCommand::summary() const
 
 QList<QCommandLineOption> ExportCommand::options() const
 {
-    return {noAskPasswordOption()};
+    return accessOptions();
 }
 
 ExitCode ExportCommand::run(const QCommandLineParser &line) const
@@ -27,7 +27,7 @@ ExitCode ExportCommand::run(const QCommandLineParser &line) const
     if (!line.positionalArguments().isEmpty()) {
         return tooManyArguments(line.positionalArguments().constFirst());
     }
-    const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
+    const PolicyReadings readings = readPolicies(policyNames(), accessOf(line));
     printDocument(readings);
     return printFailures(readings);
 }

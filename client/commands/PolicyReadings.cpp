@@ -8,10 +8,10 @@
 #include "client/settings/Policies.h"
 #include "client/stores/PolicyReader.h"
 
-PolicyReadings readPolicies(const QStringList &names, bool mayAsk)
+PolicyReadings readPolicies(const QStringList &names, PolicyAccess access)
 {
     PolicyReadings readings;
-    PolicyReader reader(mayAsk);
+    PolicyReader reader(&access);
     for (const QString &name : names) {
         const Reading reading = reader.read(*findPolicy(name));
         if (reading.outcome.succeeded()) {

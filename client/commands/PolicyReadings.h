@@ -5,6 +5,7 @@
 
 #include "client/Outcome.h"
 #include "client/settings/Setting.h"
+#include "client/stores/PolicyAccess.h"
 
 #include <QMap>
 #include <QVector>
@@ -20,9 +21,9 @@ struct PolicyReadings {
 /**
  * Reads policies, in this order; without the helper where that isn't at hand.
  *
- * @param mayAsk whether a password may be asked for on the terminal
+ * @param access how they are come to
  */
-PolicyReadings readPolicies(const QStringList &names, bool mayAsk);
+PolicyReadings readPolicies(const QStringList &names, PolicyAccess access);
 
 /// Prints those that could be read as one document.
 void printDocument(const PolicyReadings &readings);

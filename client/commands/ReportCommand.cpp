@@ -143,10 +143,11 @@ QList<Argument> ReportCommand::arguments() const
 
 QList<QCommandLineOption> ReportCommand::options() const
 {
-    return {{userOption(),
-             translate("ReportCommand", "Report this account too (root only). May be given several times."),
-             QStringLiteral("NAME")},
-            noAskPasswordOption()};
+    return QList<QCommandLineOption>{
+               {userOption(),
+                translate("ReportCommand", "Report this account too (root only). May be given several times."),
+                QStringLiteral("NAME")}}
+    + accessOptions();
 }
 
 ExitCode ReportCommand::run(const QCommandLineParser &line) const
@@ -158,7 +159,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
     if (words.size() > 1) {
         return tooManyArguments(words.at(1));
     }
-    const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
+    const PolicyReadings readings = readPolicies(policyNames(), accessOf(line));
     Report report{QSysInfo::machineHostName(), QDateTime::currentDateTime(), policySections(readings), {}};
     for (const Outcome &failure : readings.failures) {
         report.failures += failure.error;

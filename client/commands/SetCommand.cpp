@@ -53,11 +53,11 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     }
     change.command += typedChangeOptions(line);
     const Outcome &read = change.before.outcome;
-    if (read.code != ExitCode::Done && !(replace && read.code == ExitCode::Failed)) {
+    const bool mayBeReplaced = read.code == ExitCode::Failed && store->mayBeWritable();
+    if (!read.succeeded() && !(replace && mayBeReplaced)) {
         const QString hint =
             translate("SetCommand", "what is not known cannot be kept; --replace writes just what is typed");
-        const bool mayBeReplaced = read.code == ExitCode::Failed && store->exists();
-        printError(mayBeReplaced ? read.error + QLatin1Char('\n') + hint : read.error);
+        printError(mayBeReplaced && store->exists() ? read.error + QLatin1Char('\n') + hint : read.error);
         return read.code;
     }
     change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, wishes);
@@ -111,7 +111,8 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
         return usageError(translate("SetCommand", "what is to be set? a policy (%1), or \"user NAME\"")
                               .arg(policyNames().join(QStringLiteral(", "))));
     }
-    const std::unique_ptr<SettingsStore> store = makeStore(*subject, mayAskPassword(line));
+    PolicyAccess access = accessOf(line);
+    const std::unique_ptr<SettingsStore> store = makeStore(*subject, &access);
     if (!store) {
         return unknownPolicy(subject->name);
     }

@@ -62,7 +62,7 @@ bool isJson(const QCommandLineParser &line)
 
 ExitCode showPolicies(const QStringList &names, const QCommandLineParser &line)
 {
-    const PolicyReadings readings = readPolicies(names, mayAskPassword(line));
+    const PolicyReadings readings = readPolicies(names, accessOf(line));
     if (isJson(line)) {
         printJson(readings);
     } else {
@@ -77,7 +77,7 @@ ExitCode showValue(const Policy &policy, const QString &key, const QCommandLineP
     if (!setting) {
         return usageError(unknownKeyText(policy.schema, policy.phrase(), key));
     }
-    const PolicyReadings readings = readPolicies({policy.name}, mayAskPassword(line));
+    const PolicyReadings readings = readPolicies({policy.name}, accessOf(line));
     if (readings.settings.contains(policy.name)) {
         printValue(*setting, inForceOf(policy, readings.settings.value(policy.name)), isJson(line));
     }
@@ -108,7 +108,7 @@ QList<Argument> ShowCommand::arguments() const
 
 QList<QCommandLineOption> ShowCommand::options() const
 {
-    return {jsonOption(), noAskPasswordOption()};
+    return QList<QCommandLineOption>{jsonOption()} + accessOptions();
 }
 
 ExitCode ShowCommand::run(const QCommandLineParser &line) const

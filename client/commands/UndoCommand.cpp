@@ -46,7 +46,8 @@ ExitCode UndoCommand::run(const QCommandLineParser &line) const
         return result;
     }
     const HistoryEntry &entry = entries.at(number - 1);
-    const std::unique_ptr<SettingsStore> store = makeStore(*entry.store, mayAskPassword(line));
+    PolicyAccess access = accessOf(line);
+    const std::unique_ptr<SettingsStore> store = makeStore(*entry.store, &access);
     return runChanges(line, [&](const ChangeMode &mode) {
         return undoChange(entry, store.get(), mode);
     });

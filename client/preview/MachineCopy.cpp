@@ -4,6 +4,7 @@
 #include "client/preview/MachineCopy.h"
 
 #include "client/Translation.h"
+#include "client/system/HelperSurroundings.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
 #include <QDir>
@@ -128,9 +129,7 @@ Command MachineCopy::pamAuthUpdate() const
 {
     Command tool = ::pamAuthUpdate();
     tool.arguments = rootOption(root()) + tool.arguments;
-    tool.environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/sbin:/usr/bin:/sbin:/bin"));
-    tool.environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-    tool.environment.insert(QStringLiteral("DEBIAN_FRONTEND"), QStringLiteral("noninteractive"));
+    tool.environment = helperEnvironment();
     tool.environment.insert(QStringLiteral("DEBCONF_SYSTEMRC"), root() + setupName());
     return tool;
 }

@@ -7,6 +7,7 @@
 #include "client/output/WaitingLine.h"
 #include "client/preview/Losses.h"
 #include "client/preview/MachineCopy.h"
+#include "client/system/HelperSurroundings.h"
 #include "client/system/PamFiles.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
@@ -16,31 +17,10 @@
 #include "policies/lockout/LockoutPolicy.h"
 #include "tasks/TaskResult.h"
 
-#include <QTextCodec>
-
 #include <algorithm>
 
 namespace
 {
-/// The helper's, whatever the user's is: comments in the files are UTF-8, and the copies get the bytes of the files.
-class HelperEncoding
-{
-public:
-    HelperEncoding()
-    {
-        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-    }
-    ~HelperEncoding()
-    {
-        QTextCodec::setCodecForLocale(m_users);
-    }
-
-private:
-    Q_DISABLE_COPY_MOVE(HelperEncoding)
-
-    QTextCodec *m_users = QTextCodec::codecForLocale();
-};
-
 QString stacksFolder()
 {
     return QStringLiteral("/etc/pam.d");

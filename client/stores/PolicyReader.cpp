@@ -5,16 +5,17 @@
 
 #include "client/Translation.h"
 #include "client/output/Terminal.h"
+#include "client/stores/PolicyAccess.h"
 #include "client/stores/PolicyStore.h"
 
-PolicyReader::PolicyReader(bool mayAsk) : m_mayAsk(mayAsk)
+PolicyReader::PolicyReader(PolicyAccess *access) : m_access(access)
 {
 }
 
 Reading PolicyReader::read(const Policy &policy)
 {
-    const PolicyStore store(policy, m_mayAsk);
-    if (m_withoutHelper) {
+    const PolicyStore store(policy, m_access);
+    if (m_withoutHelper || m_access->isLocal()) {
         return store.readHere();
     }
     QString hindrance;

@@ -6,6 +6,8 @@
 #include "client/settings/Policies.h"
 #include "client/stores/SettingsStore.h"
 
+class PolicyAccess;
+
 /**
  * Reads policies for a command that changes none: by the helper or, once that isn't at hand, in this process, which is said
  * in one line on the standard error.
@@ -13,12 +15,12 @@
 class PolicyReader
 {
 public:
-    /// @param mayAsk whether a password may be asked for on the terminal
-    explicit PolicyReader(bool mayAsk);
+    /// @param access how policies are come to; outlives the reader
+    explicit PolicyReader(PolicyAccess *access);
 
     Reading read(const Policy &policy);
 
 private:
-    bool m_mayAsk;
+    PolicyAccess *m_access;
     bool m_withoutHelper = false;
 };

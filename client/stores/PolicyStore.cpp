@@ -3,37 +3,17 @@
 
 #include "client/stores/PolicyStore.h"
 
+#include "client/Translation.h"
 #include "client/bus/PolicyRead.h"
 #include "client/bus/RequestWait.h"
 #include "client/effective/PolicyInForce.h"
-#include "client/stores/TaskOutcome.h"
+#include "client/output/WaitingLine.h"
+#include "client/stores/LocalTasks.h"
+#include "client/stores/PolicyAccess.h"
 #include "client/system/PamFiles.h"
-#include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
-#include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
-#include "policies/lockout/LocalPolicyLockoutReadTask.h"
 
-namespace
-{
-template<typename Task>
-std::unique_ptr<AbstractTask> makeTask()
-{
-    return std::make_unique<Task>(nullptr);
-}
-
-/// What the helper runs for the policy's action.
-std::unique_ptr<AbstractTask> makeReadTask(const QString &policy)
-{
-    static const QMap<QString, std::unique_ptr<AbstractTask> (*)()> makers{
-        {QStringLiteral("lockout"), makeTask<LocalPolicyLockoutReadTask>},
-        {QStringLiteral("complexity"), makeTask<LocalPolicyPasswordComplexityReadTask>},
-        {QStringLiteral("expiration"), makeTask<LocalPolicyPasswordExpirationReadTask>},
-    };
-    return makers.value(policy)();
-}
-}
-
-PolicyStore::PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits)
-    : m_policy(policy), m_mayAsk(mayAsk), m_limits(limits)
+PolicyStore::PolicyStore(const Policy &policy, PolicyAccess *access, HelperLimits limits)
+    : m_policy(policy), m_access(access), m_limits(limits)
 {
 }
 
@@ -54,32 +34,39 @@ const SettingSchema &PolicyStore::schema() const
 
 Reading PolicyStore::read()
 {
-    return readingOf(askForReading(readCall(), m_mayAsk, m_limits));
+    if (m_access->isLocal()) {
+        return readHere();
+    }
+    const HelperReply reply = askForReading(readCall(), m_access->mayAsk(), m_limits);
+    if (reply.absence == HelperAbsence::None) {
+        return readingOf(reply);
+    }
+    m_access->loseHelper(reply.absence);
+    return m_access->isLocal() ? readHere() : Reading{{ExitCode::Failed, m_access->advice()}, {}};
+}
+
+bool PolicyStore::mayBeWritable() const
+{
+    return !m_access->isBarred();
 }
 
 Reading PolicyStore::readSoon(QString *hindrance) const
 {
-    const HelperReply reply = askForReadingSoon(readCall(), m_mayAsk);
+    const HelperReply reply = askForReadingSoon(readCall(), m_access->mayAsk());
     *hindrance = reply.unavailable;
     return readingOf(reply);
 }
 
 Reading PolicyStore::readHere() const
 {
-    const std::unique_ptr<AbstractTask> task = makeReadTask(m_policy.name);
-    HelperReply reply;
-    reply.outcome = outcomeOf(task.get());
-    reply.taskFailed = !reply.outcome.succeeded();
-    reply.values = *task->values();
-    return readingOf(reply);
+    return readingOf(readLocally(m_policy.name));
 }
 
 Outcome PolicyStore::write(const Settings &settings)
 {
     const PamFiles *files = pamFilesOf(m_policy.name);
     const QByteArrayList before = files ? profileContents(*files) : QByteArrayList();
-    HelperReply reply =
-        ask(HelperCall(HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings), m_mayAsk, m_limits);
+    HelperReply reply = send(settings);
     if (reply.taskFailed) {
         reply.outcome.error = writeFailure(reply.outcome.error);
     }
@@ -121,6 +108,15 @@ QString PolicyStore::reasonNotInForce() const
 HelperCall PolicyStore::readCall() const
 {
     return {HelperCall::Kind::Read, QLatin1String(m_policy.readAction), {}};
+}
+
+HelperReply PolicyStore::send(const Settings &settings) const
+{
+    if (m_access->isLocal()) {
+        const WaitingLine line(translate("PolicyStore", "waiting for the policy's tools…"));
+        return writeLocally(m_policy.name, settings);
+    }
+    return ask({HelperCall::Kind::Write, QLatin1String(m_policy.writeAction), settings}, m_access->mayAsk(), m_limits);
 }
 
 Reading PolicyStore::readingOf(const HelperReply &reply) const

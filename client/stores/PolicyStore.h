@@ -7,21 +7,24 @@
 #include "client/settings/Policies.h"
 #include "client/stores/SettingsStore.h"
 
-/// A policy of the machine, through the helper.
+class PolicyAccess;
+
+/// A policy of the machine, through the helper or in this process.
 class PolicyStore : public SettingsStore
 {
 public:
     /**
      * @param policy outlives the store
-     * @param mayAsk whether a password may be asked for on the terminal
+     * @param access how it is come to; outlives the store
      * @param limits how long to wait for the helper
      */
-    PolicyStore(const Policy &policy, bool mayAsk, HelperLimits limits = {});
+    PolicyStore(const Policy &policy, PolicyAccess *access, HelperLimits limits = {});
 
     StoreName name() const override;
     QString phrase() const override;
     const SettingSchema &schema() const override;
     Reading read() override;
+    bool mayBeWritable() const override;
     /// Reads, but gives the helper up if it isn't at hand.
     /// @param hindrance receives why, as part of a sentence; empty if it was asked
     Reading readSoon(QString *hindrance) const;
@@ -35,9 +38,10 @@ public:
 
 private:
     HelperCall readCall() const;
+    HelperReply send(const Settings &settings) const;
     Reading readingOf(const HelperReply &reply) const;
 
     const Policy &m_policy;
-    bool m_mayAsk;
+    PolicyAccess *m_access;
     HelperLimits m_limits;
 };

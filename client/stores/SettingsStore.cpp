@@ -12,6 +12,11 @@ bool SettingsStore::exists() const
     return true;
 }
 
+bool SettingsStore::mayBeWritable() const
+{
+    return true;
+}
+
 InForce SettingsStore::inForce(const Settings &read) const
 {
     InForce inForce;

@@ -33,6 +33,8 @@ public:
     virtual bool exists() const;
 
     virtual Reading read() = 0;
+    /// Whether a write can succeed, as far as a read has told.
+    virtual bool mayBeWritable() const;
     /// Makes these the settings; one that isn't set there is removed.
     virtual Outcome write(const Settings &settings) = 0;
 

@@ -7,13 +7,13 @@
 #include "client/stores/AccountStore.h"
 #include "client/stores/PolicyStore.h"
 
-std::unique_ptr<SettingsStore> makeStore(const StoreName &name, bool mayAsk)
+std::unique_ptr<SettingsStore> makeStore(const StoreName &name, PolicyAccess *access)
 {
     if (name.kind == StoreName::Kind::Account) {
         return std::make_unique<AccountStore>(name.name);
     }
     const Policy *policy = findPolicy(name.name);
-    return policy ? std::make_unique<PolicyStore>(*policy, mayAsk) : nullptr;
+    return policy ? std::make_unique<PolicyStore>(*policy, access) : nullptr;
 }
 
 const SettingSchema *schemaOf(const StoreName &name)

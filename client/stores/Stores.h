@@ -7,13 +7,15 @@
 
 #include <memory>
 
+class PolicyAccess;
+
 /**
  * The store of that name.
  *
- * @param mayAsk whether a password may be asked for on the terminal
+ * @param access how policies are come to; outlives the store
  * @return null if there is no such policy
  */
-std::unique_ptr<SettingsStore> makeStore(const StoreName &name, bool mayAsk);
+std::unique_ptr<SettingsStore> makeStore(const StoreName &name, PolicyAccess *access);
 
 /// The schema of the store of that name; null if there is no such policy.
 const SettingSchema *schemaOf(const StoreName &name);

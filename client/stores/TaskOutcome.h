@@ -4,6 +4,7 @@
 #pragma once
 
 #include "client/Outcome.h"
+#include "client/bus/HelperCall.h"
 #include "tasks/AbstractTask.h"
 
 /// Runs the task; its failure is told with its title, as the helper's replies have it.
@@ -11,7 +12,7 @@ inline Outcome outcomeOf(AbstractTask *task)
 {
     task->run();
     if (task->result().state() == TaskState::Failed) {
-        return {ExitCode::Failed, task->result().description() + QLatin1Char('\n') + task->result().message()};
+        return failedTask(task->result().description(), task->result().message());
     }
     return {};
 }

@@ -195,6 +195,7 @@ void ClientTest::printsCandidates_data()
                "--json\tPrint a JSON document.\n"
                "--force\tGo on where something would be lost, or cannot come into force.\n"
                "--quiet\tSay nothing on success.\n"
+               "--local\tDo without the helper (root only).\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");
     candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");
@@ -234,10 +235,7 @@ void ClientTest::tellsThatHelperCannotStart()
     const ProgramResult set = client(nobody, "set lockout deny=5");
     QVERIFY(QFile::rename(helper + QStringLiteral(".away"), helper));
 
-    QCOMPARE(set,
-             failure(1,
-                     "the helper does not answer\nCannot launch daemon, file not found or permissions invalid\n"
-                     "what is not known cannot be kept; --replace writes just what is typed"));
+    QCOMPARE(set, failure(1, "the helper is not installed; apt install accountpolicies-helper, or try sudo"));
 }
 
 void ClientTest::keepsControlCharactersFromTheTerminal()

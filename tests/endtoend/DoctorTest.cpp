@@ -246,6 +246,7 @@ private Q_SLOTS:
     void findsMissingActions();
     void findsPolkitThatDoesNotAnswer();
     void findsNoBus();
+    void findsThatTheHelperIsLeftOut();
     void findsHelperThatTakesNoRequest_data();
     void findsHelperThatTakesNoRequest();
     void printsDocument();
@@ -367,13 +368,32 @@ void DoctorTest::findsNoBus()
     const int bus = lines.indexOf("ok    system bus");
     lines.replace(bus, "WRONG the system bus cannot be reached");
     lines.replace(bus + 1, "      start the service dbus");
-    lines.removeAt(bus + 2);
-    lines.removeAt(bus + 2);
+    lines.replace(bus + 2, "note  without it root reads and changes policies by itself, and others only read");
+    lines.replace(bus + 3, "      see --local in accountpolicyctl(1)");
 
     const ProgramResult doctor = client(root, "doctor");
 
     QCOMPARE(doctor.standardOutput.trimmed().split('\n'), lines);
     QCOMPARE(doctor.exitCode, 1);
+}
+
+void DoctorTest::findsThatTheHelperIsLeftOut()
+{
+    endHelper();
+    std::vector<std::unique_ptr<ScopedFile>> missing;
+    for (const QString &path : {QString::fromLatin1(helperFile),
+                                QStringLiteral("/usr/share/dbus-1/system-services/%1.service").arg(id()),
+                                QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id()),
+                                QStringLiteral("/usr/share/polkit-1/actions/%1.policy").arg(id())}) {
+        missing.push_back(std::make_unique<ScopedFile>(path, QByteArray()));
+    }
+    QByteArrayList lines = stockLines();
+    lines.erase(lines.begin(), lines.begin() + 10); // of the helper, the bus and polkit
+    lines.prepend("      apt install accountpolicies-helper, where others are to change them");
+    lines.prepend(
+        "note  the helper is not installed: root reads and changes policies without it, and others only read");
+
+    QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }
 
 void DoctorTest::findsHelperThatTakesNoRequest_data()

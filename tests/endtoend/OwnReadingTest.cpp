@@ -124,8 +124,8 @@ private Q_SLOTS:
     void leavesAHelperFreeThatWasAtWork();
     void asksNoHelperAboutActionUnknownToPolkit();
     void obeysABusThatRefuses();
-    void changesNothingWithoutTheHelper_data();
-    void changesNothingWithoutTheHelper();
+    void changesNothingWithoutAHelperThatIsThere_data();
+    void changesNothingWithoutAHelperThatIsThere();
     void asksAgainWhereTheHelperEnds_data();
     void asksAgainWhereTheHelperEnds();
     void readsWhileHelpersCrash();
@@ -247,7 +247,7 @@ void OwnReadingTest::obeysABusThatRefuses()
     QTRY_COMPARE_WITH_TIMEOUT(client(nobody, "show lockout"), expected, eventLimit);
 }
 
-void OwnReadingTest::changesNothingWithoutTheHelper_data()
+void OwnReadingTest::changesNothingWithoutAHelperThatIsThere_data()
 {
     QTest::addColumn<QString>("words");
     QTest::addColumn<QByteArray>("error");
@@ -261,15 +261,17 @@ void OwnReadingTest::changesNothingWithoutTheHelper_data()
     QTest::newRow("apply") << QStringLiteral("apply /run/wanted.json") << reason;
 }
 
-void OwnReadingTest::changesNothingWithoutTheHelper()
+void OwnReadingTest::changesNothingWithoutAHelperThatIsThere()
 {
     QFETCH(QString, words);
     QFETCH(QByteArray, error);
     writeContent("/run/wanted.json", document(R"({"maxInterval": 30})"));
-    removeHelper();
+    const QFile::Permissions permissions = QFile::permissions(QString::fromLatin1(helperFile));
+    endHelper();
+    QVERIFY(QFile::setPermissions(QString::fromLatin1(helperFile), QFile::ReadOwner));
 
     const ProgramResult seen = client(root, words);
-    bringHelperBack();
+    QVERIFY(QFile::setPermissions(QString::fromLatin1(helperFile), permissions));
 
     QCOMPARE(seen, ProgramResult({1, {}, error}));
     QCOMPARE(contentOf(loginDefsFile), QByteArray("PASS_MAX_DAYS 90\n"));

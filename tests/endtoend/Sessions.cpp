@@ -21,6 +21,11 @@ void bringPrograms()
     writeProgram("/usr/local/bin/without-home",
                  "#!/bin/sh\nexec setpriv --reuid 4321 --regid 4321 --clear-groups "
                  "env --unset=HOME --unset=XDG_STATE_HOME \"$@\"\n");
+    const QByteArray helper = helperFile;
+    writeProgram("/usr/local/bin/remove-helper",
+                 "#!/bin/sh\npkill -x accountpolicies; mv " + helper + ' ' + helper
+                     + ".away\n[ \"$1\" != --broken ] || cp /bin/false " + helper + '\n');
+    writeProgram("/usr/local/bin/return-helper", "#!/bin/sh\nmv " + helper + ".away " + helper + '\n');
 }
 
 /// A command and what follows it, for each command of a session.

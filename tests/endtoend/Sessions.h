@@ -11,8 +11,9 @@
  * standard output follows as it is, behind "! " what comes to the standard error, and behind "= " an exit code but 0.
  *
  * Beside the client, a session has bring-profile, which brings a profile of the lockout policy onto a machine that never
- * had one; without-times, a filter for the history; and without-home, which runs a command as policytester without HOME and
- * XDG_STATE_HOME, as a unit of the system is started.
+ * had one; without-times, a filter for the history; without-home, which runs a command as policytester without HOME and
+ * XDG_STATE_HOME, as a unit of the system is started; remove-helper, with --broken for one that
+ * always ends at its start; and return-helper, by which each session with that ends.
  */
 class Sessions : public ClientFixture
 {

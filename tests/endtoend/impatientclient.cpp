@@ -6,6 +6,7 @@
 
 #include "client/changes/Change.h"
 #include "client/settings/Assignments.h"
+#include "client/stores/PolicyAccess.h"
 #include "client/stores/PolicyStore.h"
 
 #include <QCoreApplication>
@@ -18,7 +19,8 @@ int main(int argc, char *argv[])
     if (!policy) {
         return 2;
     }
-    PolicyStore store(*policy, true, {words.at(1).toInt(), words.at(2).toInt()});
+    PolicyAccess access(true);
+    PolicyStore store(*policy, &access, {words.at(1).toInt(), words.at(2).toInt()});
     Wishes wishes;
     if (!parseAssignments(store.schema(), store.phrase(), words.mid(4), &wishes).isEmpty()) {
         return 2;

@@ -29,6 +29,7 @@ endforeach()
 target_link_libraries(ClientTest PRIVATE client)
 add_bus_test(endtoend/FaultsTest COST 34)
 add_bus_test(endtoend/InForceTest COST 40)
+add_bus_test(endtoend/LocalTest COST 40)
 add_bus_test(endtoend/UndoTest COST 76)
 add_bus_test(endtoend/WaitingTest COST 100)
 

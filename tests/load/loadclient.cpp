@@ -6,6 +6,7 @@
 // A policy is read. "write" writes the ageing of passwords, three numbers in a row, so that any mixture would show.
 
 #include "client/Outcome.h"
+#include "client/stores/PolicyAccess.h"
 #include "client/stores/PolicyStore.h"
 
 #include <QCoreApplication>
@@ -58,7 +59,8 @@ int main(int argc, char **argv)
     const QString what = words.value(1);
     const int count = words.value(2).toInt();
     const bool writes = what == QLatin1String("write");
-    PolicyStore store(*findPolicy(writes ? QStringLiteral("expiration") : what), false);
+    PolicyAccess access(false);
+    PolicyStore store(*findPolicy(writes ? QStringLiteral("expiration") : what), &access);
     for (int i = 0; i < count; ++i) {
         if (writes) {
             const Outcome written = store.write(threeInARow(i));

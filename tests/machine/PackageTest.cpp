@@ -258,7 +258,7 @@ void PackageTest::leavesNothingBehind()
              QByteArray("0: accountpolicies-ctl 0.1.0 install ok installed\n"
                         "accountpolicies-helper 0.1.0 install ok installed\n"));
 
-    QCOMPARE(machine.run(aptGet("remove accountpolicies-helper")), QByteArray("0: "));
+    QCOMPARE(machine.run(aptGet(QByteArray("remove ") + packageNames)), QByteArray("0: "));
     QCOMPARE(machine.run(compareTree), QByteArray("0: "));
 
     QCOMPARE(machine.run(install("packages")), QByteArray("0: "));

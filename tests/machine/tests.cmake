@@ -18,7 +18,7 @@ add_test(NAME machine/InstallationTest
 set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine LABELS unsanitized TIMEOUT 600)
 
 # transcripts/ has what to type on a machine, "$ " before each command, and what is seen then
-foreach(name IN ITEMS MachineTest PackageTest)
+foreach(name IN ITEMS MachineTest PackageTest ServerTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)
     add_test(NAME machine/${name} COMMAND ${name})
@@ -26,6 +26,13 @@ foreach(name IN ITEMS MachineTest PackageTest)
     set_tests_properties(machine/${name} PROPERTIES FIXTURES_REQUIRED machine RESOURCE_LOCK machine LABELS unsanitized
                                                     TIMEOUT 1800)
 endforeach()
+
+# an image with the client's package, which ServerTest looks at
+add_test(NAME machine/build-image COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/machine/build-image ${MACHINE_FOLDER})
+set_tests_properties(machine/build-image PROPERTIES FIXTURES_REQUIRED machine FIXTURES_SETUP image LABELS unsanitized COST 60
+                                                    TIMEOUT 1800)
+set_tests_properties(machine/ServerTest PROPERTIES FIXTURES_REQUIRED "machine;image")
+target_compile_definitions(ServerTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
 target_compile_definitions(MachineTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
 
 add_executable(attacker machine/attacker.cpp)

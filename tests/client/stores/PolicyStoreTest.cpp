@@ -6,6 +6,7 @@
 #include "client/stores/PolicyStore.h"
 
 #include "HelperId.h"
+#include "client/stores/PolicyAccess.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
@@ -147,8 +148,9 @@ void PolicyStoreTest::tellsOfProfileThatFailedWriteChanged()
     m_helper.message = message;
     m_helper.content = content;
     constexpr int brief = 1000; // ms
+    PolicyAccess access(false);
 
-    const Outcome outcome = PolicyStore(*findPolicy(policy), false, {brief, brief}).write({});
+    const Outcome outcome = PolicyStore(*findPolicy(policy), &access, {brief, brief}).write({});
 
     QTEST(outcome.error, "error");
     QTEST(outcome.filesChanged, "filesChanged");

@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "client/bus/HelperAbsence.h"
+
+class QString;
+
+/**
+ * How a command comes to the machine's policies: through the helper or, which root alone may, in this process. All stores
+ * of one command share it.
+ */
+class PolicyAccess
+{
+public:
+    enum class Way { Helper, Local };
+
+    /// @param mayAsk whether a password may be asked for on the terminal
+    explicit PolicyAccess(bool mayAsk, Way way = Way::Helper);
+
+    bool mayAsk() const;
+    bool isLocal() const;
+    /// Whether there is no way: no helper, and this process isn't root's.
+    bool isBarred() const;
+
+    /// Notes that there is no helper. Root goes on in this process, which is said in one line on the standard error.
+    void loseHelper(HelperAbsence absence);
+
+    /// What to do about it where the way is barred, one line.
+    QString advice() const;
+
+private:
+    bool m_mayAsk;
+    Way m_way;
+    HelperAbsence m_absence = HelperAbsence::None;
+};
