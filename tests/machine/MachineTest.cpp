@@ -5,6 +5,7 @@
 
 #include "tests/machine/Machine.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/ScopedVariable.h"
 
 #include <QDir>
@@ -174,11 +175,13 @@ void MachineTest::followsTranscript()
         const QRegularExpressionMatch next = steps.next();
         const QByteArray command = next.captured(1).toUtf8();
         const QByteArray script = QByteArray(command).replace("\n> ", "\n");
+        const QString expected =
+            next.captured(2).replace(QLatin1String("\"cp: "), QLatin1Char('"') + nameOfCp() + QLatin1String(": "));
 
         const QByteArray printed =
             run("exec 2>&1\n" + script + "status=$?; [ $status = 0 ] || echo exit status $status");
 
-        QCOMPARE(command + printed, command + "0: " + next.captured(2).toUtf8());
+        QCOMPARE(command + printed, command + "0: " + expected.toUtf8());
     }
 }
 
