@@ -116,7 +116,7 @@ private Q_SLOTS:
     void saysAtThePromptWhatTheCallerSays();
     void letsRootWriteInRemoteSession();
     void confinesTheHelper();
-    void isLessExposedThanOthers();
+    void isNoMoreExposedThanOthers();
     void tellsInOneLineWhereNoMachineBoots();
 
 private:
@@ -358,7 +358,7 @@ void MachineTest::confinesTheHelper()
              QByteArray("0: complexity: in force\nexpiration: in force\n"));
 }
 
-void MachineTest::isLessExposedThanOthers()
+void MachineTest::isNoMoreExposedThanOthers()
 {
     QCOMPARE(run("systemd-analyze verify accountpolicieshelper.service"), QByteArray("0: "));
 
@@ -367,7 +367,7 @@ void MachineTest::isLessExposedThanOthers()
     QVERIFY2(ours <= 1.3, qPrintable(QString::number(ours)));
     for (const char *unit : {"systemd-hostnamed", "systemd-timedated", "polkit"}) {
         const double other = exposureOf(*m_machine, unit);
-        QVERIFY2(ours < other && other < 10, unit);
+        QVERIFY2(ours <= other && other < 10, unit);
     }
 }
 
