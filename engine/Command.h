@@ -12,7 +12,7 @@ struct Command {
     QString program;
     QStringList arguments;
     /// All that its environment has; if empty, it inherits this process's.
-    QProcessEnvironment environment = {};
+    QProcessEnvironment environment = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 /// How a run of a command ended.

@@ -18,6 +18,7 @@ QVariantMap *AbstractTask::values() const
     return m_values.get();
 }
 
+// cppcheck-suppress constParameterPointer // it becomes this object's
 void AbstractTask::setValues(QVariantMap *map)
 {
     m_values.reset(map);

@@ -285,12 +285,18 @@ QVector<Finding> checkPam()
     return findings;
 }
 
+/// login.defs came with login up to Debian 12 and has a package of its own since.
+QString remedyForLoginDefs()
+{
+    return QFile::exists(QStringLiteral("/var/lib/dpkg/info/login.defs.list"))
+        ? translate("Checkup", "apt install --reinstall login.defs")
+        : translate("Checkup", "apt install --reinstall login");
+}
+
 QVector<Finding> checkExpirationFiles()
 {
     return {
-        checkFile(loginDefs().path,
-                  translate("Checkup", "defaults of passwords"),
-                  translate("Checkup", "apt install --reinstall login")),
+        checkFile(loginDefs().path, translate("Checkup", "defaults of passwords"), remedyForLoginDefs()),
         checkFile(useraddDefaults().path,
                   translate("Checkup", "defaults of useradd"),
                   translate("Checkup", "apt install --reinstall passwd")),

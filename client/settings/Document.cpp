@@ -65,7 +65,7 @@ QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wi
     if (!value.isObject()) {
         return translate("Document", "%1 is not an object").arg(policy.phrase());
     }
-    QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
+    const QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
     return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
 }
 }

@@ -40,7 +40,7 @@ Settings normalized(const SettingSchema &schema, const QVariantMap &values)
         const QVariant value = values.value(setting.key);
         if (setting.kind == SettingKind::Flag) {
             settings.insert(setting.key, value.toBool());
-        } else if (value.isValid() && !(setting.never == Never::NotSet && value.toLongLong() == -1)) {
+        } else if (value.isValid() && (setting.never != Never::NotSet || value.toLongLong() != -1)) {
             settings.insert(setting.key, value.toLongLong());
         }
     }

@@ -3,7 +3,7 @@
 
 #include "client/stores/AccountState.h"
 
-#include <QDate>
+#include "engine/Command.h"
 
 #include <algorithm>
 #include <limits>
@@ -32,27 +32,34 @@ bool mustChange(const spwd &entry)
     return entry.sp_lstchg == 0;
 }
 
-AccountState::Login loginOf(const spwd &entry, qlonglong today)
+/// Asks the program by which pam_unix(8) decides, since its releases reckon differently: up to Debian 12 an unknown last change
+/// is one long ago, and the last day of a password is a good one; from Debian 13 on neither.
+std::optional<AccountState::Login> loginOf(const QString &account, const spwd &entry)
 {
-    if (entry.sp_expire != -1 && today >= entry.sp_expire) {
-        return AccountState::Login::AccountExpired;
+    const CommandOutcome judged =
+        runCommand({QStringLiteral("/usr/sbin/unix_chkpwd"), {account, QStringLiteral("chkexpiry")}});
+    if (judged.end != CommandOutcome::End::Exited) {
+        return {};
     }
-    if (mustChange(entry)) {
-        return AccountState::Login::MustChange;
-    }
-    // where the last change isn't known, pam_unix(8) reckons as if it were long ago, whatever shadow(5) says
-    const qlonglong age = today - entry.sp_lstchg;
-    if (entry.sp_max < 0 || age <= entry.sp_max) {
+    // the numbers of pam(3)
+    switch (judged.exitCode) {
+    case 0:
         return AccountState::Login::Open;
+    case 12: // PAM_NEW_AUTHTOK_REQD
+        return mustChange(entry) ? AccountState::Login::MustChange : AccountState::Login::PasswordExpired;
+    case 13: // PAM_ACCT_EXPIRED
+        return AccountState::Login::AccountExpired;
+    case 27: // PAM_AUTHTOK_EXPIRED
+        return AccountState::Login::PasswordInactive;
+    default:
+        return {};
     }
-    const bool isInactive = entry.sp_inact >= 0 && age > later(entry.sp_max, entry.sp_inact);
-    return isInactive ? AccountState::Login::PasswordInactive : AccountState::Login::PasswordExpired;
 }
 }
 
-AccountState accountStateOf(const spwd &entry, qlonglong today)
+AccountState accountStateOf(const spwd &entry, AccountState::Login login)
 {
-    AccountState state{passwordOf(entry.sp_pwdp), loginOf(entry, today), mustChange(entry), {}, {}, {}, {}};
+    AccountState state{passwordOf(entry.sp_pwdp), login, mustChange(entry), {}, {}, {}, {}};
     if (entry.sp_expire >= 0) {
         state.accountExpires = entry.sp_expire;
     }
@@ -76,5 +83,6 @@ std::optional<AccountState> readAccountState(const QString &account)
     if (!entry) {
         return {};
     }
-    return accountStateOf(*entry, QDate(1970, 1, 1).daysTo(QDateTime::currentDateTimeUtc().date()));
+    const std::optional<AccountState::Login> login = loginOf(account, *entry);
+    return login ? std::make_optional(accountStateOf(*entry, *login)) : std::nullopt;
 }

@@ -31,8 +31,8 @@ struct AccountState {
     std::optional<qlonglong> accountExpires;
 };
 
-/// @param today the day that it is, in Greenwich as pam_unix(8) has it
-AccountState accountStateOf(const spwd &entry, qlonglong today);
+/// @param login what comes of a login, which the entry alone doesn't tell
+AccountState accountStateOf(const spwd &entry, AccountState::Login login);
 
-/// The state of today; none if the account has no entry, or this process may not read it.
+/// The state of today; none if the account has no entry, this process may not read it, or pam_unix(8) can't be asked.
 std::optional<AccountState> readAccountState(const QString &account);

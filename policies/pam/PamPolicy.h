@@ -35,7 +35,7 @@ struct PamProfile {
     /// What the update says if no line of it names the module, %1 being its path; untranslated.
     const char *moduleMissing;
     /// Stands before its path; empty but for a copy.
-    QString root = {};
+    QString root = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 /// A policy that is in force through the options of PAM modules, and how their lines are read and written (pam.d(5)).

@@ -8,6 +8,7 @@
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PolicyFiles.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScopedVariable.h"
 
@@ -56,6 +57,13 @@ private:
     QString m_away;
     bool m_wasThere = false;
 };
+
+/// By dpkg's word.
+QByteArray packageOf(const char *path)
+{
+    const QByteArray found = runAs(root, (QByteArray("dpkg-query --search ") + path).constData()).standardOutput;
+    return found.left(found.indexOf(": "));
+}
 
 QByteArrayList stockLines()
 {
@@ -185,7 +193,8 @@ void addPamFaults()
     addFault("no pam-auth-update", {{QString::fromLatin1(toolFile), {}}},
              {"WRONG pam-auth-update is missing: /usr/sbin/pam-auth-update", "      apt install libpam-runtime"});
     addFault("no login.defs", {{QString::fromLatin1(loginDefsFile), {}}},
-             {"WRONG defaults of passwords is missing: /etc/login.defs", "      apt install --reinstall login"});
+             {"WRONG defaults of passwords is missing: /etc/login.defs",
+              "      apt install --reinstall " + packageOf(loginDefsFile)});
     addFault("no defaults of useradd", {{QString::fromLatin1(useraddFile), {}}},
              {"WRONG defaults of useradd is missing: /etc/default/useradd", "      apt install --reinstall passwd"});
 }

@@ -7,6 +7,7 @@
 #include "tests/endtoend/PamState.h"
 #include "tests/endtoend/PolicyFiles.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/TypedMap.h"
 
@@ -72,22 +73,21 @@ void addLockoutFaults()
         "\"/usr/share/pam-configs/tally\" not contain \"pam_tally\"", none, false);
     add("profile can't be written", "lock $tally",
         "Process: \"cp --force --preserve=mode,ownership /usr/share/pam-configs/tally.tmp "
-        "/usr/share/pam-configs/tally\". "
-        "Exit code: 1.\n\"/usr/bin/cp: cannot remove '/usr/share/pam-configs/tally': Device or resource busy\"",
+        "/usr/share/pam-configs/tally\". " + failureOfCp("cannot remove '/usr/share/pam-configs/tally': Device or resource busy").toUtf8(),
         temporary, false);
     add("temporary file is a folder", "mkdir $temporary",
         "\"/usr/share/pam-configs/tally.tmp\" error 5\nIs a directory", temporary, false);
     add("temporary file can't be written", ": >$temporary; lock $temporary",
-        copy + "Exit code: 1.\n\"/usr/bin/cp: cannot remove '/usr/share/pam-configs/tally.tmp': "
-               "Device or resource busy\"", temporary, false);
+        copy + failureOfCp("cannot remove '/usr/share/pam-configs/tally.tmp': Device or resource busy").toUtf8(),
+        temporary, false);
     add("temporary file can't be removed", "echo left by an earlier failure >$temporary; pin $temporary", {},
         temporary, true);
     add("temporary file left by an earlier failure", "echo old >$temporary", {}, none, true);
     add("cp missing", "rm /usr/bin/cp",
         copy + "Error: execvp: No such file or directory.\n\"Not started\"", none, false);
     add("disk full", "profile=$(cat $tally); mount -t tmpfs -o size=4k tmpfs $profiles; echo \"$profile\" >$tally",
-        copy + "Exit code: 1.\n\"/usr/bin/cp: error copying '/usr/share/pam-configs/tally' "
-               "to '/usr/share/pam-configs/tally.tmp': No space left on device\"", temporary, false);
+        copy + failureOfCp("error copying '/usr/share/pam-configs/tally' to '/usr/share/pam-configs/tally.tmp': "
+                           "No space left on device").toUtf8(), temporary, false);
 }
 
 void addExpirationFaults()

@@ -5,6 +5,7 @@
 
 #include "engine/RegExpHandler.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
@@ -348,9 +349,9 @@ void FileRewritingTest::closesFilesBeforeItCopiesThem()
 void FileRewritingTest::leavesWhatItTells_data()
 {
     const Rows<Obstacle, RowText, QStringList> row("obstacle", "message", "files");
-    const auto failedCopy = [](const char *from, const char *to, const char *reason) {
+    const auto failedCopy = [](const char *from, const char *to, const QString &reason) {
         return QStringLiteral("failed: x\nProcess: \"cp --force --preserve=mode,ownership %1 %2\". %3")
-            .arg(QLatin1String(from), QLatin1String(to), QLatin1String(reason));
+            .arg(QLatin1String(from), QLatin1String(to), reason);
     };
     const QString success = QStringLiteral("rewritten: x");
     const QString elsewhere = QStringLiteral("elsewhere/settings");
@@ -374,24 +375,22 @@ void FileRewritingTest::leavesWhatItTells_data()
     row("no file", [] { writeContent(backup, "old"); return done(QFile::remove(target)); },
         QStringLiteral("failed: x\n\"settings\" not exists"), texts({"settings.bak old"}));
     row("no tool", [] { return searchPath("/nowhere"); },
-        failedCopy("settings", "settings.tmp", "Error: execvp: No such file or directory.\n\"Not started\""),
+        failedCopy("settings", "settings.tmp",
+                   QStringLiteral("Error: execvp: No such file or directory.\n\"Not started\"")),
         texts({"settings before"}));
     row("temporary file that can't be written", [] {
             writeContent(temporary, "");
             writeContent(backup, "old");
             return lasting(ScopedMount::readOnly(temporary));
         },
-        failedCopy("settings", "settings.tmp",
-                   "Exit code: 1.\n\"/usr/bin/cp: cannot remove 'settings.tmp': Device or resource busy\""),
+        failedCopy("settings", "settings.tmp", failureOfCp("cannot remove 'settings.tmp': Device or resource busy")),
         texts({"settings before", "settings.bak old", "settings.tmp"}));
     row("link to nothing in place of the temporary file", [] { return linkAt(temporary, QStringLiteral("nothing")); },
-        failedCopy("settings", "settings.tmp",
-                   "Exit code: 1.\n\"/usr/bin/cp: not writing through dangling symlink 'settings.tmp'\""),
+        failedCopy("settings", "settings.tmp", failureOfCp("not writing through dangling symlink 'settings.tmp'")),
         texts({"settings before", "settings.tmp -> nothing"}));
     // before it is opened for writing, which would have emptied the file
     row("link to the file in place of the temporary file", [] { return linkAt(temporary, target); },
-        failedCopy("settings", "settings.tmp",
-                   "Exit code: 1.\n\"/usr/bin/cp: 'settings' and 'settings.tmp' are the same file\""),
+        failedCopy("settings", "settings.tmp", failureOfCp("'settings' and 'settings.tmp' are the same file")),
         texts({"settings before", "settings.tmp -> settings"}));
     // no real cp would do this: it stands for another program that removes the file just then
     row("file that vanishes", [] {
@@ -414,8 +413,7 @@ void FileRewritingTest::leavesWhatItTells_data()
         QStringLiteral("failed: x\n\"settings\" error 14\nCannot create settings.bak for output"),
         texts({"settings before", "settings.bak -> nothing", "settings.tmp after"}));
     row("file that can't be written", [] { return lasting(ScopedMount::readOnly(target)); },
-        failedCopy("settings.tmp", "settings",
-                   "Exit code: 1.\n\"/usr/bin/cp: cannot remove 'settings': Device or resource busy\""),
+        failedCopy("settings.tmp", "settings", failureOfCp("cannot remove 'settings': Device or resource busy")),
         texts({"settings before", "settings.bak before", "settings.tmp after"}));
     // no failure: what is new is in its place
     row("temporary file that stays", [] {

@@ -5,6 +5,7 @@
 
 #include "tests/machine/Machine.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/ScopedVariable.h"
 
 #include <QDir>
@@ -65,8 +66,10 @@ QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
                                                                         : "nothing: " + terminal->output();
 }
 
-/// So that the machine has each file and folder that the file "guarded" lists, and something in it.
-const char makeAllThatIsGuarded[] = R"SHELL(while read -r how path; do
+/// So that the machine has each file and folder that the file "guarded" lists, and something in it; but no folder that apt
+/// leaves in debconf's from Debian 13 on.
+const char makeAllThatIsGuarded[] = R"SHELL(rm -rf /var/cache/debconf/tmp.ci
+while read -r how path; do
     case $path in
         */) mkdir -p $path && touch ${path}entry ;;
         *) [ -s $path ] || echo '#' >$path ;;
@@ -115,7 +118,7 @@ private Q_SLOTS:
     void saysAtThePromptWhatTheCallerSays();
     void letsRootWriteInRemoteSession();
     void confinesTheHelper();
-    void isLessExposedThanOthers();
+    void isNoMoreExposedThanOthers();
     void tellsInOneLineWhereNoMachineBoots();
 
 private:
@@ -174,11 +177,13 @@ void MachineTest::followsTranscript()
         const QRegularExpressionMatch next = steps.next();
         const QByteArray command = next.captured(1).toUtf8();
         const QByteArray script = QByteArray(command).replace("\n> ", "\n");
+        const QString expected =
+            next.captured(2).replace(QLatin1String("\"cp: "), QLatin1Char('"') + nameOfCp() + QLatin1String(": "));
 
         const QByteArray printed =
             run("exec 2>&1\n" + script + "status=$?; [ $status = 0 ] || echo exit status $status");
 
-        QCOMPARE(command + printed, command + "0: " + next.captured(2).toUtf8());
+        QCOMPARE(command + printed, command + "0: " + expected.toUtf8());
     }
 }
 
@@ -355,7 +360,7 @@ void MachineTest::confinesTheHelper()
              QByteArray("0: complexity: in force\nexpiration: in force\n"));
 }
 
-void MachineTest::isLessExposedThanOthers()
+void MachineTest::isNoMoreExposedThanOthers()
 {
     QCOMPARE(run("systemd-analyze verify accountpolicieshelper.service"), QByteArray("0: "));
 
@@ -364,7 +369,7 @@ void MachineTest::isLessExposedThanOthers()
     QVERIFY2(ours <= 1.3, qPrintable(QString::number(ours)));
     for (const char *unit : {"systemd-hostnamed", "systemd-timedated", "polkit"}) {
         const double other = exposureOf(*m_machine, unit);
-        QVERIFY2(ours < other && other < 10, unit);
+        QVERIFY2(ours <= other && other < 10, unit);
     }
 }
 

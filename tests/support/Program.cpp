@@ -46,6 +46,23 @@ ProgramResult runAs(int user, const char *command, const QByteArray &input)
     return runAs(user, words.first(), words.mid(1), input);
 }
 
+QString nameOfCp()
+{
+    static const QString name = [] {
+        QProcess process;
+        process.start(QStringLiteral("/usr/bin/cp"), QStringList());
+        process.waitForFinished(timeLimit);
+        return QString::fromUtf8(process.readAllStandardError())
+            .section(QStringLiteral(": missing file operand"), 0, 0);
+    }();
+    return name;
+}
+
+QString failureOfCp(const char *words)
+{
+    return QStringLiteral("Exit code: 1.\n\"%1: %2\"").arg(nameOfCp(), QString::fromUtf8(words));
+}
+
 QStringList splitWords(const QString &words)
 {
     return words.split(QLatin1Char(' '), Qt::SkipEmptyParts);

@@ -29,6 +29,11 @@ runAs(int user, const QString &program, const QStringList &arguments, const QByt
 /// The words of @p command are cut at blanks.
 ProgramResult runAs(int user, const char *command, const QByteArray &input = QByteArray());
 
+/// What cp calls itself in its messages when it is run by its path: this, or just its name, by the release of coreutils.
+QString nameOfCp();
+/// What a message has of a cp that ended with 1 after it had said @p words behind its name.
+QString failureOfCp(const char *words);
+
 /// The words of a command line, cut at blanks.
 QStringList splitWords(const QString &words);
 

@@ -178,11 +178,11 @@ void AccountStateTest::reckonsBeyondTheLastDay()
     QByteArray hash("x");
     const spwd entry{nullptr, hash.data(), most - 5, 0, 9999, 7, most, -1, 0};
 
-    const AccountState state = accountStateOf(entry, today());
+    const AccountState state = accountStateOf(entry, AccountState::Login::PasswordInactive);
 
     QCOMPARE(*state.passwordExpires, qlonglong(most));
     QCOMPARE(*state.passwordInactive, qlonglong(most));
-    QVERIFY(state.login == AccountState::Login::Open);
+    QVERIFY(state.login == AccountState::Login::PasswordInactive);
 }
 
 QTEST_GUILESS_MAIN(AccountStateTest)

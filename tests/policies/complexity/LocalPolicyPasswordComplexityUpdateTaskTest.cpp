@@ -6,6 +6,7 @@
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/RecordingTranslator.h"
 #include "tests/support/Rows.h"
 
@@ -187,11 +188,11 @@ void LocalPolicyPasswordComplexityUpdateTaskTest::keepsFirstProfileIfSecondFails
     const PamSystem system;
     writeFiles();
     const ScopedMount mounted = ScopedMount::readOnly(pwquality);
-    QCOMPARE(outcomeOfUpdate(),
-             failure(QStringLiteral(
-                 "Process: \"cp --force --preserve=mode,ownership /usr/share/pam-configs/pwquality.tmp "
-                 "/usr/share/pam-configs/pwquality\". Exit code: 1.\n"
-                 "\"/usr/bin/cp: cannot remove '/usr/share/pam-configs/pwquality': Device or resource busy\"")));
+    QCOMPARE(
+        outcomeOfUpdate(),
+        failure(QStringLiteral("Process: \"cp --force --preserve=mode,ownership /usr/share/pam-configs/pwquality.tmp "
+                               "/usr/share/pam-configs/pwquality\". ")
+                + failureOfCp("cannot remove '/usr/share/pam-configs/pwquality': Device or resource busy")));
     FolderContent profiles = profilesOf(newCracklib, oldPwquality);
     profiles.insert(QStringLiteral("pwquality.tmp"), newPwquality);
     QCOMPARE(system.profiles(), profiles);

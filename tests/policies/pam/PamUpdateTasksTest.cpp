@@ -8,6 +8,7 @@
 #include "tests/policies/pam/PamSystem.h"
 #include "tests/policies/pam/TaskRun.h"
 #include "tests/support/Files.h"
+#include "tests/support/Program.h"
 #include "tests/support/Rows.h"
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/SpacingTranslator.h"
@@ -90,7 +91,7 @@ QString temporary()
 QString copyFailure(const char *paths, const char *error)
 {
     return QStringLiteral("Process: \"cp --force --preserve=mode,ownership ") + QLatin1String(paths)
-        + QStringLiteral("\". Exit code: 1.\n\"/usr/bin/cp: ") + QLatin1String(error) + QLatin1Char('"');
+        + QStringLiteral("\". ") + failureOfCp(error);
 }
 
 /// A way in which a profile can't be rewritten, and what this leaves.
