@@ -4,6 +4,7 @@
 #include "client/Translation.h"
 #include "client/commands/CommandLine.h"
 #include "client/output/Terminal.h"
+#include "messages/LocalText.h"
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -41,7 +42,7 @@ ExitCode closeOutput(ExitCode code)
     if (error == 0 || error == EPIPE) {
         return code;
     }
-    printError(translate("main", "cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(error))));
+    printError(translate("main", "cannot write: %1").arg(localText(std::strerror(error))));
     return code == ExitCode::Done ? ExitCode::Failed : code;
 }
 }

@@ -3,6 +3,8 @@
 
 #include "engine/Command.h"
 
+#include "messages/LocalText.h"
+
 #include <QCoreApplication>
 
 namespace
@@ -31,8 +33,7 @@ CommandOutcome runCommand(const Command &command)
         outcome.end = CommandOutcome::End::Exited;
         outcome.exitCode = process.exitCode();
         // by its length: what stands behind a NUL byte counts too
-        const QByteArray standardError = process.readAllStandardError();
-        outcome.standardError = QString::fromLocal8Bit(standardError.constData(), standardError.size());
+        outcome.standardError = wholeLocalText(process.readAllStandardError());
     }
     outcome.error = process.error();
     outcome.errorString = process.errorString();

@@ -10,6 +10,7 @@
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
 #include "client/stores/AccountStore.h"
+#include "messages/LocalText.h"
 #include "tasks/ExportHtmlTask.h"
 
 #include <QDateTime>
@@ -100,7 +101,7 @@ Outcome writePage(const QString &path, const QString &html, bool isSecret)
         return writeStream(path, html.toUtf8());
     }
     if (isSecret && !target.isDir() && !makePrivate(path)) {
-        return notWritten(path, QString::fromLocal8Bit(std::strerror(errno)));
+        return notWritten(path, localText(std::strerror(errno)));
     }
     auto values = std::make_unique<QVariantMap>();
     values->insert(QStringLiteral("filePath"), path);

@@ -3,6 +3,8 @@
 
 #include "client/stores/AccountState.h"
 
+#include "messages/LocalText.h"
+
 #include <QDate>
 
 #include <limits>
@@ -75,7 +77,7 @@ AccountState accountStateOf(const spwd &entry, qlonglong today)
 
 std::optional<AccountState> readAccountState(const QString &account)
 {
-    const spwd *entry = getspnam(account.toLocal8Bit().constData());
+    const spwd *entry = getspnam(localBytes(account).constData());
     if (!entry) {
         return {};
     }

@@ -7,6 +7,7 @@
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/stores/TaskOutcome.h"
+#include "messages/LocalText.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
@@ -26,7 +27,7 @@ QString nameKey()
 bool isUnknown(const QString &account)
 {
     errno = 0;
-    const passwd *entry = getpwnam(account.toLocal8Bit().constData());
+    const passwd *entry = getpwnam(localBytes(account).constData());
     return !entry && (errno == 0 || errno == ENOENT || errno == ESRCH);
 }
 
@@ -63,7 +64,7 @@ const SettingSchema &AccountStore::schema() const
 
 bool AccountStore::exists() const
 {
-    return getpwnam(m_account.toLocal8Bit().constData()) != nullptr;
+    return getpwnam(localBytes(m_account).constData()) != nullptr;
 }
 
 Reading AccountStore::read()
