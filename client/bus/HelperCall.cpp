@@ -4,12 +4,12 @@
 #include "client/bus/HelperCall.h"
 
 #include "HelperId.h"
+#include "client/bus/PerformAction.h"
 
 #include <KAuth/ActionReply>
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>
-#include <QDataStream>
 #include <QUuid>
 
 #include <utility>
@@ -65,7 +65,6 @@ QString HelperCall::name() const
     return m_name;
 }
 
-/// What KAuth's helper side takes: action, caller, details for polkit's prompt, arguments as a data stream.
 QDBusPendingCall HelperCall::send() const
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
@@ -73,15 +72,7 @@ QDBusPendingCall HelperCall::send() const
         // a call on it would never end
         return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, QString()));
     }
-    QByteArray encoded;
-    QDataStream stream(&encoded, QIODevice::WriteOnly);
-    stream << m_arguments;
-    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                       QStringLiteral("/"),
-                                                       QStringLiteral("org.kde.kf5auth"),
-                                                       QStringLiteral("performAction"));
-    call << m_name << bus.baseService().toUtf8() << QVariantMap() << encoded;
-    return bus.asyncCall(call, busLimit);
+    return bus.asyncCall(performAction(m_name, bus.baseService(), encodedArguments(m_arguments)), busLimit);
 }
 
 HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const

@@ -19,17 +19,16 @@ using PolkitDetails = QMap<QString, QString>;
 /// A method that it hasn't: it says so from its event loop, as it would take a call. There is none that does nothing.
 QDBusPendingCall askHelper(const QDBusConnection &bus, int limit)
 {
-    return bus.asyncCall(QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                        QStringLiteral("/"),
-                                                        QStringLiteral("org.kde.kf5auth"),
-                                                        QStringLiteral("isListening")),
-                         limit);
+    return bus.asyncCall(
+        QDBusMessage::createMethodCall(
+            QLatin1String(helperId), QStringLiteral("/"), QLatin1String(kauthInterface), QStringLiteral("isListening")),
+        limit);
 }
 
 /// Whether this process may do it, without anybody being asked for a password.
 QDBusPendingCall askPolkit(const QDBusConnection &bus, const QString &action, int limit)
 {
-    static const int detailsType = qDBusRegisterMetaType<PolkitDetails>();
+    static const auto detailsType = qDBusRegisterMetaType<PolkitDetails>();
     Q_UNUSED(detailsType)
     QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.PolicyKit1"),
                                                        QStringLiteral("/org/freedesktop/PolicyKit1/Authority"),

@@ -4,12 +4,12 @@
 // The client that reads where the helper is away, held, silent or crashing.
 
 #include "HelperId.h"
+#include "client/bus/PerformAction.h"
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/ClientFixture.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDataStream>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
@@ -51,17 +51,9 @@ void bringHelperBack()
 /// By an action that polkit doesn't know: the helper waits for its answer for good.
 void holdHelper()
 {
-    QByteArray arguments;
-    QDataStream stream(&arguments, QIODevice::WriteOnly);
-    stream << QVariantMap();
     const QDBusConnection bus = QDBusConnection::systemBus();
-    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                       QStringLiteral("/"),
-                                                       QStringLiteral("org.kde.kf5auth"),
-                                                       QStringLiteral("performAction"));
-    call << QLatin1String(helperId) + QStringLiteral(".nosuch") << bus.baseService().toUtf8() << QVariantMap()
-         << arguments;
-    QVERIFY(bus.send(call));
+    QVERIFY(bus.send(performAction(
+        QLatin1String(helperId) + QStringLiteral(".nosuch"), bus.baseService(), encodedArguments(QVariantMap()))));
 }
 
 void stopHelper()

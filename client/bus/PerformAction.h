@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "HelperId.h"
+
+#include <QDBusMessage>
+#include <QDataStream>
+#include <QIODevice>
+#include <QVariantMap>
+
+#if QT_VERSION_MAJOR >= 6
+#    include <QDBusMetaType>
+#    include <QDBusUnixFileDescriptor>
+#endif
+
+/// Arguments of an action as they go over the bus: a data stream of the version that is Qt's own.
+inline QByteArray encodedArguments(const QVariantMap &arguments)
+{
+    QByteArray encoded;
+    QDataStream stream(&encoded, QIODevice::WriteOnly);
+    stream << arguments;
+    return encoded;
+}
+
+/**
+ * The call that KAuth's helper side takes.
+ *
+ * @param caller  the name on the bus of the process that polkit is asked about: the sender's own
+ * @param details for polkit's prompt
+ */
+inline QDBusMessage performAction(const QString &action,
+                                  const QString &caller,
+                                  const QByteArray &arguments,
+                                  const QVariantMap &details = QVariantMap())
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QLatin1String(helperId), QStringLiteral("/"), QLatin1String(kauthInterface), QStringLiteral("performAction"));
+    call << action << caller.toUtf8() << details << arguments;
+#if QT_VERSION_MAJOR >= 6
+    // from Frameworks 6 on: arguments that are open files, of which no action here takes any
+    using FileArguments = QMap<QString, QDBusUnixFileDescriptor>;
+    qDBusRegisterMetaType<FileArguments>();
+    call << QVariant::fromValue(FileArguments());
+#endif
+    return call;
+}
