@@ -106,7 +106,7 @@ QString modulePath(const QString &module)
     for (const QString &architecture : architectures) {
         folders += libraries.filePath(architecture) + QLatin1String("/security");
     }
-    for (const QString &folder : qAsConst(folders)) {
+    for (const QString &folder : std::as_const(folders)) {
         QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
         if (QFile::exists(path)) {
             return path;

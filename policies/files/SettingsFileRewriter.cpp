@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr quint64 bit(int index)
+constexpr quint64 bit(qsizetype index)
 {
     return quint64(1) << index;
 }

@@ -59,7 +59,7 @@ std::unique_ptr<AbstractTask> readTaskOf(Kind kind)
 
 int takeNumber(QStringList *arguments, const QString &option, int usual)
 {
-    const int place = arguments->indexOf(option);
+    const auto place = arguments->indexOf(option);
     if (place < 0) {
         return usual;
     }
@@ -89,7 +89,7 @@ QByteArrayList rewritings(const QVector<Record> &records)
     const QByteArray output = answer(QStringLiteral("rewriting.pl"), records);
     QByteArrayList contents;
     for (int place = 0; place < output.size();) {
-        const int end = output.indexOf('\n', place);
+        const auto end = output.indexOf('\n', place);
         contents += output.mid(end + 1, output.mid(place, end - place).toInt());
         place = end + 1 + contents.last().size();
     }

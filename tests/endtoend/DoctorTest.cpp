@@ -288,7 +288,7 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
                            "auth required pam_faillock.so preauth deny=5\nauth required pam_faillock.so authfail\n");
     const ScopedFile limits(QStringLiteral("/etc/security/faillock.conf"), "unlock_time = never\n");
     QByteArrayList lines = stockLines();
-    const int lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
+    const auto lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
     lines.replace(lockout, "note  accounts are locked by pam_faillock: deny 5, fail_interval 900, unlock_time never");
     lines.replace(lockout + 1, "      the lockout policy does not change that; see faillock.conf(5)");
 
@@ -358,7 +358,7 @@ void DoctorTest::findsNoBus()
 {
     const ScopedVariable address("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
     QByteArrayList lines = stockLines();
-    const int bus = lines.indexOf("ok    system bus");
+    const auto bus = lines.indexOf("ok    system bus");
     lines.replace(bus, "WRONG the system bus cannot be reached");
     lines.replace(bus + 1, "      start the service dbus");
     lines.removeAt(bus + 2);

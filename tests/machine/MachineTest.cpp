@@ -59,7 +59,7 @@ void type(PseudoTerminal *terminal, const QByteArray &command)
 /// Types a command and waits for its end; what it printed, and its exit code.
 QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
 {
-    const int start = terminal->output().size();
+    const auto start = terminal->output().size();
     type(terminal, command);
     return terminal->waitFor("exited ") && terminal->waitFor("ready> ") ? terminal->output().mid(start)
                                                                         : "nothing: " + terminal->output();
@@ -279,7 +279,7 @@ void MachineTest::asksOnceForAllPolicies()
     const QByteArray document =
         R"({"version": 1, "policies": {"expiration": {"maxInterval": 77}, "complexity": {"minlen": 14}}})";
     writeContent(m_machine->root().path("/wanted.json"), document);
-    const int before = terminal->output().size();
+    const auto before = terminal->output().size();
 
     type(terminal, "accountpolicyctl apply /wanted.json");
     QVERIFY2(answerPassword(terminal), terminal->output().constData());

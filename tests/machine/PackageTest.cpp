@@ -211,7 +211,7 @@ void PackageTest::fortifiesSources()
         const QByteArray lines = lineTables(machine, package);
         // only with _FORTIFY_SOURCE does a source that includes <cstdio> get the header with the checked functions; no
         // call is left that needs a check when the programs run, or it would be seen in their symbols
-        const int sources = lines.count(QByteArray("): cstdio\n"));
+        const auto sources = lines.count(QByteArray("): cstdio\n"));
         QVERIFY2(sources > 5, lines.left(1000).constData());
         QCOMPARE(lines.count(QByteArray("): stdio2.h\n")), sources);
     }
