@@ -3,7 +3,7 @@
 
 # Qt 5 with Frameworks 5, or Qt 6 with Frameworks 6: named as Frameworks' build tools name it, or what the machine has.
 if(NOT QT_MAJOR_VERSION)
-    find_package(Qt6 QUIET COMPONENTS Core5Compat Gui)
+    find_package(Qt6 QUIET COMPONENTS Core5Compat)
     find_package(KF6Auth QUIET)
     if(Qt6_FOUND AND KF6Auth_FOUND)
         set(QT_MAJOR_VERSION 6)
@@ -15,8 +15,8 @@ endif()
 if(QT_MAJOR_VERSION EQUAL 6)
     set(QT_MIN_VERSION 6.6)
     set(KF_MIN_VERSION 6.0)
-    # QRegExp and QTextCodec are not in Qt's core any more, and KAuth's core names Gui without asking for it
-    find_package(Qt6 ${QT_MIN_VERSION} REQUIRED COMPONENTS Core5Compat Gui)
+    # QRegExp and QTextCodec are not in Qt's core any more
+    find_package(Qt6 ${QT_MIN_VERSION} REQUIRED COMPONENTS Core5Compat)
     set(COMPAT_LIBRARY Qt6::Core5Compat)
 else()
     set(QT_MIN_VERSION 5.15)
