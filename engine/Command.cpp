@@ -21,7 +21,10 @@ bool CommandOutcome::succeeded() const
 CommandOutcome runCommand(const Command &command)
 {
     QProcess process;
-    process.setProcessEnvironment(command.environment); // an empty one stands for what is inherited
+    // where none is set it inherits this process's; Qt 6 would take an empty one for what it says
+    if (!command.environment.isEmpty()) {
+        process.setProcessEnvironment(command.environment);
+    }
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
     if (!process.waitForStarted(startLimit)) {
