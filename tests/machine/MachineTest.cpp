@@ -71,7 +71,7 @@ const char makeAllThatIsGuarded[] = R"SHELL(while read -r how path; do
         */) mkdir -p $path && touch ${path}entry ;;
         *) [ -s $path ] || echo '#' >$path ;;
     esac
-done </usr/lib/kauth/libexec/guarded)SHELL";
+done </usr/libexec/guarded)SHELL";
 
 QByteArray withoutComments(const QByteArray &content)
 {
@@ -329,16 +329,14 @@ void MachineTest::letsRootWriteInRemoteSession()
 void MachineTest::confinesTheHelper()
 {
     const QByteArray guarded = withoutComments(contentOf(QStringLiteral(MACHINE_SOURCES "/guarded")));
-    writeContent(m_machine->root().path("/usr/lib/kauth/libexec/guarded"), guarded);
-    writeProgram(m_machine->root().path("/usr/lib/kauth/libexec/probe"),
-                 contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
+    writeContent(m_machine->root().path("/usr/libexec/guarded"), guarded);
+    writeProgram(m_machine->root().path("/usr/libexec/probe"), contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
     QCOMPARE(run(makeAllThatIsGuarded), QByteArray("0: "));
     // the helper's own unit, with another program in it
-    QCOMPARE(
-        run("sed -e 's,^ExecStart=.*,ExecStart=/usr/lib/kauth/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
-            "/lib/systemd/system/accountpolicieshelper.service > /run/systemd/system/probe.service && "
-            "systemctl daemon-reload && systemctl start probe"),
-        QByteArray("0: "));
+    QCOMPARE(run("sed -e 's,^ExecStart=.*,ExecStart=/usr/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
+                 "/lib/systemd/system/accountpolicieshelper.service > /run/systemd/system/probe.service && "
+                 "systemctl daemon-reload && systemctl start probe"),
+             QByteArray("0: "));
 
     // the journal may be a moment behind
     QByteArray output;

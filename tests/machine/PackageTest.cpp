@@ -3,6 +3,7 @@
 
 // The Debian packages as files, and what installing and removing them does to a machine.
 
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/machine/Machine.h"
 #include "tests/support/Files.h"
 
@@ -191,7 +192,7 @@ void PackageTest::isBuiltReproducibly()
 void PackageTest::hardensPrograms()
 {
     const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
-    for (const char *program : {"/usr/bin/accountpolicyctl", "/usr/lib/kauth/libexec/accountpolicieshelper"}) {
+    for (const char *program : {"/usr/bin/accountpolicyctl", helperFile}) {
         const QString read = QString::fromLatin1(
             outputOf(QStringLiteral("readelf --wide -h -l -d --dyn-syms ") + machine.path(program)));
         for (const char *sign : {"DYN \\(Position-Independent Executable file\\)",
