@@ -3,6 +3,7 @@
 
 #include "engine/Command.h"
 
+#include "messages/LibraryText.h"
 #include "messages/LocalText.h"
 
 #include <QCoreApplication>
@@ -39,7 +40,7 @@ CommandOutcome runCommand(const Command &command)
         outcome.standardError = wholeLocalText(process.readAllStandardError());
     }
     outcome.error = process.error();
-    outcome.errorString = process.errorString();
+    outcome.errorString = libraryText(process.errorString());
     return outcome;
 }
 
