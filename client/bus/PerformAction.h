@@ -15,12 +15,20 @@
 #    include <QDBusUnixFileDescriptor>
 #endif
 
-/// Arguments of an action as they go over the bus: a data stream of the version that is Qt's own.
+/**
+ * Arguments of an action as they go over the bus: a data stream of the version that is Qt's own.
+ *
+ * The last comes first, as Qt 5 writes a map; Qt 6 would begin with the first.
+ */
 inline QByteArray encodedArguments(const QVariantMap &arguments)
 {
     QByteArray encoded;
     QDataStream stream(&encoded, QIODevice::WriteOnly);
-    stream << arguments;
+    stream << static_cast<quint32>(arguments.size());
+    for (auto it = arguments.end(); it != arguments.begin();) {
+        --it;
+        stream << it.key() << it.value();
+    }
     return encoded;
 }
 
