@@ -23,10 +23,12 @@ add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest
-                      OwnReadingTest PamTest PromptTest ReportTest StreamsTest)
+                      OwnReadingTest PamTest PromptTest RecordedRepliesTest ReportTest StreamsTest)
     add_bus_test(endtoend/${name})
 endforeach()
 target_link_libraries(ClientTest PRIVATE client)
+target_compile_definitions(RecordedRepliesTest PRIVATE
+    RECORDED_REPLIES="${CMAKE_CURRENT_SOURCE_DIR}/endtoend/RecordedRepliesTest.replies")
 add_bus_test(endtoend/FaultsTest COST 34)
 add_bus_test(endtoend/InForceTest COST 40)
 add_bus_test(endtoend/UndoTest COST 76)
