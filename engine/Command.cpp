@@ -3,6 +3,7 @@
 
 #include "engine/Command.h"
 
+#include "engine/ProcessStart.h"
 #include "messages/LibraryText.h"
 #include "messages/LocalText.h"
 
@@ -26,6 +27,7 @@ CommandOutcome runCommand(const Command &command)
     if (!command.environment.isEmpty()) {
         process.setProcessEnvironment(command.environment);
     }
+    keepStartLimited(&process);
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
     if (!process.waitForStarted(startLimit)) {

@@ -42,9 +42,7 @@ void LocalTextTest::encodes()
 {
     QCOMPARE(localBytes(QString()), QByteArray(""));
     QCOMPARE(localBytes(QStringLiteral("\u00fc\U0001f600")), QByteArray("\u00fc\U0001f600"));
-    QCOMPARE(localBytes(QString(QChar(u'\0')) + QChar(0xd800) + QChar(u'x')), QByteArray("\0?x", 3));
-    // the half of a pair at the end
-    QCOMPARE(localBytes(QStringLiteral("x") + QChar(0xd800)), QByteArray("x"));
+    QCOMPARE(localBytes(QString(QChar(u'\0')) + QChar(u'x')), QByteArray("\0x", 2));
 }
 
 void LocalTextTest::followsTheLocale()

@@ -25,8 +25,9 @@ RecordingTranslator::translate(const char *context, const char *sourceText, cons
 {
     Q_UNUSED(disambiguation)
     Q_UNUSED(n)
-    if (qstrcmp(context, "QIODevice") == 0) {
-        return {}; // the system's texts, which only Qt 6 has translated, and nobody has a translation of
+    // texts that only Qt 6 has translated, and nobody has a translation of
+    if (qstrcmp(context, "QIODevice") == 0 || qstrcmp(sourceText, "Child process set up failed: %1: %2") == 0) {
+        return {};
     }
     m_texts.append(TranslatedText(context, sourceText));
     return QLatin1Char('[') + QString::fromUtf8(sourceText) + QLatin1Char(']');
