@@ -24,9 +24,8 @@ QString writeLongLong(const QVariant &argument)
 
 QVariant readDate(const QString &text)
 {
-    const QDate date = QDate::fromString(text, dateFormat());
-    // Qt 6 takes years before the first, too
-    return date.isValid() && date.year() > 0 ? QVariant(dayZero().daysTo(date)) : QVariant();
+    const QDate date = dateOf(text);
+    return date.isValid() ? QVariant(dayZero().daysTo(date)) : QVariant();
 }
 
 /// No value is special: -1 is a day before day 0, and days outside the calendar have no text.
