@@ -5,6 +5,7 @@
 
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/PromptFixture.h"
 #include "tests/support/Files.h"
