@@ -88,7 +88,7 @@ QDateTime placeOf(const QString &name)
     const QRegularExpressionMatch match = form.match(name);
     const QDate date = QDate::fromString(match.captured(1), QStringLiteral("yyyyMMdd"));
     const QTime time = QTime::fromString(match.captured(2), QStringLiteral("HHmmsszzz"));
-    return date.isValid() && time.isValid() ? QDateTime(date, time, QTimeZone::utc()) : QDateTime();
+    return date.isValid() && time.isValid() ? QDateTime(date, time, QTimeZone::utc()).toUTC() : QDateTime();
 }
 
 /// The names of the entries, the newest first.

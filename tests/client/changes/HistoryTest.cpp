@@ -22,7 +22,7 @@ namespace
 HistoryEntry entryOf(int second, const QString &store, const QVariantMap &before)
 {
     return {QString(),
-            QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), QTimeZone::utc()),
+            QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), QTimeZone::utc()).toUTC(),
             StoreName::fromText(store),
             QStringLiteral("set something %1").arg(second),
             before,
