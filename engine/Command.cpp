@@ -8,6 +8,7 @@
 #include "messages/LocalText.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 
 namespace
 {
@@ -43,6 +44,10 @@ CommandOutcome runCommand(const Command &command)
     }
     outcome.error = process.error();
     outcome.errorString = libraryText(process.errorString());
+    if (command.environment.isEmpty()) {
+        // the call that Qt 5 starts it by then; Qt 6 has one for both
+        outcome.errorString.replace(QRegularExpression(QStringLiteral("\\Aexecve: ")), QStringLiteral("execvp: "));
+    }
     return outcome;
 }
 

@@ -7,8 +7,8 @@
 
 QString libraryText(const QString &errorString)
 {
-    static const QRegularExpression start(QStringLiteral("\\AChild process set up failed: execve: "));
+    static const QRegularExpression start(QStringLiteral("\\AChild process set up failed: "));
     static const QRegularExpression copy(QStringLiteral("\\A(Cannot create .* for output): .*\\z"),
                                          QRegularExpression::DotMatchesEverythingOption);
-    return QString(errorString).replace(start, QStringLiteral("execvp: ")).replace(copy, QStringLiteral("\\1"));
+    return QString(errorString).remove(start).replace(copy, QStringLiteral("\\1"));
 }

@@ -16,13 +16,13 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QSysInfo>
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace
@@ -56,6 +56,13 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
             {translate("ReportCommand", "Account %1").arg(account), &store.schema(), store.inForce(reading.settings)});
     }
     return {};
+}
+
+/// In the locale's encoding; Qt 6's own would be UTF-8 whatever the locale is.
+QString hostName()
+{
+    utsname names = {};
+    return uname(&names) == 0 ? localText(names.nodename) : QString();
 }
 
 Outcome notWritten(const QString &path, const QString &reason)
@@ -160,7 +167,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
         return tooManyArguments(words.at(1));
     }
     const PolicyReadings readings = readPolicies(policyNames(), mayAskPassword(line));
-    Report report{QSysInfo::machineHostName(), QDateTime::currentDateTime(), policySections(readings), {}};
+    Report report{hostName(), QDateTime::currentDateTime(), policySections(readings), {}};
     for (const Outcome &failure : readings.failures) {
         report.failures += failure.error;
     }

@@ -25,8 +25,9 @@ RecordingTranslator::translate(const char *context, const char *sourceText, cons
 {
     Q_UNUSED(disambiguation)
     Q_UNUSED(n)
-    // texts that only Qt 6 has translated, and nobody has a translation of
-    if (qstrcmp(context, "QIODevice") == 0 || qstrcmp(sourceText, "Child process set up failed: %1: %2") == 0) {
+    // texts that only Qt 6 has translated, and nobody has a translation of: of the system's errors, and of a failed start
+    const bool ofSystem = qstrcmp(context, "QIODevice") == 0 && qstrcmp(sourceText, "Unknown error") != 0;
+    if (ofSystem || qstrcmp(sourceText, "Child process set up failed: %1: %2") == 0) {
         return {};
     }
     m_texts.append(TranslatedText(context, sourceText));
