@@ -52,7 +52,7 @@ std::unique_ptr<QCoreApplication> makeApplication(int *argc, char **argv)
     });
     auto application = std::make_unique<QCoreApplication>(*argc, argv);
     qInstallMessageHandler(nullptr);
-    std::setlocale(LC_ALL, "");
+    static_cast<void>(std::setlocale(LC_ALL, ""));
     return application;
 }
 
