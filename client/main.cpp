@@ -4,14 +4,17 @@
 #include "client/Translation.h"
 #include "client/commands/CommandLine.h"
 #include "client/output/Terminal.h"
+#include "messages/LocalText.h"
 
 #include <QCoreApplication>
 #include <QLocale>
 #include <QTranslator>
 
 #include <cerrno>
+#include <clocale>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 namespace
@@ -34,6 +37,25 @@ bool openClosedStreams()
     return openIfClosed(STDIN_FILENO) && openIfClosed(STDOUT_FILENO) && openIfClosed(STDERR_FILENO);
 }
 
+/**
+ * The application, in the locale that the user has set.
+ *
+ * Where that isn't one of UTF-8, Qt 6 would take another one, and warn of it: the first is undone, the second unheard.
+ */
+std::unique_ptr<QCoreApplication> makeApplication(int *argc, char **argv)
+{
+    static QtMessageHandler usual;
+    usual = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &context, const QString &text) {
+        if (type != QtWarningMsg) {
+            usual(type, context, text);
+        }
+    });
+    auto application = std::make_unique<QCoreApplication>(*argc, argv);
+    qInstallMessageHandler(nullptr);
+    static_cast<void>(std::setlocale(LC_ALL, ""));
+    return application;
+}
+
 /// A result that didn't arrive is none; but a reader that has seen enough, such as head(1), is no failure.
 ExitCode closeOutput(ExitCode code)
 {
@@ -41,7 +63,7 @@ ExitCode closeOutput(ExitCode code)
     if (error == 0 || error == EPIPE) {
         return code;
     }
-    printError(translate("main", "cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(error))));
+    printError(translate("main", "cannot write: %1").arg(localText(std::strerror(error))));
     return code == ExitCode::Done ? ExitCode::Failed : code;
 }
 }
@@ -52,7 +74,7 @@ int main(int argc, char *argv[])
         printError(QStringLiteral("/dev/null cannot be opened")); // too early for a translation
         return static_cast<int>(ExitCode::Failed);
     }
-    QCoreApplication application(argc, argv);
+    const auto application = makeApplication(&argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(VERSION));
     QTranslator translator;
     if (translator.load(

@@ -3,7 +3,12 @@
 
 #include "engine/Command.h"
 
+#include "engine/ProcessStart.h"
+#include "messages/LibraryText.h"
+#include "messages/LocalText.h"
+
 #include <QCoreApplication>
+#include <QRegularExpression>
 
 namespace
 {
@@ -19,7 +24,11 @@ bool CommandOutcome::succeeded() const
 CommandOutcome runCommand(const Command &command)
 {
     QProcess process;
-    process.setProcessEnvironment(command.environment); // an empty one stands for what is inherited
+    // where none is set it inherits this process's; Qt 6 would take an empty one for what it says
+    if (!command.environment.isEmpty()) {
+        process.setProcessEnvironment(command.environment);
+    }
+    keepStartLimited(&process);
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
     if (!process.waitForStarted(startLimit)) {
@@ -31,11 +40,14 @@ CommandOutcome runCommand(const Command &command)
         outcome.end = CommandOutcome::End::Exited;
         outcome.exitCode = process.exitCode();
         // by its length: what stands behind a NUL byte counts too
-        const QByteArray standardError = process.readAllStandardError();
-        outcome.standardError = QString::fromLocal8Bit(standardError.constData(), standardError.size());
+        outcome.standardError = wholeLocalText(process.readAllStandardError());
     }
     outcome.error = process.error();
-    outcome.errorString = process.errorString();
+    outcome.errorString = libraryText(process.errorString());
+    if (command.environment.isEmpty()) {
+        // the call that Qt 5 starts it by then; Qt 6 has one for both
+        outcome.errorString.replace(QRegularExpression(QStringLiteral("\\Aexecve: ")), QStringLiteral("execvp: "));
+    }
     return outcome;
 }
 

@@ -14,6 +14,11 @@ constexpr char commentMark = '#';
 // for a larger piece than this, malloc() maps new pages each time instead of using the heap.
 constexpr qint64 pieceSize = 65536;
 
+int lineEndIn(const QByteArray &piece, int from)
+{
+    return static_cast<int>(piece.indexOf('\n', from)); // no piece is as large as an int
+}
+
 /// The whole line where it has no comment. NUL bytes are left to the decoding, which ends at the first.
 QByteArray textBeforeComment(const QByteArray &line)
 {
@@ -30,7 +35,7 @@ void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisito
     };
     for (QByteArray piece = device->read(pieceSize); !piece.isEmpty(); piece = device->read(pieceSize)) {
         int begin = 0;
-        for (int end = piece.indexOf('\n'); end != -1; end = piece.indexOf('\n', begin)) {
+        for (int end = lineEndIn(piece, 0); end != -1; end = lineEndIn(piece, begin)) {
             line += piece.mid(begin, end + 1 - begin);
             visitLine();
             begin = end + 1;
@@ -44,6 +49,6 @@ void walkLines(QIODevice *device, const RegExpHandler &handler, const LineVisito
 
 QByteArray commentOf(const QByteArray &line)
 {
-    const int start = line.indexOf(commentMark);
+    const auto start = line.indexOf(commentMark);
     return start == -1 ? QByteArray() : line.mid(start).trimmed();
 }

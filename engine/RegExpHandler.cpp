@@ -3,6 +3,8 @@
 
 #include "engine/RegExpHandler.h"
 
+#include "messages/LocalText.h"
+
 #include <utility>
 
 RegExpHandler::RegExpHandler(const QString &pattern, SearchHint hint)
@@ -23,7 +25,7 @@ bool RegExpHandler::matches(const QByteArray &text) const
     if (!m_hint.admits(text)) {
         return false;
     }
-    const QString setting = QString::fromLocal8Bit(text).trimmed();
+    const QString setting = localText(text).trimmed();
     if (setting.isEmpty()) {
         return false;
     }

@@ -34,5 +34,5 @@ bool SearchHint::admits(const QByteArray &bytes) const
 
 int SearchHint::startIn(const QString &text) const
 {
-    return m_start.match(text).capturedStart();
+    return static_cast<int>(m_start.match(text).capturedStart()); // QRegExp has no larger offsets
 }

@@ -3,6 +3,8 @@
 
 #include "messages/ErrorText.h"
 
+#include "messages/LibraryText.h"
+
 #include <QFileDevice>
 #include <QObject>
 
@@ -21,5 +23,6 @@ QString missingFileMessage(const QFileDevice &file)
 
 QString fileErrorMessage(const QFileDevice &file)
 {
-    return QObject::tr("\"%1\" error %2\n%3").arg(file.fileName(), QString::number(file.error()), file.errorString());
+    return QObject::tr("\"%1\" error %2\n%3")
+        .arg(file.fileName(), QString::number(file.error()), libraryText(file.errorString()));
 }

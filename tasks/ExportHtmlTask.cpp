@@ -21,7 +21,8 @@ void ExportHtmlTask::run()
         return;
     }
     // unchecked: only a file that can't be opened is a failure
-    file.write(values()->value(QStringLiteral("htmlText")).toString().toUtf8());
+    const QByteArray html = values()->value(QStringLiteral("htmlText")).toString().toUtf8();
+    file.write(html.constData(), html.size());
     file.close();
     result().succeed(QString());
 }

@@ -5,10 +5,10 @@
 
 #include "HelperId.h"
 #include "client/bus/ActionAnswer.h"
+#include "client/bus/PerformAction.h"
 
 #include <QDBusConnection>
 #include <QDBusPendingReply>
-#include <QDataStream>
 #include <QUuid>
 
 #include <utility>
@@ -48,12 +48,6 @@ Outcome failedTask(const QString &title, const QString &message)
     return {tellsOfLock(message) ? ExitCode::Busy : ExitCode::Failed, title + QLatin1Char('\n') + message};
 }
 
-QDBusMessage helperMethod(const QString &method)
-{
-    return QDBusMessage::createMethodCall(
-        QLatin1String(helperId), QStringLiteral("/"), QStringLiteral("org.kde.kf5auth"), method);
-}
-
 HelperCall::HelperCall(Kind kind, const QString &action, QVariantMap arguments)
     : m_kind(kind)
     , m_name(QLatin1String(helperId) + QLatin1Char('.') + action)
@@ -75,7 +69,6 @@ QString HelperCall::name() const
     return m_name;
 }
 
-/// What KAuth's helper side takes: action, caller, details for polkit's prompt, arguments as a data stream.
 QDBusPendingCall HelperCall::send() const
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
@@ -83,12 +76,7 @@ QDBusPendingCall HelperCall::send() const
         // a call on it would never end
         return QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, QString()));
     }
-    QByteArray encoded;
-    QDataStream stream(&encoded, QIODevice::WriteOnly);
-    stream << m_arguments;
-    QDBusMessage call = helperMethod(QStringLiteral("performAction"));
-    call << m_name << bus.baseService().toUtf8() << QVariantMap() << encoded;
-    return bus.asyncCall(call, busLimit);
+    return bus.asyncCall(performAction(m_name, bus.baseService(), encodedArguments(m_arguments)), busLimit);
 }
 
 HelperAnswer HelperCall::answerOf(const QDBusPendingCall &call) const

@@ -11,11 +11,7 @@
 #include <QVariantMap>
 
 class QDBusError;
-class QDBusMessage;
 struct ActionAnswer;
-
-/// A call of a method of the helper's, in the interface that KAuth gives it.
-QDBusMessage helperMethod(const QString &method);
 
 /// What came of a request.
 struct HelperReply {

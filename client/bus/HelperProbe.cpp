@@ -4,6 +4,7 @@
 #include "client/bus/HelperProbe.h"
 
 #include "client/Translation.h"
+#include "client/bus/PerformAction.h"
 #include "client/bus/Polkit.h"
 #include "client/output/WaitingLine.h"
 

@@ -40,7 +40,7 @@ QDBusMessage polkitCall(const QString &method)
 
 QDBusPendingCall askPolkit(const QDBusConnection &bus, const QString &action, int limit)
 {
-    static const int detailsType = qDBusRegisterMetaType<PolkitDetails>();
+    static const auto detailsType = qDBusRegisterMetaType<PolkitDetails>();
     Q_UNUSED(detailsType)
     QDBusMessage call = polkitCall(QStringLiteral("CheckAuthorization"));
     QDBusArgument subject;

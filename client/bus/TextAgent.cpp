@@ -67,7 +67,7 @@ std::vector<pid_t> childrenOf(qint64 process)
         // each with a blank behind it
         QList<QByteArray> numbers = contentOf(threads.filePath(name + QStringLiteral("/children"))).split(' ');
         numbers.removeLast();
-        for (const QByteArray &child : qAsConst(numbers)) {
+        for (const QByteArray &child : std::as_const(numbers)) {
             children.push_back(child.toInt());
         }
     }

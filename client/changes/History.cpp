@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QTimeZone>
 
 #include <algorithm>
 #include <pwd.h>
@@ -87,7 +88,7 @@ QDateTime placeOf(const QString &name)
     const QRegularExpressionMatch match = form.match(name);
     const QDate date = QDate::fromString(match.captured(1), QStringLiteral("yyyyMMdd"));
     const QTime time = QTime::fromString(match.captured(2), QStringLiteral("HHmmsszzz"));
-    return date.isValid() && time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
+    return date.isValid() && time.isValid() ? QDateTime(date, time, QTimeZone::utc()).toUTC() : QDateTime();
 }
 
 /// The names of the entries, the newest first.

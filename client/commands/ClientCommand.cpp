@@ -7,6 +7,7 @@
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
+#include "messages/LocalText.h"
 
 #include <QFile>
 
@@ -95,7 +96,7 @@ QVector<Candidate> accountCandidates()
 {
     QVector<Candidate> candidates;
     while (const passwd *entry = getpwent()) {
-        candidates += {QString::fromLocal8Bit(entry->pw_name), {}};
+        candidates += {localText(entry->pw_name), {}};
     }
     endpwent();
     return candidates;

@@ -45,7 +45,7 @@ QVector<Candidate> candidatesFor(const QStringList &typed)
 /// As much of "key=value" as is of use behind what was typed: values come when their key is there.
 QString offered(const QString &candidate, const QString &typed)
 {
-    const int equals = candidate.indexOf(QLatin1Char('='));
+    const auto equals = candidate.indexOf(QLatin1Char('='));
     return equals >= typed.size() ? candidate.left(equals + 1) : candidate;
 }
 

@@ -19,8 +19,9 @@ namespace
 /// In lines that fit a terminal, below each other behind the grade; where a program reads them, in one.
 QString fitted(const QString &text)
 {
-    const QString indent(6, QLatin1Char(' '));
-    return out().isTerminal() ? wrapped(printable(text), out().width() - indent.size()).join(QLatin1Char('\n') + indent)
+    constexpr int indentation = 6;
+    const QString indent(indentation, QLatin1Char(' '));
+    return out().isTerminal() ? wrapped(printable(text), out().width() - indentation).join(QLatin1Char('\n') + indent)
                               : printable(text);
 }
 

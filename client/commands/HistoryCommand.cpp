@@ -94,7 +94,7 @@ QString asciiText(const QJsonObject &object)
 }
 
 /// The changes from one number to another.
-void printChanges(const QVector<HistoryEntry> &entries, int first, int last)
+void printChanges(const QVector<HistoryEntry> &entries, int first, qsizetype last)
 {
     QJsonArray changes;
     for (int number = first; number <= last; ++number) {

@@ -10,18 +10,19 @@
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
 #include "client/stores/AccountStore.h"
+#include "messages/LocalText.h"
 #include "tasks/ExportHtmlTask.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QSysInfo>
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace
@@ -55,6 +56,13 @@ Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *section
             {translate("ReportCommand", "Account %1").arg(account), &store.schema(), store.inForce(reading.settings)});
     }
     return {};
+}
+
+/// In the locale's encoding; Qt 6's own would be UTF-8 whatever the locale is.
+QString hostName()
+{
+    utsname names = {};
+    return uname(&names) == 0 ? localText(names.nodename) : QString();
 }
 
 Outcome notWritten(const QString &path, const QString &reason)
@@ -100,7 +108,7 @@ Outcome writePage(const QString &path, const QString &html, bool isSecret)
         return writeStream(path, html.toUtf8());
     }
     if (isSecret && !target.isDir() && !makePrivate(path)) {
-        return notWritten(path, QString::fromLocal8Bit(std::strerror(errno)));
+        return notWritten(path, localText(std::strerror(errno)));
     }
     auto values = std::make_unique<QVariantMap>();
     values->insert(QStringLiteral("filePath"), path);
@@ -160,7 +168,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
         return tooManyArguments(words.at(1));
     }
     const PolicyReadings readings = readPolicies(policyNames(), accessOf(line));
-    Report report{QSysInfo::machineHostName(), QDateTime::currentDateTime(), policySections(readings), {}};
+    Report report{hostName(), QDateTime::currentDateTime(), policySections(readings), {}};
     for (const Outcome &failure : readings.failures) {
         report.failures += failure.error;
     }

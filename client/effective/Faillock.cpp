@@ -115,7 +115,7 @@ private:
         const auto same = [&setting](const BindingSetting &other) {
             return other.name == setting.name;
         };
-        auto *const place = std::find_if(m_settings.begin(), m_settings.end(), same);
+        const QVector<BindingSetting>::iterator place = std::find_if(m_settings.begin(), m_settings.end(), same);
         if (place == m_settings.end()) {
             m_settings += setting;
         } else {

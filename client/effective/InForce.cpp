@@ -15,7 +15,7 @@ QVariant foundFor(const Setting &setting, const InForce &inForce, const QVariant
 
 bool isSet(const QVariant &value)
 {
-    return value.type() == QVariant::Bool ? value.toBool() : value.isValid();
+    return value.userType() == QMetaType::Bool ? value.toBool() : value.isValid();
 }
 
 Comparison compare(const SettingSchema &schema, const InForce &inForce, const Settings &read, const Settings &wanted)

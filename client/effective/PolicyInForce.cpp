@@ -81,7 +81,7 @@ QStringList raisedKeys(const InForce &inForce, const QString &stack, const Setti
 {
     QStringList keys;
     for (auto setting = read.cbegin(); setting != read.cend(); ++setting) {
-        if (setting.value().type() != QVariant::Bool && inForce.origins.value(setting.key()) == stack
+        if (setting.value().userType() != QMetaType::Bool && inForce.origins.value(setting.key()) == stack
             && inForce.settings.value(setting.key()).toLongLong() > setting.value().toLongLong()) {
             keys += setting.key();
         }

@@ -4,6 +4,7 @@
 #include "client/effective/Pwquality.h"
 
 #include "client/Translation.h"
+#include "messages/LocalText.h"
 
 #include <QDir>
 #include <QFile>
@@ -69,14 +70,13 @@ public:
         void *details = nullptr;
         const int error = pwquality_read_config(m_settings.get(), path, &details);
         std::array<char, PWQ_MAX_ERROR_MESSAGE_LEN> text{};
-        return error == 0 ? QString()
-                          : QString::fromLocal8Bit(pwquality_strerror(text.data(), text.size(), error, details));
+        return error == 0 ? QString() : localText(pwquality_strerror(text.data(), text.size(), error, details));
     }
 
     /// Whether it is understood.
     bool setOption(const QString &option)
     {
-        return isOfModule(option) || pwquality_set_option(m_settings.get(), option.toLocal8Bit().constData()) == 0;
+        return isOfModule(option) || pwquality_set_option(m_settings.get(), localBytes(option).constData()) == 0;
     }
 
     /// Makes all of it this; the shortest password is that much longer than the shortest one that the library allows.
@@ -101,7 +101,7 @@ public:
         }
         const char *text = nullptr;
         pwquality_get_str_value(m_settings.get(), setting.id, &text);
-        return text ? QVariant(QString::fromLocal8Bit(text)) : QVariant();
+        return text ? QVariant(localText(text)) : QVariant();
     }
 
 private:

@@ -5,13 +5,21 @@
 
 #include <QVector>
 
+namespace
+{
+int widthOf(const QString &text)
+{
+    return static_cast<int>(text.size());
+}
+}
+
 QString table(const QVector<QStringList> &rows, int indent)
 {
     QVector<int> widths;
     for (const QStringList &row : rows) {
         widths.resize(qMax(widths.size(), row.size()));
         for (int column = 0; column < row.size(); ++column) {
-            widths[column] = qMax(widths.at(column), row.at(column).size());
+            widths[column] = qMax(widths.at(column), widthOf(row.at(column)));
         }
     }
     QString text;
@@ -34,7 +42,7 @@ QString explanations(const QVector<QStringList> &rows, int width)
     int longest = 0;
     for (const QStringList &row : rows) {
         if (row.first().size() <= longestBeside) {
-            longest = qMax(longest, row.first().size());
+            longest = qMax(longest, widthOf(row.first()));
         }
     }
     const bool allBelow = width - indent - longest - 2 < leastRoom;

@@ -4,6 +4,7 @@
 #include "client/output/Terminal.h"
 
 #include "client/Translation.h"
+#include "messages/LocalText.h"
 
 #include <cerrno>
 #include <sys/ioctl.h>
@@ -40,7 +41,7 @@ bool Terminal::isTerminal() const
 
 void Terminal::write(const QString &text)
 {
-    writeBytes(text.toLocal8Bit());
+    writeBytes(localBytes(text));
 }
 
 void Terminal::writeBytes(const QByteArray &bytes)

@@ -57,7 +57,7 @@ QStringList stacksIn(const MachineCopy &copy)
 {
     QStringList stacks = copy.files(stacksFolder());
     const auto isBackup = [](const QString &path) {
-        return path.midRef(stacksFolder().size()).contains(QLatin1Char('.'));
+        return path.indexOf(QLatin1Char('.'), stacksFolder().size()) != -1;
     };
     stacks.erase(std::remove_if(stacks.begin(), stacks.end(), isBackup), stacks.end());
     return stacks;

@@ -4,6 +4,7 @@
 #include "client/preview/UnifiedDiff.h"
 
 #include "client/Translation.h"
+#include "messages/LibraryText.h"
 
 #include <QProcess>
 #include <QTemporaryFile>
@@ -41,7 +42,7 @@ QByteArray unifiedDiff(const QString &path, const QByteArray &before, const QByt
     diff.write(after);
     diff.closeWriteChannel();
     if (!diff.waitForFinished() || diff.exitStatus() != QProcess::NormalExit || diff.exitCode() > differ) {
-        return failureText(path, diff.errorString());
+        return failureText(path, libraryText(diff.errorString()));
     }
     return diff.readAllStandardOutput();
 }

@@ -36,7 +36,7 @@ int editDistance(const QString &left, const QString &right)
 
 QString parseAssignment(const SettingSchema &schema, const QString &subject, const QString &word, Wishes *wishes)
 {
-    const int equals = word.indexOf(QLatin1Char('='));
+    const auto equals = word.indexOf(QLatin1Char('='));
     if (equals < 1) {
         return translate("Assignments", "\"%1\" is not of the form KEY=VALUE").arg(word);
     }
@@ -61,7 +61,7 @@ QString parseAssignment(const SettingSchema &schema, const QString &subject, con
 QString nearest(const QString &word, const QStringList &candidates)
 {
     QString best;
-    int fewest = word.size() / 4 + 1;
+    auto fewest = word.size() / 4 + 1;
     for (const QString &candidate : candidates) {
         const int edits = editDistance(word, candidate);
         if (edits < fewest) {

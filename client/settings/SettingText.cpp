@@ -127,7 +127,7 @@ QString dateText(qlonglong days)
 
 bool parseDate(const QString &text, qlonglong *days)
 {
-    const QDate date = QDate::fromString(text, dateFormat());
+    const QDate date = dateOf(text);
     *days = dayZero().daysTo(date);
     return date.isValid();
 }

@@ -4,6 +4,7 @@
 #include "client/stores/AccountState.h"
 
 #include "engine/Command.h"
+#include "messages/LocalText.h"
 
 #include <algorithm>
 #include <limits>
@@ -79,7 +80,7 @@ AccountState accountStateOf(const spwd &entry, AccountState::Login login)
 
 std::optional<AccountState> readAccountState(const QString &account)
 {
-    const spwd *entry = getspnam(account.toLocal8Bit().constData());
+    const spwd *entry = getspnam(localBytes(account).constData());
     if (!entry) {
         return {};
     }

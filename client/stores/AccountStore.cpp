@@ -7,6 +7,7 @@
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/stores/TaskOutcome.h"
+#include "messages/LocalText.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalUserPolicyPasswordExpirationUpdateTask.h"
 
@@ -30,7 +31,7 @@ bool isUnknown(const QString &account)
     // what getpwnam(3) has for that; it says no such name by any other number
     static const QSet<int> failures{EINTR, EIO, EMFILE, ENFILE, ENOMEM, ERANGE};
     errno = {};
-    return !getpwnam(account.toLocal8Bit().constData()) && !failures.contains(errno);
+    return !getpwnam(localBytes(account).constData()) && !failures.contains(errno);
 }
 
 /// Runs the task, whose values hold what it needs, if this process may.
@@ -66,7 +67,7 @@ const SettingSchema &AccountStore::schema() const
 
 bool AccountStore::exists() const
 {
-    return getpwnam(m_account.toLocal8Bit().constData()) != nullptr;
+    return getpwnam(localBytes(m_account).constData()) != nullptr;
 }
 
 Reading AccountStore::read()

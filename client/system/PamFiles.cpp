@@ -4,6 +4,7 @@
 #include "client/system/PamFiles.h"
 
 #include "client/Translation.h"
+#include "messages/LocalText.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/lockout/LockoutPolicy.h"
 #include "policies/pam/PamPolicyUpdate.h"
@@ -107,7 +108,7 @@ QString modulePath(const QString &module)
     for (const QString &architecture : architectures) {
         folders += libraries.filePath(architecture) + QLatin1String("/security");
     }
-    for (const QString &folder : qAsConst(folders)) {
+    for (const QString &folder : std::as_const(folders)) {
         QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
         if (QFile::exists(path)) {
             return path;
@@ -120,7 +121,7 @@ bool isModuleRefused(const QString &module)
 {
     // a list in the tool's source, which is a Perl script
     static const QRegularExpression list(QStringLiteral(R"(@invalid_modules\s*=([^;]*))"));
-    const QString refused = list.match(QString::fromLocal8Bit(fileContent(pamAuthUpdatePath()))).captured(1);
+    const QString refused = list.match(localText(fileContent(pamAuthUpdatePath()))).captured(1);
     return refused.contains(QRegularExpression(QStringLiteral("\\b%1\\b").arg(module)));
 }
 

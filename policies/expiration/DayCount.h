@@ -17,3 +17,10 @@ inline QString dateFormat()
 {
     return QStringLiteral("yyyy-MM-dd");
 }
+
+/// The date that is written so; invalid if it is none. Years are from 1 on: Qt 6 would take those before, with a minus sign.
+inline QDate dateOf(const QString &text)
+{
+    const QDate date = QDate::fromString(text, dateFormat());
+    return date.year() > 0 ? date : QDate();
+}

@@ -24,7 +24,7 @@ QString writeLongLong(const QVariant &argument)
 
 QVariant readDate(const QString &text)
 {
-    const QDate date = QDate::fromString(text, dateFormat());
+    const QDate date = dateOf(text);
     return date.isValid() ? QVariant(dayZero().daysTo(date)) : QVariant();
 }
 

@@ -3,6 +3,7 @@
 
 #include "policies/expiration/LocalUserPolicyPasswordExpirationReadTask.h"
 
+#include "messages/LocalText.h"
 #include "policies/expiration/AccountExpiration.h"
 
 #include <cerrno>
@@ -14,7 +15,7 @@ namespace
 /// Puts the system's text for an error number into a text that names the failed call.
 QString lookUpFailure(const QString &text, int error)
 {
-    return text.arg(QString::fromLocal8Bit(std::strerror(error)));
+    return text.arg(localText(std::strerror(error)));
 }
 
 void insertSettings(const spwd &entry, QVariantMap *values)
@@ -43,7 +44,7 @@ void LocalUserPolicyPasswordExpirationReadTask::run()
 
 void LocalUserPolicyPasswordExpirationReadTask::read()
 {
-    const QByteArray name = values()->value(QStringLiteral("name")).toString().toLocal8Bit();
+    const QByteArray name = localBytes(values()->value(QStringLiteral("name")).toString());
     const passwd *account = getpwnam(name.constData());
     const int accountError = errno;
     if (!account) {

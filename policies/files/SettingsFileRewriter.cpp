@@ -3,11 +3,12 @@
 
 #include "policies/files/SettingsFileRewriter.h"
 
+#include "messages/LocalText.h"
 #include "policies/files/SettingsFile.h"
 
 namespace
 {
-constexpr quint64 bit(int index)
+constexpr quint64 bit(qsizetype index)
 {
     return quint64(1) << index;
 }
@@ -55,5 +56,5 @@ bool SettingsFileRewriter::isAskedFor(const FileSetting &setting) const
 QByteArray SettingsFileRewriter::settingText(const FileSetting &setting) const
 {
     const QString value = setting.write ? m_file.separator + setting.write(m_arguments->value(setting.key)) : QString();
-    return (setting.name + value).toLocal8Bit();
+    return localBytes(setting.name + value);
 }

@@ -3,6 +3,7 @@
 
 #include "policies/pam/PamOptionRewriter.h"
 
+#include "messages/LocalText.h"
 #include "policies/pam/PamOptionTokens.h"
 #include "policies/pam/PamPolicy.h"
 
@@ -17,7 +18,7 @@ bool PamOptionRewriter::handleLine(QByteArray *line)
         return false;
     }
     const QString head = regExp().cap(1);
-    *line = (head + unmanagedOptions() + managedOptions()).toLocal8Bit();
+    *line = localBytes(head + unmanagedOptions() + managedOptions());
     m_found = true;
     return true;
 }

@@ -5,5 +5,11 @@
 
 QStringList pamOptionTokens(const QRegExp &matched)
 {
-    return matched.cap(matched.captureCount()).split(QRegExp(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+    const QString options = matched.cap(matched.captureCount());
+    const QRegExp token(QStringLiteral("\\S+"));
+    QStringList tokens;
+    for (int at = token.indexIn(options); at != -1; at = token.indexIn(options, at + token.matchedLength())) {
+        tokens += token.cap();
+    }
+    return tokens;
 }

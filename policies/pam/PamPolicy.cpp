@@ -38,7 +38,7 @@ QString PamPolicy::optionPattern() const
         return one.readingPlace < other.readingPlace;
     });
     QStringList names;
-    for (const PamOption &managed : qAsConst(inReadingOrder)) {
+    for (const PamOption &managed : std::as_const(inReadingOrder)) {
         names += managed.name;
     }
     return QStringLiteral("(%1)=?(%2)?").arg(names.join(QLatin1Char('|')), number);

@@ -250,7 +250,7 @@ void PamMachine::select()
         }
     }
     QByteArrayList answers = contentOf(answersPath).split('\n');
-    const int question = answers.indexOf("Name: libpam-runtime/profiles");
+    const auto question = answers.indexOf("Name: libpam-runtime/profiles");
     for (int i = question; question >= 0 && !answers.at(i).isEmpty(); ++i) {
         if (answers.at(i).startsWith("Value:")) {
             answers[i] = "Value: " + chosen.join(", ");

@@ -59,7 +59,7 @@ std::unique_ptr<AbstractTask> readTaskOf(Kind kind)
 
 int takeNumber(QStringList *arguments, const QString &option, int usual)
 {
-    const int place = arguments->indexOf(option);
+    const auto place = arguments->indexOf(option);
     if (place < 0) {
         return usual;
     }
@@ -72,6 +72,11 @@ int takeNumber(QStringList *arguments, const QString &option, int usual)
     arguments->removeAt(place);
     return number;
 }
+
+void failCount(const QString &script, qsizetype answers, qsizetype records)
+{
+    qFatal("%s answers %lld of %lld records", qPrintable(script), qlonglong(answers), qlonglong(records));
+}
 }
 
 QByteArrayList readingsBy(const QString &script, const QVector<Record> &records)
@@ -79,22 +84,23 @@ QByteArrayList readingsBy(const QString &script, const QVector<Record> &records)
     QByteArrayList lines = answer(script, records).split('\n');
     lines.removeLast(); // behind the last line end
     if (lines.size() != records.size()) {
-        qFatal("%s answers %d of %d records", qPrintable(script), lines.size(), records.size());
+        failCount(script, lines.size(), records.size());
     }
     return lines;
 }
 
 QByteArrayList rewritings(const QVector<Record> &records)
 {
-    const QByteArray output = answer(QStringLiteral("rewriting.pl"), records);
+    const QString script = QStringLiteral("rewriting.pl");
+    const QByteArray output = answer(script, records);
     QByteArrayList contents;
     for (int place = 0; place < output.size();) {
-        const int end = output.indexOf('\n', place);
+        const int end = static_cast<int>(output.indexOf('\n', place));
         contents += output.mid(end + 1, output.mid(place, end - place).toInt());
-        place = end + 1 + contents.last().size();
+        place = end + 1 + static_cast<int>(contents.last().size());
     }
     if (contents.size() != records.size()) {
-        qFatal("rewriting.pl answers %d of %d records", contents.size(), records.size());
+        failCount(script, contents.size(), records.size());
     }
     return contents;
 }

@@ -4,6 +4,7 @@
 #include "tests/endtoend/Bus.h"
 
 #include "HelperId.h"
+#include "client/bus/PerformAction.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -37,17 +38,9 @@ qint64 helperProcess()
 
 void holdHelper()
 {
-    QByteArray arguments;
-    QDataStream stream(&arguments, QIODevice::WriteOnly);
-    stream << QVariantMap();
     const QDBusConnection bus = QDBusConnection::systemBus();
-    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(helperId),
-                                                       QStringLiteral("/"),
-                                                       QStringLiteral("org.kde.kf5auth"),
-                                                       QStringLiteral("performAction"));
-    call << QLatin1String(helperId) + QStringLiteral(".nosuch") << bus.baseService().toUtf8() << QVariantMap()
-         << arguments;
-    if (!bus.send(call)) {
+    if (!bus.send(performAction(
+            QLatin1String(helperId) + QStringLiteral(".nosuch"), bus.baseService(), encodedArguments(QVariantMap())))) {
         qFatal("nothing can be sent");
     }
 }

@@ -53,7 +53,7 @@ const QLatin1String inForceMember("inForce");
 QByteArray memberIn(const QByteArray &document)
 {
     const QByteArray start = "\"policies\": {\n";
-    const int begin = document.indexOf(start) + start.size();
+    const auto begin = document.indexOf(start) + start.size();
     return document.mid(begin, document.indexOf("\n    },\n    \"version\"") - begin);
 }
 }
@@ -116,10 +116,10 @@ void ClientTest::helps_data()
     QTest::addColumn<QByteArray>("text");
     const QByteArray texts = contentOf(QFINDTESTDATA("help.txt"));
     const QByteArray prompt = "$ accountpolicyctl ";
-    for (int start = texts.indexOf(prompt); start >= 0;) {
-        const int next = texts.indexOf(prompt, start + 1);
+    for (auto start = texts.indexOf(prompt); start >= 0;) {
+        const auto next = texts.indexOf(prompt, start + 1);
         const QByteArray section = texts.mid(start, next < 0 ? -1 : next - start);
-        const int lineEnd = section.indexOf('\n');
+        const auto lineEnd = section.indexOf('\n');
         QTest::newRow(section.mid(prompt.size(), lineEnd - prompt.size()).constData()) << section.mid(lineEnd + 1);
         start = next;
     }

@@ -69,10 +69,10 @@ QByteArrayList stockLines()
 {
     const QByteArray name = id().toLatin1();
     return {
-        "ok    helper: /usr/lib/kauth/libexec/accountpolicieshelper",
+        QByteArray("ok    helper: ") + helperFile,
         "ok    bus service: /usr/share/dbus-1/system-services/" + name + ".service",
         "ok    bus policy: /usr/share/dbus-1/system.d/" + name + ".conf",
-        "ok    bus policy of KAuth: /usr/share/dbus-1/system.d/org.kde.kf5auth.conf",
+        QByteArray("ok    bus policy of KAuth: ") + kauthPolicyFile,
         "ok    polkit actions: /usr/share/polkit-1/actions/" + name + ".policy",
         "ok    password prompt for terminals: /usr/bin/pkttyagent",
         "ok    system bus",
@@ -109,9 +109,12 @@ using OtherFiles = QMap<QString, QByteArray>;
 
 /// @param command run once the files are as they are said to be
 /// @param lines   what is unusual in the checkup's output then
-void addFault(const char *name, const OtherFiles &files, const QByteArrayList &lines, const char *command = "true")
+void addFault(const char *name,
+              const OtherFiles &files,
+              const QByteArrayList &lines,
+              const QByteArray &command = "true")
 {
-    QTest::newRow(name) << files << QByteArray(command) << lines;
+    QTest::newRow(name) << files << command << lines;
 }
 
 // clang-format off
@@ -119,26 +122,26 @@ void addFileFaults()
 {
     const QString helper = QString::fromLatin1(helperFile);
     const QString bus = QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(id());
+    const QByteArray path = helperFile;
     const OtherFiles otherHelper{{helper, contentOf(helper)}};
-    const QByteArrayList replaceable{"WRONG others than root may replace the helper: " + helper.toLatin1(),
-                                     "      chown root " + helper.toLatin1() + "; chmod 755 " + helper.toLatin1()};
+    const QByteArrayList replaceable{"WRONG others than root may replace the helper: " + path,
+                                     "      chown root " + path + "; chmod 755 " + path};
     addFault("bus policy missing", {{bus, {}}},
              {"WRONG bus policy is missing: " + bus.toLatin1(), "      install the helper again"});
-    addFault("bus policy of KAuth missing", {{QStringLiteral("/usr/share/dbus-1/system.d/org.kde.kf5auth.conf"), {}}},
-             {"WRONG bus policy of KAuth is missing: /usr/share/dbus-1/system.d/org.kde.kf5auth.conf",
-              "      apt install libkf5auth-data"});
+    addFault("bus policy of KAuth missing", {{QString::fromLatin1(kauthPolicyFile), {}}},
+             {QByteArray("WRONG bus policy of KAuth is missing: ") + kauthPolicyFile,
+              QByteArray("      apt install ") + kauthPolicyPackage});
     addFault("agent missing", {{QStringLiteral("/usr/bin/pkttyagent"), {}}},
              {"WRONG password prompt for terminals is missing: /usr/bin/pkttyagent", "      apt install polkitd"});
     addFault("helper not executable", otherHelper,
-             {"WRONG the helper cannot be executed: " + helper.toLatin1(), "      chmod 755 " + helper.toLatin1()},
-             "chmod 644 /usr/lib/kauth/libexec/accountpolicieshelper");
-    addFault("helper open to all", otherHelper, replaceable, "chmod 777 /usr/lib/kauth/libexec/accountpolicieshelper");
+             {"WRONG the helper cannot be executed: " + path, "      chmod 755 " + path},
+             "chmod 644 " + path);
+    addFault("helper open to all", otherHelper, replaceable, "chmod 777 " + path);
     addFault("helper open to a group", otherHelper, replaceable,
-             "install -g 4 -m 775 /usr/lib/kauth/libexec/accountpolicieshelper.away "
-             "/usr/lib/kauth/libexec/accountpolicieshelper");
-    addFault("helper open to root's group", otherHelper, {}, "chmod 775 /usr/lib/kauth/libexec/accountpolicieshelper");
+             "install -g 4 -m 775 " + path + ".away " + path);
+    addFault("helper open to root's group", otherHelper, {}, "chmod 775 " + path);
     addFault("helper of another owner", otherHelper, replaceable,
-             "chown 65534 /usr/lib/kauth/libexec/accountpolicieshelper");
+             "chown 65534 " + path);
 }
 
 void addPamFaults()
@@ -304,7 +307,7 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
                            "auth required pam_faillock.so preauth deny=5\nauth required pam_faillock.so authfail\n");
     const ScopedFile limits(QStringLiteral("/etc/security/faillock.conf"), "unlock_time = never\n");
     QByteArrayList lines = stockLines();
-    const int lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
+    const auto lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
     lines.replace(lockout, "note  accounts are locked by pam_faillock: deny 5, fail_interval 900, unlock_time never");
     lines.replace(lockout + 1, "      the lockout policy does not change that; see faillock.conf(5)");
 
@@ -374,7 +377,7 @@ void DoctorTest::findsNoBus()
 {
     const ScopedVariable address("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");
     QByteArrayList lines = stockLines();
-    const int bus = lines.indexOf("ok    system bus");
+    const auto bus = lines.indexOf("ok    system bus");
     lines.replace(bus, "WRONG the system bus cannot be reached");
     lines.replace(bus + 1, "      start the service dbus");
     lines.replace(bus + 2, "note  without it root reads and changes policies by itself, and others only read");

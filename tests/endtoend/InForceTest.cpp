@@ -160,7 +160,7 @@ public:
     int margin(const QByteArray &password) const
     {
         const QMap<QString, int> counts = classCounts(password);
-        int length = password.size();
+        auto length = password.size();
         int missing = 0;
         for (auto count = counts.cbegin(); count != counts.cend(); ++count) {
             const int credit = number("settings", count.key());

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <QtGlobal>
+
 // The files of the policies, and the programs that work on them.
 
 inline constexpr char authStack[] = "/etc/pam.d/common-auth";
@@ -14,4 +16,12 @@ inline constexpr char useraddFile[] = "/etc/default/useradd";
 
 inline constexpr char toolFile[] = "/usr/sbin/pam-auth-update";
 inline constexpr char cpFile[] = "/usr/bin/cp";
+#if QT_VERSION_MAJOR >= 6
+inline constexpr char helperFile[] = "/usr/lib/kf6/kauth/libexec/accountpolicieshelper";
+inline constexpr char kauthPolicyFile[] = "/usr/share/dbus-1/system.d/org.kde.kf6auth.conf";
+inline constexpr char kauthPolicyPackage[] = "libkf6auth-data";
+#else
 inline constexpr char helperFile[] = "/usr/lib/kauth/libexec/accountpolicieshelper";
+inline constexpr char kauthPolicyFile[] = "/usr/share/dbus-1/system.d/org.kde.kf5auth.conf";
+inline constexpr char kauthPolicyPackage[] = "libkf5auth-data";
+#endif

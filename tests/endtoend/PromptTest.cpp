@@ -128,7 +128,7 @@ void PromptTest::asksAndWrites()
 
     QCOMPARE(terminal.waitForEnd(), 0);
     QCOMPARE(lastLine(shown(terminal)), QByteArray("expiration: in force"));
-    QVERIFY(!terminal.output().contains(password));
+    QVERIFY(!terminal.output().contains(QByteArray(password)));
     QVERIFY(terminal.echoes());
     QCOMPARE(loginDefs(), QByteArray("PASS_MAX_DAYS 7\n"));
 }

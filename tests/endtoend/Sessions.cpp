@@ -75,10 +75,10 @@ void Sessions::addSessions() const
     if (!text.contains(mark)) {
         qFatal("there is no session in %s", qPrintable(file));
     }
-    for (int start = text.indexOf(mark); start >= 0;) {
-        const int next = text.indexOf(mark, start + 1);
+    for (auto start = text.indexOf(mark); start >= 0;) {
+        const auto next = text.indexOf(mark, start + 1);
         const QByteArray session = text.mid(start, next < 0 ? -1 : next - start).trimmed();
-        const int lineEnd = session.indexOf('\n');
+        const auto lineEnd = session.indexOf('\n');
         QTest::newRow(session.mid(3, lineEnd - 3).constData()) << session.mid(lineEnd + 1);
         start = next;
     }

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void needsNoOutputToSayNothing();
     void leavesBrokenPipeUnsaid_data();
     void leavesBrokenPipeUnsaid();
+    void saysNothingOfTheLocale();
     void worksWithoutStandardStreams();
     void startsNotWithoutAllStreams();
     void tellsThatInputCannotBeRead_data();
@@ -91,6 +92,16 @@ void StreamsTest::leavesBrokenPipeUnsaid()
     const QString script = QStringLiteral("exec 3> >(exec true); wait $!; accountpolicyctl show >&3; echo $? >&2");
 
     QCOMPARE(shell(nobody, before + script), ProgramResult({0, {}, exitCode + '\n'}));
+}
+
+void StreamsTest::saysNothingOfTheLocale()
+{
+    const QString script = QStringLiteral("LC_ALL=%1 accountpolicyctl --version");
+    for (const QString &locale : {QStringLiteral("C"), QStringLiteral("C.UTF-8"), QStringLiteral("xx_XX")}) {
+        const ProgramResult result = shell(nobody, script.arg(locale));
+        QCOMPARE(result.standardError, QByteArray());
+        QCOMPARE(result.exitCode, 0);
+    }
 }
 
 void StreamsTest::worksWithoutStandardStreams()

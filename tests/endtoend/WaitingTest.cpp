@@ -5,6 +5,7 @@
 
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/PromptFixture.h"
 #include "tests/support/Files.h"
@@ -214,9 +215,8 @@ void WaitingTest::showsThatItWaits_data()
     QTest::newRow("for an account") << QStringLiteral("/usr/bin/chage")
                                     << QStringLiteral("set user policyadmin maxInterval=40") << QByteArray("accounts")
                                     << QByteArray("user policyadmin: in force\r\n");
-    QTest::newRow("for the helper's start")
-        << QStringLiteral("/usr/lib/kauth/libexec/accountpolicieshelper") << QStringLiteral("doctor")
-        << QByteArray("helper") << QByteArray("ok    nothing was left behind\r\n");
+    QTest::newRow("for the helper's start") << QString::fromLatin1(helperFile) << QStringLiteral("doctor")
+                                            << QByteArray("helper") << QByteArray("ok    nothing was left behind\r\n");
 }
 
 void WaitingTest::showsThatItWaits()

@@ -1,10 +1,10 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-find_package(Qt5 5.15 REQUIRED COMPONENTS DBus)
+find_package(Qt${QT_MAJOR_VERSION} ${QT_MIN_VERSION} REQUIRED COMPONENTS DBus)
 
 add_executable(buscaller endtoend/buscaller.cpp)
-target_link_libraries(buscaller PRIVATE helperid KF5::AuthCore)
+target_link_libraries(buscaller PRIVATE helperid KF${QT_MAJOR_VERSION}::AuthCore)
 
 add_executable(impatientclient endtoend/impatientclient.cpp)
 target_link_libraries(impatientclient PRIVATE client)
@@ -18,15 +18,17 @@ add_library(endtoendsupport STATIC
     endtoend/PromptFixture.cpp
     endtoend/Sessions.cpp
 )
-target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt5::DBus PRIVATE client)
+target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt${QT_MAJOR_VERSION}::DBus PRIVATE client)
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
 foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest
-                      OwnReadingTest PamTest PromptTest ReportTest StreamsTest)
+                      OwnReadingTest PamTest PromptTest RecordedRepliesTest ReportTest StreamsTest)
     add_bus_test(endtoend/${name})
 endforeach()
 target_link_libraries(ClientTest PRIVATE client)
+target_compile_definitions(RecordedRepliesTest PRIVATE
+    RECORDED_REPLIES="${CMAKE_CURRENT_SOURCE_DIR}/endtoend/RecordedRepliesTest.replies")
 add_bus_test(endtoend/FaultsTest COST 34)
 add_bus_test(endtoend/InForceTest COST 40)
 add_bus_test(endtoend/LocalTest COST 40)

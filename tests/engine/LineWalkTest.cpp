@@ -85,7 +85,7 @@ QByteArray randomContent(Random *random)
         "\xc2\x85"};
     QByteArray content;
     for (int length = randomNumber(random, 40); length > 0; --length) {
-        content += fragments.at(randomNumber(random, fragments.size()));
+        content += fragments.at(randomNumber(random, static_cast<int>(fragments.size())));
     }
     return content;
 }

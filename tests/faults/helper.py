@@ -13,7 +13,9 @@ import time
 from bench import Bench
 from machine import SCRATCH, TRACE, TRACED, write_program
 
-HELPER = '/usr/lib/kauth/libexec/accountpolicieshelper'
+# of a build for Frameworks 6, or else for 5
+HELPERS = ['/usr/lib/kf6/kauth/libexec/accountpolicieshelper', '/usr/lib/kauth/libexec/accountpolicieshelper']
+HELPER = next(filter(os.path.exists, HELPERS), None)
 REAL_HELPER = SCRATCH + '/accountpolicieshelper'
 INJECT = SCRATCH + '/inject'
 PROCESS = SCRATCH + '/process'

@@ -27,6 +27,17 @@ const char *const slotNames[] = {
     readLockout, writeLockout, readComplexity, writeComplexity, readExpiration, writeExpiration};
 constexpr int slotCount = 6;
 
+// what an argument's type is told by
+#if QT_VERSION_MAJOR >= 6
+using MetaTypeOfArgument = QMetaType;
+const MetaTypeOfArgument someType(QMetaType::Int);
+const MetaTypeOfArgument noType;
+#else
+using MetaTypeOfArgument = int;
+constexpr MetaTypeOfArgument someType = 99;
+constexpr MetaTypeOfArgument noType = -1;
+#endif
+
 const QStringList lockoutFlags = texts({"magic_root: bool false", "no_reset: bool false", "per_user: bool false"});
 const QStringList complexityFlags =
     texts({"enforce_for_root: bool false", "gecoscheck: bool false", "reject_username: bool false"});
@@ -303,14 +314,14 @@ void AccountPoliciesHelperTest::tellsHowFarIdsAreBelowTheEnd()
         ActionReply reply;
         QVariantMap args;
         void *invocation[] = {&reply, &args};
-        int type = 99;
+        MetaTypeOfArgument type = someType;
         int argument = 0;
         void *request[] = {&type, &argument};
 
         QCOMPARE(metacall(&m_helper, QMetaObject::InvokeMetaMethod, id, invocation), id - slotCount);
         QCOMPARE(metacall(&m_helper, QMetaObject::RegisterMethodArgumentMetaType, id, request), id - slotCount);
         // it knows no types of arguments
-        QCOMPARE(type, -1);
+        QCOMPARE(type, noType);
     }
 }
 

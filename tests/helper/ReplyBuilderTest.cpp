@@ -66,13 +66,17 @@ QVariantMap callersMap()
             {QStringLiteral("deny"), qlonglong(5)}};
 }
 
-/// A map in which "error" stands twice.
+/// A map in which "error" stands twice; with Qt 6 no map can have that, and the later one replaces the other.
 QVariantMap twoErrors()
 {
+#if QT_VERSION_MAJOR >= 6
+    return {{QStringLiteral("error"), 2}};
+#else
     QMultiMap<QString, QVariant> values;
     values.insert(QStringLiteral("error"), 1);
     values.insert(QStringLiteral("error"), 2);
     return QVariantMap(values);
+#endif
 }
 }
 
@@ -128,7 +132,7 @@ void ReplyBuilderTest::answersByStateAlone()
 
 void ReplyBuilderTest::removesEveryErrorEntryOfSuccess()
 {
-    QCOMPARE(twoErrors().count(QStringLiteral("error")), 2);
+    QCOMPARE(twoErrors().count(QStringLiteral("error")), QT_VERSION_MAJOR >= 6 ? 1 : 2);
 
     QCOMPARE(typedEntries(replyOf(twoErrors(), endingIn(TaskState::Succeeded))), texts({"read: int 7"}));
 }

@@ -60,7 +60,7 @@ void type(PseudoTerminal *terminal, const QByteArray &command)
 /// Types a command and waits for its end; what it printed, and its exit code.
 QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
 {
-    const int start = terminal->output().size();
+    const auto start = terminal->output().size();
     type(terminal, command);
     return terminal->waitFor("exited ") && terminal->waitFor("ready> ") ? terminal->output().mid(start)
                                                                         : "nothing: " + terminal->output();
@@ -74,7 +74,7 @@ while read -r how path; do
         */) mkdir -p $path && touch ${path}entry ;;
         *) [ -s $path ] || echo '#' >$path ;;
     esac
-done </usr/lib/kauth/libexec/guarded)SHELL";
+done </usr/libexec/guarded)SHELL";
 
 QByteArray withoutComments(const QByteArray &content)
 {
@@ -284,7 +284,7 @@ void MachineTest::asksOnceForAllPolicies()
     const QByteArray document =
         R"({"version": 1, "policies": {"expiration": {"maxInterval": 77}, "complexity": {"minlen": 14}}})";
     writeContent(m_machine->root().path("/wanted.json"), document);
-    const int before = terminal->output().size();
+    const auto before = terminal->output().size();
 
     type(terminal, "accountpolicyctl apply /wanted.json");
     QVERIFY2(answerPassword(terminal), terminal->output().constData());
@@ -334,16 +334,14 @@ void MachineTest::letsRootWriteInRemoteSession()
 void MachineTest::confinesTheHelper()
 {
     const QByteArray guarded = withoutComments(contentOf(QStringLiteral(MACHINE_SOURCES "/guarded")));
-    writeContent(m_machine->root().path("/usr/lib/kauth/libexec/guarded"), guarded);
-    writeProgram(m_machine->root().path("/usr/lib/kauth/libexec/probe"),
-                 contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
+    writeContent(m_machine->root().path("/usr/libexec/guarded"), guarded);
+    writeProgram(m_machine->root().path("/usr/libexec/probe"), contentOf(QStringLiteral(MACHINE_SOURCES "/probe")));
     QCOMPARE(run(makeAllThatIsGuarded), QByteArray("0: "));
     // the helper's own unit, with another program in it
-    QCOMPARE(
-        run("sed -e 's,^ExecStart=.*,ExecStart=/usr/lib/kauth/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
-            "/lib/systemd/system/accountpolicieshelper.service > /run/systemd/system/probe.service && "
-            "systemctl daemon-reload && systemctl start probe"),
-        QByteArray("0: "));
+    QCOMPARE(run("sed -e 's,^ExecStart=.*,ExecStart=/usr/libexec/probe,; s,^Type=.*,Type=oneshot,; /^BusName=/d' "
+                 "/lib/systemd/system/accountpolicieshelper.service > /run/systemd/system/probe.service && "
+                 "systemctl daemon-reload && systemctl start probe"),
+             QByteArray("0: "));
 
     // the journal may be a moment behind
     QByteArray output;

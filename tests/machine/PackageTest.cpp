@@ -3,6 +3,7 @@
 
 // The Debian packages as files, and what installing and removing them does to a machine.
 
+#include "tests/endtoend/PolicyFiles.h"
 #include "tests/machine/Machine.h"
 #include "tests/support/Files.h"
 
@@ -193,7 +194,7 @@ void PackageTest::isBuiltReproducibly()
 void PackageTest::hardensPrograms()
 {
     const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
-    for (const char *program : {"/usr/bin/accountpolicyctl", "/usr/lib/kauth/libexec/accountpolicieshelper"}) {
+    for (const char *program : {"/usr/bin/accountpolicyctl", helperFile}) {
         const QString read = QString::fromLatin1(
             outputOf(QStringLiteral("readelf --wide -h -l -d --dyn-syms ") + machine.path(program)));
         for (const char *sign : {"DYN \\(Position-Independent Executable file\\)",
@@ -213,7 +214,7 @@ void PackageTest::fortifiesSources()
         const QByteArray lines = lineTables(machine, package);
         // only with _FORTIFY_SOURCE does a source that includes <cstdio> get the header with the checked functions; no
         // call is left that needs a check when the programs run, or it would be seen in their symbols
-        const int sources = lines.count(QByteArray("): cstdio\n"));
+        const auto sources = lines.count(QByteArray("): cstdio\n"));
         QVERIFY2(sources > 5, lines.left(1000).constData());
         QCOMPARE(lines.count(QByteArray("): stdio2.h\n")), sources);
     }

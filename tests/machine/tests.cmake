@@ -36,6 +36,6 @@ target_compile_definitions(ServerTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_S
 target_compile_definitions(MachineTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
 
 add_executable(attacker machine/attacker.cpp)
-target_link_libraries(attacker PRIVATE helperid KF5::AuthCore Qt5::DBus)
+target_link_libraries(attacker PRIVATE helperid KF${QT_MAJOR_VERSION}::AuthCore Qt${QT_MAJOR_VERSION}::DBus)
 add_dependencies(MachineTest attacker)
 target_compile_definitions(MachineTest PRIVATE ATTACKER="$<TARGET_FILE:attacker>")

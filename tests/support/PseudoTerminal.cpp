@@ -69,9 +69,9 @@ bool PseudoTerminal::waitFor(const QByteArray &text, int limit)
     QElapsedTimer clock;
     clock.start();
     for (;;) {
-        const int place = m_output.indexOf(text, m_seen);
+        const auto place = m_output.indexOf(text, m_seen);
         if (place >= 0) {
-            m_seen = place + text.size();
+            m_seen = static_cast<int>(place + text.size());
             return true;
         }
         // asked before the last output is read

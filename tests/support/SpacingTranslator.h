@@ -11,7 +11,9 @@ class SpacingTranslator : public RecordingTranslator
 public:
     QString translate(const char *context, const char *sourceText, const char *disambiguation, int n) const override
     {
-        RecordingTranslator::translate(context, sourceText, disambiguation, n);
+        if (RecordingTranslator::translate(context, sourceText, disambiguation, n).isNull()) {
+            return {};
+        }
         return QLatin1String("\n\t ") + QString::fromUtf8(sourceText) + QLatin1String(" \t\n");
     }
 };

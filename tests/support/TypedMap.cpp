@@ -3,6 +3,18 @@
 
 #include "tests/support/TypedMap.h"
 
+namespace
+{
+bool convertTo(const QByteArray &type, QVariant *value)
+{
+#if QT_VERSION_MAJOR >= 6
+    return value->convert(QMetaType::fromName(type));
+#else
+    return value->convert(QMetaType::type(type.constData()));
+#endif
+}
+}
+
 QStringList typedEntries(const QVariantMap &map)
 {
     QStringList entries;
@@ -18,7 +30,8 @@ QVariantMap typedMap(const QByteArray &entries)
     for (const QString &entry : QString::fromUtf8(entries).split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
         const QString typeAndValue = entry.section(QStringLiteral(": "), 1);
         QVariant value = typeAndValue.section(QLatin1Char(' '), 1);
-        if (!value.convert(QMetaType::type(typeAndValue.section(QLatin1Char(' '), 0, 0).toLatin1().constData()))) {
+        const QByteArray type = typeAndValue.section(QLatin1Char(' '), 0, 0).toLatin1();
+        if (!convertTo(type, &value)) {
             qFatal("%s is not the value of a type", qPrintable(entry));
         }
         map.insert(entry.section(QStringLiteral(": "), 0, 0), value);

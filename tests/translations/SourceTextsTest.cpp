@@ -54,7 +54,7 @@ QStringList textsOf(const QStringList &folders)
         arguments += QStringLiteral(SOURCES "/") + part;
     }
     arguments += {QStringLiteral("-I"), QStringLiteral(SOURCES), QStringLiteral("-ts"), tsFile};
-    const ProgramResult lupdate = runAs(0, QStringLiteral("/usr/lib/qt5/bin/lupdate"), arguments);
+    const ProgramResult lupdate = runAs(0, QStringLiteral(LUPDATE), arguments);
     return lupdate.exitCode == 0 ? textsIn(tsFile) : QStringList{QString::fromLocal8Bit(lupdate.standardError)};
 }
 

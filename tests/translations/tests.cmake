@@ -3,4 +3,5 @@
 
 add_unit_test(translations/SourceTextsTest)
 target_sources(SourceTextsTest PRIVATE support/InterfacePage.cpp)
-target_compile_definitions(SourceTextsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+target_compile_definitions(SourceTextsTest PRIVATE
+    SOURCES="${PROJECT_SOURCE_DIR}" LUPDATE="/usr/lib/qt${QT_MAJOR_VERSION}/bin/lupdate")

@@ -12,12 +12,12 @@
 #include "client/bus/TerminalPrompt.h"
 #include "tests/support/ErrorTerminal.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/StandInForHelper.h"
 
 #include <KAuth/ActionReply>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusContext>
 #include <QDBusMessage>
 #include <QDataStream>
 #include <QTest>
@@ -212,18 +212,11 @@ void killPolkit()
 Q_DECLARE_METATYPE(const Case *)
 
 /// Takes the helper's name on the bus, and answers as it is told.
-class StandIn : public QObject, protected QDBusContext
+class StandIn : public StandInForHelper
 {
     Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.kf5auth")
 
 public:
-    bool start()
-    {
-        return m_bus.registerObject(QStringLiteral("/"), this, QDBusConnection::ExportAllSlots)
-            && m_bus.registerService(QLatin1String(helperId));
-    }
-
     void answerBy(const char *answers)
     {
         m_answers = answers;
@@ -235,7 +228,7 @@ public:
     {
         const QByteArray answer = ::answerBy(letter, m_arguments);
         if (!answer.isEmpty()) {
-            m_bus.send(m_unanswered.createReply(answer));
+            bus().send(m_unanswered.createReply(answer));
         }
     }
 
@@ -248,23 +241,16 @@ Q_SIGNALS:
     /// With the number of the call, from 1, before it is answered.
     void called(int call);
 
-public Q_SLOTS:
-    QByteArray performAction(const QString & /*action*/,
-                             const QByteArray & /*caller*/,
-                             const QVariantMap & /*details*/,
-                             const QByteArray &arguments)
+private:
+    QByteArray answer(const QDBusMessage &call, const QByteArray &arguments) override
     {
         m_arguments = decoded(arguments);
-        m_unanswered = message();
+        m_unanswered = call;
         const QByteArray answer = ::answerBy(letterAt(m_answers, ++m_calls), m_arguments);
-        setDelayedReply(answer.isEmpty());
         Q_EMIT called(m_calls);
         return answer;
     }
 
-private:
-    // not the connection of the request, which would answer itself without the bus
-    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("stand-in"));
     const char *m_answers = "";
     QVariantMap m_arguments;
     QDBusMessage m_unanswered;

@@ -170,7 +170,7 @@ void ChangeTest::keepsTheWayBack()
 
     QTEST(static_cast<int>(code), "exitCode");
     QTEST(store.readings, "readings");
-    QTEST(History().entries().size(), "kept");
+    QTEST(static_cast<int>(History().entries().size()), "kept");
 }
 
 void ChangeTest::keepsUndoOnlyIfItMayBeInForce()

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -21,7 +22,7 @@ namespace
 HistoryEntry entryOf(int second, const QString &store, const QVariantMap &before)
 {
     return {QString(),
-            QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), Qt::UTC),
+            QDateTime(QDate(2026, 11, 21), QTime(4, 5, second, 678), QTimeZone::utc()).toUTC(),
             StoreName::fromText(store),
             QStringLiteral("set something %1").arg(second),
             before,

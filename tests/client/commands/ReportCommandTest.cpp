@@ -28,7 +28,7 @@ QByteArray titleOfReport(const QString &path)
     QByteArray page(65536, '\0');
     page.resize(static_cast<int>(qMax<ssize_t>(0, read(pipe, page.data(), 65536))));
     close(pipe);
-    const int begin = page.indexOf("<title>");
+    const auto begin = page.indexOf("<title>");
     return end == ExitCode::Done ? page.mid(begin, page.indexOf('\n', begin) - begin) : "failed";
 }
 }

@@ -166,6 +166,7 @@ void AccountStateTest::knowsNothingOfOthers()
 
 void AccountStateTest::findsAccountInTheEncodingOfTheLocale()
 {
+    writeContent(QStringLiteral("/etc/passwd"), "j\xfcrgen:x:4323:4323::/:/bin/sh\n");
     writeContent(QStringLiteral("/etc/shadow"), "j\xfcrgen:x:20000:0:99999:7:::\n");
     const ScopedLatin1 locale;
 

@@ -5,14 +5,13 @@
 
 #include "client/stores/PolicyStore.h"
 
-#include "HelperId.h"
 #include "client/stores/PolicyAccess.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/StandInForHelper.h"
 
 #include <KAuth/ActionReply>
 
-#include <QDBusConnection>
 #include <QDataStream>
 #include <QTest>
 
@@ -24,28 +23,16 @@ const char written[] = "password requisite pam_pwquality.so minlen=12\n";
 }
 
 /// Takes the helper's name on the bus, makes the profile what it is told at each call, and answers as it is told.
-class WritingHelper : public QObject
+class WritingHelper : public StandInForHelper
 {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.kf5auth")
-
 public:
-    bool start()
-    {
-        return m_bus.registerObject(QStringLiteral("/"), this, QDBusConnection::ExportAllSlots)
-            && m_bus.registerService(QLatin1String(helperId));
-    }
-
     QByteArray content;
     KAuth::ActionReply reply;
     /// For a task that failed.
     QString message;
 
-public Q_SLOTS:
-    QByteArray performAction(const QString & /*action*/,
-                             const QByteArray & /*caller*/,
-                             const QVariantMap & /*details*/,
-                             const QByteArray &arguments)
+private:
+    QByteArray answer(const QDBusMessage & /*call*/, const QByteArray &arguments) override
     {
         writeContent(profile, content);
         QVariantMap data;
@@ -59,10 +46,6 @@ public Q_SLOTS:
         reply.setData(data);
         return reply.serialized();
     }
-
-private:
-    // not the connection of the request, which would answer itself without the bus
-    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("stand-in"));
 };
 
 class PolicyStoreTest : public QObject

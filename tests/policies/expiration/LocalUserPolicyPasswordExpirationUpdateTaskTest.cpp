@@ -203,7 +203,7 @@ void LocalUserPolicyPasswordExpirationUpdateTaskTest::changesNoOtherAccount()
 
     QCOMPARE(contentOf(passwdFile), m_passwd);
     QByteArray expected = m_shadow;
-    const int entry = expected.indexOf("\njohn:");
+    const auto entry = expected.indexOf("\njohn:");
     expected.replace(expected.indexOf(":5:6:7:8:9:", entry), 11, ":1:90:14:30:29220:");
     QCOMPARE(contentOf(shadowFile), expected);
     QCOMPARE(shadowOf("jane"), QByteArray("5:6:7:8:9:"));
