@@ -202,8 +202,8 @@ void PamFilesTest::tellsObstacle_data()
                                             << QStringList{cracklib} << pwquality << QString();
     QTest::newRow("complexity: no profile") << QStringList() << QStringList{pwquality} << QString()
                                             << "its profile is missing (/usr/share/pam-configs/pwquality, "
-                                               "/usr/share/pam-configs/cracklib), and --force cannot "
-                                               "write it either";
+                                               "/usr/share/pam-configs/cracklib); install a package that "
+                                               "brings one, since --force cannot write it either";
     QTest::newRow("complexity: module of a profile that is missing")
         << QStringList{QStringLiteral("cracklib")} << QStringList{pwquality} << QString()
         << QLatin1String("its module pam_cracklib.so is not installed") + hint;
