@@ -37,6 +37,15 @@ bool openClosedStreams()
     return openIfClosed(STDIN_FILENO) && openIfClosed(STDOUT_FILENO) && openIfClosed(STDERR_FILENO);
 }
 
+QtMessageHandler usualHandler;
+
+void handleAllButWarnings(QtMsgType type, const QMessageLogContext &context, const QString &text)
+{
+    if (type != QtWarningMsg) {
+        usualHandler(type, context, text);
+    }
+}
+
 /**
  * The application, in the locale that the user has set.
  *
@@ -44,12 +53,7 @@ bool openClosedStreams()
  */
 std::unique_ptr<QCoreApplication> makeApplication(int *argc, char **argv)
 {
-    static QtMessageHandler usual;
-    usual = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &context, const QString &text) {
-        if (type != QtWarningMsg) {
-            usual(type, context, text);
-        }
-    });
+    usualHandler = qInstallMessageHandler(handleAllButWarnings);
     auto application = std::make_unique<QCoreApplication>(*argc, argv);
     qInstallMessageHandler(nullptr);
     static_cast<void>(std::setlocale(LC_ALL, ""));
