@@ -75,7 +75,10 @@ int takeNumber(QStringList *arguments, const QString &option, int usual)
 
 void failCount(const QString &script, qsizetype answers, qsizetype records)
 {
-    qFatal("%s answers %lld of %lld records", qPrintable(script), qlonglong(answers), qlonglong(records));
+    qFatal("%s answers %s of %s records",
+           qPrintable(script),
+           qPrintable(QString::number(answers)),
+           qPrintable(QString::number(records)));
 }
 }
 

@@ -226,9 +226,9 @@ public:
     /// Answers the last call, which was left without.
     void answerAtLast(char letter)
     {
-        const QByteArray answer = ::answerBy(letter, m_arguments);
-        if (!answer.isEmpty()) {
-            bus().send(m_unanswered.createReply(answer));
+        const QByteArray late = ::answerBy(letter, m_arguments);
+        if (!late.isEmpty()) {
+            bus().send(m_unanswered.createReply(late));
         }
     }
 
