@@ -38,8 +38,8 @@ QString actionFor(const QString &verdict, const QString &control)
     return named.isEmpty() ? actionInBrackets(QStringLiteral("default"), word) : named;
 }
 
-/// Whether a module that stores passwords asks for one itself and runs although a line has refused it: what is refused
-/// without an end there doesn't keep the lines below from running.
+/// Whether pam_unix asks for a password itself, and stores it although another line refuses. The lines above the refusing
+/// one have run by then; those below it run unless it ends the stack.
 bool isStoredAllTheSame(const QString &stack, const PamLine &refusing, bool ends)
 {
     const auto storing = pamLines(fileContent(stack), QStringLiteral("password"), QStringLiteral("pam_unix"));
