@@ -7,6 +7,7 @@
 #include "messages/LocalText.h"
 
 #include <QCoreApplication>
+#include <QDBusArgument>
 #include <QLocale>
 #include <QTranslator>
 
@@ -78,6 +79,8 @@ int main(int argc, char *argv[])
         printError(QStringLiteral("/dev/null cannot be opened")); // too early for a translation
         return static_cast<int>(ExitCode::Failed);
     }
+    // Qt's list of types begins here, before the bus's thread, and so ends behind it: what that holds then can be freed
+    qRegisterMetaType<QDBusArgument>();
     const auto application = makeApplication(&argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(VERSION));
     QTranslator translator;
