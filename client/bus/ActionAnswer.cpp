@@ -4,6 +4,7 @@
 #include "client/bus/ActionAnswer.h"
 
 #include <QDataStream>
+#include <QIODevice>
 #include <QtEndian>
 
 namespace

@@ -34,7 +34,7 @@ QProcessEnvironment helperEnvironment()
     QProcessEnvironment environment;
     for (const char *entry : {searchPath, locale, frontend}) {
         const QString text = QString::fromLatin1(entry);
-        const int nameEnd = text.indexOf(QLatin1Char('='));
+        const auto nameEnd = text.indexOf(QLatin1Char('='));
         environment.insert(text.left(nameEnd), text.mid(nameEnd + 1));
     }
     return environment;
