@@ -11,6 +11,9 @@ use Exporter 'import';
 
 our @EXPORT = qw(nextRecord linesOf decoded textOf integerOf outcomeOf);
 
+# The command line has the major version of Qt first.
+my $qt = shift @ARGV;
+
 # By kind, in the policy's order; they come as "KIND MODULE,MODULE FLAG,FLAG NUMBER,NUMBER" on the command line.
 our (%modulesOf, %flagsOf, %numbersOf);
 for my $words (@ARGV) {
@@ -46,9 +49,9 @@ sub textOf ($line) {
     return ($setting // '') =~ s/^\s+|\s+$//gr;
 }
 
-# 0 for everything that is no decimal number of 32 bits. Qt takes the minus of typography too.
+# 0 for everything that is no decimal number of 32 bits. Qt 5 takes the minus of typography too.
 sub integerOf ($number) {
-    my $text = $number =~ s/\A\x{2212}/-/r;
+    my $text = $qt == 5 ? $number =~ s/\A\x{2212}/-/r : $number;
     return 0 if $text !~ /\A[-+]?[0-9]+\z/ || $text > 2**31 - 1 || $text < -2**31;
     return sprintf '%d', $text;
 }

@@ -28,6 +28,7 @@ QByteArray answer(const QString &script, const QVector<Record> &records)
         input += record.head + ' ' + QByteArray::number(record.content.size()) + '\n' + record.content;
     }
     const QStringList command{QStringLiteral(SCRIPTS "/") + script,
+                              QString::number(QT_VERSION_MAJOR),
                               QString::fromLatin1(wordsOf(Kind::CommonAuth)),
                               QString::fromLatin1(wordsOf(Kind::CommonPassword))};
     const ProgramResult result = runAs(root, QStringLiteral("perl"), command, input);

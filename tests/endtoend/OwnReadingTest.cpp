@@ -302,7 +302,7 @@ void OwnReadingTest::asksAgainWhereTheHelperEnds()
     endHelper();
     bringHelperBack();
 
-    QTEST(contentOf("/run/starts").size(), "starts");
+    QTEST(static_cast<int>(contentOf("/run/starts").size()), "starts");
     QCOMPARE(seen,
              exitCode == 0
                  ? expected

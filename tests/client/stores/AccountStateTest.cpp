@@ -170,7 +170,8 @@ void AccountStateTest::findsAccountInTheEncodingOfTheLocale()
     writeContent(QStringLiteral("/etc/shadow"), "j\xfcrgen:x:20000:0:99999:7:::\n");
     const ScopedLatin1 locale;
 
-    QVERIFY(readAccountState(QString::fromUtf8("j\xc3\xbcrgen")));
+    // the arguments of a program are in UTF-8 with Qt 6, and so the program that is asked knows no such account
+    QCOMPARE(readAccountState(QString::fromUtf8("j\xc3\xbcrgen")).has_value(), QT_VERSION_MAJOR == 5);
 }
 
 void AccountStateTest::reckonsBeyondTheLastDay()
