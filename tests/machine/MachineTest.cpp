@@ -66,6 +66,13 @@ QByteArray typed(PseudoTerminal *terminal, const QByteArray &command)
                                                                         : "nothing: " + terminal->output();
 }
 
+/// What to type for a program that an agent asks for: the agent knows it by its process, and tells when it listens by closing
+/// its stream 3.
+QByteArray withAgent(const QByteArray &command)
+{
+    return "(me=$BASHPID; cat < <(exec pkttyagent --process $me --notify-fd 3 3>&1 >/dev/tty); exec " + command + ")\r";
+}
+
 /// So that the machine has each file and folder that the file "guarded" lists, and something in it; but no folder that apt
 /// leaves in debconf's from Debian 13 on.
 const char makeAllThatIsGuarded[] = R"SHELL(rm -rf /var/cache/debconf/tmp.ci
@@ -116,6 +123,7 @@ private Q_SLOTS:
     void asksOnceForAllPolicies_data();
     void asksOnceForAllPolicies();
     void saysAtThePromptWhatTheCallerSays();
+    void asksAdministratorWhoseProgramUsesFrameworks();
     void letsRootWriteInRemoteSession();
     void confinesTheHelper();
     void isNoMoreExposedThanOthers();
@@ -134,6 +142,7 @@ void MachineTest::init()
 {
     m_machine = std::make_unique<Machine>();
     writeProgram(m_machine->root().path("/usr/bin/attacker"), contentOf(QStringLiteral(ATTACKER)));
+    writeProgram(m_machine->root().path("/usr/bin/kauthcaller"), contentOf(QStringLiteral(KAUTHCALLER)));
 }
 
 void MachineTest::cleanup()
@@ -306,12 +315,23 @@ void MachineTest::saysAtThePromptWhatTheCallerSays()
     const std::unique_ptr<PseudoTerminal> terminal = startInNoSession(*m_machine, "admin");
     QVERIFY(terminal);
 
-    // an agent asks for the process that started it
-    terminal->type("(pkttyagent & sleep 1; exec attacker writepasswordexpirationpolicy message)\r");
+    terminal->type(withAgent("attacker writepasswordexpirationpolicy message"));
 
     QVERIFY2(terminal->waitFor(
                  "writepasswordexpirationpolicy ====\r\n\033[0mYour password is wanted for something else\r\n"),
              terminal->output().constData());
+}
+
+void MachineTest::asksAdministratorWhoseProgramUsesFrameworks()
+{
+    const std::unique_ptr<PseudoTerminal> terminal = startInNoSession(*m_machine, "admin");
+    QVERIFY(terminal);
+
+    terminal->type(withAgent("kauthcaller writepasswordexpirationpolicy maxInterval=77"));
+    QVERIFY2(answerPassword(terminal.get()), terminal->output().constData());
+    QVERIFY2(terminal->waitFor("done"), terminal->output().constData());
+
+    QCOMPARE(run(maxDays), QByteArray(maxDaysAfterSet));
 }
 
 void MachineTest::letsRootWriteInRemoteSession()

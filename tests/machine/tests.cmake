@@ -35,7 +35,10 @@ set_tests_properties(machine/ServerTest PROPERTIES FIXTURES_REQUIRED "machine;im
 target_compile_definitions(ServerTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
 target_compile_definitions(MachineTest PRIVATE MACHINE_SOURCES="${CMAKE_CURRENT_SOURCE_DIR}/machine")
 
-add_executable(attacker machine/attacker.cpp)
-target_link_libraries(attacker PRIVATE helperid KF${QT_MAJOR_VERSION}::AuthCore Qt${QT_MAJOR_VERSION}::DBus)
-add_dependencies(MachineTest attacker)
-target_compile_definitions(MachineTest PRIVATE ATTACKER="$<TARGET_FILE:attacker>")
+# what calls the helper there: as no program should, and as a desktop's programs do
+foreach(name IN ITEMS attacker kauthcaller)
+    add_executable(${name} machine/${name}.cpp)
+    target_link_libraries(${name} PRIVATE helperid KF${QT_MAJOR_VERSION}::AuthCore Qt${QT_MAJOR_VERSION}::DBus)
+    add_dependencies(MachineTest ${name})
+endforeach()
+target_compile_definitions(MachineTest PRIVATE ATTACKER="$<TARGET_FILE:attacker>" KAUTHCALLER="$<TARGET_FILE:kauthcaller>")
