@@ -17,7 +17,7 @@ add_test(NAME machine/InstallationTest
                  ${SANDBOX} --bus -- $<TARGET_FILE:InstallationTest>)
 set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine LABELS unsanitized TIMEOUT 600)
 
-# transcripts/ has what to type on a machine, "$ " before each command, and what is seen then
+# transcripts/ has what to type on a machine, "$ " before each command, and what is seen then; its folders what differs with Qt
 foreach(name IN ITEMS MachineTest PackageTest ServerTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)
