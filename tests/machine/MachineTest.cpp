@@ -233,8 +233,10 @@ void MachineTest::asksAdministratorBesideTheSession()
     QVERIFY(session);
 
     // as in a unit of the user's own systemd, which belongs to no session, while polkit knows the user's
+    // a unit's last words can be lost at its end, so this one stays
     const std::unique_ptr<PseudoTerminal> terminal = m_machine->onTerminal(
-        QByteArray("systemd-run --quiet --pty --uid=admin --slice=user-$(id -u admin).slice ") + setMaxDays);
+        QByteArray("systemd-run --quiet --pty --uid=admin --slice=user-$(id -u admin).slice sh -c '") + setMaxDays
+        + "; exec cat'");
     QVERIFY2(terminal->waitFor("Authenticating as: admin"), terminal->output().constData());
     QTRY_COMPARE(run(agentsArguments), QByteArray(argumentsOfOurAgent));
     QVERIFY2(answerPassword(terminal.get()), terminal->output().constData());
