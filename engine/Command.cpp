@@ -46,7 +46,8 @@ CommandOutcome runCommand(const Command &command)
     outcome.errorString = libraryText(process.errorString());
     if (command.environment.isEmpty()) {
         // the call that Qt 5 starts it by then; Qt 6 has one for both
-        outcome.errorString.replace(QRegularExpression(QStringLiteral("\\Aexecve: ")), QStringLiteral("execvp: "));
+        static const QRegularExpression call(QStringLiteral("\\Aexecve: "));
+        outcome.errorString.replace(call, QStringLiteral("execvp: "));
     }
     return outcome;
 }

@@ -115,8 +115,8 @@ QStringList unmanagedWords(const QByteArray &line, const QStringList &managed)
 {
     const QByteArray text = line.left(static_cast<int>(qstrnlen(line.constData(), static_cast<uint>(line.size()))));
     QStringList unmanaged;
-    for (const QString &word :
-         QString::fromLocal8Bit(text.split('#').constFirst()).split(QRegExp(QStringLiteral("\\s+")))) {
+    const QString options = QString::fromLocal8Bit(text.split('#').constFirst()).simplified();
+    for (const QString &word : options.split(QLatin1Char(' '))) {
         QString name = word;
         name.remove(QRegularExpression(QStringLiteral("^=+")))
             .remove(QRegularExpression(QStringLiteral("=.*"), QRegularExpression::DotMatchesEverythingOption));
