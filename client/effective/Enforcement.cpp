@@ -30,9 +30,9 @@ QString actionFor(const QString &verdict, const QString &control)
 {
     const QString word = control.toLower();
     if (!word.contains(QLatin1Char('='))) {
-        return word == QLatin1String("requisite") ? QStringLiteral("die")
-            : word == QLatin1String("required")   ? QStringLiteral("bad")
-                                                  : QStringLiteral("ignore");
+        static const QMap<QString, QString> actions{{QStringLiteral("requisite"), QStringLiteral("die")},
+                                                    {QStringLiteral("required"), QStringLiteral("bad")}};
+        return actions.value(word, QStringLiteral("ignore"));
     }
     const QString named = actionInBrackets(verdict, word);
     return named.isEmpty() ? actionInBrackets(QStringLiteral("default"), word) : named;
