@@ -17,7 +17,9 @@ Mutant = collections.namedtuple("Mutant", "path start end text kind")
 
 OPERATORS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&", "+": "-",
              "-": "+", "*": "+", "%": "*", "|": "&", "&": "|", "+=": "-=", "-=": "+=", "<<": ">>", ">>": "<<"}
-ENCODINGS = {"fromLocal8Bit": "fromUtf8", "fromUtf8": "fromLocal8Bit", "toLocal8Bit": "toUtf8", "toUtf8": "toLocal8Bit"}
+ENCODINGS = {"fromLocal8Bit": "fromUtf8", "fromUtf8": "fromLocal8Bit", "toLocal8Bit": "toUtf8", "toUtf8": "toLocal8Bit",
+             "localText": "QString::fromUtf8", "wholeLocalText": "localText",
+             "localBytes": "[](const QString &text) { return text.toUtf8(); }"}
 # what a pattern can lose or trade without falling apart
 PATTERN_PIECES = [(r"\\s", "S"), (r"\\d", "D"), (r"\\b", ""), (r"\\\.", "."), (r"(?<=[\w)\]])\*", "+"),
                   (r"(?<=[\w)\]+*])\+", "*"), (r"(?<=[\w)\-=])\?(?!:)", ""), (r"\|", "x"), (r"\^", "")]
