@@ -41,6 +41,16 @@ std::unique_ptr<PseudoTerminal> logInFromAfar(const Machine &machine, const QByt
     return logIn(terminal.get()) ? std::move(terminal) : nullptr;
 }
 
+/// Logs in by ssh, from the machine itself; null if that fails.
+std::unique_ptr<PseudoTerminal> logInBySsh(const Machine &machine, const QByteArray &account)
+{
+    machine.run("echo KbdInteractiveAuthentication yes >/etc/ssh/sshd_config.d/asking.conf; systemctl restart ssh");
+    auto terminal = machine.onTerminal("systemd-run --quiet --pty ssh -o StrictHostKeyChecking=no "
+                                       "-o PreferredAuthentications=keyboard-interactive "
+                                       + account + "@127.0.0.1");
+    return logIn(terminal.get()) ? std::move(terminal) : nullptr;
+}
+
 /// A shell as a unit of the system has it, on a terminal but in no session; null if it doesn't start.
 std::unique_ptr<PseudoTerminal> startInNoSession(const Machine &machine, const QByteArray &account)
 {
@@ -201,17 +211,18 @@ void MachineTest::followsTranscript()
 
 void MachineTest::asksAdministrator_data()
 {
-    QTest::addColumn<bool>("fromAfar");
+    QTest::addColumn<Start>("start");
 
-    QTest::newRow("on the console") << false;
-    QTest::newRow("in a remote session") << true;
+    QTest::newRow("on the console") << Start(nullptr);
+    QTest::newRow("in a remote session") << Start(logInFromAfar);
+    QTest::newRow("by ssh") << Start(logInBySsh);
 }
 
 void MachineTest::asksAdministrator()
 {
-    QFETCH(bool, fromAfar);
-    const std::unique_ptr<PseudoTerminal> remote = fromAfar ? logInFromAfar(*m_machine, "admin") : nullptr;
-    PseudoTerminal *terminal = fromAfar ? remote.get() : logInOnConsole("admin");
+    QFETCH(Start, start);
+    const std::unique_ptr<PseudoTerminal> elsewhere = start ? start(*m_machine, "admin") : nullptr;
+    PseudoTerminal *terminal = start ? elsewhere.get() : logInOnConsole("admin");
     QVERIFY(terminal);
     const QByteArray shown = typed(terminal, "accountpolicyctl show expiration");
     QVERIFY2(shown.contains("  maxInterval       99999 days (never)  /etc/login.defs\r\n"), shown.constData());
@@ -286,6 +297,7 @@ void MachineTest::asksOnceForAllPolicies_data()
 
     QTest::newRow("on the console") << Start(nullptr);
     QTest::newRow("in a remote session") << Start(logInFromAfar);
+    QTest::newRow("by ssh") << Start(logInBySsh);
     QTest::newRow("in no session") << Start(startInNoSession);
 }
 
