@@ -5,6 +5,7 @@
 
 #include "HelperId.h"
 #include "bench/Measuring.h"
+#include "engine/ProcessStart.h"
 
 #include <KAuth/Action>
 #include <KAuth/ExecuteJob>
@@ -63,6 +64,7 @@ void end(const char *helper)
 void run(const QString &program, const QStringList &arguments)
 {
     QProcess process;
+    keepStartLimited(&process);
     process.start(program, arguments, QIODevice::ReadOnly);
     if (!process.waitForStarted() || !process.waitForFinished() || process.exitCode() != 0) {
         qFatal("%s failed", qPrintable(program));
