@@ -84,6 +84,11 @@ ProgramResult shell(int user, const QString &script, const QByteArray &input)
     return runWithState(user, {QStringLiteral("bash"), QStringLiteral("-c"), script}, input);
 }
 
+ScopedVariable uncounted()
+{
+    return {"GCOV_PREFIX", "/var/tmp/uncounted"};
+}
+
 QByteArray complaint(const QByteArray &text)
 {
     return "accountpolicyctl: " + text + '\n';

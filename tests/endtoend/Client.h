@@ -4,6 +4,7 @@
 #pragma once
 
 #include "tests/support/Program.h"
+#include "tests/support/ScopedVariable.h"
 
 /// Has pam-auth-update put in force what names a retired module: as it was before it got a list of these.
 void acceptRetiredModules();
@@ -24,6 +25,10 @@ ProgramResult client(int user, const char *words, const QByteArray &input = QByt
 
 /// Runs a script of bash in the client's place, with the same state folder.
 ProgramResult shell(int user, const QString &script, const QByteArray &input = QByteArray());
+
+/// While it lives, programs write down elsewhere what they have covered: a client that is killed meanwhile leaves that
+/// unreadable.
+ScopedVariable uncounted();
 
 /// What the client says of an error.
 QByteArray complaint(const QByteArray &text);

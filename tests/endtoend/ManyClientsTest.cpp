@@ -90,6 +90,15 @@ QByteArrayList pwqualityLines(int minimum)
     const QByteArray line = "requisite\t\t\tpam_pwquality.so retry=3 minlen=" + QByteArray::number(minimum);
     return {line, line};
 }
+
+ProgramResult interruptedAfter(int delay)
+{
+    const ScopedVariable counters = uncounted();
+    RunningClient writer(root, setMaximum(100 + delay));
+    std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+    writer.interrupt();
+    return writer.result();
+}
 }
 
 class ManyClientsTest : public QObject
@@ -183,10 +192,7 @@ void ManyClientsTest::interruptedClientsLeaveTheHelperFree()
 {
     // a helper whose caller is gone too early never answers anybody again
     for (int delay = 0; delay < 60; ++delay) {
-        RunningClient writer(root, setMaximum(100 + delay));
-        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-        writer.interrupt();
-        const ProgramResult interrupted = writer.result();
+        const ProgramResult interrupted = interruptedAfter(delay);
         // before the client can hear it, cancelled in between, or too late
         QVERIFY2(interrupted.exitCode == -1 || interrupted.exitCode == 3 || interrupted.exitCode == 0,
                  described(interrupted).constData());

@@ -88,6 +88,15 @@ QByteArray shownFrom(const PseudoTerminal &terminal, const QByteArray &text)
 }
 
 const char failed[] = "polkit-agent-helper-1: pam_authenticate failed: Authentication failure\r\n";
+
+void hangUpAfter(int delay)
+{
+    const ScopedVariable counters = uncounted();
+    PseudoTerminal terminal = clientAtTerminal();
+    QTest::qWait(delay);
+    terminal.hangUp();
+    terminal.waitForEnd();
+}
 }
 Q_DECLARE_METATYPE(Deed)
 
@@ -323,10 +332,7 @@ void PromptTest::closedTerminalLeavesTheHelperFree()
 {
     // a helper whose caller is gone while polkit is asked about it never answers anybody again
     for (int delay = 0; delay < 40; ++delay) {
-        PseudoTerminal terminal = clientAtTerminal();
-        QTest::qWait(4 * delay);
-        terminal.hangUp();
-        terminal.waitForEnd();
+        hangUpAfter(4 * delay);
 
         const ProgramResult reader = client(nobody, QStringLiteral("show lockout"));
         QCOMPARE(reader, success(reader.standardOutput)); // by the helper, or it would say so

@@ -20,6 +20,8 @@
 namespace
 {
 constexpr int pollPause = 100; // ms
+/// For a program that is about to end: killed while it writes down what it has covered, it would leave that unreadable.
+constexpr int farewell = 1000; // ms
 
 /// In the child: becomes the user and the program.
 [[noreturn]] void become(uid_t user, const QByteArrayList &words)
@@ -55,6 +57,9 @@ PseudoTerminal::PseudoTerminal(int user, const QString &program, const QStringLi
 
 PseudoTerminal::~PseudoTerminal()
 {
+    if (m_process > 0 && m_master >= 0) {
+        waitForEnd(farewell);
+    }
     if (m_process > 0) {
         kill(m_process, SIGKILL);
         waitpid(m_process, nullptr, 0);
