@@ -102,9 +102,13 @@ void RecordedRepliesTest::takesTheLaterOfTwoArgumentsOfOneName()
     const QString name = QStringLiteral("maxInterval");
     stream << quint32(2) << name << QVariant(30) << name << QVariant(60);
 
-    // with Qt 5 both come back, with Qt 6 one
-    QVERIFY(!answerTo("writepasswordexpirationpolicy", arguments).isEmpty());
+    const QByteArray answer = answerTo("writepasswordexpirationpolicy", arguments);
 
+    // with Qt 5 both come back, with Qt 6 one
+    QByteArray key;
+    QDataStream keyStream(&key, QIODevice::WriteOnly);
+    keyStream << name;
+    QCOMPARE(static_cast<int>(answer.count(key.toHex())), QT_VERSION_MAJOR == 5 ? 2 : 1);
     QCOMPARE(contentOf(loginDefsFile), QByteArray("UMASK 022\nPASS_MAX_DAYS 60\n\t# no minimum\n"));
 }
 
