@@ -69,7 +69,7 @@ private:
 
     static QStringList withoutJumps(QStringList words)
     {
-        static const QRegularExpression jump(QStringLiteral(R"(=(\d+|end)\b)"));
+        static const QRegularExpression jump(QStringLiteral("=(\\d+|end)"));
         for (QString &word : words) {
             if (word.startsWith(QLatin1Char('['))) {
                 word.replace(jump, QStringLiteral("=N"));
