@@ -167,6 +167,10 @@ void addPamFaults()
     addFault("pwquality switched off", {{QString::fromLatin1(passwordStack), "password required pam_unix.so\n"}},
              {"note  pam_pwquality is installed, but switched off: /etc/pam.d/common-password does not call it",
               "      pam-auth-update --enable pwquality"});
+    addFault("pwquality called by nobody, and without its profile",
+             {{QString::fromLatin1(passwordStack), "password required pam_unix.so\n"}, {pwquality, {}}},
+             {"note  the complexity policy cannot be written: there is no profile /usr/share/pam-configs/pwquality, "
+              "/usr/share/pam-configs/cracklib"});
     addFault("rules that do not count",
              {{QString::fromLatin1(passwordStack), "password requisite pam_pwquality.so minlen=12 gecoscheck\n"},
               {QStringLiteral("/etc/security/pwquality.conf"), "minlen = 16\nenforcing = 0\n"}},
