@@ -23,6 +23,8 @@ OWN = re.compile(r"QTimer::(start|stop)|QEventLoop::quit|QFileDevice::close|QDBu
                  r"|TaskResult::(succeed|fail)")
 # change what their names say, but for those that reach for something outside
 SETTERS = re.compile(r"(?:Q(?!File|Dir|Settings|Socket)\w+|AbstractTask|TaskResult)::set([A-Z])(\w+)")
+# change what stands under the key that is given, and nothing else
+KEYED = ("QMap::insert", "QJsonObject::insert")
 # take the elements of a list in any order: these ask for keys, or for the least
 UNORDERED = re.compile(r"Q(Map|Hash|Set|JsonObject)::Q\w+|std::(min|max)")
 
@@ -84,7 +86,7 @@ def changed_by_call(call, children):
         return None
     if not member or not (value or setter or OWN.fullmatch(name)):
         raise Unknown
-    key = setter.group(1).lower() + setter.group(2) if setter else name == "QMap::insert" and literal_in(children[1])
+    key = setter.group(1).lower() + setter.group(2) if setter else name in KEYED and literal_in(children[1])
     path = target(children[0])
     return (path if is_place(children[0]) else path[:-1]) + ((key,) if key else ())
 
