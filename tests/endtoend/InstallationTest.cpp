@@ -32,6 +32,7 @@ QByteArrayList installedFiles()
     QByteArrayList files{
         program + helperFile,
         program + "/usr/bin/accountpolicyctl",
+        data + "/etc/apparmor.d/accountpolicieshelper",
         data + "/usr/share/dbus-1/system-services/" + helperId + ".service",
         data + "/usr/share/dbus-1/system.d/" + helperId + ".conf",
         data + "/usr/share/man/man1/accountpolicyctl.1" + page,
@@ -102,6 +103,7 @@ class InstallationTest : public QObject
 private Q_SLOTS:
     void initTestCase();
     void installsJustTheseFiles();
+    void bringsProfileThatTheParserTakes();
     void tellsPolkitWhoMayDoWhat_data();
     void tellsPolkitWhoMayDoWhat();
     void registersNoOtherAction();
@@ -118,6 +120,18 @@ void InstallationTest::initTestCase()
 void InstallationTest::installsJustTheseFiles()
 {
     QCOMPARE(foundFiles(), installedFiles());
+}
+
+void InstallationTest::bringsProfileThatTheParserTakes()
+{
+    const ProgramResult names =
+        runAs(root, "apparmor_parser --skip-kernel-load --skip-cache --names /etc/apparmor.d/accountpolicieshelper");
+    QCOMPARE(names.standardOutput, QByteArray("accountpolicieshelper\n"));
+    QCOMPARE(names.exitCode, 0);
+
+    // as the unit names it; where there is no AppArmor, or the profile isn't loaded, the helper starts all the same
+    QCOMPARE(runAs(root, "grep ^AppArmorProfile= /usr/lib/systemd/system/accountpolicieshelper.service").standardOutput,
+             QByteArray("AppArmorProfile=-accountpolicieshelper\n"));
 }
 
 void InstallationTest::tellsPolkitWhoMayDoWhat_data()
