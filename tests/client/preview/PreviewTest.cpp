@@ -72,6 +72,7 @@ private Q_SLOTS:
     void waitsForNoOtherUserOfDebconf();
     void tellsWhatWouldBeLost();
     void findsNothingLostWhereEverythingStays();
+    void findsNothingLostWhereAProfileHasChanged();
     void tellsTheFailureOfTheWrite_data();
     void tellsTheFailureOfTheWrite();
     void failsWithoutAFolderForTheCopies();
@@ -196,6 +197,22 @@ void PreviewTest::findsNothingLostWhereEverythingStays()
     const Preview preview = lengthOfTwelve();
 
     QVERIFY(preview.outcome.succeeded());
+    QCOMPARE(lostLinesText(preview), QString());
+}
+
+void PreviewTest::findsNothingLostWhereAProfileHasChanged()
+{
+    const QByteArray greeting = "Name: greeting\nDefault: yes\nPriority: 1\nSession-Type: Additional\nSession:\n"
+                                "\toptional pam_echo.so file=/etc/hello\n";
+    const char *const stack = "/etc/pam.d/common-session-noninteractive";
+    writeContent("/usr/share/pam-configs/greeting", greeting);
+    QCOMPARE(runAs(root, "pam-auth-update --package 2>/dev/null").exitCode, 0);
+    QVERIFY(contentOf(stack).contains("file=/etc/hello"));
+    writeContent("/usr/share/pam-configs/greeting", QByteArray(greeting).replace("hello", "welcome"));
+
+    const Preview preview = lengthOfTwelve();
+
+    QVERIFY(pathsOf(preview).contains(QString::fromLatin1(stack)));
     QCOMPARE(lostLinesText(preview), QString());
 }
 
