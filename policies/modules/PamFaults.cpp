@@ -125,8 +125,8 @@ class TypeOfService
     Q_DECLARE_TR_FUNCTIONS(PamFaults)
 
 public:
-    TypeOfService(const QString &root, const QString &service, const QString &type)
-        : m_root(root), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
+    TypeOfService(QString root, const QString &service, const QString &type)
+        : m_root(std::move(root)), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
     {
         const PamNodes nodes = nodesIn(service, 0);
         checkJumps(nodes);

@@ -65,21 +65,20 @@ QVector<PamStackLine> pamStackLines(const QByteArray &content)
     QVector<PamStackLine> found;
     const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n'));
     QString joined;
-    int begin = 0;
+    int begin = 0; // of the joined lines
     for (int number = 0; number < lines.size(); ++number) {
+        QString text = lines.at(number).section(QLatin1Char('#'), 0, 0).trimmed();
+        if (text.isEmpty()) {
+            continue; // ends nothing
+        }
+        const bool goesOn = text.endsWith(QLatin1Char('\\'));
+        text.chop(goesOn ? 1 : 0);
         begin = joined.isEmpty() ? number : begin;
-        const QString text = lines.at(number).section(QLatin1Char('#'), 0, 0);
-        joined += text;
-        if (joined.endsWith(QLatin1Char('\\')) && number + 1 < lines.size()) {
-            joined.chop(1);
-            joined += QLatin1Char(' ');
-            continue;
+        joined += text + QLatin1Char(' ');
+        if (!goesOn) {
+            found += stackLine(begin + 1, wordsIn(joined));
+            joined.clear();
         }
-        const QVector<PamWord> words = wordsIn(joined);
-        if (!words.isEmpty()) {
-            found += stackLine(begin + 1, words);
-        }
-        joined.clear();
     }
     return found;
 }
@@ -89,7 +88,7 @@ QByteArray pamStackWithOptions(const QByteArray &content, int number, const QStr
     QByteArrayList lines = content.split('\n');
     QByteArray &line = lines[number - 1];
     const QByteArray text = line.mid(0, line.indexOf('#'));
-    if (text.endsWith('\\')) {
+    if (text.trimmed().endsWith('\\')) {
         return {};
     }
     const QByteArray fileName = module.toLatin1() + ".so";

@@ -45,7 +45,8 @@ public:
             text += kind == 0 ? "@include " + one(included)
                 : kind == 1   ? "auth include " + one(included)
                 : kind == 2   ? "auth substack " + one(included)
-                            : one({"auth ", "-auth ", "AUTH\t"}) + one(controls) + one({" ", " \\\n "}) + one(modules);
+                              : one({"auth ", "-auth ", "AUTH\t"}) + one(controls)
+                    + one({" ", " \\\n ", " \\ \t\n# auth\n\n "}) + one(modules);
             text += one({"\n", "\n", " # auth required pam_deny.so\n"});
         }
         return text;
