@@ -135,7 +135,7 @@ QVector<TallyEntry> failuresIn(const QByteArray &content, qint64 interval)
 
 QDateTime timeOf(quint64 seconds)
 {
-    return QDateTime::fromSecsSinceEpoch(qint64(seconds), Qt::UTC);
+    return QDateTime::fromSecsSinceEpoch(qint64(seconds)).toUTC();
 }
 
 FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failures, const FaillockLimits &limits)
