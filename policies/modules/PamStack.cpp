@@ -53,6 +53,15 @@ PamStackLine stackLine(int number, const QVector<PamWord> &words)
             words.value(2).text,
             options};
 }
+
+/// One that ends amid: some releases of libpam read on behind it, others do not, and none lets anybody in by it.
+PamStackLine brokenLine(int number, const QVector<PamWord> &words)
+{
+    PamStackLine line = stackLine(number, words);
+    line.control = QStringLiteral("\\");
+    line.isBracketed = false;
+    return line;
+}
 }
 
 bool PamStackLine::calls(const QString &name) const
@@ -63,19 +72,20 @@ bool PamStackLine::calls(const QString &name) const
 QVector<PamStackLine> pamStackLines(const QByteArray &content)
 {
     QVector<PamStackLine> found;
-    const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n'));
+    const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n')) + QStringList{QString()};
     QString joined;
     int begin = 0; // of the joined lines
     for (int number = 0; number < lines.size(); ++number) {
         QString text = lines.at(number).section(QLatin1Char('#'), 0, 0).trimmed();
-        if (text.isEmpty()) {
-            continue; // ends nothing
-        }
         const bool goesOn = text.endsWith(QLatin1Char('\\'));
         text.chop(goesOn ? 1 : 0);
+        if (text.isEmpty() && !joined.isEmpty()) {
+            found += brokenLine(begin + 1, wordsIn(joined)); // where it was to go on there is nothing
+            joined.clear();
+        }
         begin = joined.isEmpty() ? number : begin;
-        joined += text + QLatin1Char(' ');
-        if (!goesOn) {
+        joined += text.isEmpty() ? QString() : text + QLatin1Char(' ');
+        if (!goesOn && !joined.isEmpty()) {
             found += stackLine(begin + 1, wordsIn(joined));
             joined.clear();
         }

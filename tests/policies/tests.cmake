@@ -37,3 +37,6 @@ add_unit_test(policies/modules/PamFaultsTest SANDBOX COST 5 LIBRARIES modulepoli
 add_unit_test(policies/modules/PasswordChangesTest SANDBOX COST 15 LIBRARIES modulepolicies)
 target_compile_definitions(PasswordChangesTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
 add_unit_test(policies/modules/PamStackTest LIBRARIES modulepolicies)
+add_unit_test(policies/modules/WritingFaultsTest SANDBOX COST 120 LIBRARIES modulepolicies pamtestsupport)
+target_compile_definitions(WritingFaultsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+set_tests_properties(policies/modules/WritingFaultsTest PROPERTIES LABELS unsanitized TIMEOUT 900)

@@ -55,8 +55,9 @@ void PamStackTest::reads_data()
     row("an inclusion", "@include other\n", "1: @include  other \n");
     row("a comment behind", "auth required pam_a.so a # b\n", "1: auth required pam_a.so a\n");
     row("joined lines", "\nauth \\\n required \\\npam_a.so\nauth x y\n", "2: auth required pam_a.so \n5: auth x y \n");
-    row("lines joined over others", "auth required \\\n# x\n\n pam_a.so b\n", "1: auth required pam_a.so b\n");
-    row("what goes on nowhere", "auth required pam_a.so \\\n", "");
+    row("no lines joined over others", "auth required \\\n# x\n\n pam_a.so b\n", "1: auth \\  \n4: pam_a.so b  \n");
+    row("what goes on nowhere", "auth required pam_a.so a \\\n", "1: auth \\ pam_a.so a\n");
+    row("a backslash alone", "\\\nauth required pam_a.so\n", "2: auth required pam_a.so \n");
 }
 
 void PamStackTest::reads()
