@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "policies/modules/ModulePolicy.h"
+
+#include <QVariantMap>
+
+/// What puts a module's policy in force.
+enum class ModuleForce {
+    /// Nothing: no stack calls the module.
+    None,
+    /// All of our profiles, and nothing else.
+    OurProfiles,
+    /// Lines or profiles that aren't ours: the administrator's, or another package's.
+    OtherLines,
+};
+
+/// A line of a PAM stack that calls a policy's module.
+struct ModuleLine {
+    /// Of the stack, without the root.
+    QString path;
+    /// Counts from 1.
+    int number;
+    /// "auth", "account" or "password"
+    QString type;
+    QStringList options;
+    /// Whether one of our profiles has put it there.
+    bool isOurs = false;
+};
+
+/// What a policy is on this machine.
+struct ModuleReading {
+    /// Why its file or the stacks can't be read, one line; empty if they were. Then the rest says nothing.
+    QString error;
+    /// Where its values stand: its file, or the stack with the module's line where the module reads no file.
+    QString source;
+    /// What stands there, typed; what doesn't stand there, or not so that the module takes it, has no entry.
+    QVariantMap values;
+    /// Where the module is installed; empty if it isn't.
+    QString modulePath;
+    ModuleForce force = ModuleForce::None;
+    /// The lines that call the module, in all stacks.
+    QVector<ModuleLine> lines;
+};
+
+/**
+ * Reads a policy's own file and the stacks; everybody may read them.
+ *
+ * The values are those of the policy's own place. What overrides them, options of its line or other files, is in lines
+ * and in the module's documents.
+ *
+ * @param root where copies of the files are, each below it by its path; empty for the files themselves. The module is
+ *             looked for on the machine in both cases
+ */
+ModuleReading readModule(const ModulePolicy &policy, const QString &root = QString());
+
+/// Where a PAM module is installed, in the folders that libpam of this system looks in; empty if it isn't.
+QString pamModulePath(const QString &module);
+
+/// Whether the policy's installed module reads the policy's file; if it isn't installed, whether that of a new system does.
+bool moduleReadsFile(const ModulePolicy &policy);

@@ -1,0 +1,124 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/PamStack.h"
+
+#include <QDir>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace
+{
+struct PamWord {
+    QString text;
+    bool isBracketed;
+};
+
+/// Cut at blanks; what stands in brackets is one word, without them.
+QVector<PamWord> wordsIn(const QString &line)
+{
+    static const QRegularExpression word(QStringLiteral(R"(\[((?:[^\]\\]|\\.)*)\]|(\S+))"));
+    QVector<PamWord> words;
+    for (auto matches = word.globalMatch(line); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        const bool isBracketed = match.lastCapturedIndex() == 1;
+        words +=
+            {match.captured(match.lastCapturedIndex()).replace(QLatin1String("\\]"), QLatin1String("]")), isBracketed};
+    }
+    return words;
+}
+
+PamStackLine includingLine(int number, const QString &file)
+{
+    return {number, QStringLiteral("@include"), false, {}, false, file, {}};
+}
+
+PamStackLine stackLine(int number, const QVector<PamWord> &words)
+{
+    const QString first = words.constFirst().text.toLower();
+    if (first == QLatin1String("@include")) {
+        return includingLine(number, words.value(1).text);
+    }
+    const bool mayBeMissing = first.startsWith(QLatin1Char('-'));
+    QStringList options;
+    for (const PamWord &word : words.mid(3)) {
+        options += word.text;
+    }
+    return {number,
+            first.mid(mayBeMissing ? 1 : 0),
+            mayBeMissing,
+            words.value(1).text,
+            words.value(1).isBracketed,
+            words.value(2).text,
+            options};
+}
+
+/// One that ends amid: some releases of libpam read on behind it, others do not, and none lets anybody in by it.
+PamStackLine brokenLine(int number, const QVector<PamWord> &words)
+{
+    PamStackLine line = stackLine(number, words);
+    line.control = QStringLiteral("\\");
+    line.isBracketed = false;
+    return line;
+}
+}
+
+bool PamStackLine::calls(const QString &name) const
+{
+    return module.section(QLatin1Char('/'), -1) == name + QLatin1String(".so");
+}
+
+QVector<PamStackLine> pamStackLines(const QByteArray &content)
+{
+    QVector<PamStackLine> found;
+    const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n')) + QStringList{QString()};
+    QString joined;
+    int begin = 0; // of the joined lines
+    for (int number = 0; number < lines.size(); ++number) {
+        QString text = lines.at(number).section(QLatin1Char('#'), 0, 0).trimmed();
+        const bool goesOn = text.endsWith(QLatin1Char('\\'));
+        text.chop(goesOn ? 1 : 0);
+        if (text.isEmpty() && !joined.isEmpty()) {
+            found += brokenLine(begin + 1, wordsIn(joined)); // where it was to go on there is nothing
+            joined.clear();
+        }
+        begin = joined.isEmpty() ? number : begin;
+        joined += text.isEmpty() ? QString() : text + QLatin1Char(' ');
+        if (!goesOn && !joined.isEmpty()) {
+            found += stackLine(begin + 1, wordsIn(joined));
+            joined.clear();
+        }
+    }
+    return found;
+}
+
+QByteArray pamStackWithOptions(const QByteArray &content, int number, const QString &module, const QStringList &options)
+{
+    QByteArrayList lines = content.split('\n');
+    QByteArray &line = lines[number - 1];
+    const QByteArray text = line.mid(0, line.indexOf('#'));
+    if (text.trimmed().endsWith('\\')) {
+        return {};
+    }
+    const QByteArray fileName = module.toLatin1() + ".so";
+    const QByteArray head = text.left(text.indexOf(fileName) + fileName.size());
+    const QByteArray comment = line.mid(text.size());
+    line = (QStringList{QString::fromUtf8(head)} + options).join(QLatin1Char(' ')).toUtf8()
+        + (comment.isEmpty() ? "" : "\t") + comment;
+    return lines.join('\n');
+}
+
+QStringList pamServices(const QString &root)
+{
+    static const QRegularExpression kept(QStringLiteral(R"((~|\.pam-(old|new)|\.dpkg-[a-z]+|\.new)\z)"));
+    QStringList names;
+    const auto files = QDir(root + QLatin1String("/etc/pam.d")).entryList(QDir::Files, QDir::Name);
+    std::copy_if(files.begin(), files.end(), std::back_inserter(names), [](const QString &name) {
+        return !name.contains(kept);
+    });
+    std::stable_partition(names.begin(), names.end(), [](const QString &name) {
+        return name.startsWith(QLatin1String("common-"));
+    });
+    return names;
+}
