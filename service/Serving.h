@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#pragma once
+
+#include "service/Modules1.h"
+#include "service/Requests.h"
+#include "service/TerminationWatch.h"
+
+#include <QTimer>
+
+/// The service from its start to its end: when nobody has wanted anything of it for half a minute, or by SIGTERM.
+class Serving : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Serving(const QDBusConnection &bus);
+
+    /// Whether the bus knows it now; from then on it ends the event loop when it is over.
+    bool begin();
+
+private:
+    void endIdly();
+    void end();
+    void quitIfDone();
+
+    QDBusConnection m_bus;
+    Requests m_requests;
+    Modules1 m_object;
+    QTimer m_idle;
+    TerminationWatch m_termination;
+    bool m_isEnding = false;
+};
