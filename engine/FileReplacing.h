@@ -5,15 +5,22 @@
 
 #include <QString>
 
+#include <sys/stat.h>
+
 /**
  * Replaces a file by a new one with this content, which is complete and on the disk before it takes the old one's place:
  * whoever reads the file, whenever this process or the machine ends, finds the old content or the new one.
  *
- * The new file gets the mode, owner and extended attributes of the old one, or is root's and readable for all if there was
- * none. Where the path is a link, the file that it leads to is replaced and the link stays. A folder or a device isn't
- * replaced. A file with more names than one gets its own content under this name alone.
+ * The new file gets the mode, owner and extended attributes of the old one; or is the caller's and readable for all if there
+ * was none. Only a plain file is replaced. A link is refused: where it leads isn't what was asked for, and to replace the
+ * link itself would part what somebody has joined. The folder has to be one that only the caller may write, since the new
+ * file is built there, as "<path>.new".
  *
- * @param errorString receives one message on failure: the path and why. The file is as it was then, and no other remains
- * @return whether the new content is in place, on the disk
+ * @param errorString receives one message on failure, behind those that it holds already: the path and why. The file is as
+ *                    it was then; "<path>.new" may remain if this process is killed, and doesn't disturb the next time
+ * @return whether the new content is in place and on the disk
  */
 bool replaceFile(const QString &path, const QByteArray &content, QString *errorString);
+
+/// The same, but the new file's mode and owner are given.
+bool replaceFile(const QString &path, const QByteArray &content, const struct stat &asOf, QString *errorString);

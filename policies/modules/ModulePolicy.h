@@ -19,8 +19,10 @@ struct ModuleSetting {
         Number,
         /// qlonglong
         Seconds,
-        /// QString, without white space and "#"
+        /// QString of printable ASCII without blanks and "#"
         Text,
+        /// As above, an absolute path.
+        Path,
     };
 
     QString name;
@@ -53,8 +55,10 @@ struct ModulePolicy {
     QVector<ModuleSetting> settings;
     /// Our profiles of pam-auth-update(8), which put it in force; empty if another package's do.
     QStringList profiles;
-    /// Whether a release has a module that reads no file, so that the options stand on its line.
-    bool mayReadNoFile = false;
+    /// What the lines have that put it in force; empty if each line that calls the module does.
+    QString enforcingOption = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// Reads a file's content as the module does, and says what is wrong with it; null for one of names and values alone.
+    QVariantMap (*readContent)(const QByteArray &content, QString *error) = nullptr;
 };
 
 const ModulePolicy &faillockPolicy();

@@ -60,7 +60,7 @@ struct ModuleOutcome {
     bool succeeded() const;
 
     Kind kind = Kind::Failed;
-    /// One line, translated; empty where it is done.
+    /// One line, translated. Where it is done, what still keeps the policy from being in force; mostly empty.
     QString reason;
     /// The policy's values before.
     QVariantMap before;
@@ -74,15 +74,18 @@ struct ModuleOutcome {
  * Writes a policy's values and switches our profiles, as one transaction: it is done as a whole, or all files go back to
  * what they were: the policy's file, the stacks, pam-auth-update's and debconf's records of them.
  *
- * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; where it is a link, the
- * file behind it. Waits for another write of a policy to end, for at most half a minute.
+ * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
+ * but a failure. Where the module reads no file, the values are the options of its line in the stack, which
+ * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
+ * with each new version of its package.
+ *
+ * Waits for another write to end, for at most half a minute.
  *
  * Blocks while pam-auth-update(8) runs, a second or so, at most a minute.
  *
- * The files that it reads or writes, for previews on copies: all of modulePolicyFolders(), and what debconf keeps of
- * libpam-runtime.
+ * For a preview, copies are needed of the policy's file, of what is in modulePolicyFolders(), and of debconf's database.
  */
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place = ModulePlace());
 
-/// The folders whose files a write of the policy reads or changes: of its own file, of stacks, of profiles, of records.
-QStringList modulePolicyFolders(const ModulePolicy &policy);
+/// The folders with the stacks, the profiles of pam-auth-update(8) and its records; everybody may read them.
+QStringList modulePolicyFolders();

@@ -29,16 +29,14 @@ struct PamStackLine {
 QVector<PamStackLine> pamStackLines(const QByteArray &content);
 
 /**
- * Why a service's stacks don't work, each in one line that stays the same when lines are added elsewhere: a module that isn't
- * installed, a file that isn't there, a control that isn't known, a jump that lands outside of its stack, a stack that can't
- * end with success.
+ * The content with other options on the line that calls a module, all else to the byte.
  *
- * The stacks are read as libpam reads them, with all that they include.
- *
- * @param root    where copies of "/etc/pam.d" are, by their paths; empty for the files themselves
- * @param service the name of its file there; or of one that others include, which is then judged alone
+ * @param number where the line begins; counts from 1
+ * @return null if that line isn't alone on its own, but goes on in the next one
  */
-QStringList pamServiceFaults(const QString &root, const QString &service);
+QByteArray
+pamStackWithOptions(const QByteArray &content, int number, const QString &module, const QStringList &options);
 
-/// The same for all files of "/etc/pam.d".
-QStringList pamFaults(const QString &root);
+/// The names of the files in "/etc/pam.d", or of copies below a folder, those that others include first. What tools and
+/// editors keep beside them isn't theirs.
+QStringList pamServices(const QString &root);

@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/FileSnapshot.h"
+
+#include "engine/FileReplacing.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+
+FileSnapshot::FileSnapshot(const QStringList &paths)
+{
+    for (const QString &path : paths) {
+        Taken taken{path, false, {}, {}};
+        if (lstat(QFile::encodeName(path).constData(), &taken.status) != 0) {
+            if (errno != ENOENT) {
+                m_error = path + QLatin1String(": ") + qt_error_string();
+            }
+            m_taken += taken;
+            continue;
+        }
+        QFile file(path);
+        if (!S_ISREG(taken.status.st_mode)) {
+            continue;
+        }
+        taken.existed = file.open(QIODevice::ReadOnly);
+        if (!taken.existed) {
+            m_error = path + QLatin1String(": ") + file.errorString();
+            continue;
+        }
+        taken.content = file.readAll();
+        m_taken += taken;
+    }
+}
+
+QString FileSnapshot::error() const
+{
+    return m_error;
+}
+
+bool FileSnapshot::differs() const
+{
+    return !std::all_of(m_taken.begin(), m_taken.end(), isAsTaken);
+}
+
+bool FileSnapshot::differs(const QStringList &paths) const
+{
+    return std::any_of(m_taken.begin(), m_taken.end(), [&paths](const Taken &taken) {
+        return paths.contains(taken.path) && !isAsTaken(taken);
+    });
+}
+
+QStringList FileSnapshot::putBack() const
+{
+    QStringList problems;
+    for (const Taken &taken : m_taken) {
+        if (isAsTaken(taken)) {
+            continue;
+        }
+        QString problem;
+        if (taken.existed) {
+            replaceFile(taken.path, taken.content, taken.status, &problem);
+        } else if (!QFile::remove(taken.path)) {
+            problem = taken.path + QLatin1String(": ") + qt_error_string();
+        }
+        if (!problem.isEmpty()) {
+            problems += problem;
+        }
+    }
+    return problems;
+}
+
+bool FileSnapshot::isAsTaken(const Taken &taken)
+{
+    QFile file(taken.path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return !taken.existed && !file.exists();
+    }
+    return taken.existed && file.readAll() == taken.content;
+}

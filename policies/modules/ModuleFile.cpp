@@ -1,0 +1,180 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/ModuleFile.h"
+
+#include <QMap>
+#include <QRegularExpression>
+
+#include <optional>
+
+namespace
+{
+using Kind = ModuleSetting::Kind;
+
+/// What a line, or an option, sets.
+struct ModuleEntry {
+    QString name;
+    QString text;
+};
+
+/// A name ends at a blank, too.
+ModuleEntry entryIn(const QByteArray &line)
+{
+    static const QRegularExpression form(QStringLiteral(R"(\A\s*([^\s=]+)\s*=?\s*(.*?)\s*\z)"));
+    const QRegularExpressionMatch match = form.match(QString::fromLatin1(line.left(line.indexOf('#'))));
+    return {match.captured(1), match.captured(2)};
+}
+
+/// As scanf(3) does: what stands behind the digits doesn't count.
+std::optional<qlonglong> leadingNumber(const QString &text)
+{
+    static const QRegularExpression form(QStringLiteral(R"(\A[+-]?[0-9]+)"));
+    bool isNumber = false;
+    const qlonglong number = form.match(text).captured().toLongLong(&isNumber);
+    return isNumber ? std::make_optional(number) : std::nullopt;
+}
+
+QVariant secondsIn(const ModuleSetting &setting, const QString &text)
+{
+    if (setting.zeroIsNever && text == QLatin1String("never")) {
+        return 0LL;
+    }
+    const std::optional<qlonglong> number = leadingNumber(text);
+    return number && *number >= 0 && *number <= setting.maximum ? QVariant(*number) : QVariant();
+}
+
+/// Invalid for what the module doesn't take.
+QVariant valueIn(const ModuleSetting &setting, const QString &text)
+{
+    const std::optional<qlonglong> number = leadingNumber(text);
+    switch (setting.kind) {
+    case Kind::Flag:
+        return true;
+    case Kind::Switch:
+        return number ? QVariant(*number != 0) : QVariant();
+    case Kind::Number:
+        return number ? QVariant(*number) : QVariant();
+    case Kind::Seconds:
+        return secondsIn(setting, text);
+    case Kind::Text:
+        return text.isEmpty() ? QVariant() : QVariant(text);
+    case Kind::Path:
+        return text.startsWith(QLatin1Char('/')) ? QVariant(text) : QVariant();
+    }
+    return {};
+}
+
+QString textOf(const ModuleSetting &setting, const QVariant &value)
+{
+    return setting.kind == Kind::Switch ? QString::number(int(value.toBool())) : value.toString();
+}
+
+/// What one entry after the other sets; the later ones win.
+QVariantMap valuesIn(const ModulePolicy &policy, const QVector<ModuleEntry> &entries)
+{
+    QVariantMap values;
+    for (const ModuleEntry &entry : entries) {
+        const ModuleSetting *setting = policy.find(entry.name);
+        const QVariant value = setting ? valueIn(*setting, entry.text) : QVariant();
+        if (value.isValid()) {
+            values.insert(entry.name, value);
+        }
+    }
+    return values;
+}
+
+QByteArray settingLine(const ModuleSetting &setting, const QVariant &value)
+{
+    const QString text =
+        setting.kind == Kind::Flag ? setting.name : setting.name + QLatin1String(" = ") + textOf(setting, value);
+    return text.toLatin1();
+}
+
+/// The line with another setting, or without one; null if nothing of it is left.
+QByteArray lineWith(const QByteArray &setting, const QByteArray &line)
+{
+    const QByteArray comment = line.contains('#') ? line.mid(line.indexOf('#')) : QByteArray();
+    const QByteArray gap = setting.isEmpty() || comment.isEmpty() ? "" : "\t";
+    return setting.isEmpty() && comment.isEmpty() ? QByteArray() : setting + gap + comment;
+}
+}
+
+QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &content, QString *error)
+{
+    if (policy.readContent) {
+        return policy.readContent(content, error);
+    }
+    QVector<ModuleEntry> entries;
+    for (const QByteArray &line : content.split('\n')) {
+        entries += entryIn(line);
+    }
+    return valuesIn(policy, entries);
+}
+
+QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content, const QVariantMap &values)
+{
+    QVariantMap left = setValues(policy, values);
+    QByteArrayList lines = content.split('\n');
+    if (lines.constLast().isEmpty()) {
+        lines.removeLast(); // it ends with a line end, or is empty
+    }
+    QByteArrayList written;
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        const ModuleEntry entry = entryIn(*line);
+        const ModuleSetting *setting = policy.find(entry.name);
+        const QVariant wanted = left.take(entry.name);
+        const bool isAsWanted = !setting || (wanted.isValid() && valueIn(*setting, entry.text) == wanted);
+        const QByteArray text = wanted.isValid() && setting ? settingLine(*setting, wanted) : QByteArray();
+        const QByteArray rebuilt = isAsWanted ? *line : lineWith(text, *line);
+        if (isAsWanted || !rebuilt.isNull()) {
+            written.prepend(rebuilt);
+        }
+    }
+    for (const ModuleSetting &setting : policy.settings) {
+        if (left.contains(setting.name)) {
+            written += settingLine(setting, left.value(setting.name));
+        }
+    }
+    return written.isEmpty() ? QByteArray("") : written.join('\n') + '\n';
+}
+
+QVariantMap moduleOptionValues(const ModulePolicy &policy, const QStringList &options)
+{
+    QVector<ModuleEntry> entries;
+    for (const QString &option : options) {
+        const auto nameEnd = option.indexOf(QLatin1Char('='));
+        entries += ModuleEntry{option.left(nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
+    }
+    return valuesIn(policy, entries);
+}
+
+QStringList moduleOptionsWith(const ModulePolicy &policy, const QStringList &options, const QVariantMap &values)
+{
+    QStringList written;
+    for (const QString &option : options) {
+        if (!policy.find(option.section(QLatin1Char('='), 0, 0))) {
+            written += option;
+        }
+    }
+    const QVariantMap set = setValues(policy, values);
+    for (const ModuleSetting &setting : policy.settings) {
+        const QVariant value = set.value(setting.name);
+        if (value.isValid()) {
+            const QString text = QLatin1Char('=') + textOf(setting, value);
+            written += setting.kind == Kind::Flag ? setting.name : setting.name + text;
+        }
+    }
+    return written;
+}
+
+QVariantMap setValues(const ModulePolicy &policy, const QVariantMap &values)
+{
+    QVariantMap set = values;
+    for (const ModuleSetting &setting : policy.settings) {
+        if (setting.kind == Kind::Flag && !set.value(setting.name).toBool()) {
+            set.remove(setting.name);
+        }
+    }
+    return set;
+}

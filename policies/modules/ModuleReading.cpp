@@ -1,0 +1,172 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/ModuleReading.h"
+
+#include "policies/modules/ModuleFile.h"
+#include "policies/modules/PamStack.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+
+namespace
+{
+/// Where libpam looks for modules: below the folder of the machine's architecture, or of none; /lib is a link to /usr/lib.
+QStringList securityFolders()
+{
+    QStringList folders{QStringLiteral("/usr/lib/security")};
+    const QDir libraries(QStringLiteral("/usr/lib"));
+    const auto architectures = libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs);
+    for (const QString &architecture : architectures) {
+        folders += libraries.filePath(architecture) + QLatin1String("/security");
+    }
+    return folders;
+}
+
+/// All of a file; a missing one is empty. Otherwise the error is noted.
+QByteArray contentOf(const QString &root, const QString &path, QString *error)
+{
+    QFile file(root + path);
+    if (file.open(QIODevice::ReadOnly)) {
+        return file.readAll();
+    }
+    if (file.exists()) {
+        *error = path + QLatin1String(": ") + file.errorString();
+    }
+    return {};
+}
+
+QVector<ModuleLine> linesCalling(const ModulePolicy &policy, const QString &root, QString *error)
+{
+    QVector<ModuleLine> found;
+    for (const QString &service : pamServices(root)) {
+        const QString path = QLatin1String("/etc/pam.d/") + service;
+        for (const PamStackLine &line : pamStackLines(contentOf(root, path, error))) {
+            if (line.calls(policy.module) && policy.types.contains(line.type)) {
+                found += {path, line.number, line.type, line.options};
+            }
+        }
+    }
+    return found;
+}
+
+/// What pam-auth-update(8) has put into the stack of a type.
+struct RecordedStack {
+    /// Those of our profiles that it has.
+    QStringList profiles;
+    /// How many lines of theirs call the module.
+    qsizetype lines = 0;
+};
+
+RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, QString *error)
+{
+    RecordedStack record;
+    QString profile;
+    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, error).split('\n');
+    for (const QByteArray &line : lines) {
+        const QByteArray start = "Module: ";
+        if (line.startsWith(start)) {
+            profile = QString::fromUtf8(line.mid(start.size()));
+        } else if (policy.profiles.contains(profile) && line.contains(policy.module.toLatin1() + ".so")) {
+            record.profiles += profile;
+            ++record.lines;
+        }
+    }
+    return record;
+}
+
+bool enforces(const ModulePolicy &policy, const ModuleLine &line)
+{
+    return policy.enforcingOption.isEmpty() || line.options.contains(policy.enforcingOption);
+}
+
+ModuleForce forceOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines, const QString &root, QString *error)
+{
+    QVector<ModuleLine> others = lines;
+    QStringList profiles;
+    bool areComplete = true;
+    for (const QString &type : policy.types) {
+        const RecordedStack record = recordOf(policy, type, root, error);
+        profiles += record.profiles;
+        // theirs are those in the stack that the tool has written
+        for (qsizetype i = 0; i < record.lines; ++i) {
+            const auto ours = std::find_if(others.begin(), others.end(), [&type](const ModuleLine &line) {
+                return line.type == type && line.path == QLatin1String("/etc/pam.d/common-") + type;
+            });
+            areComplete = areComplete && ours != others.end();
+            if (ours != others.end()) {
+                others.erase(ours);
+            }
+        }
+    }
+    if (std::any_of(others.begin(), others.end(), [&policy](const ModuleLine &line) {
+            return enforces(policy, line);
+        })) {
+        return ModuleForce::OtherLines;
+    }
+    const bool areThere = std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
+        return profiles.contains(name);
+    });
+    return !policy.profiles.isEmpty() && areThere && areComplete ? ModuleForce::OurProfiles : ModuleForce::None;
+}
+
+/// Of the line that enforces it; the one that others include comes first.
+const ModuleLine *settingLineOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines)
+{
+    const auto line = std::find_if(lines.begin(), lines.end(), [&policy](const ModuleLine &candidate) {
+        return enforces(policy, candidate);
+    });
+    return line == lines.end() ? nullptr : &*line;
+}
+
+void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
+{
+    if (moduleReadsFile(policy)) {
+        reading->source = policy.path;
+        QString fault;
+        reading->values = moduleFileValues(policy, contentOf(root, policy.path, &reading->error), &fault);
+        if (!fault.isEmpty()) {
+            reading->error = policy.path + QLatin1String(": ") + fault;
+        }
+        return;
+    }
+    const ModuleLine *line = settingLineOf(policy, reading->lines);
+    reading->source = line ? line->path : QLatin1String("/etc/pam.d/common-") + policy.types.constFirst();
+    reading->values = line ? moduleOptionValues(policy, line->options) : QVariantMap();
+}
+}
+
+ModuleReading readModule(const ModulePolicy &policy, const QString &root)
+{
+    ModuleReading reading;
+    reading.modulePath = pamModulePath(policy.module);
+    reading.lines = linesCalling(policy, root, &reading.error);
+    reading.force = forceOf(policy, reading.lines, root, &reading.error);
+    readValues(policy, root, &reading);
+    return reading;
+}
+
+QString pamModulePath(const QString &module)
+{
+    static const QStringList folders = securityFolders();
+    for (const QString &folder : folders) {
+        QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
+        if (QFile::exists(path)) {
+            return path;
+        }
+    }
+    return {};
+}
+
+bool moduleReadsFile(const ModulePolicy &policy)
+{
+    if (policy.readContent) {
+        return true; // by a library
+    }
+    QFile module(pamModulePath(policy.module));
+    // a module has the path of what it reads in its text
+    return !module.open(QIODevice::ReadOnly) || module.readAll().contains(policy.path.toLatin1());
+}

@@ -1,0 +1,404 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/ModuleWriting.h"
+
+#include "engine/FileReplacing.h"
+#include "policies/modules/FileSnapshot.h"
+#include "policies/modules/ModuleFile.h"
+#include "policies/modules/ModuleReading.h"
+#include "policies/modules/PamFaults.h"
+#include "policies/modules/PamStack.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <fcntl.h>
+#include <memory>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace
+{
+using Kind = ModuleOutcome::Kind;
+using Switch = ModuleWish::Switch;
+
+const char *const stackTypes[] = {"auth", "account", "password", "session", "session-noninteractive"};
+
+/// Keeps others from writing a policy. One that is held by nobody any more is free.
+class WriteLock
+{
+public:
+    WriteLock() : m_folder(open("/etc/security", O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    {
+        QElapsedTimer waited;
+        waited.start();
+        while (m_folder != -1 && !m_isHeld && waited.elapsed() < longestWait) {
+            m_isHeld = flock(m_folder, LOCK_EX | LOCK_NB) == 0;
+            QThread::msleep(m_isHeld ? 0 : pause);
+        }
+    }
+
+    ~WriteLock()
+    {
+        if (m_folder != -1) {
+            close(m_folder);
+        }
+    }
+
+    bool isHeld() const
+    {
+        return m_isHeld;
+    }
+
+private:
+    Q_DISABLE_COPY(WriteLock)
+
+    static constexpr qint64 longestWait = 30000;
+    static constexpr unsigned long pause = 50;
+
+    int m_folder;
+    bool m_isHeld = false;
+};
+
+/// The stacks that pam-auth-update(8) writes.
+QStringList stacksBelow(const QString &root)
+{
+    QStringList stacks;
+    for (const char *type : stackTypes) {
+        stacks += root + QLatin1String("/etc/pam.d/common-") + QLatin1String(type);
+    }
+    return stacks;
+}
+
+/// All that a run of it writes and that stays: the stacks, what it keeps beside them, its records and debconf's.
+QStringList filesOfTool(const QString &root)
+{
+    const QString records = root + QLatin1String("/var/lib/pam/");
+    QStringList files{records + QLatin1String("seen"), root + QLatin1String("/var/cache/debconf/config.dat")};
+    for (const QString &stack : stacksBelow(root)) {
+        files += {stack, stack + QLatin1String(".pam-old"), stack + QLatin1String(".pam-new")};
+    }
+    for (const char *type : stackTypes) {
+        files += {records + QLatin1String(type), records + QLatin1String(type) + QLatin1String(".new")};
+    }
+    return files;
+}
+
+/// One write of a policy.
+class ModuleWrite
+{
+    Q_DECLARE_TR_FUNCTIONS(ModuleWriting)
+
+public:
+    ModuleWrite(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)
+        : m_policy(policy)
+        , m_wish(wish)
+        , m_place(place)
+        , m_before(readModule(policy, place.root))
+        , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
+    {
+    }
+
+    ModuleOutcome run()
+    {
+        ModuleOutcome outcome = m_before.error.isEmpty() && m_snapshot.error().isEmpty()
+            ? fulfil()
+            : failed(m_before.error.isEmpty() ? m_snapshot.error() : m_before.error);
+        outcome.before = m_before.values;
+        outcome.wasOn = m_before.force == ModuleForce::OurProfiles;
+        if (!outcome.succeeded()) {
+            putBack(&outcome);
+        }
+        outcome.changed = m_snapshot.differs();
+        return outcome;
+    }
+
+private:
+    static ModuleOutcome ended(Kind kind, const QString &reason = QString())
+    {
+        ModuleOutcome outcome;
+        outcome.kind = kind;
+        outcome.reason = reason;
+        return outcome;
+    }
+
+    static ModuleOutcome failed(const QString &reason)
+    {
+        return ended(Kind::Failed, reason);
+    }
+
+    void putBack(ModuleOutcome *outcome) const
+    {
+        const QStringList problems = m_snapshot.putBack();
+        if (!problems.isEmpty()) {
+            outcome->kind = Kind::Failed;
+            outcome->reason += QLatin1String("; ") + tr("not put back: %1").arg(problems.join(QLatin1String("; ")));
+        }
+    }
+
+    ModuleOutcome fulfil()
+    {
+        const bool readsFile = moduleReadsFile(m_policy);
+        const QStringList faultsBefore = pamFaults(m_place.root);
+        QString error;
+        if (readsFile && !writeFile(&error)) {
+            return failed(error);
+        }
+        const ModuleOutcome switched = switchProfiles();
+        if (!switched.succeeded()) {
+            return switched;
+        }
+        if (!readsFile && !writeOptions(&error)) {
+            return failed(error);
+        }
+        const QString fault = freshFault(faultsBefore);
+        if (!fault.isEmpty()) {
+            return ended(Kind::RolledBack, fault);
+        }
+        return areValuesThere() ? switched : failed(tr("the values have not come out as they were written"));
+    }
+
+    /// A file that says already what is wanted keeps its bytes, and is not replaced.
+    bool writeFile(QString *error) const
+    {
+        const QString path = m_place.root + m_policy.path;
+        QFile file(path);
+        const bool isThere = file.open(QIODevice::ReadOnly);
+        const QByteArray content = isThere ? file.readAll() : QByteArray();
+        const QByteArray written = moduleFileWith(m_policy, content, m_wish.values);
+        if (written == content) {
+            return true;
+        }
+        // only the folder beside the library's own file may be missing
+        if (!QDir().mkpath(QFileInfo(path).path())) {
+            *error = m_policy.path + QLatin1String(": ") + qt_error_string();
+            return false;
+        }
+        return replaceFile(path, written, error);
+    }
+
+    ModuleOutcome switchProfiles()
+    {
+        if (m_wish.profiles == Switch::On) {
+            return switchOn();
+        }
+        return m_wish.profiles == Switch::Off ? switchOff() : ended(Kind::Done);
+    }
+
+    ModuleOutcome switchOn()
+    {
+        if (m_policy.profiles.isEmpty()) {
+            return m_before.force == ModuleForce::None
+                ? ended(Kind::Done, tr("no stack calls %1: pam-auth-update(8) shows the profiles").arg(m_policy.module))
+                : ended(Kind::Done);
+        }
+        switch (m_before.force) {
+        case ModuleForce::OurProfiles:
+            return ended(Kind::Done);
+        case ModuleForce::OtherLines:
+            return ended(Kind::InForceAlready, tr("%1 is called already: %2").arg(m_policy.module, otherLine()));
+        case ModuleForce::None:
+            break;
+        }
+        const QString obstacle = obstacleToProfiles();
+        return obstacle.isEmpty() ? runTool(QStringLiteral("--enable")) : failed(obstacle);
+    }
+
+    ModuleOutcome switchOff()
+    {
+        if (areOursRecorded()) {
+            const ModuleOutcome outcome = runTool(QStringLiteral("--disable"));
+            if (!outcome.succeeded()) {
+                return outcome;
+            }
+        }
+        const ModuleReading now = readModule(m_policy, m_place.root);
+        return now.lines.isEmpty()
+            ? ended(Kind::Done)
+            : ended(Kind::NotOurs, tr("%1 is still called: %2").arg(m_policy.module, lineText(now.lines.constFirst())));
+    }
+
+    QString obstacleToProfiles() const
+    {
+        if (m_before.modulePath.isEmpty()) {
+            return tr("%1.so is not installed").arg(m_policy.module);
+        }
+        for (const QString &profile : m_policy.profiles) {
+            const QString path = QLatin1String("/usr/share/pam-configs/") + profile;
+            if (!QFile::exists(m_place.root + path)) {
+                return tr("%1 is missing").arg(path);
+            }
+        }
+        return {};
+    }
+
+    /// Whether pam-auth-update(8) has any of our profiles among those that it has put into the stacks.
+    bool areOursRecorded() const
+    {
+        for (const QString &type : m_policy.types) {
+            QFile record(m_place.root + QLatin1String("/var/lib/pam/") + type);
+            const auto lines = record.open(QIODevice::ReadOnly) ? record.readAll().split('\n') : QByteArrayList();
+            for (const QString &profile : m_policy.profiles) {
+                if (lines.contains("Module: " + profile.toLatin1())) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    bool areSwitched(const QString &option) const
+    {
+        return option == QLatin1String("--enable")
+            ? readModule(m_policy, m_place.root).force == ModuleForce::OurProfiles
+            : !areOursRecorded();
+    }
+
+    /// Without "--force" first: that is needed for nothing but stacks that were edited, and leaves copies of the old ones.
+    ModuleOutcome runTool(const QString &option)
+    {
+        ModuleOutcome outcome = runToolOnce({QStringLiteral("--package"), option});
+        if (outcome.kind == Kind::StacksEdited && m_wish.force) {
+            outcome = runToolOnce({QStringLiteral("--force"), QStringLiteral("--package"), option});
+        }
+        return outcome;
+    }
+
+    ModuleOutcome runToolOnce(const QStringList &options)
+    {
+        Command tool = m_place.pamAuthUpdate;
+        tool.arguments += options + m_policy.profiles;
+        const CommandOutcome outcome = runCommand(tool);
+        if (!outcome.succeeded()) {
+            return failed(toolFailure(outcome));
+        }
+        if (areSwitched(options.constLast())) {
+            return ended(Kind::Done);
+        }
+        return m_snapshot.differs(stacksBelow(m_place.root))
+            ? failed(tr("pam-auth-update has not switched the profiles"))
+            : ended(Kind::StacksEdited,
+                    tr("the stacks were edited by hand, and pam-auth-update leaves them as they are"));
+    }
+
+    static QString toolFailure(const CommandOutcome &outcome)
+    {
+        const QString why = outcome.end == CommandOutcome::End::Exited
+            ? tr("exit code %1").arg(outcome.exitCode) + QLatin1String(": ") + outcome.standardError.simplified()
+            : outcome.errorString;
+        return tr("pam-auth-update has failed: %1").arg(why);
+    }
+
+    /// Where the module reads no file, its options are the values.
+    bool writeOptions(QString *error) const
+    {
+        const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
+        if (lines.isEmpty()) {
+            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_wish.values).isEmpty();
+            *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(m_policy.module) : QString();
+            return !isLost;
+        }
+        if (lines.size() > 1) {
+            *error = tr("%1 is called more than once: %2, %3")
+                         .arg(m_policy.module, lineText(lines.at(0)), lineText(lines.at(1)));
+            return false;
+        }
+        const ModuleLine &line = lines.constFirst();
+        const QStringList options = moduleOptionsWith(m_policy, line.options, m_wish.values);
+        return options == line.options || replaceOptions(line, options, error);
+    }
+
+    bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const
+    {
+        const QString path = m_place.root + line.path;
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            *error = line.path + QLatin1String(": ") + file.errorString();
+            return false;
+        }
+        const QByteArray written = pamStackWithOptions(file.readAll(), line.number, m_policy.module, options);
+        if (written.isNull()) {
+            *error = tr("%1 is a line that goes on in the next one").arg(lineText(line));
+            return false;
+        }
+        return replaceFile(path, written, error);
+    }
+
+    /// What doesn't work now and did before; empty if nothing.
+    QString freshFault(const QStringList &before) const
+    {
+        if (!m_snapshot.differs(stacksBelow(m_place.root))) {
+            return {};
+        }
+        for (const QString &fault : pamFaults(m_place.root)) {
+            if (!before.contains(fault)) {
+                return tr("the stacks would not work: %1").arg(fault);
+            }
+        }
+        return {};
+    }
+
+    bool areValuesThere() const
+    {
+        const ModuleReading now = readModule(m_policy, m_place.root);
+        const bool areGone = !moduleReadsFile(m_policy) && now.lines.isEmpty();
+        return now.error.isEmpty() && (areGone || now.values == setValues(m_policy, m_wish.values));
+    }
+
+    static QString lineText(const ModuleLine &line)
+    {
+        return line.path + QLatin1Char(':') + QString::number(line.number);
+    }
+
+    QString otherLine() const
+    {
+        return lineText(m_before.lines.constFirst());
+    }
+
+    const ModulePolicy &m_policy;
+    const ModuleWish &m_wish;
+    const ModulePlace &m_place;
+    const ModuleReading m_before;
+    const FileSnapshot m_snapshot;
+};
+}
+
+Command ModulePlace::pamAuthUpdateAlone()
+{
+    QProcessEnvironment environment;
+    environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/sbin:/usr/bin:/sbin:/bin"));
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    // it must ask nobody, also where there is a terminal
+    environment.insert(QStringLiteral("DEBIAN_FRONTEND"), QStringLiteral("noninteractive"));
+    return {QStringLiteral("/usr/sbin/pam-auth-update"), {}, environment};
+}
+
+bool ModuleOutcome::succeeded() const
+{
+    return kind == Kind::Done || kind == Kind::InForceAlready || kind == Kind::NotOurs;
+}
+
+ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)
+{
+    ModuleOutcome outcome;
+    outcome.reason = policy.faultIn(wish.values);
+    if (!outcome.reason.isEmpty()) {
+        return outcome;
+    }
+    // copies are their maker's alone
+    const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
+    if (lock && !lock->isHeld()) {
+        outcome.reason = QCoreApplication::translate("ModuleWriting", "another write goes on");
+        return outcome;
+    }
+    return ModuleWrite(policy, wish, place).run();
+}
+
+QStringList modulePolicyFolders()
+{
+    return {QStringLiteral("/etc/pam.d"), QStringLiteral("/usr/share/pam-configs"), QStringLiteral("/var/lib/pam")};
+}

@@ -1,0 +1,295 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/PamFaults.h"
+
+#include "policies/modules/ModuleReading.h"
+#include "policies/modules/PamStack.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QSet>
+
+#include <array>
+
+namespace
+{
+constexpr int deepestInclusion = 32;
+
+/// What is done about a module's verdict: a word, or a number of lines to jump over.
+using PamActions = QMap<QString, QString>;
+
+/// A line that calls a module, or a stack inside of the stack.
+struct PamNode {
+    PamStackLine line;
+    PamActions actions;
+    QVector<PamNode> substack = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    bool isSubstack = false;
+};
+
+using PamNodes = QVector<PamNode>;
+
+/// The state between two modules.
+enum class Impression { None, Good, Bad };
+using Impressions = QSet<int>;
+
+QString fromRequired(const QString &defaultAction)
+{
+    return QStringLiteral("success=ok new_authtok_reqd=ok ignore=ignore default=") + defaultAction;
+}
+
+/// A control in words, as the brackets that it stands for; null if there is none such.
+QString bracketsOf(const QString &word)
+{
+    static const QMap<QString, QString> brackets{
+        {QStringLiteral("required"), fromRequired(QStringLiteral("bad"))},
+        {QStringLiteral("requisite"), fromRequired(QStringLiteral("die"))},
+        {QStringLiteral("optional"), QStringLiteral("success=ok new_authtok_reqd=ok default=ignore")},
+        {QStringLiteral("sufficient"), QStringLiteral("success=done new_authtok_reqd=done default=ignore")},
+    };
+    return brackets.value(word.toLower());
+}
+
+bool isVerdict(const QString &name)
+{
+    static const QSet<QString> verdicts = [] {
+        const QString names = QStringLiteral(
+            "success open_err symbol_err service_err system_err buf_err perm_denied auth_err cred_insufficient "
+            "authinfo_unavail user_unknown maxtries new_authtok_reqd acct_expired session_err cred_unavail "
+            "cred_expired "
+            "cred_err no_module_data conv_err authtok_err authtok_recover_err authtok_lock_busy authtok_disable_aging "
+            "try_again ignore abort authtok_expired module_unknown bad_item conv_again incomplete default");
+        const QStringList list = names.split(QLatin1Char(' '));
+        return QSet<QString>(list.begin(), list.end());
+    }();
+    return verdicts.contains(name);
+}
+
+/// How far an action jumps; 0 for one that doesn't.
+int jumpOf(const QString &action)
+{
+    return action.toInt();
+}
+
+bool isAction(const QString &action)
+{
+    static const QSet<QString> words{QStringLiteral("ignore"),
+                                     QStringLiteral("ok"),
+                                     QStringLiteral("done"),
+                                     QStringLiteral("bad"),
+                                     QStringLiteral("die"),
+                                     QStringLiteral("reset")};
+    return words.contains(action) || jumpOf(action) > 0;
+}
+
+/// None if the control isn't known.
+PamActions actionsIn(const PamStackLine &line)
+{
+    const QString brackets = line.isBracketed ? line.control : bracketsOf(line.control);
+    PamActions actions;
+    for (const QString &pair : brackets.simplified().split(QLatin1Char(' '))) {
+        const QString verdict = pair.section(QLatin1Char('='), 0, 0).toLower();
+        const QString action = pair.section(QLatin1Char('='), 1).toLower();
+        if (!isVerdict(verdict) || !isAction(action)) {
+            return {};
+        }
+        actions.insert(verdict, action);
+    }
+    return actions;
+}
+
+QString pamFolder()
+{
+    return QStringLiteral("/etc/pam.d/");
+}
+
+QString installedPath(const QString &module)
+{
+    if (module.startsWith(QLatin1Char('/'))) {
+        return QFile::exists(module) ? module : QString();
+    }
+    const QString suffix = QStringLiteral(".so");
+    return module.endsWith(suffix) ? pamModulePath(module.chopped(suffix.size())) : QString();
+}
+
+QString nameOf(const PamStackLine &line)
+{
+    return line.module.section(QLatin1Char('/'), -1);
+}
+
+/// One type of a service: reads it, and notes what is wrong with it.
+class TypeOfService
+{
+    Q_DECLARE_TR_FUNCTIONS(PamFaults)
+
+public:
+    TypeOfService(const QString &root, const QString &service, const QString &type)
+        : m_root(root), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
+    {
+        const PamNodes nodes = nodesIn(service, 0);
+        checkJumps(nodes);
+        if (!nodes.isEmpty() && !endsOf(nodes, {int(Impression::None)}).contains(int(Impression::Good))) {
+            note(tr("nothing can succeed"));
+        }
+    }
+
+    QStringList faults() const
+    {
+        return m_faults;
+    }
+
+private:
+    void note(const QString &fault)
+    {
+        if (!m_faults.contains(m_start + fault)) {
+            m_faults += m_start + fault;
+        }
+    }
+
+    PamNodes nodesIn(const QString &file, int depth)
+    {
+        QFile stack(m_root + (file.startsWith(QLatin1Char('/')) ? QString() : pamFolder()) + file);
+        if (depth > deepestInclusion || !stack.open(QIODevice::ReadOnly)) {
+            note(tr("%1 cannot be included").arg(file));
+            return {};
+        }
+        PamNodes nodes;
+        for (const PamStackLine &line : pamStackLines(stack.readAll())) {
+            if (line.type == QLatin1String("@include")) {
+                nodes += nodesIn(line.module, depth + 1);
+            } else if (line.type == m_type) {
+                nodes += nodesOf(line, depth);
+            }
+        }
+        return nodes;
+    }
+
+    PamNodes nodesOf(const PamStackLine &line, int depth)
+    {
+        const QString control = line.isBracketed ? QString() : line.control.toLower();
+        if (control == QLatin1String("include")) {
+            return nodesIn(line.module, depth + 1);
+        }
+        if (control == QLatin1String("substack")) {
+            return {{line, {}, nodesIn(line.module, depth + 1), true}};
+        }
+        const PamActions actions = actionsIn(line);
+        if (actions.isEmpty()) {
+            note(tr("%1 has the control \"%2\", which does not exist").arg(nameOf(line), line.control));
+        }
+        if (!line.mayBeMissing && installedPath(line.module).isEmpty()) {
+            note(tr("%1 is not installed").arg(nameOf(line)));
+        }
+        return {{line, actions}};
+    }
+
+    void checkJumps(const PamNodes &nodes)
+    {
+        for (int i = 0; i < nodes.size(); ++i) {
+            checkJumps(nodes.at(i).substack);
+            for (const QString &action : nodes.at(i).actions) {
+                if (jumpOf(action) > 0 && i + 1 + jumpOf(action) >= nodes.size()) {
+                    note(tr("%1 jumps out of its stack").arg(nameOf(nodes.at(i).line)));
+                }
+            }
+        }
+    }
+
+    /// What a module may say: "success", and "default" for all that is no success.
+    QStringList verdictsOf(const PamNode &node) const
+    {
+        const QString failure = QStringLiteral("default");
+        const bool onlyFails = node.line.calls(QStringLiteral("pam_deny"))
+            || (node.line.calls(QStringLiteral("pam_faillock"))
+                && node.line.options.contains(QLatin1String("authfail")))
+            || installedPath(node.line.module).isEmpty();
+        if (onlyFails) {
+            return {failure};
+        }
+        if (node.line.calls(QStringLiteral("pam_permit"))) {
+            return {QStringLiteral("success")};
+        }
+        return QStringList{failure, QStringLiteral("success")} + node.actions.keys();
+    }
+
+    static QString actionOn(const QString &verdict, const PamNode &node)
+    {
+        // what isn't said is bad
+        return node.actions.value(verdict, node.actions.value(QStringLiteral("default"), QStringLiteral("bad")));
+    }
+
+    static bool isSuccess(const QString &verdict)
+    {
+        return verdict == QLatin1String("success") || verdict == QLatin1String("new_authtok_reqd");
+    }
+
+    /// All impressions that a stack can leave, begun with one of these.
+    Impressions endsOf(const PamNodes &nodes, const Impressions &start) const
+    {
+        QVector<Impressions> at(nodes.size() + 1);
+        at[0] = start;
+        for (int i = 0; i < nodes.size(); ++i) {
+            if (nodes.at(i).isSubstack) {
+                at[i + 1] += endsOf(nodes.at(i).substack, at.at(i));
+                continue;
+            }
+            const QStringList verdicts = verdictsOf(nodes.at(i));
+            for (const QString &verdict : verdicts) {
+                go(verdict, actionOn(verdict, nodes.at(i)), i, start, &at);
+            }
+        }
+        return at.constLast();
+    }
+
+    /// Takes one verdict's way on from the node.
+    static void
+    go(const QString &verdict, const QString &action, int node, const Impressions &start, QVector<Impressions> *at)
+    {
+        const int end = int(at->size()) - 1;
+        const Impressions before = at->at(node);
+        for (const int impression : before) {
+            const bool isBad = impression == int(Impression::Bad);
+            const int praised = isBad || !isSuccess(verdict) ? int(Impression::Bad) : int(Impression::Good);
+            if (jumpOf(action) > 0) {
+                const int place = node + 1 + jumpOf(action);
+                (*at)[qMin(place, end)] += place < end ? impression : int(Impression::Bad);
+            } else if (action == QLatin1String("ignore")) {
+                (*at)[node + 1] += impression;
+            } else if (action == QLatin1String("ok")) {
+                (*at)[node + 1] += praised;
+            } else if (action == QLatin1String("done")) {
+                (*at)[isBad ? node + 1 : end] += praised;
+            } else if (action == QLatin1String("reset")) {
+                (*at)[node + 1] += start;
+            } else {
+                (*at)[action == QLatin1String("die") ? end : node + 1] += int(Impression::Bad);
+            }
+        }
+    }
+
+    QString m_root;
+    QString m_type;
+    QString m_start;
+    QStringList m_faults;
+};
+}
+
+QStringList pamServiceFaults(const QString &root, const QString &service)
+{
+    QStringList faults;
+    for (const char *type : {"auth", "account", "password", "session"}) {
+        faults += TypeOfService(root, service, QLatin1String(type)).faults();
+    }
+    return faults;
+}
+
+QStringList pamFaults(const QString &root)
+{
+    QStringList faults;
+    for (const QString &service : pamServices(root)) {
+        faults += pamServiceFaults(root, service);
+    }
+    return faults;
+}
