@@ -31,5 +31,4 @@ inline constexpr char authorizationFailedError[] = "AuthorizationFailed";
 inline constexpr char tooManyRequestsError[] = "TooManyRequests";
 inline constexpr char stacksEditedError[] = "StacksEdited";
 inline constexpr char rolledBackError[] = "RolledBack";
-inline constexpr char notOursError[] = "NotOurs";
 inline constexpr char failedError[] = "Failed";

@@ -43,7 +43,7 @@ void writeToJournal(const JournalEntry &entry)
     const QByteArrayList fields{
         field("MESSAGE", sentence(entry)),
         field("MESSAGE_ID", QLatin1String(entryKind)),
-        field("PRIORITY", QString::number(entry.reason.isEmpty() ? LOG_NOTICE : LOG_WARNING)),
+        field("PRIORITY", QString::number(entry.outcome == doneOutcome() ? LOG_NOTICE : LOG_WARNING)),
         field("ACCOUNTPOLICIES_ACTION", entry.action),
         field("ACCOUNTPOLICIES_SUBJECT", entry.subject),
         field("ACCOUNTPOLICIES_CALLER_UID", QString::number(entry.caller.user)),

@@ -16,11 +16,17 @@ struct JournalEntry {
     QString subject;
     QVariantMap before;
     QVariantMap after;
-    /// How it ended, in a word: "done", or the last part of the error's name.
+    /// How it ended, in a word: doneOutcome(), or the last part of the error's name.
     QString outcome;
-    /// Why, in one line; empty where it is done.
+    /// Why, or what there is to say of it, in one line; mostly empty where it is done.
     QString reason;
 };
+
+/// The outcome of what has succeeded.
+inline QString doneOutcome()
+{
+    return QStringLiteral("done");
+}
 
 /// Leaves one entry in the journal, with fields that journalctl(1) can look for; accountpoliciesd(8) has their names.
 void writeToJournal(const JournalEntry &entry);

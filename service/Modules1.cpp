@@ -109,7 +109,7 @@ Answer unlock(const QString &account, const Caller &caller)
                     QStringLiteral("account ") + account,
                     {},
                     {},
-                    fault.isEmpty() ? QStringLiteral("done") : QLatin1String(failedError),
+                    fault.isEmpty() ? doneOutcome() : QLatin1String(failedError),
                     fault});
     return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
 }
@@ -160,8 +160,9 @@ QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVaria
     return {};
 }
 
-bool Modules1::WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options)
+bool Modules1::WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options, QString &note)
 {
+    Q_UNUSED(note)
     Answer fault;
     const std::optional<PolicyWrite> write = policyWrite(policy, values, options, &fault);
     if (!write) {
@@ -190,7 +191,8 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
 
 LockedAccounts Modules1::ListLocked()
 {
-    take({Job::Place::Here, QStringLiteral("list-locked"), {}, [](const Caller &) {
+    // whether an account is an administrator's may be asked of a database in the network
+    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &) {
               return listLocked();
           }});
     return {};

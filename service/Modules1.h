@@ -28,7 +28,7 @@ public:
 
     TextMap ListSettings(const QString &policy);
     QVariantMap ReadPolicy(const QString &policy, TextMap &sources, QVariantMap &state);
-    bool WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options);
+    bool WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options, QString &note);
     ChangedFiles PreviewPolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options);
     LockedAccounts ListLocked();
     void Unlock(const QString &account);

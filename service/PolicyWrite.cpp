@@ -118,8 +118,6 @@ const char *errorOf(ModuleOutcome::Kind kind)
         return stacksEditedError;
     case ModuleOutcome::Kind::RolledBack:
         return rolledBackError;
-    case ModuleOutcome::Kind::NotOurs:
-        return notOursError;
     default:
         return failedError;
     }
@@ -127,7 +125,10 @@ const char *errorOf(ModuleOutcome::Kind kind)
 
 Answer answerOf(const ModuleOutcome &outcome)
 {
-    return outcome.succeeded() ? Answer::of(outcome.changed) : Answer::failure(errorOf(outcome.kind), outcome.reason);
+    if (!outcome.succeeded()) {
+        return Answer::failure(errorOf(outcome.kind), outcome.reason);
+    }
+    return {{outcome.changed, outcome.reason}, {}, {}, {}};
 }
 
 void note(const PolicyWrite &write, const ModuleWish &wish, const ModuleOutcome &outcome, const Caller &caller)
@@ -138,7 +139,7 @@ void note(const PolicyWrite &write, const ModuleWish &wish, const ModuleOutcome 
                     QStringLiteral("policy ") + write.policy->name,
                     outcome.before,
                     wish.values,
-                    error.isEmpty() ? QStringLiteral("done") : error,
+                    error.isEmpty() ? doneOutcome() : error,
                     outcome.reason});
 }
 }
@@ -183,7 +184,8 @@ Answer runWrite(const PolicyWrite &write, const Caller &caller)
 Answer previewWrite(const PolicyWrite &write)
 {
     MachineCopy copy;
-    const QStringList folders = modulePolicyFolders(*write.policy);
+    const QStringList folders = modulePolicyFolders();
+    copy.takeFile(write.policy->path);
     for (const QString &folder : folders) {
         copy.takeFolder(folder, QStringLiteral("*"));
     }
@@ -200,11 +202,13 @@ Answer previewWrite(const PolicyWrite &write)
     if (!outcome.succeeded()) {
         return Answer::failure(errorOf(outcome.kind), copy.aboutMachine(outcome.reason));
     }
-    ChangedFiles files;
+    QStringList paths{write.policy->path};
     for (const QString &folder : folders) {
-        for (const FilePreview &file : copy.changes(copy.files(folder))) {
-            files += ChangedFile{file.path, file.before, file.after};
-        }
+        paths += copy.files(folder);
+    }
+    ChangedFiles files;
+    for (const FilePreview &file : copy.changes(paths)) {
+        files += ChangedFile{file.path, file.before, file.after};
     }
     return Answer::of(QVariant::fromValue(files));
 }
