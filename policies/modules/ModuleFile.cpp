@@ -22,7 +22,7 @@ struct ModuleEntry {
 ModuleEntry entryIn(const QByteArray &line)
 {
     static const QRegularExpression form(QStringLiteral(R"(\A\s*([^\s=]+)\s*=?\s*(.*?)\s*\z)"));
-    const QRegularExpressionMatch match = form.match(QString::fromLatin1(line.left(line.indexOf('#'))));
+    const QRegularExpressionMatch match = form.match(QString::fromLatin1(line.mid(0, line.indexOf('#'))));
     return {match.captured(1), match.captured(2)};
 }
 
@@ -144,7 +144,7 @@ QVariantMap moduleOptionValues(const ModulePolicy &policy, const QStringList &op
     QVector<ModuleEntry> entries;
     for (const QString &option : options) {
         const auto nameEnd = option.indexOf(QLatin1Char('='));
-        entries += ModuleEntry{option.left(nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
+        entries += ModuleEntry{option.mid(0, nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
     }
     return valuesIn(policy, entries);
 }

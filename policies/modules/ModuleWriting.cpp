@@ -308,8 +308,8 @@ private:
             return false;
         }
         const ModuleLine &line = lines.constFirst();
-        const QStringList options = moduleOptionsWith(m_policy, line.options, m_wish.values);
-        return options == line.options || replaceOptions(line, options, error);
+        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_wish.values)
+            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_wish.values), error);
     }
 
     bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const

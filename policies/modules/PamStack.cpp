@@ -88,7 +88,7 @@ QByteArray pamStackWithOptions(const QByteArray &content, int number, const QStr
 {
     QByteArrayList lines = content.split('\n');
     QByteArray &line = lines[number - 1];
-    const QByteArray text = line.left(line.indexOf('#'));
+    const QByteArray text = line.mid(0, line.indexOf('#'));
     if (text.endsWith('\\')) {
         return {};
     }

@@ -6,8 +6,6 @@
 #include "messages/LocalText.h"
 #include "policies/modules/ModulePolicy.h"
 
-#include <QTemporaryFile>
-
 #include <array>
 #include <memory>
 #include <pwquality.h>
@@ -43,7 +41,7 @@ constexpr std::array numberedSettings{
     NumberedSetting{PWQ_SETTING_LOCAL_USERS, "local_users_only"},
 };
 
-/// Of a shorter password's limit the library makes this.
+// the library raises less to this
 constexpr int shortestLimit = 6;
 
 /// A file in memory, which the library can open by a path that has no folder of more files beside it.
@@ -80,14 +78,16 @@ private:
     bool m_isWhole = false;
 };
 
-/// The library's settings, all made one number before they are read.
+/// The library's settings, all made this number before they are read; the shortest password is that much longer than the
+/// shortest one that the library allows.
 class LibrarySettings
 {
 public:
     explicit LibrarySettings(int filling)
     {
         for (const NumberedSetting &setting : numberedSettings) {
-            pwquality_set_int_value(m_settings.get(), setting.number, filling);
+            const int least = setting.number == PWQ_SETTING_MIN_LENGTH ? shortestLimit : 0;
+            pwquality_set_int_value(m_settings.get(), setting.number, least + filling);
         }
     }
 
@@ -132,8 +132,8 @@ QVariantMap pwqualityFileValues(const QByteArray &content, QString *error)
         return {};
     }
     // what the file sets comes out the same, whatever was there before
-    LibrarySettings one(shortestLimit);
-    LibrarySettings other(shortestLimit + 1);
+    LibrarySettings one(1);
+    LibrarySettings other(2);
     *error = one.read(file);
     other.read(file);
     QVariantMap values;

@@ -5,6 +5,7 @@
 
 #include "tests/support/InterfacePage.h"
 #include "tests/support/Program.h"
+#include "tests/support/Rows.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -79,22 +80,34 @@ class SourceTextsTest : public QObject
 
 private Q_SLOTS:
     void areJustTheSystemsOwn();
-    void ofTheClientAreInTheContextOfTheirFile();
+    void ofOthersAreInTheContextOfTheirFile_data();
+    void ofOthersAreInTheContextOfTheirFile();
 };
 
 void SourceTextsTest::areJustTheSystemsOwn()
 {
-    const QString folders = QStringLiteral("messages tasks engine policies helper tests bench");
+    const QString folders = QStringLiteral(
+        "messages tasks engine policies/complexity policies/expiration policies/files policies/lockout policies/pam "
+        "helper tests bench");
 
     QCOMPARE(textsOf(folders.split(QLatin1Char(' '))), expectedTexts());
 }
 
-void SourceTextsTest::ofTheClientAreInTheContextOfTheirFile()
+void SourceTextsTest::ofOthersAreInTheContextOfTheirFile_data()
 {
+    const Rows<RowText> row("folder");
+    for (const char *folder : {"client", "policies/faillock", "policies/modules"}) {
+        row(folder, folder);
+    }
+}
+
+void SourceTextsTest::ofOthersAreInTheContextOfTheirFile()
+{
+    QFETCH(const QString, folder);
     int found = 0;
     QStringList astray;
     QDirIterator sources(
-        QStringLiteral(SOURCES "/client"), {QStringLiteral("*.cpp")}, QDir::Files, QDirIterator::Subdirectories);
+        QStringLiteral(SOURCES "/") + folder, {QStringLiteral("*.cpp")}, QDir::Files, QDirIterator::Subdirectories);
     while (sources.hasNext()) {
         const QString source = sources.next().mid(qstrlen(SOURCES "/"));
         const QStringList texts = textsOf({source});

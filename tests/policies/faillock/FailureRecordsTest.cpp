@@ -1,0 +1,278 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/faillock/FailureRecords.h"
+
+#include "policies/modules/ModuleWriting.h"
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/Rows.h"
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <cstring>
+
+namespace
+{
+const QString file = QStringLiteral("/etc/security/faillock.conf");
+const QString folder = QStringLiteral("/var/lib/failures");
+const QString profiles = QStringLiteral("/usr/share/pam-configs/");
+const QString tester = QStringLiteral("tester");
+const QByteArray password("Right-1-Word\n");
+
+qint64 now()
+{
+    return QDateTime::currentSecsSinceEpoch();
+}
+
+/// A record of the module: so many seconds ago.
+QByteArray entry(qint64 ago, const char *source = "tty1", quint16 status = 1)
+{
+    QByteArray bytes(64, '\0');
+    const quint64 time = quint64(now() - ago);
+    std::memcpy(bytes.data(), source, qMin<size_t>(strlen(source), 52));
+    std::memcpy(bytes.data() + 54, &status, sizeof status);
+    std::memcpy(bytes.data() + 56, &time, sizeof time);
+    return bytes;
+}
+
+void setUp(const QByteArray &settings)
+{
+    writeContent(file, "dir = /var/lib/failures\n" + settings);
+}
+
+/// "name: failures, source, first and last so long ago, locked until so far from now", a line each; seconds in full tens.
+QString text(const FailureListing &listing)
+{
+    const auto tens = [](const QDateTime &time) {
+        return QString::number(qRound(double(time.toSecsSinceEpoch() - now()) / 10) * 10);
+    };
+    QString text = listing.error;
+    for (const FailureRecord &record : listing.accounts) {
+        const QString lock = !record.isLocked ? QStringLiteral("open")
+            : record.until                    ? QStringLiteral("locked until ") + tens(*record.until)
+                                              : QStringLiteral("locked");
+        text += QStringLiteral("%1: %2, %3, %4 to %5, %6\n")
+                    .arg(record.account,
+                         QString::number(record.failures),
+                         record.source,
+                         tens(record.first),
+                         tens(record.last),
+                         lock);
+    }
+    return text;
+}
+
+QString listed()
+{
+    return text(failureRecords());
+}
+
+int login(const QByteArray &typed)
+{
+    return runAs(root, "pamtester login tester authenticate", typed).exitCode;
+}
+}
+
+class FailureRecordsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void lists_data();
+    void lists();
+    void listsRootAsItIsLocked_data();
+    void listsRootAsItIsLocked();
+    void listsAdministratorsAsRoot();
+    void tellsWhatCannotBeRead();
+    void takesOptionsOfLine();
+    void forgetsOneAccount();
+    void forgetsNothingOfStrangers();
+    void tellsWhatCannotBeForgotten();
+    void agreesWithRealLogins();
+
+private:
+    QByteArray m_stack;
+};
+
+void FailureRecordsTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    for (const char *name : {"accountpolicies-faillock", "accountpolicies-faillock-preauth"}) {
+        const QString profile = QLatin1String(name);
+        writeContent(profiles + profile, contentOf(QLatin1String(SOURCES "/profiles/") + profile));
+    }
+    QCOMPARE(runAs(root, "useradd tester").exitCode, 0);
+    QCOMPARE(runAs(root, "chpasswd", "tester:" + password).exitCode, 0);
+    m_stack = contentOf("/etc/pam.d/common-auth");
+}
+
+void FailureRecordsTest::init()
+{
+    QDir(folder).removeRecursively();
+    QDir().mkpath(folder);
+    writeContent("/etc/pam.d/common-auth", m_stack);
+}
+
+void FailureRecordsTest::lists_data()
+{
+    const Rows<QByteArray, QByteArray, RowText> row("settings", "entries", "expected");
+    const QByteArray three = entry(300) + entry(200, "198.51.100.7", 3) + entry(100, "2001:db8::7", 3);
+    row("no failure", "", "", "");
+    row("one", "", entry(100), "tester: 1, tty1, -100 to -100, open\n");
+    row("enough", "", three, "tester: 3, 2001:db8::7, -300 to -100, locked until 500\n");
+    row("not enough", "deny = 4\n", three, "tester: 3, 2001:db8::7, -300 to -100, open\n");
+    row("for ever", "unlock_time = never\n", three, "tester: 3, 2001:db8::7, -300 to -100, locked\n");
+    row("open again", "unlock_time = 90\n", three, "tester: 3, 2001:db8::7, -300 to -100, open\n");
+    row("too far from each other", "fail_interval = 150\n", three, "tester: 2, 2001:db8::7, -200 to -100, open\n");
+    row("not those before a login", "", entry(300, "tty1", 0) + entry(100), "tester: 1, tty1, -100 to -100, open\n");
+    row("out of their order",
+        "",
+        entry(100) + entry(200) + entry(300, "tty3"),
+        "tester: 3, tty1, -300 to -100, locked until 500\n");
+    row("the longest source",
+        "",
+        entry(100, "0123456789012345678901234567890123456789012345678901"),
+        "tester: 1, 0123456789012345678901234567890123456789012345678901, -100 to -100, open\n");
+    row("a part of an entry", "", entry(100) + entry(50).left(63), "tester: 1, tty1, -100 to -100, open\n");
+}
+
+void FailureRecordsTest::lists()
+{
+    QFETCH(const QByteArray, settings);
+    QFETCH(const QByteArray, entries);
+    QFETCH(const QString, expected);
+    setUp(settings);
+    writeContent(folder + QLatin1String("/tester"), entries);
+
+    QCOMPARE(listed(), expected);
+}
+
+void FailureRecordsTest::listsRootAsItIsLocked_data()
+{
+    const Rows<QByteArray, RowText> row("settings", "lock");
+    row("never", "", "open");
+    row("as others", "even_deny_root\n", "locked until 500");
+    row("for its own time", "root_unlock_time = 200\n", "locked until 100");
+    row("for ever", "root_unlock_time = 0\n", "locked");
+}
+
+void FailureRecordsTest::listsRootAsItIsLocked()
+{
+    QFETCH(const QByteArray, settings);
+    QFETCH(const QString, lock);
+    setUp(settings);
+    writeContent(folder + QLatin1String("/root"), entry(100) + entry(100) + entry(100));
+
+    QCOMPARE(listed(), QStringLiteral("root: 3, tty1, -100 to -100, ") + lock + QLatin1Char('\n'));
+}
+
+void FailureRecordsTest::listsAdministratorsAsRoot()
+{
+    setUp("admin_group = sudo\n");
+    const QByteArray three = entry(100) + entry(100) + entry(100);
+    writeContent(folder + QLatin1String("/tester"), three);
+    QCOMPARE(listed(), QStringLiteral("tester: 3, tty1, -100 to -100, locked until 500\n"));
+
+    QCOMPARE(runAs(root, "usermod -aG sudo tester").exitCode, 0);
+    QCOMPARE(listed(), QStringLiteral("tester: 3, tty1, -100 to -100, open\n"));
+    QCOMPARE(runAs(root, "gpasswd -d tester sudo").exitCode, 0);
+}
+
+void FailureRecordsTest::tellsWhatCannotBeRead()
+{
+    setUp("");
+    writeContent(folder + QLatin1String("/alone"), entry(100));
+    QFile::setPermissions(folder + QLatin1String("/alone"), QFile::ReadOwner);
+    const QString program = copyForEverybody(QCoreApplication::applicationFilePath());
+    const ProgramResult result =
+        runAs(nobody, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("LISTS=1 ") + program});
+    QCOMPARE(result.standardOutput, QByteArray("/var/lib/failures/alone: Permission denied"));
+}
+
+void FailureRecordsTest::takesOptionsOfLine()
+{
+    setUp("deny = 9\n");
+    writeContent("/etc/pam.d/common-auth", "auth [default=die] pam_faillock.so authfail deny=1\n");
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, locked until 500\n"));
+}
+
+void FailureRecordsTest::forgetsOneAccount()
+{
+    setUp("");
+    writeContent(folder + QLatin1String("/root"), entry(100));
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+
+    QCOMPARE(forgetFailures(tester), QString());
+    QCOMPARE(listed(), QStringLiteral("root: 1, tty1, -100 to -100, open\n"));
+    QCOMPARE(forgetFailures(tester), QString());
+}
+
+void FailureRecordsTest::forgetsNothingOfStrangers()
+{
+    setUp("");
+    writeContent("/var/lib/stranger", entry(100));
+    for (const char *name : {"../stranger", "nobody", "", "--dir"}) {
+        QCOMPARE(forgetFailures(QLatin1String(name)), QString());
+    }
+    QCOMPARE(contentOf("/var/lib/stranger").size(), 64);
+    QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList());
+}
+
+void FailureRecordsTest::tellsWhatCannotBeForgotten()
+{
+    setUp("");
+    const QString records = folder + QLatin1String("/tester");
+    writeContent(records, entry(100));
+    const ScopedMount mount = ScopedMount::readOnly(records);
+
+    QCOMPARE(forgetFailures(tester), QStringLiteral("tester still has failures"));
+}
+
+void FailureRecordsTest::agreesWithRealLogins()
+{
+    setUp("nodelay\n");
+    QCOMPARE(writeModule(
+                 faillockPolicy(),
+                 {{{QStringLiteral("dir"), folder}, {QStringLiteral("nodelay"), true}}, ModuleWish::Switch::On, false})
+                 .reason,
+             QString());
+    QCOMPARE(login(password), 0);
+    for (int failures = 1; failures <= 3; ++failures) {
+        QCOMPARE(login("wrong\n"), 1);
+        QCOMPARE(failureRecords().accounts.constFirst().failures, failures);
+        QCOMPARE(failureRecords().accounts.constFirst().isLocked, failures == 3);
+    }
+    QCOMPARE(login(password), 1);
+    const QByteArray seen = runAs(root, "faillock --dir /var/lib/failures --user tester").standardOutput;
+    QCOMPARE(seen.count(" login "), 3);
+    QCOMPARE(failureRecords().accounts.constFirst().source, QStringLiteral("login"));
+
+    QCOMPARE(forgetFailures(tester), QString());
+    QCOMPARE(login(password), 0);
+    QCOMPARE(writeModule(faillockPolicy(), {{}, ModuleWish::Switch::Off, false}).reason, QString());
+    for (int failures = 1; failures <= 4; ++failures) {
+        QCOMPARE(login("wrong\n"), 1);
+    }
+    QCOMPARE(login(password), 0);
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (qEnvironmentVariableIsSet("LISTS")) {
+        fputs(qPrintable(listed()), stdout);
+        return 0;
+    }
+    FailureRecordsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "FailureRecordsTest.moc"

@@ -1,0 +1,425 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/ModuleWriting.h"
+
+#include "policies/modules/ModuleReading.h"
+#include "tests/policies/pam/PamSystem.h"
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/Rows.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace
+{
+using Kind = ModuleOutcome::Kind;
+using Switch = ModuleWish::Switch;
+
+const QString commonAuth = QStringLiteral("/etc/pam.d/common-auth");
+const QString commonPassword = QStringLiteral("/etc/pam.d/common-password");
+const QString faillockFile = QStringLiteral("/etc/security/faillock.conf");
+const QString profileFolder = QStringLiteral("/usr/share/pam-configs/");
+const QVariantMap five{{QStringLiteral("deny"), 5LL}};
+
+/// All that a write may change.
+FolderContent machine()
+{
+    FolderContent all;
+    for (const char *folder : {"/etc/pam.d", "/etc/security", "/var/lib/pam", "/var/cache/debconf"}) {
+        const FolderContent below = contentBelow(QLatin1String(folder));
+        for (auto file = below.begin(); file != below.end(); ++file) {
+            all.insert(QLatin1String(folder) + QLatin1Char('/') + file.key(), *file);
+        }
+    }
+    // what debconf writes at each run, of whatever
+    for (const char *noise : {"config.dat-old", "templates.dat", "templates.dat-old"}) {
+        all.remove(QLatin1String("/var/cache/debconf/") + QLatin1String(noise));
+    }
+    return all;
+}
+
+/// The lines of a stack that aren't comments.
+QByteArrayList linesOf(const QString &stack)
+{
+    QByteArrayList lines;
+    for (const QByteArray &line : contentOf(stack).split('\n')) {
+        if (!line.isEmpty() && !line.startsWith('#')) {
+            lines += line.simplified();
+        }
+    }
+    return lines;
+}
+
+QByteArrayList linesCalling(const QByteArray &module, const QString &stack)
+{
+    QByteArrayList lines;
+    for (const QByteArray &line : linesOf(stack)) {
+        if (line.contains(module + ".so")) {
+            lines += line;
+        }
+    }
+    return lines;
+}
+
+ModuleOutcome write(const ModulePolicy &policy, const QVariantMap &values, Switch profiles, bool force = false)
+{
+    return writeModule(policy, {values, profiles, force});
+}
+
+/// In front of the profiles' lines, which pam-auth-update then leaves alone.
+void editByHand()
+{
+    writeContent(
+        commonAuth,
+        contentOf(commonAuth)
+            .replace("(the \"Primary\" block)\n", "(the \"Primary\" block)\nauth optional pam_permit.so debug\n"));
+}
+}
+Q_DECLARE_METATYPE(ModuleOutcome::Kind)
+
+class ModuleWritingTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void switchesFaillockOnAndOff();
+    void switchesHistoryOnAndOff();
+    void writesQualityBesideTheLibrarysFile();
+    void changesNothingTheSecondTime();
+    void keepsOptionsThroughOtherRunsOfTool();
+    void leavesEditedStacksAlone();
+    void writesEditedStacksAnewByForce();
+    void doublesNoOtherLine();
+    void saysWhatItCantSwitchOff();
+    void putsBackStacksThatWouldNotWork_data();
+    void putsBackStacksThatWouldNotWork();
+    void putsBackWhatToolHasSpoiled();
+    void refuses_data();
+    void refuses();
+    void writesBelowRootWhatItWritesHere();
+
+private:
+    FolderContent m_machine;
+};
+
+void ModuleWritingTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    for (const char *name :
+         {"accountpolicies-faillock", "accountpolicies-faillock-preauth", "accountpolicies-pwhistory"}) {
+        const QString profile = QLatin1String(name);
+        writeContent(profileFolder + profile, contentOf(QLatin1String(SOURCES "/profiles/") + profile));
+    }
+    // the records know them from now on
+    QCOMPARE(runAs(root, "env DEBIAN_FRONTEND=noninteractive pam-auth-update --package").exitCode, 0);
+    m_machine = machine();
+}
+
+void ModuleWritingTest::init()
+{
+    const FolderContent now = machine();
+    for (auto file = now.begin(); file != now.end(); ++file) {
+        if (!m_machine.contains(file.key())) {
+            QFile::remove(file.key());
+        }
+    }
+    for (auto file = m_machine.begin(); file != m_machine.end(); ++file) {
+        if (now.value(file.key()) != *file) {
+            writeContent(file.key(), *file);
+        }
+    }
+    QFile::remove(profileFolder + QLatin1String("own"));
+}
+
+void ModuleWritingTest::switchesFaillockOnAndOff()
+{
+    const QVariantMap values{{QStringLiteral("deny"), 5LL},
+                             {QStringLiteral("unlock_time"), 0LL},
+                             {QStringLiteral("audit"), true},
+                             {QStringLiteral("silent"), false},
+                             {QStringLiteral("dir"), QStringLiteral("/var/lib/faillock")}};
+    const QVariantMap read{{QStringLiteral("deny"), 5LL},
+                           {QStringLiteral("unlock_time"), 0LL},
+                           {QStringLiteral("audit"), true},
+                           {QStringLiteral("dir"), QStringLiteral("/var/lib/faillock")}};
+    const QByteArray fileBefore = contentOf(faillockFile);
+
+    const ModuleOutcome on = write(faillockPolicy(), values, Switch::On);
+    QCOMPARE(on.reason, QString());
+    QCOMPARE(on.kind, Kind::Done);
+    QCOMPARE(on.before, QVariantMap());
+    QVERIFY(!on.wasOn && on.changed);
+    QCOMPARE(contentOf(faillockFile), fileBefore + "deny = 5\nunlock_time = 0\naudit\ndir = /var/lib/faillock\n");
+    QCOMPARE(linesOf(commonAuth),
+             QByteArrayList({"auth requisite pam_faillock.so preauth",
+                             "auth [success=2 default=ignore] pam_unix.so nullok try_first_pass",
+                             "auth [default=die] pam_faillock.so authfail",
+                             "auth requisite pam_deny.so",
+                             "auth required pam_permit.so",
+                             "auth optional pam_cap.so"}));
+    QCOMPARE(linesCalling("pam_faillock", QStringLiteral("/etc/pam.d/common-account")),
+             QByteArrayList{"account required pam_faillock.so"});
+    const ModuleReading reading = readModule(faillockPolicy());
+    QCOMPARE(reading.values, read);
+    QCOMPARE(reading.force, ModuleForce::OurProfiles);
+
+    const ModuleOutcome off = write(faillockPolicy(), read, Switch::Off);
+    QCOMPARE(off.reason, QString());
+    QCOMPARE(off.kind, Kind::Done);
+    QCOMPARE(off.before, read);
+    QVERIFY(off.wasOn && off.changed);
+    QCOMPARE(contentOf(commonAuth), m_machine.value(commonAuth));
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::None);
+
+    QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).kind, Kind::Done);
+    QCOMPARE(contentOf(faillockFile), fileBefore);
+}
+
+void ModuleWritingTest::switchesHistoryOnAndOff()
+{
+    const QVariantMap values{{QStringLiteral("remember"), 5LL}, {QStringLiteral("enforce_for_root"), true}};
+
+    const ModuleOutcome on = write(pwhistoryPolicy(), values, Switch::On);
+    QCOMPARE(on.reason, QString());
+    QCOMPARE(on.kind, Kind::Done);
+    const ModuleReading reading = readModule(pwhistoryPolicy());
+    QCOMPARE(reading.values, values);
+    QCOMPARE(reading.force, ModuleForce::OurProfiles);
+    const bool readsFile = moduleReadsFile(pwhistoryPolicy());
+    QCOMPARE(reading.source, readsFile ? pwhistoryPolicy().path : commonPassword);
+    QCOMPARE(linesCalling("pam_pwhistory", commonPassword),
+             QByteArrayList{QByteArray("password requisite pam_pwhistory.so use_authtok")
+                            + (readsFile ? "" : " remember=5 enforce_for_root")});
+
+    QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 7LL}}, Switch::On).kind, Kind::Done);
+    QCOMPARE(readModule(pwhistoryPolicy()).values, QVariantMap({{QStringLiteral("remember"), 7LL}}));
+
+    QCOMPARE(write(pwhistoryPolicy(), {}, Switch::Off).kind, Kind::Done);
+    QCOMPARE(contentOf(commonPassword), m_machine.value(commonPassword));
+}
+
+void ModuleWritingTest::writesQualityBesideTheLibrarysFile()
+{
+    const QVariantMap values{{QStringLiteral("minlen"), 12LL},
+                             {QStringLiteral("dcredit"), -1LL},
+                             {QStringLiteral("dictcheck"), false},
+                             {QStringLiteral("usercheck"), true},
+                             {QStringLiteral("enforce_for_root"), true}};
+
+    const ModuleOutcome outcome = write(pwqualityPolicy(), values, Switch::On);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(contentOf(pwqualityPolicy().path),
+             QByteArray("minlen = 12\ndcredit = -1\ndictcheck = 0\nusercheck = 1\nenforce_for_root\n"));
+    QCOMPARE(readModule(pwqualityPolicy()).values, values);
+    QCOMPARE(readModule(pwqualityPolicy()).force, ModuleForce::OtherLines);
+    QCOMPARE(machine().value(QStringLiteral("/etc/security/pwquality.conf")),
+             m_machine.value(QStringLiteral("/etc/security/pwquality.conf")));
+}
+
+void ModuleWritingTest::changesNothingTheSecondTime()
+{
+    for (const ModulePolicy *policy : modulePolicies()) {
+        const QVariantMap values{{policy->settings.constFirst().name, 4LL}};
+        QCOMPARE(write(*policy, values, Switch::On).kind, Kind::Done);
+        const FolderContent once = machine();
+        const ModuleOutcome outcome = write(*policy, values, Switch::On);
+        QCOMPARE(outcome.kind, Kind::Done);
+        QVERIFY(!outcome.changed);
+        QCOMPARE(machine(), once);
+    }
+}
+
+void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
+{
+    const QVariantMap values{{QStringLiteral("remember"), 5LL}, {QStringLiteral("retry"), 2LL}};
+    QCOMPARE(write(pwhistoryPolicy(), values, Switch::On).kind, Kind::Done);
+
+    for (const char *options : {"--package", "--force --package", "--package --remove capability"}) {
+        const QByteArray command = QByteArray("env DEBIAN_FRONTEND=noninteractive pam-auth-update ") + options;
+        QCOMPARE(runAs(root, command.constData()).exitCode, 0);
+        QCOMPARE(readModule(pwhistoryPolicy()).values, values);
+    }
+    QCOMPARE(write(faillockPolicy(), {}, Switch::On).kind, Kind::Done);
+    QCOMPARE(readModule(pwhistoryPolicy()).values, values);
+}
+
+void ModuleWritingTest::leavesEditedStacksAlone()
+{
+    editByHand();
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.kind, Kind::StacksEdited);
+    QCOMPARE(outcome.reason,
+             QStringLiteral("the stacks were edited by hand, and pam-auth-update leaves them as they are"));
+    QVERIFY(!outcome.changed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::writesEditedStacksAnewByForce()
+{
+    editByHand();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On, true);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(linesCalling("pam_permit", commonAuth), QByteArrayList{"auth required pam_permit.so"});
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
+}
+
+void ModuleWritingTest::doublesNoOtherLine()
+{
+    const QString sshd = QStringLiteral("/etc/pam.d/own");
+    writeContent(sshd, "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n");
+    const QByteArray stack = contentOf(commonAuth);
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.kind, Kind::InForceAlready);
+    QCOMPARE(outcome.reason, QStringLiteral("pam_faillock is called already: /etc/pam.d/own:1"));
+    QCOMPARE(contentOf(commonAuth), stack);
+    QCOMPARE(readModule(faillockPolicy()).values, five);
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OtherLines);
+}
+
+void ModuleWritingTest::saysWhatItCantSwitchOff()
+{
+    writeContent(profileFolder + QLatin1String("own"),
+                 "Name: Own\nDefault: no\nPriority: 512\nPassword-Type: Primary\nPassword:\n"
+                 "\trequired pam_pwhistory.so remember=3 use_authtok\n");
+    QCOMPARE(runAs(root, "env DEBIAN_FRONTEND=noninteractive pam-auth-update --package --enable own").exitCode, 0);
+    const QByteArray stack = contentOf(commonPassword);
+
+    const ModuleOutcome outcome = write(pwhistoryPolicy(), {{QStringLiteral("remember"), 3LL}}, Switch::Off);
+    QCOMPARE(outcome.kind, Kind::NotOurs);
+    QCOMPARE(outcome.reason, QStringLiteral("pam_pwhistory is still called: /etc/pam.d/common-password:26"));
+    QCOMPARE(contentOf(commonPassword), stack);
+}
+
+void ModuleWritingTest::putsBackStacksThatWouldNotWork_data()
+{
+    const Rows<QByteArray, QString> row("lines", "fault");
+    row("a module that is not installed",
+        "required pam_absent.so",
+        QStringLiteral("common-auth: auth: pam_absent.so is not installed"));
+    row("a jump to nowhere",
+        "[success=9 default=ignore] pam_permit.so",
+        QStringLiteral("common-auth: auth: pam_permit.so jumps out of its stack"));
+    row("a module that always fails",
+        "requisite pam_deny.so",
+        QStringLiteral("common-auth: auth: nothing can succeed"));
+    row("a control that does not exist",
+        "[success=maybe] pam_permit.so",
+        QStringLiteral("common-auth: auth: pam_permit.so has the control \"success=maybe\", which does not exist"));
+}
+
+void ModuleWritingTest::putsBackStacksThatWouldNotWork()
+{
+    QFETCH(const QByteArray, lines);
+    QFETCH(const QString, fault);
+    // comes with the next run of the tool, whoever runs it
+    writeContent(profileFolder + QLatin1String("own"),
+                 "Name: Own\nDefault: yes\nPriority: 512\nAuth-Type: Primary\nAuth:\n\t" + lines + "\n");
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.reason, QLatin1String("the stacks would not work: ") + fault);
+    QCOMPARE(outcome.kind, Kind::RolledBack);
+    QVERIFY(!outcome.changed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::putsBackWhatToolHasSpoiled()
+{
+    const FolderContent before = machine();
+    ModulePlace place;
+    place.pamAuthUpdate = {
+        QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"),
+         QStringLiteral("echo >/etc/pam.d/common-auth; rm /etc/pam.d/common-password /var/lib/pam/seen; "
+                        "echo x >/var/lib/pam/auth.new; echo no disk >&2; exit 3")}};
+
+    const ModuleOutcome outcome = writeModule(faillockPolicy(), {five, Switch::On, false}, place);
+    QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has failed: exit code 3: no disk"));
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QVERIFY(!outcome.changed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::refuses_data()
+{
+    const Rows<QVariantMap, QString> row("values", "reason");
+    row("a setting of nobody's", {{QStringLiteral("denied"), 1LL}}, QStringLiteral("faillock has no setting denied"));
+    row("another type", {{QStringLiteral("deny"), true}}, QStringLiteral("deny has another type"));
+    row("a narrower number", {{QStringLiteral("deny"), 3}}, QStringLiteral("deny has another type"));
+    row("too small a number", {{QStringLiteral("deny"), 0LL}}, QStringLiteral("deny cannot be 0"));
+    row("too large a number",
+        {{QStringLiteral("unlock_time"), 604801LL}},
+        QStringLiteral("unlock_time cannot be 604801"));
+    row("a comment in a text",
+        {{QStringLiteral("admin_group"), QStringLiteral("a#b")}},
+        QStringLiteral("admin_group cannot be a#b"));
+    row("a line end in a text",
+        {{QStringLiteral("admin_group"), QStringLiteral("a\nb")}},
+        QStringLiteral("admin_group cannot be a\nb"));
+    row("no text", {{QStringLiteral("admin_group"), QString()}}, QStringLiteral("admin_group cannot be "));
+    row("a path from nowhere", {{QStringLiteral("dir"), QStringLiteral("a/b")}}, QStringLiteral("dir cannot be a/b"));
+}
+
+void ModuleWritingTest::refuses()
+{
+    QFETCH(const QVariantMap, values);
+    QFETCH(const QString, reason);
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), values, Switch::On);
+    QCOMPARE(outcome.reason, reason);
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::writesBelowRootWhatItWritesHere()
+{
+    const QTemporaryDir folder;
+    const QString copies = folder.path();
+    QDir().mkpath(copies + QLatin1String("/var/cache/debconf"));
+    for (const QString &path : modulePolicyFolders() + QStringList{QStringLiteral("/etc/security")}) {
+        QDir().mkpath(QFileInfo(copies + path).path());
+        QCOMPARE(runAs(root, QStringLiteral("/bin/cp"), {QStringLiteral("-r"), path, copies + path}).exitCode, 0);
+    }
+    writeContent(copies + QLatin1String("/debconf.conf"),
+                 "Config: config\nTemplates: templates\n\nName: config\nDriver: File\nFilename: " + copies.toUtf8()
+                     + "/config.dat\n\nName: templates\nDriver: File\nFilename: " + copies.toUtf8()
+                     + "/templates.dat\n");
+    ModulePlace place;
+    place.root = copies;
+    place.pamAuthUpdate.arguments = QStringList{QStringLiteral("--root"), copies};
+    place.pamAuthUpdate.environment.insert(QStringLiteral("DEBCONF_SYSTEMRC"), copies + QLatin1String("/debconf.conf"));
+    const FolderContent before = machine();
+
+    for (const ModulePolicy *policy : modulePolicies()) {
+        const QVariantMap values{{policy->settings.constFirst().name, 4LL}};
+        const ModuleOutcome outcome = writeModule(*policy, {values, Switch::On, false}, place);
+        QCOMPARE(outcome.reason, QString());
+        QCOMPARE(readModule(*policy, copies).values, values);
+    }
+    QCOMPARE(machine(), before);
+    for (const ModulePolicy *policy : modulePolicies()) {
+        QCOMPARE(write(*policy, {{policy->settings.constFirst().name, 4LL}}, Switch::On).kind, Kind::Done);
+    }
+    for (const char *path : {"/etc/pam.d", "/var/lib/pam", "/etc/security"}) {
+        QCOMPARE(contentBelow(copies + QLatin1String(path)), contentBelow(QLatin1String(path)));
+    }
+}
+
+QTEST_GUILESS_MAIN(ModuleWritingTest)
+#include "ModuleWritingTest.moc"
