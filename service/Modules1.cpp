@@ -21,11 +21,14 @@ QString typeOf(ModuleSetting::Kind kind)
     case ModuleSetting::Kind::Flag:
     case ModuleSetting::Kind::Switch:
         return QStringLiteral("b");
-    case ModuleSetting::Kind::Text:
-        return QStringLiteral("s");
-    default:
+    case ModuleSetting::Kind::Number:
+    case ModuleSetting::Kind::Seconds:
         return QStringLiteral("x");
+    case ModuleSetting::Kind::Text:
+    case ModuleSetting::Kind::Path:
+        return QStringLiteral("s");
     }
+    return {};
 }
 
 QString nameOf(ModuleForce force)
