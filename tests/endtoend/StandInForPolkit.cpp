@@ -4,6 +4,7 @@
 #include "tests/endtoend/StandInForPolkit.h"
 
 #include "service/BusTypes.h"
+#include "tests/support/Files.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -16,6 +17,17 @@ namespace
 {
 const QString polkit = QStringLiteral("org.freedesktop.PolicyKit1");
 const QString authority = QStringLiteral("/org/freedesktop/PolicyKit1/Authority");
+
+/// Root may be polkit, whose own account alone may be it otherwise.
+void letRootHaveTheName()
+{
+    writeContent("/etc/dbus-1/system.d/test.conf",
+                 "<busconfig><policy user=\"root\"><allow own=\"org.freedesktop.PolicyKit1\"/></policy></busconfig>\n");
+    QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                                     QStringLiteral("/org/freedesktop/DBus"),
+                                                                     QStringLiteral("org.freedesktop.DBus"),
+                                                                     QStringLiteral("ReloadConfig")));
+}
 
 /// The one that the bus has started for an earlier test.
 void endRealOne()
@@ -42,6 +54,7 @@ QString callerIn(const QVariant &subject)
 
 StandInForPolkit::StandInForPolkit()
 {
+    letRootHaveTheName();
     endRealOne();
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.registerVirtualObject(authority, this) || !bus.registerService(polkit)) {
@@ -63,6 +76,12 @@ void StandInForPolkit::answer(const Question &question, bool isAuthorized, bool 
     result << isAuthorized << needsPassword << TextMap();
     result.endStructure();
     QDBusConnection::systemBus().send(question.message.createReply(QVariant::fromValue(result)));
+}
+
+void StandInForPolkit::fail(const Question &question)
+{
+    QDBusConnection::systemBus().send(question.message.createErrorReply(
+        QStringLiteral("org.freedesktop.PolicyKit1.Error.Failed"), QStringLiteral("no such action")));
 }
 
 void StandInForPolkit::admitAll()

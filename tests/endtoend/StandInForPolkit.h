@@ -34,6 +34,8 @@ public:
     QStringList cancelled;
 
     void answer(const Question &question, bool isAuthorized, bool needsPassword = false);
+    /// Answers with an error, as polkit does to what it doesn't know.
+    void fail(const Question &question);
     /// Says yes to all that it was asked.
     void admitAll();
 

@@ -31,6 +31,9 @@ QString textOf(const QVariant &value)
     if (value.userType() == qMetaTypeId<QDBusVariant>()) {
         return textOf(value.value<QDBusVariant>().variant());
     }
+    if (value.userType() == QMetaType::QStringList) {
+        return QLatin1String("QStringList ") + value.toStringList().join(QLatin1String(", "));
+    }
     return QString::fromLatin1(value.typeName()) + QLatin1Char(' ') + value.toString();
 }
 

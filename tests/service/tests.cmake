@@ -1,7 +1,20 @@
 # SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
-add_executable(servicecaller service/servicecaller.cpp)
-target_link_libraries(servicecaller PRIVATE servicetypes)
-
 add_unit_test(service/JournalEntryTest SANDBOX LIBRARIES service)
+add_unit_test(service/PolicyWriteTest LIBRARIES service)
+
+# what calls the service: as programs do, and as no program should
+foreach(name IN ITEMS servicecaller serviceattacker)
+    add_executable(${name} service/${name}.cpp)
+    target_link_libraries(${name} PRIVATE Qt${QT_MAJOR_VERSION}::DBus)
+endforeach()
+
+add_library(servicesupport STATIC endtoend/ServiceCall.cpp endtoend/StandInForPolkit.cpp)
+target_link_libraries(servicesupport PUBLIC endtoendsupport servicetypes)
+add_dependencies(servicesupport servicecaller serviceattacker)
+target_compile_definitions(servicesupport PUBLIC SERVICECALLER="$<TARGET_FILE:servicecaller>"
+                                                 SERVICEATTACKER="$<TARGET_FILE:serviceattacker>")
+
+add_bus_test(endtoend/ServiceAttacksTest COST 60 LIBRARIES servicesupport)
+add_bus_test(endtoend/ServiceQueueTest COST 90 LIBRARIES servicesupport)

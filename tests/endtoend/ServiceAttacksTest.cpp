@@ -1,0 +1,113 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What anybody can send to the service, and what others notice of it.
+
+#include "tests/endtoend/PamState.h"
+#include "tests/endtoend/ServiceCall.h"
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+
+namespace
+{
+/// Bytes that count for the unit's LimitDATA.
+qint64 dataOf(qint64 process)
+{
+    const QByteArray status = contentOf(QStringLiteral("/proc/%1/status").arg(process));
+    const QRegularExpression form(QStringLiteral("VmData:\\s+(\\d+) kB"));
+    return form.match(QString::fromLatin1(status)).captured(1).toLongLong() * 1024;
+}
+
+QByteArray read()
+{
+    return answerOf(root, {QStringLiteral("ReadPolicy"), {QStringLiteral("faillock")}});
+}
+
+std::unique_ptr<QProcess> startAttack(const QString &words)
+{
+    auto attacker = std::make_unique<QProcess>();
+    attacker->start(QStringLiteral("setpriv"),
+                    splitWords(QStringLiteral("--reuid 65534 --regid 65534 --clear-groups"))
+                        + QStringList{copyForEverybody(QStringLiteral(SERVICEATTACKER))} + splitWords(words));
+    attacker->waitForStarted();
+    return attacker;
+}
+
+QByteArrayList policyFilesNow()
+{
+    return {contentOf("/etc/security/faillock.conf"),
+            contentOf("/etc/security/pwquality.conf.d/50-accountpolicies.conf"),
+            contentOf("/etc/pam.d/common-auth"),
+            contentOf("/etc/pam.d/common-password")};
+}
+}
+
+class ServiceAttacksTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void answersOthersWithinASecond_data();
+    void answersOthersWithinASecond();
+    void comesBackAfterACrash();
+};
+
+void ServiceAttacksTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void ServiceAttacksTest::answersOthersWithinASecond_data()
+{
+    QTest::addColumn<QString>("attack");
+    QTest::addColumn<QByteArray>("answers");
+    QTest::newRow("random messages") << "random 1 10000" << QByteArray("10000\n");
+    QTest::newRow("flood of reads") << "flood 10000" << QByteArray("10000\n");
+}
+
+void ServiceAttacksTest::answersOthersWithinASecond()
+{
+    QFETCH(QString, attack);
+    const QByteArray expected = read();
+    const qint64 process = serviceProcess();
+    const QByteArrayList files = policyFilesNow();
+    const auto attacker = startAttack(attack);
+    qint64 longest = 0;
+    int reads = 0;
+    while (!attacker->waitForFinished(0) && attacker->state() == QProcess::Running) {
+        QElapsedTimer time;
+        time.start();
+        QCOMPARE(read(), expected);
+        longest = std::max(longest, time.elapsed());
+        ++reads;
+    }
+    qInfo("%d reads meanwhile, the longest took %lld ms; %lld bytes of data", reads, longest, dataOf(process));
+
+    QTEST(attacker->readAllStandardOutput(), "answers");
+    QVERIFY(reads > 0);
+    QVERIFY(longest < 1000);
+    QCOMPARE(serviceProcess(), process);
+    QVERIFY(dataOf(process) < 64 * 1024 * 1024);
+    QCOMPARE(policyFilesNow(), files);
+}
+
+void ServiceAttacksTest::comesBackAfterACrash()
+{
+    const QByteArray expected = read();
+    for (int i = 0; i < 10; ++i) {
+        kill(static_cast<pid_t>(serviceProcess()), SIGKILL);
+        QTRY_COMPARE_WITH_TIMEOUT(serviceProcess(), 0, 30000);
+        QCOMPARE(read(), expected);
+    }
+}
+
+QTEST_GUILESS_MAIN(ServiceAttacksTest)
+#include "ServiceAttacksTest.moc"
