@@ -198,7 +198,8 @@ Answer previewWrite(const PolicyWrite &write)
     if (!wish) {
         return answer;
     }
-    const ModuleOutcome outcome = writeModule(*write.policy, *wish, {copy.root(), copy.pamAuthUpdate()});
+    const ModuleOutcome outcome =
+        writeModule(*write.policy, *wish, {copy.root(), copy.onCopies(ModulePlace::pamAuthUpdateAlone())});
     if (!outcome.succeeded()) {
         return Answer::failure(errorOf(outcome.kind), copy.aboutMachine(outcome.reason));
     }

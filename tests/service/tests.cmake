@@ -10,7 +10,12 @@ foreach(name IN ITEMS servicecaller serviceattacker)
     target_link_libraries(${name} PRIVATE Qt${QT_MAJOR_VERSION}::DBus)
 endforeach()
 
-add_library(servicesupport STATIC endtoend/ServiceCall.cpp endtoend/StandInForPolkit.cpp)
+set(SERVICE_INTERFACE ${PROJECT_SOURCE_DIR}/service/org.accountpolicies.Modules1.xml)
+# as other programs make their code from the interface
+set_source_files_properties(${SERVICE_INTERFACE} PROPERTIES INCLUDE service/BusTypes.h CLASSNAME OrgAccountpoliciesModules1Interface)
+qt_add_dbus_interface(proxy ${SERVICE_INTERFACE} Modules1Interface)
+add_library(servicesupport STATIC ${proxy} endtoend/ServiceCall.cpp endtoend/StandInForPolkit.cpp)
+target_include_directories(servicesupport PUBLIC ${CMAKE_CURRENT_BINARY_DIR})
 target_link_libraries(servicesupport PUBLIC endtoendsupport servicetypes)
 add_dependencies(servicesupport servicecaller serviceattacker)
 target_compile_definitions(servicesupport PUBLIC SERVICECALLER="$<TARGET_FILE:servicecaller>"
@@ -18,3 +23,4 @@ target_compile_definitions(servicesupport PUBLIC SERVICECALLER="$<TARGET_FILE:se
 
 add_bus_test(endtoend/ServiceAttacksTest COST 60 LIBRARIES servicesupport)
 add_bus_test(endtoend/ServiceQueueTest COST 90 LIBRARIES servicesupport)
+add_bus_test(endtoend/ServiceTest COST 60 LIBRARIES servicesupport)
