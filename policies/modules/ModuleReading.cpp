@@ -46,11 +46,17 @@ QVector<ModuleLine> linesCalling(const ModulePolicy &policy, const QString &root
         const QString path = QLatin1String("/etc/pam.d/") + service;
         for (const PamStackLine &line : pamStackLines(contentOf(root, path, error))) {
             if (line.calls(policy.module) && policy.types.contains(line.type)) {
-                found += {path, line.number, line.type, line.options};
+                found += ModuleLine{path, line.number, line.type, line.options};
             }
         }
     }
     return found;
+}
+
+/// The stack of a type that pam-auth-update(8) writes.
+QString stackOf(const QString &type)
+{
+    return QLatin1String("/etc/pam.d/common-") + type;
 }
 
 /// What pam-auth-update(8) has put into the stack of a type.
@@ -83,34 +89,32 @@ bool enforces(const ModulePolicy &policy, const ModuleLine &line)
     return policy.enforcingOption.isEmpty() || line.options.contains(policy.enforcingOption);
 }
 
-ModuleForce forceOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines, const QString &root, QString *error)
+/// Marks the lines that come from our profiles; whether each of the profiles has all of its lines.
+bool markOurs(const ModulePolicy &policy, const QString &root, QVector<ModuleLine> *lines, QString *error)
 {
-    QVector<ModuleLine> others = lines;
     QStringList profiles;
-    bool areComplete = true;
+    bool areWhole = !policy.profiles.isEmpty();
     for (const QString &type : policy.types) {
         const RecordedStack record = recordOf(policy, type, root, error);
         profiles += record.profiles;
-        // theirs are those in the stack that the tool has written
-        for (qsizetype i = 0; i < record.lines; ++i) {
-            const auto ours = std::find_if(others.begin(), others.end(), [&type](const ModuleLine &line) {
-                return line.type == type && line.path == QLatin1String("/etc/pam.d/common-") + type;
-            });
-            areComplete = areComplete && ours != others.end();
-            if (ours != others.end()) {
-                others.erase(ours);
-            }
+        qsizetype left = record.lines;
+        for (ModuleLine &line : *lines) {
+            line.isOurs = line.isOurs || (left > 0 && line.type == type && line.path == stackOf(type));
+            left -= line.isOurs && line.type == type ? 1 : 0;
         }
+        areWhole = areWhole && left == 0;
     }
-    if (std::any_of(others.begin(), others.end(), [&policy](const ModuleLine &line) {
-            return enforces(policy, line);
-        })) {
-        return ModuleForce::OtherLines;
-    }
-    const bool areThere = std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
-        return profiles.contains(name);
+    return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
+               return profiles.contains(name);
+           });
+}
+
+ModuleForce forceOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines, bool areOursWhole)
+{
+    const bool areOthers = std::any_of(lines.begin(), lines.end(), [&policy](const ModuleLine &line) {
+        return !line.isOurs && enforces(policy, line);
     });
-    return !policy.profiles.isEmpty() && areThere && areComplete ? ModuleForce::OurProfiles : ModuleForce::None;
+    return areOthers ? ModuleForce::OtherLines : areOursWhole ? ModuleForce::OurProfiles : ModuleForce::None;
 }
 
 /// Of the line that enforces it; the one that others include comes first.
@@ -134,7 +138,7 @@ void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *
         return;
     }
     const ModuleLine *line = settingLineOf(policy, reading->lines);
-    reading->source = line ? line->path : QLatin1String("/etc/pam.d/common-") + policy.types.constFirst();
+    reading->source = line ? line->path : stackOf(policy.types.constFirst());
     reading->values = line ? moduleOptionValues(policy, line->options) : QVariantMap();
 }
 }
@@ -144,7 +148,8 @@ ModuleReading readModule(const ModulePolicy &policy, const QString &root)
     ModuleReading reading;
     reading.modulePath = pamModulePath(policy.module);
     reading.lines = linesCalling(policy, root, &reading.error);
-    reading.force = forceOf(policy, reading.lines, root, &reading.error);
+    const bool areOursWhole = markOurs(policy, root, &reading.lines, &reading.error);
+    reading.force = forceOf(policy, reading.lines, areOursWhole);
     readValues(policy, root, &reading);
     return reading;
 }

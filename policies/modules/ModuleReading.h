@@ -26,6 +26,8 @@ struct ModuleLine {
     /// "auth", "account" or "password"
     QString type;
     QStringList options;
+    /// Whether one of our profiles has put it there.
+    bool isOurs = false;
 };
 
 /// What a policy is on this machine.

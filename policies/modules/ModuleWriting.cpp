@@ -356,7 +356,12 @@ private:
 
     QString otherLine() const
     {
-        return lineText(m_before.lines.constFirst());
+        for (const ModuleLine &line : m_before.lines) {
+            if (!line.isOurs) {
+                return lineText(line);
+            }
+        }
+        return {};
     }
 
     const ModulePolicy &m_policy;

@@ -197,21 +197,29 @@ private:
         }
     }
 
-    /// What a module may say: "success", and "default" for all that is no success.
+    /// What pam_deny says; and what is said of a failure of no other name.
+    QString failure() const
+    {
+        static const QMap<QString, QString> failures{{QStringLiteral("password"), QStringLiteral("authtok_err")},
+                                                     {QStringLiteral("session"), QStringLiteral("session_err")}};
+        return failures.value(m_type, QStringLiteral("auth_err"));
+    }
+
+    /// All that a module may say that is treated in different ways.
     QStringList verdictsOf(const PamNode &node) const
     {
-        const QString failure = QStringLiteral("default");
-        const bool onlyFails = node.line.calls(QStringLiteral("pam_deny"))
-            || (node.line.calls(QStringLiteral("pam_faillock"))
-                && node.line.options.contains(QLatin1String("authfail")))
-            || installedPath(node.line.module).isEmpty();
-        if (onlyFails) {
-            return {failure};
+        const bool countsFailure =
+            node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+        if (installedPath(node.line.module).isEmpty()) {
+            return {QStringLiteral("module_unknown")};
         }
-        if (node.line.calls(QStringLiteral("pam_permit"))) {
-            return {QStringLiteral("success")};
+        if (countsFailure || node.line.calls(QStringLiteral("pam_deny"))) {
+            return {failure()};
         }
-        return QStringList{failure, QStringLiteral("success")} + node.actions.keys();
+        const QString success = QStringLiteral("success");
+        return node.line.calls(QStringLiteral("pam_permit"))
+            ? QStringList{success}
+            : QStringList{success, failure(), QStringLiteral("default")} + node.actions.keys();
     }
 
     static QString actionOn(const QString &verdict, const PamNode &node)

@@ -41,6 +41,9 @@ QByteArrayList installedFiles()
         data + "/usr/share/zsh/vendor-completions/_accountpolicyctl",
         data + "/usr/share/fish/vendor_completions.d/accountpolicyctl.fish",
         data + "/usr/lib/systemd/system/accountpolicieshelper.service",
+        data + "/usr/share/pam-configs/accountpolicies-faillock",
+        data + "/usr/share/pam-configs/accountpolicies-faillock-preauth",
+        data + "/usr/share/pam-configs/accountpolicies-pwhistory",
         data + "/usr/share/polkit-1/actions/" + helperId + ".policy",
     };
     std::sort(files.begin(), files.end());
@@ -52,9 +55,10 @@ QByteArrayList installedFiles()
 QByteArrayList foundFiles()
 {
     const QString list = byPackages()
-        ? QStringLiteral("for path in $(dpkg -L accountpolicies-helper accountpolicies-ctl); do\n"
-                         "[ -d $path ] || realpath $path\n"
-                         "done | sed '/^.usr.share.doc.accountpolicies-/d'")
+        ? QStringLiteral(
+            "for path in $(dpkg -L accountpolicies-helper accountpolicies-ctl accountpolicies-common); do\n"
+            "[ -d $path ] || realpath $path\n"
+            "done | sed '/^.usr.share.doc.accountpolicies-/d'")
         : QStringLiteral("find /usr /etc /var -cnewer /run/accountpolicies-sandbox -type f -path '*ccountpolic*'");
     const ProgramResult found =
         runAs(root,

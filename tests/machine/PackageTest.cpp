@@ -18,7 +18,8 @@
 
 namespace
 {
-const char packageNames[] = "accountpolicies-helper accountpolicies-ctl";
+const char packageNames[] = "accountpolicies-helper accountpolicies-ctl accountpolicies-common";
+const char packagesOfPrograms[] = "accountpolicies-helper accountpolicies-ctl";
 const char fileOfOld[] = "/usr/share/accountpolicyctl/accountpolicies-ctl.old";
 
 QByteArray outputOf(const QString &script)
@@ -47,7 +48,7 @@ const QByteArray compareTree =
 
 void copyPackages(const MachineRoot &machine)
 {
-    outputOf(QStringLiteral("cd %1 && cp --parents old/*.deb packages/accountpolicies-{helper,ctl}_*.deb %2")
+    outputOf(QStringLiteral("cd %1 && cp --parents old/*.deb packages/accountpolicies-{common,ctl,helper}_*.deb %2")
                  .arg(machineFile(), machine.path("/root")));
 }
 
@@ -177,7 +178,8 @@ void PackageTest::pleasesLintian()
 void PackageTest::isBuiltReproducibly()
 {
     QVERIFY(buildDate(QStringLiteral("packages")).daysTo(buildDate(QStringLiteral("packages-2"))) > 180);
-    const QStringList packages{QStringLiteral("accountpolicies-ctl-dbgsym_0.1.0_amd64.deb"),
+    const QStringList packages{QStringLiteral("accountpolicies-common_0.1.0_all.deb"),
+                               QStringLiteral("accountpolicies-ctl-dbgsym_0.1.0_amd64.deb"),
                                QStringLiteral("accountpolicies-ctl_0.1.0_amd64.deb"),
                                QStringLiteral("accountpolicies-helper-dbgsym_0.1.0_amd64.deb"),
                                QStringLiteral("accountpolicies-helper_0.1.0_amd64.deb")};
@@ -210,7 +212,7 @@ void PackageTest::hardensPrograms()
 void PackageTest::fortifiesSources()
 {
     const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
-    for (const QString &package : QString::fromLatin1(packageNames).split(QLatin1Char(' '))) {
+    for (const QString &package : QString::fromLatin1(packagesOfPrograms).split(QLatin1Char(' '))) {
         const QByteArray lines = lineTables(machine, package);
         // only with _FORTIFY_SOURCE does a source that includes <cstdio> get the header with the checked functions; no
         // call is left that needs a check when the programs run, or it would be seen in their symbols
@@ -258,7 +260,8 @@ void PackageTest::leavesNothingBehind()
     QCOMPARE(machine.run(install("packages")), QByteArray("0: "));
     QVERIFY(!machine.has(fileOfOld));
     QCOMPARE(machine.run("dpkg-query -W -f '${Package} ${Version} ${Status}\\n' 'accountpolicies-*'"),
-             QByteArray("0: accountpolicies-ctl 0.1.0 install ok installed\n"
+             QByteArray("0: accountpolicies-common 0.1.0 install ok installed\n"
+                        "accountpolicies-ctl 0.1.0 install ok installed\n"
                         "accountpolicies-helper 0.1.0 install ok installed\n"));
 
     QCOMPARE(machine.run(aptGet(QByteArray("remove ") + packageNames)), QByteArray("0: "));

@@ -24,18 +24,15 @@ const char applied[] =
     "accountpolicyctl: the helper is not installed; root reads and changes the policies without it\n"
     "PASS_MAX_DAYS 99999\n";
 
-QString clientPackage()
-{
-    return machineFile(QStringLiteral("packages/accountpolicies-ctl_0.1.0_amd64.deb"));
-}
-
-/// Puts the package and the script there, and installs it as apt does; how that ended.
+/// Puts the client's package, the one that it needs, and the script there, and installs them as apt does; how that ended.
 QByteArray installIn(const MachineRoot &machine)
 {
     writeContent(machine.path("/root/apply-locally"), contentOf(QStringLiteral(MACHINE_SOURCES "/apply-locally")));
-    writeContent(machine.path("/root/client.deb"), contentOf(clientPackage()));
-    return machine.run(
-        "apt-get -q -y --no-install-recommends install /root/client.deb >/root/log 2>&1 || cat /root/log");
+    for (const char *package : {"accountpolicies-ctl_0.1.0_amd64.deb", "accountpolicies-common_0.1.0_all.deb"}) {
+        const QString name = QLatin1Char('/') + QLatin1String(package);
+        writeContent(machine.path("/root") + name, contentOf(machineFile(QLatin1String("packages") + name)));
+    }
+    return machine.run("apt-get -q -y --no-install-recommends install /root/*.deb >/root/log 2>&1 || cat /root/log");
 }
 }
 

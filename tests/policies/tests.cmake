@@ -33,3 +33,6 @@ target_compile_definitions(ModuleWritingTest PRIVATE SOURCES="${PROJECT_SOURCE_D
 add_unit_test(policies/modules/ModuleFileTest LIBRARIES modulepolicies)
 add_unit_test(policies/faillock/FailureRecordsTest SANDBOX COST 30 LIBRARIES modulepolicies)
 target_compile_definitions(FailureRecordsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+add_unit_test(policies/modules/PamFaultsTest SANDBOX COST 5 LIBRARIES modulepolicies)
+add_unit_test(policies/modules/PasswordChangesTest SANDBOX COST 15 LIBRARIES modulepolicies)
+target_compile_definitions(PasswordChangesTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")

@@ -95,6 +95,7 @@ private Q_SLOTS:
     void forgetsOneAccount();
     void forgetsNothingOfStrangers();
     void tellsWhatCannotBeForgotten();
+    void tellsWhatIsNotForgotten();
     void agreesWithRealLogins();
 
 private:
@@ -234,7 +235,22 @@ void FailureRecordsTest::tellsWhatCannotBeForgotten()
     writeContent(records, entry(100));
     const ScopedMount mount = ScopedMount::readOnly(records);
 
+    QCOMPARE(forgetFailures(tester),
+             QStringLiteral(
+                 "faillock has failed: /usr/sbin/faillock: Error opening the tally file for tester:Read-only file "
+                 "system"));
+}
+
+void FailureRecordsTest::tellsWhatIsNotForgotten()
+{
+    setUp("");
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+    const QString tool = QStringLiteral("/usr/sbin/faillock");
+    const QByteArray real = contentOf(tool);
+    writeProgram(tool, "#!/bin/sh\n");
+
     QCOMPARE(forgetFailures(tester), QStringLiteral("tester still has failures"));
+    writeProgram(tool, real);
 }
 
 void FailureRecordsTest::agreesWithRealLogins()

@@ -80,7 +80,10 @@ void ModuleFileTest::readsQualityByItsLibrary_data()
     row("a flag", "enforce_for_root\n", {{QStringLiteral("enforce_for_root"), true}}, "");
     row("its bounds", "minclass = 9\n", {{QStringLiteral("minclass"), 4LL}}, "");
     row("what is not ours", "badwords = one two\nminlen = 9 # nine\n", {{minlen, 9LL}}, "");
-    row("as far as it is right", "minlen = 9\nmaxrepeat = many\ndifok = 3\n", {{minlen, 9LL}}, "");
+    row("as far as it is right",
+        "minlen = 9\nmaxrepeat = many\ndifok = 3\n",
+        {{minlen, 9LL}},
+        "Bad integer value of setting - maxrepeat");
 }
 
 void ModuleFileTest::readsQualityByItsLibrary()

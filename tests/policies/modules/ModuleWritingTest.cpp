@@ -106,6 +106,7 @@ private Q_SLOTS:
     void refuses_data();
     void refuses();
     void writesBelowRootWhatItWritesHere();
+    void goesOutOfForceWithItsPackage();
 
 private:
     FolderContent m_machine;
@@ -418,6 +419,32 @@ void ModuleWritingTest::writesBelowRootWhatItWritesHere()
     }
     for (const char *path : {"/etc/pam.d", "/var/lib/pam", "/etc/security"}) {
         QCOMPARE(contentBelow(copies + QLatin1String(path)), contentBelow(QLatin1String(path)));
+    }
+}
+
+void ModuleWritingTest::goesOutOfForceWithItsPackage()
+{
+    const auto prerm = [](const QString &step) {
+        qputenv("DEBIAN_FRONTEND", "noninteractive");
+        return runAs(
+            root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
+    };
+    const FolderContent before = machine();
+    QCOMPARE(prerm(QStringLiteral("remove")).exitCode, 0);
+    QCOMPARE(machine(), before);
+    for (const ModulePolicy *policy : {&faillockPolicy(), &pwhistoryPolicy()}) {
+        QCOMPARE(write(*policy, {}, Switch::On).kind, Kind::Done);
+    }
+    const FolderContent on = machine();
+    QCOMPARE(prerm(QStringLiteral("upgrade")).exitCode, 0);
+    QCOMPARE(machine(), on);
+
+    QCOMPARE(prerm(QStringLiteral("remove")), (ProgramResult{0, {}, {}}));
+    for (const ModulePolicy *policy : {&faillockPolicy(), &pwhistoryPolicy()}) {
+        QCOMPARE(readModule(*policy).force, ModuleForce::None);
+    }
+    for (const QString &stack : {commonAuth, commonPassword}) {
+        QCOMPARE(contentOf(stack), m_machine.value(stack));
     }
 }
 

@@ -1,0 +1,259 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "engine/FileReplacing.h"
+
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/Rows.h"
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <functional>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace
+{
+const QString folder = QStringLiteral("/var/lib/replacing");
+const QString target = folder + QStringLiteral("/settings");
+
+struct stat statusOf(const QString &path)
+{
+    struct stat status = {};
+    lstat(QFile::encodeName(path).constData(), &status);
+    return status;
+}
+
+QString replaced(const QByteArray &content)
+{
+    QString error;
+    const bool isReplaced = replaceFile(target, content, &error);
+    return isReplaced ? QStringLiteral("yes") : error;
+}
+
+QStringList names()
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot | QDir::System);
+}
+}
+
+Q_DECLARE_METATYPE(std::function<void()>)
+
+class FileReplacingTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void replaces_data();
+    void replaces();
+    void makesFileReadableForAll();
+    void keepsModeOwnerAndAttributes();
+    void takesModeAndOwnerThatAreGiven();
+    void putsNewFileInPlace();
+    void leavesOtherNamesAlone();
+    void ignoresWhatRemained();
+    void refuses_data();
+    void refuses();
+    void keepsOldContentOnFullDisk();
+    void keepsOldContentOnReadOnlyDisk();
+    void syncsBeforeItRenames();
+};
+
+void FileReplacingTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void FileReplacingTest::init()
+{
+    QDir(folder).removeRecursively();
+    QDir().mkpath(folder);
+    writeContent(target, "old\n");
+}
+
+void FileReplacingTest::replaces_data()
+{
+    const Rows<QByteArray> row("content");
+    row("by nothing", "");
+    row("by a text", "new\n");
+    row("by any bytes", QByteArray("\0\xff\n\r", 4));
+    row("by a large text", QByteArray(3 << 20, 'x'));
+}
+
+void FileReplacingTest::replaces()
+{
+    QFETCH(const QByteArray, content);
+
+    QCOMPARE(replaced(content), QStringLiteral("yes"));
+    QCOMPARE(contentOf(target), content);
+    QCOMPARE(names(), QStringList{QStringLiteral("settings")});
+}
+
+void FileReplacingTest::makesFileReadableForAll()
+{
+    QFile::remove(target);
+    const mode_t mask = umask(077);
+    QCOMPARE(replaced("new\n"), QStringLiteral("yes"));
+    umask(mask);
+
+    QCOMPARE(contentOf(target), QByteArray("new\n"));
+    QCOMPARE(statusOf(target).st_mode, mode_t(S_IFREG | 0644));
+}
+
+void FileReplacingTest::keepsModeOwnerAndAttributes()
+{
+    const char *path = "/var/lib/replacing/settings";
+    QCOMPARE(chown(path, 1, 2), 0);
+    QCOMPARE(chmod(path, 06640), 0);
+    QCOMPARE(setxattr(path, "trusted.one", "\0\1", 2, 0), 0);
+    QCOMPARE(setxattr(path, "trusted.two", "", 0, 0), 0);
+
+    QCOMPARE(replaced("new\n"), QStringLiteral("yes"));
+    const struct stat status = statusOf(target);
+    QCOMPARE(status.st_uid, uid_t(1));
+    QCOMPARE(status.st_gid, gid_t(2));
+    QCOMPARE(status.st_mode, mode_t(S_IFREG | 06640));
+    char value[8];
+    QCOMPARE(getxattr(path, "trusted.one", value, sizeof value), ssize_t(2));
+    QCOMPARE(QByteArray(value, 2), QByteArray("\0\1", 2));
+    QCOMPARE(getxattr(path, "trusted.two", value, sizeof value), ssize_t(0));
+}
+
+void FileReplacingTest::takesModeAndOwnerThatAreGiven()
+{
+    struct stat status = {};
+    status.st_uid = 3;
+    status.st_gid = 4;
+    status.st_mode = S_IFREG | 0604;
+    QFile::remove(target);
+    QString error;
+
+    QVERIFY(replaceFile(target, "new\n", status, &error));
+    QCOMPARE(statusOf(target).st_uid, uid_t(3));
+    QCOMPARE(statusOf(target).st_gid, gid_t(4));
+    QCOMPARE(statusOf(target).st_mode, mode_t(S_IFREG | 0604));
+}
+
+void FileReplacingTest::putsNewFileInPlace()
+{
+    QFile reader(target);
+    QVERIFY(reader.open(QIODevice::ReadOnly));
+
+    QCOMPARE(replaced("new\n"), QStringLiteral("yes"));
+    QCOMPARE(reader.readAll(), QByteArray("old\n"));
+    QCOMPARE(contentOf(target), QByteArray("new\n"));
+}
+
+void FileReplacingTest::leavesOtherNamesAlone()
+{
+    QCOMPARE(link("/var/lib/replacing/settings", "/var/lib/replacing/other"), 0);
+
+    QCOMPARE(replaced("new\n"), QStringLiteral("yes"));
+    QCOMPARE(contentOf("/var/lib/replacing/other"), QByteArray("old\n"));
+}
+
+void FileReplacingTest::ignoresWhatRemained()
+{
+    writeContent("/var/lib/replacing/elsewhere", "kept\n");
+    QVERIFY(QFile::link(QStringLiteral("elsewhere"), target + QLatin1String(".new")));
+
+    QCOMPARE(replaced("new\n"), QStringLiteral("yes"));
+    QCOMPARE(contentOf("/var/lib/replacing/elsewhere"), QByteArray("kept\n"));
+    QCOMPARE(names(), QStringList({QStringLiteral("elsewhere"), QStringLiteral("settings")}));
+}
+
+void FileReplacingTest::refuses_data()
+{
+    const Rows<QByteArray, RowText> row("command", "error");
+    row("a link", "ln -s /etc/shadow settings", "/var/lib/replacing/settings: Too many levels of symbolic links");
+    row("a link to nothing",
+        "ln -s nothing settings",
+        "/var/lib/replacing/settings: Too many levels of symbolic links");
+    row("a folder", "mkdir settings", "/var/lib/replacing/settings: Is a directory");
+    row("a pipe", "mkfifo settings", "/var/lib/replacing/settings: Invalid argument");
+    row("what is no file's place",
+        "rmdir /var/lib/replacing",
+        "/var/lib/replacing/settings: No such file or directory");
+}
+
+void FileReplacingTest::refuses()
+{
+    QFETCH(const QByteArray, command);
+    QFETCH(const QString, error);
+    QFile::remove(target);
+    const QString script = QStringLiteral("cd /var/lib/replacing && ") + QString::fromLatin1(command);
+    QCOMPARE(runAs(root, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script}).exitCode, 0);
+    const QByteArray shadow = contentOf("/etc/shadow");
+    const mode_t mode = statusOf(target).st_mode;
+    const QStringList before = names();
+
+    QCOMPARE(replaced("new\n"), error);
+    QCOMPARE(statusOf(target).st_mode, mode);
+    QCOMPARE(names(), before);
+    QCOMPARE(contentOf("/etc/shadow"), shadow);
+}
+
+void FileReplacingTest::keepsOldContentOnFullDisk()
+{
+    const ScopedMount disk = ScopedMount::smallDisk(folder, 64);
+    writeContent(target, "old\n");
+
+    QCOMPARE(replaced(QByteArray(1 << 20, 'x')),
+             QStringLiteral("/var/lib/replacing/settings: No space left on device"));
+    QCOMPARE(contentOf(target), QByteArray("old\n"));
+    QCOMPARE(names(), QStringList{QStringLiteral("settings")});
+}
+
+void FileReplacingTest::keepsOldContentOnReadOnlyDisk()
+{
+    const ScopedMount disk = ScopedMount::readOnly(folder);
+
+    QCOMPARE(replaced("new\n"), QStringLiteral("/var/lib/replacing/settings: Read-only file system"));
+    QCOMPARE(contentOf(target), QByteArray("old\n"));
+}
+
+void FileReplacingTest::syncsBeforeItRenames()
+{
+    const QString program = QCoreApplication::applicationFilePath();
+    const QStringList arguments{QStringLiteral("-f"),
+                                QStringLiteral("-e"),
+                                QStringLiteral("trace=openat,write,fchown,fchmod,fsync,close,rename"),
+                                QStringLiteral("-P"),
+                                target + QLatin1String(".new"),
+                                QStringLiteral("-P"),
+                                target,
+                                QStringLiteral("-P"),
+                                folder + QLatin1Char('/'),
+                                QStringLiteral("-E"),
+                                QStringLiteral("REPLACES=1"),
+                                program};
+    const ProgramResult traced = runAs(root, QStringLiteral("/usr/bin/strace"), arguments);
+    QByteArrayList calls;
+    for (const QByteArray &line : traced.standardError.split('\n')) {
+        if (line.contains('(')) {
+            calls += line.left(line.indexOf('('));
+        }
+    }
+    QCOMPARE(calls,
+             QByteArrayList(
+                 {"openat", "write", "fchown", "fchmod", "fsync", "close", "rename", "openat", "fsync", "close"}));
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (qEnvironmentVariableIsSet("REPLACES")) {
+        return replaced("new\n") == QLatin1String("yes") ? 0 : 1;
+    }
+    FileReplacingTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "FileReplacingTest.moc"

@@ -1,0 +1,196 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "policies/modules/PamFaults.h"
+
+#include "tests/support/Files.h"
+#include "tests/support/Program.h"
+#include "tests/support/Rows.h"
+#include "tests/support/Sandbox.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <random>
+
+namespace
+{
+/// Stacks made by chance of what always succeeds and what always fails.
+class StackGenerator
+{
+public:
+    explicit StackGenerator(unsigned seed) : m_chance(seed)
+    {
+    }
+
+    QByteArray stack(const QByteArrayList &included)
+    {
+        const QByteArrayList controls{"required",
+                                      "requisite",
+                                      "sufficient",
+                                      "optional",
+                                      "Required",
+                                      "[success=1 default=ignore]",
+                                      "[success=2 default=bad]",
+                                      "[default=1]",
+                                      "[success=ok default=reset]",
+                                      "[auth_err=ok success=done]",
+                                      "[auth_err=ignore module_unknown=ignore success=ok]",
+                                      "[success=reset default=die]",
+                                      "[success=done auth_err=done]"};
+        const QByteArrayList modules{"pam_permit.so", "pam_permit.so", "pam_deny.so", "pam_absent.so"};
+        QByteArray text;
+        for (int lines = number(1, 5); lines > 0; --lines) {
+            const int kind = included.isEmpty() ? 9 : number(0, 9);
+            text += kind == 0 ? "@include " + one(included)
+                : kind == 1   ? "auth include " + one(included)
+                : kind == 2   ? "auth substack " + one(included)
+                            : one({"auth ", "-auth ", "AUTH\t"}) + one(controls) + one({" ", " \\\n "}) + one(modules);
+            text += one({"\n", "\n", " # auth required pam_deny.so\n"});
+        }
+        return text;
+    }
+
+private:
+    int number(int least, int most)
+    {
+        return least + int(m_chance() % unsigned(most - least + 1));
+    }
+
+    QByteArray one(const QByteArrayList &choices)
+    {
+        return choices.at(number(0, int(choices.size()) - 1));
+    }
+
+    std::mt19937 m_chance;
+};
+}
+
+class PamFaultsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void finds_data();
+    void finds();
+    void findsNothingOnThisMachine();
+    void judgesAsLibpam_data();
+    void judgesAsLibpam();
+};
+
+void PamFaultsTest::finds_data()
+{
+    const Rows<QByteArray, QStringList> row("stack", "faults");
+    const auto one = [](const char *fault) {
+        return QStringList{QStringLiteral("own: auth: ") + QLatin1String(fault)};
+    };
+    const QStringList none;
+    row("nothing in no lines", "", none);
+    row("nothing in a stack that works",
+        "auth [success=1 default=ignore] pam_unix.so nullok\n"
+        "auth requisite pam_deny.so\nauth required pam_permit.so\n",
+        none);
+    row("a missing module",
+        "auth optional pam_absent.so\nauth required pam_permit.so\n",
+        one("pam_absent.so is not installed"));
+    row("a missing module by its path",
+        "auth optional /opt/pam_a.so\nauth required pam_permit.so\n",
+        one("pam_a.so is not installed"));
+    row("no module that may be missing", "-auth optional pam_absent.so\nauth required pam_permit.so\n", none);
+    row("a module without its ending",
+        "auth optional pam_permit\nauth required pam_permit.so\n",
+        one("pam_permit is not installed"));
+    row("a jump behind the end",
+        "auth required pam_permit.so\nauth [success=2 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
+        one("pam_unix.so jumps out of its stack"));
+    row("a jump to the end",
+        "auth required pam_permit.so\nauth [success=1 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
+        one("pam_unix.so jumps out of its stack"));
+    row("no jump into the file that includes it",
+        "@include jumping\nauth required pam_permit.so\nauth required pam_permit.so\n",
+        none);
+    row("a jump out of a substack",
+        "auth substack jumping\nauth required pam_permit.so\nauth required pam_permit.so\n",
+        one("pam_unix.so jumps out of its stack"));
+    row("no jump over a substack",
+        "auth [success=1 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
+        none);
+    row("a jump over more than a substack",
+        "auth [success=2 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
+        one("pam_unix.so jumps out of its stack"));
+    row("a wrong word",
+        "auth needed pam_permit.so\nauth required pam_permit.so\n",
+        one("pam_permit.so has the control \"needed\", which does not exist") + one("nothing can succeed"));
+    row("a wrong verdict",
+        "auth [succes=ok] pam_permit.so\nauth required pam_permit.so\n",
+        one("pam_permit.so has the control \"succes=ok\", which does not exist") + one("nothing can succeed"));
+    row("a jump of nothing",
+        "auth [success=0] pam_permit.so\nauth required pam_permit.so\n",
+        one("pam_permit.so has the control \"success=0\", which does not exist") + one("nothing can succeed"));
+    row("no blanks in brackets", "auth [ success=ok   default=bad ] pam_permit.so\n", none);
+    row("a missing file", "auth include absent\nauth required pam_permit.so\n", one("absent cannot be included"));
+    row("a file that includes itself",
+        "auth required pam_permit.so\nauth include own\n",
+        one("own cannot be included"));
+    row("a stack of failures", "auth required pam_permit.so\nauth required pam_deny.so\n", one("nothing can succeed"));
+    row("a stack that never says yes",
+        "auth [success=ignore default=ignore] pam_unix.so\n",
+        one("nothing can succeed"));
+    row("an end by who counts failures",
+        "auth requisite pam_faillock.so authfail\nauth required pam_permit.so\n",
+        one("nothing can succeed"));
+}
+
+void PamFaultsTest::finds()
+{
+    QFETCH(const QByteArray, stack);
+    QFETCH(const QStringList, faults);
+    const QTemporaryDir folder;
+    const QString pam = folder.path() + QLatin1String("/etc/pam.d/");
+    writeContent(pam + QLatin1String("own"), stack);
+    writeContent(pam + QLatin1String("jumping"), "auth [success=1 default=ignore] pam_unix.so\n");
+    writeContent(pam + QLatin1String("two"), "auth optional pam_permit.so\nauth optional pam_permit.so\n");
+
+    QCOMPARE(pamServiceFaults(folder.path(), QStringLiteral("own")), faults);
+}
+
+void PamFaultsTest::findsNothingOnThisMachine()
+{
+    QVERIFY(contentOf("/etc/pam.d/login").contains("@include common-auth"));
+    QCOMPARE(pamFaults(QString()), QStringList());
+}
+
+void PamFaultsTest::judgesAsLibpam_data()
+{
+    const Rows<uint> row("seed");
+    for (uint seed = 1; seed <= 8; ++seed) {
+        row(("seed " + QByteArray::number(seed)).constData(), seed);
+    }
+}
+
+void PamFaultsTest::judgesAsLibpam()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    QFETCH(const uint, seed);
+    StackGenerator generator(seed);
+    int good = 0;
+    int bad = 0;
+    for (int i = 0; i < 60; ++i) {
+        writeContent("/etc/pam.d/inner", generator.stack({}));
+        writeContent("/etc/pam.d/own", generator.stack({"inner"}));
+        const QStringList faults = pamServiceFaults(QString(), QStringLiteral("own"));
+        // one that jumps nowhere ends by chance
+        if (!faults.filter(QStringLiteral("jumps out")).isEmpty()) {
+            continue;
+        }
+        const bool succeeds = !faults.contains(QStringLiteral("own: auth: nothing can succeed"));
+        const int exitCode = runAs(root, "pamtester own root authenticate").exitCode;
+        const QByteArray stacks = contentOf("/etc/pam.d/own") + "--\n" + contentOf("/etc/pam.d/inner");
+        QVERIFY2((exitCode == 0) == succeeds, stacks.constData());
+        ++(succeeds ? good : bad);
+    }
+    QVERIFY(good > 5 && bad > 5);
+}
+
+QTEST_GUILESS_MAIN(PamFaultsTest)
+#include "PamFaultsTest.moc"
