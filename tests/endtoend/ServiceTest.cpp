@@ -112,6 +112,8 @@ private Q_SLOTS:
     void asksPolkitOfEachAction();
     void leavesAnEntryInTheJournal();
     void followsTheRuleOfThePage();
+    void isConfined();
+    void letsNobodyButRootOwnTheName();
     void hasAPageThatTellsAll();
     void hasExamplesThatWork();
 
@@ -432,6 +434,30 @@ void ServiceTest::followsTheRuleOfThePage()
     QCOMPARE(answerOf(helpdesk, writeDeny()), refused());
     QCOMPARE(answerOf(nobody, unlockCall("alice")), refused());
     QVERIFY(QFile::remove(QStringLiteral("/etc/polkit-1/rules.d/20-helpdesk.rules")));
+}
+
+/// At least as well as the helper: by the tool's tenths.
+void ServiceTest::isConfined()
+{
+    const QByteArray unit = "/usr/lib/systemd/system/accountpoliciesd.service";
+    const QByteArray judge = "systemd-analyze --no-pager security --offline=true --threshold=";
+
+    QCOMPARE(runAs(root, (judge + "12 " + unit).constData()).exitCode, 0);
+    QVERIFY(runAs(root, (judge + "11 " + unit).constData()).exitCode != 0);
+    QCOMPARE(linesWith("ReadWritePaths=", unit.constData()),
+             QByteArrayList{"ReadWritePaths=-/etc/security -/etc/pam.d -/var/lib/pam -/var/cache/debconf"});
+    QCOMPARE(linesWith("BusName=", unit.constData()), QByteArrayList{QByteArray("BusName=") + serviceName});
+}
+
+void ServiceTest::letsNobodyButRootOwnTheName()
+{
+    endService();
+    const QByteArray request = QByteArray("dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus "
+                                          "/org/freedesktop/DBus org.freedesktop.DBus.RequestName string:")
+        + serviceName + " uint32:4";
+
+    QCOMPARE(runAs(nobody, request.constData()).exitCode, 1);
+    QCOMPARE(runAs(root, request.constData()), ProgramResult({0, "   uint32 1\n", {}}));
 }
 
 void ServiceTest::hasAPageThatTellsAll()
