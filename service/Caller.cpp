@@ -12,7 +12,7 @@
 namespace
 {
 // as long as the bus itself takes to answer, which never waits for anybody
-constexpr int limit = 5000; // ms
+constexpr int credentialsLimit = 5000; // ms
 
 /// By proc(5); the kernel has the greatest number for none.
 std::optional<uint> loginUserOf(qint64 process)
@@ -34,7 +34,7 @@ std::optional<Caller> callerBehind(const QString &name, const QDBusConnection &b
                                                            QStringLiteral("org.freedesktop.DBus"),
                                                            QStringLiteral("GetConnectionCredentials"));
     question << name;
-    const QDBusReply<QVariantMap> credentials = bus.call(question, QDBus::Block, limit);
+    const QDBusReply<QVariantMap> credentials = bus.call(question, QDBus::Block, credentialsLimit);
     const QVariant user = credentials.value().value(QStringLiteral("UnixUserID"));
     if (!user.isValid()) {
         return {};

@@ -14,7 +14,7 @@
 namespace
 {
 // what a person has for a password
-constexpr int limit = 300000; // ms
+constexpr int questionLimit = 300000; // ms
 
 constexpr uint allowInteraction = 1; // of polkit's CheckAuthorizationFlags
 
@@ -62,7 +62,7 @@ PolkitQuestion::PolkitQuestion(const QString &caller,
     QDBusMessage question = authorityCall(QStringLiteral("CheckAuthorization"));
     question << subjectNamed(caller) << action << QVariant::fromValue(TextMap(details))
              << (mayAsk ? allowInteraction : 0U) << m_id;
-    auto *call = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(question, limit), this);
+    auto *call = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(question, questionLimit), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, &PolkitQuestion::takeAnswer);
 }
 

@@ -9,6 +9,8 @@
 
 #include <QTimer>
 
+class QDBusPendingCallWatcher;
+
 /// The service from its start to its end: when nobody has wanted anything of it for half a minute, or by SIGTERM.
 class Serving : public QObject
 {
@@ -17,10 +19,12 @@ class Serving : public QObject
 public:
     explicit Serving(const QDBusConnection &bus);
 
-    /// Whether the bus knows it now; from then on it ends the event loop when it is over.
+    /// Asks the bus for the service's name; false if there is no bus. It ends the event loop when it is over, with 1 if it
+    /// doesn't get the name.
     bool begin();
 
 private:
+    void takeName(QDBusPendingCallWatcher *request);
     void endIdly();
     void end();
     void quitIfDone();

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// Sends the service what no client would: serviceattacker random SEED COUNT, or serviceattacker flood COUNT. Random messages
+// Sends the service what no client would: serviceattacker random SEED COUNT, flood COUNT, or large COUNT. Random messages
 // have the methods' names or others, with arguments of the right and of wrong types. Writes how many answers came to standard
 // output, and ends with 1 if one is missing.
 
@@ -15,6 +15,8 @@
 #include <QDBusVariant>
 #include <QTextStream>
 
+#include <functional>
+#include <map>
 #include <random>
 
 namespace
@@ -135,6 +137,14 @@ private:
     QString m_method;
 };
 
+QDBusMessage callOf(const QString &method, const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QLatin1String(serviceName), QLatin1String(servicePath), QLatin1String(serviceName), method);
+    call.setArguments(arguments);
+    return call;
+}
+
 /// Sends all of them, so many at a time, and counts the answers.
 class Attack : public QObject
 {
@@ -182,20 +192,25 @@ int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments();
-    const bool isRandom = words.value(1) == QLatin1String("random");
-    const int count = words.value(isRandom ? 3 : 2).toInt();
+    const QString kind = words.value(1);
+    const int count = words.constLast().toInt();
     RandomCall random(words.value(2).toUInt());
-    const auto read = [] {
-        QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(serviceName),
-                                                           QLatin1String(servicePath),
-                                                           QLatin1String(serviceName),
-                                                           QStringLiteral("ReadPolicy"));
-        call.setArguments({QStringLiteral("faillock")});
-        return call;
+    const std::map<QString, std::function<QDBusMessage()>> attacks{
+        {QStringLiteral("random"),
+         [&random] {
+             return random.next();
+         }},
+        {QStringLiteral("flood"),
+         [] {
+             return callOf(QStringLiteral("ReadPolicy"), {QStringLiteral("faillock")});
+         }},
+        {QStringLiteral("large"),
+         [] {
+             const QVariantMap values{{QStringLiteral("deny"), QByteArray(30000000, 'x')}};
+             return callOf(QStringLiteral("WritePolicy"), {QStringLiteral("faillock"), values, QVariantMap()});
+         }},
     };
-    const Attack attack(count, isRandom ? mostAtOnce : count, [&]() -> QDBusMessage {
-        return isRandom ? random.next() : read();
-    });
+    const Attack attack(count, kind == QLatin1String("random") ? mostAtOnce : count, attacks.at(kind));
     QCoreApplication::exec();
     QTextStream(stdout) << attack.answers() << '\n';
     return attack.answers() == count ? 0 : 1;
