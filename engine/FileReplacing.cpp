@@ -13,6 +13,7 @@
 #include <optional>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -42,9 +43,7 @@ public:
     /// Whether that worked: some file systems say only then that they could not write.
     bool close()
     {
-        const int number = m_number;
-        m_number = -1;
-        return ::close(number) == 0;
+        return ::close(std::exchange(m_number, -1)) == 0;
     }
 
 private:

@@ -17,7 +17,8 @@
  * file is built there, as "<path>.new".
  *
  * @param errorString receives one message on failure, behind those that it holds already: the path and why. The file is as
- *                    it was then; "<path>.new" may remain if this process is killed, and doesn't disturb the next time
+ *                    it was then, or the new one where nothing but the sync of its folder has failed. "<path>.new" may
+ *                    remain if this process is killed, and doesn't disturb the next time
  * @return whether the new content is in place and on the disk
  */
 bool replaceFile(const QString &path, const QByteArray &content, QString *errorString);

@@ -37,13 +37,10 @@ class FaillockLimits
 public:
     explicit FaillockLimits(const ModuleReading &reading) : m_values(reading.values)
     {
-        const auto line = std::find_if(reading.lines.begin(), reading.lines.end(), [](const ModuleLine &candidate) {
-            return candidate.options.contains(faillockPolicy().enforcingOption);
-        });
-        if (line != reading.lines.end()) {
-            const QVariantMap options = moduleOptionValues(faillockPolicy(), line->options);
-            for (auto option = options.begin(); option != options.end(); ++option) {
-                m_values.insert(option.key(), *option);
+        for (const ModuleLine &line : reading.lines) {
+            if (line.options.contains(faillockPolicy().enforcingOption)) {
+                lay(moduleOptionValues(faillockPolicy(), line.options));
+                return;
             }
         }
     }
@@ -74,6 +71,13 @@ public:
     }
 
 private:
+    void lay(const QVariantMap &options)
+    {
+        for (auto option = options.begin(); option != options.end(); ++option) {
+            m_values.insert(option.key(), *option);
+        }
+    }
+
     QVariant value(const char *name) const
     {
         const QString key = QLatin1String(name);
@@ -131,7 +135,7 @@ QVector<TallyEntry> failuresIn(const QByteArray &content, qint64 interval)
 
 QDateTime timeOf(quint64 seconds)
 {
-    return QDateTime::fromSecsSinceEpoch(qint64(seconds), Qt::UTC);
+    return QDateTime::fromSecsSinceEpoch(qint64(seconds)).toUTC();
 }
 
 FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failures, const FaillockLimits &limits)
@@ -142,8 +146,7 @@ FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failur
     record.failures = int(failures.size());
     record.first = timeOf(failures.constFirst().time);
     record.last = timeOf(last.time);
-    const auto sourceEnd = std::find(last.source.begin(), last.source.end(), '\0');
-    record.source = QString::fromUtf8(last.source.data(), int(sourceEnd - last.source.begin()));
+    record.source = QString::fromUtf8(QByteArray(last.source.data(), int(last.source.size())).split('\0').constFirst());
     const std::optional<qint64> most = limits.mostFailures(account);
     const qint64 lockTime = limits.lockTime(account);
     const QDateTime end = record.last.addSecs(lockTime);

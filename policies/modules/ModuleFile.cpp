@@ -10,7 +10,7 @@
 
 namespace
 {
-using Kind = ModuleSetting::Kind;
+using SettingKind = ModuleSetting::Kind;
 
 /// What a line, or an option, sets.
 struct ModuleEntry {
@@ -49,17 +49,17 @@ QVariant valueIn(const ModuleSetting &setting, const QString &text)
 {
     const std::optional<qlonglong> number = leadingNumber(text);
     switch (setting.kind) {
-    case Kind::Flag:
+    case SettingKind::Flag:
         return true;
-    case Kind::Switch:
+    case SettingKind::Switch:
         return number ? QVariant(*number != 0) : QVariant();
-    case Kind::Number:
+    case SettingKind::Number:
         return number ? QVariant(*number) : QVariant();
-    case Kind::Seconds:
+    case SettingKind::Seconds:
         return secondsIn(setting, text);
-    case Kind::Text:
+    case SettingKind::Text:
         return text.isEmpty() ? QVariant() : QVariant(text);
-    case Kind::Path:
+    case SettingKind::Path:
         return text.startsWith(QLatin1Char('/')) ? QVariant(text) : QVariant();
     }
     return {};
@@ -67,7 +67,7 @@ QVariant valueIn(const ModuleSetting &setting, const QString &text)
 
 QString textOf(const ModuleSetting &setting, const QVariant &value)
 {
-    return setting.kind == Kind::Switch ? QString::number(int(value.toBool())) : value.toString();
+    return setting.kind == SettingKind::Switch ? QString::number(int(value.toBool())) : value.toString();
 }
 
 /// What one entry after the other sets; the later ones win.
@@ -87,7 +87,7 @@ QVariantMap valuesIn(const ModulePolicy &policy, const QVector<ModuleEntry> &ent
 QByteArray settingLine(const ModuleSetting &setting, const QVariant &value)
 {
     const QString text =
-        setting.kind == Kind::Flag ? setting.name : setting.name + QLatin1String(" = ") + textOf(setting, value);
+        setting.kind == SettingKind::Flag ? setting.name : setting.name + QLatin1String(" = ") + textOf(setting, value);
     return text.toLatin1();
 }
 
@@ -162,7 +162,7 @@ QStringList moduleOptionsWith(const ModulePolicy &policy, const QStringList &opt
         const QVariant value = set.value(setting.name);
         if (value.isValid()) {
             const QString text = QLatin1Char('=') + textOf(setting, value);
-            written += setting.kind == Kind::Flag ? setting.name : setting.name + text;
+            written += setting.kind == SettingKind::Flag ? setting.name : setting.name + text;
         }
     }
     return written;
@@ -172,7 +172,7 @@ QVariantMap setValues(const ModulePolicy &policy, const QVariantMap &values)
 {
     QVariantMap set = values;
     for (const ModuleSetting &setting : policy.settings) {
-        if (setting.kind == Kind::Flag && !set.value(setting.name).toBool()) {
+        if (setting.kind == SettingKind::Flag && !set.value(setting.name).toBool()) {
             set.remove(setting.name);
         }
     }

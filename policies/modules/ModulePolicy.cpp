@@ -6,8 +6,6 @@
 #include <QCoreApplication>
 #include <QRegularExpression>
 
-#include <algorithm>
-
 namespace
 {
 bool isOfKind(const ModuleSetting &setting, const QVariant &value)
@@ -53,10 +51,12 @@ bool isInRange(const ModuleSetting &setting, const QVariant &value)
 
 const ModuleSetting *ModulePolicy::find(const QString &setting) const
 {
-    const auto place = std::find_if(settings.begin(), settings.end(), [&setting](const ModuleSetting &known) {
-        return known.name == setting;
-    });
-    return place == settings.end() ? nullptr : &*place;
+    for (const ModuleSetting &known : settings) {
+        if (known.name == setting) {
+            return &known;
+        }
+    }
+    return nullptr;
 }
 
 QString ModulePolicy::faultIn(const QVariantMap &values) const

@@ -120,10 +120,12 @@ ModuleForce forceOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines
 /// Of the line that enforces it; the one that others include comes first.
 const ModuleLine *settingLineOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines)
 {
-    const auto line = std::find_if(lines.begin(), lines.end(), [&policy](const ModuleLine &candidate) {
-        return enforces(policy, candidate);
-    });
-    return line == lines.end() ? nullptr : &*line;
+    for (const ModuleLine &line : lines) {
+        if (enforces(policy, line)) {
+            return &line;
+        }
+    }
+    return nullptr;
 }
 
 void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *reading)

@@ -11,14 +11,15 @@
 #include "policies/modules/PamStack.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QThread>
 
 #include <fcntl.h>
 #include <memory>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -148,7 +149,7 @@ private:
         if (readsFile && !writeFile(&error)) {
             return failed(error);
         }
-        const ModuleOutcome switched = switchProfiles();
+        ModuleOutcome switched = switchProfiles();
         if (!switched.succeeded()) {
             return switched;
         }
@@ -173,12 +174,22 @@ private:
         if (written == content) {
             return true;
         }
-        // only the folder beside the library's own file may be missing
-        if (!QDir().mkpath(QFileInfo(path).path())) {
-            *error = m_policy.path + QLatin1String(": ") + qt_error_string();
-            return false;
+        return makeFolder(QFileInfo(path).path(), error) && replaceFile(path, written, error);
+    }
+
+    /// Only that beside the library's own file may be missing. Everybody may read what is in it.
+    static bool makeFolder(const QString &folder, QString *error)
+    {
+        if (QFile::exists(folder)) {
+            return true;
         }
-        return replaceFile(path, written, error);
+        const QByteArray path = QFile::encodeName(folder);
+        constexpr mode_t mode = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
+        if (mkdir(path.constData(), mode) == 0 && chmod(path.constData(), mode) == 0) {
+            return true;
+        }
+        *error = folder + QLatin1String(": ") + qt_error_string();
+        return false;
     }
 
     ModuleOutcome switchProfiles()
@@ -211,7 +222,7 @@ private:
     ModuleOutcome switchOff()
     {
         if (areOursRecorded()) {
-            const ModuleOutcome outcome = runTool(QStringLiteral("--disable"));
+            ModuleOutcome outcome = runTool(QStringLiteral("--disable"));
             if (!outcome.succeeded()) {
                 return outcome;
             }

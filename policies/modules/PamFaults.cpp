@@ -12,7 +12,8 @@
 #include <QMap>
 #include <QSet>
 
-#include <array>
+#include <algorithm>
+#include <iterator>
 
 namespace
 {
@@ -73,6 +74,15 @@ int jumpOf(const QString &action)
     return action.toInt();
 }
 
+const char *const types[] = {"auth", "account", "password", "session"};
+
+bool isType(const QString &name)
+{
+    return std::any_of(std::begin(types), std::end(types), [&name](const char *type) {
+        return name == QLatin1String(type);
+    });
+}
+
 bool isAction(const QString &action)
 {
     static const QSet<QString> words{QStringLiteral("ignore"),
@@ -125,8 +135,8 @@ class TypeOfService
     Q_DECLARE_TR_FUNCTIONS(PamFaults)
 
 public:
-    TypeOfService(const QString &root, const QString &service, const QString &type)
-        : m_root(root), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
+    TypeOfService(QString root, const QString &service, const QString &type)
+        : m_root(std::move(root)), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
     {
         const PamNodes nodes = nodesIn(service, 0);
         checkJumps(nodes);
@@ -161,6 +171,10 @@ private:
                 nodes += nodesIn(line.module, depth + 1);
             } else if (line.type == m_type) {
                 nodes += nodesOf(line, depth);
+            } else if (!isType(line.type) && m_type == QLatin1String("auth")) {
+                // libpam takes it for one of this type that fails; its control says what follows
+                note(tr("\"%1\" is no type").arg(line.type));
+                nodes += PamNode{line, actionsIn(line)};
             }
         }
         return nodes;
@@ -210,6 +224,9 @@ private:
     {
         const bool countsFailure =
             node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+        if (!isType(node.line.type)) {
+            return {QStringLiteral("abort")};
+        }
         if (installedPath(node.line.module).isEmpty()) {
             return {QStringLiteral("module_unknown")};
         }
@@ -287,7 +304,7 @@ private:
 QStringList pamServiceFaults(const QString &root, const QString &service)
 {
     QStringList faults;
-    for (const char *type : {"auth", "account", "password", "session"}) {
+    for (const char *type : types) {
         faults += TypeOfService(root, service, QLatin1String(type)).faults();
     }
     return faults;

@@ -53,6 +53,15 @@ PamStackLine stackLine(int number, const QVector<PamWord> &words)
             words.value(2).text,
             options};
 }
+
+/// One that ends amid: some releases of libpam read on behind it, others do not, and none lets anybody in by it.
+PamStackLine brokenLine(int number, const QVector<PamWord> &words)
+{
+    PamStackLine line = stackLine(number, words);
+    line.control = QStringLiteral("\\");
+    line.isBracketed = false;
+    return line;
+}
 }
 
 bool PamStackLine::calls(const QString &name) const
@@ -63,23 +72,23 @@ bool PamStackLine::calls(const QString &name) const
 QVector<PamStackLine> pamStackLines(const QByteArray &content)
 {
     QVector<PamStackLine> found;
-    const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n'));
+    const auto lines = QString::fromUtf8(content).split(QLatin1Char('\n')) + QStringList{QString()};
     QString joined;
-    int begin = 0;
+    int begin = 0; // of the joined lines
     for (int number = 0; number < lines.size(); ++number) {
+        QString text = lines.at(number).section(QLatin1Char('#'), 0, 0).trimmed();
+        const bool goesOn = text.endsWith(QLatin1Char('\\'));
+        text.chop(goesOn ? 1 : 0);
+        if (text.isEmpty() && !joined.isEmpty()) {
+            found += brokenLine(begin + 1, wordsIn(joined)); // where it was to go on there is nothing
+            joined.clear();
+        }
         begin = joined.isEmpty() ? number : begin;
-        const QString text = lines.at(number).section(QLatin1Char('#'), 0, 0);
-        joined += text;
-        if (joined.endsWith(QLatin1Char('\\')) && number + 1 < lines.size()) {
-            joined.chop(1);
-            joined += QLatin1Char(' ');
-            continue;
+        joined += text.isEmpty() ? QString() : text + QLatin1Char(' ');
+        if (!goesOn && !joined.isEmpty()) {
+            found += stackLine(begin + 1, wordsIn(joined));
+            joined.clear();
         }
-        const QVector<PamWord> words = wordsIn(joined);
-        if (!words.isEmpty()) {
-            found += stackLine(begin + 1, words);
-        }
-        joined.clear();
     }
     return found;
 }
@@ -89,7 +98,7 @@ QByteArray pamStackWithOptions(const QByteArray &content, int number, const QStr
     QByteArrayList lines = content.split('\n');
     QByteArray &line = lines[number - 1];
     const QByteArray text = line.mid(0, line.indexOf('#'));
-    if (text.endsWith('\\')) {
+    if (text.trimmed().endsWith('\\')) {
         return {};
     }
     const QByteArray fileName = module.toLatin1() + ".so";

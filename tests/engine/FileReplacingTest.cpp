@@ -36,6 +36,20 @@ QString replaced(const QByteArray &content)
     return isReplaced ? QStringLiteral("yes") : error;
 }
 
+const char calls[] = "openat,write,fchown,fchmod,fsync,close,rename";
+
+/// Replaces the file in a process of its own, under strace(1) with an expression for the calls that touch the file.
+ProgramResult replaceTraced(const QString &expression)
+{
+    const QString traced = QLatin1String("trace=") + QLatin1String(calls);
+    QStringList arguments{QStringLiteral("-f"), QStringLiteral("-e"), traced, QStringLiteral("-e"), expression};
+    for (const QString &path : {target + QLatin1String(".new"), target, folder + QLatin1Char('/')}) {
+        arguments += {QStringLiteral("-P"), path};
+    }
+    arguments += {QStringLiteral("-E"), QStringLiteral("REPLACES=1"), QCoreApplication::applicationFilePath()};
+    return runAs(root, QStringLiteral("/usr/bin/strace"), arguments);
+}
+
 QStringList names()
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot | QDir::System);
@@ -65,6 +79,8 @@ private Q_SLOTS:
     void keepsOldContentOnFullDisk();
     void keepsOldContentOnReadOnlyDisk();
     void syncsBeforeItRenames();
+    void hasOldContentOrNewAfterFaults_data();
+    void hasOldContentOrNewAfterFaults();
 };
 
 void FileReplacingTest::initTestCase()
@@ -222,36 +238,65 @@ void FileReplacingTest::keepsOldContentOnReadOnlyDisk()
 
 void FileReplacingTest::syncsBeforeItRenames()
 {
-    const QString program = QCoreApplication::applicationFilePath();
-    const QStringList arguments{QStringLiteral("-f"),
-                                QStringLiteral("-e"),
-                                QStringLiteral("trace=openat,write,fchown,fchmod,fsync,close,rename"),
-                                QStringLiteral("-P"),
-                                target + QLatin1String(".new"),
-                                QStringLiteral("-P"),
-                                target,
-                                QStringLiteral("-P"),
-                                folder + QLatin1Char('/'),
-                                QStringLiteral("-E"),
-                                QStringLiteral("REPLACES=1"),
-                                program};
-    const ProgramResult traced = runAs(root, QStringLiteral("/usr/bin/strace"), arguments);
-    QByteArrayList calls;
+    const ProgramResult traced = replaceTraced(QStringLiteral("trace=%1").arg(QLatin1String(calls)));
+    QByteArrayList called;
     for (const QByteArray &line : traced.standardError.split('\n')) {
         if (line.contains('(')) {
-            calls += line.left(line.indexOf('('));
+            called += line.mid(0, line.indexOf('('));
         }
     }
-    QCOMPARE(calls,
+    QCOMPARE(called,
              QByteArrayList(
                  {"openat", "write", "fchown", "fchmod", "fsync", "close", "rename", "openat", "fsync", "close"}));
+}
+
+void FileReplacingTest::hasOldContentOrNewAfterFaults_data()
+{
+    const Rows<RowText, int, QByteArray, QByteArray> row("fault", "exitCode", "content", "error");
+    const QByteArray old("old\n");
+    const QByteArray fresh("new\n");
+    const QByteArray full("/var/lib/replacing/settings: No space left on device");
+    row("no new file", "openat:error=ENOSPC:when=1", 1, old, full);
+    row("a write that fails", "write:error=ENOSPC", 1, old, full);
+    row("a write that is cut short", "write:error=EINTR:when=1", 0, fresh, "");
+    row("no owner", "fchown:error=ENOSPC", 1, old, full);
+    row("no mode", "fchmod:error=ENOSPC", 1, old, full);
+    row("no sync", "fsync:error=ENOSPC:when=1", 1, old, full);
+    row("no close", "close:error=ENOSPC:when=1", 1, old, full);
+    row("no rename", "rename:error=ENOSPC", 1, old, full);
+    row("no folder", "openat:error=ENOSPC:when=2", 1, fresh, full);
+    row("no sync of the folder", "fsync:error=ENOSPC:when=2", 1, fresh, full);
+    // traced, a killed program ends its tracer by the same signal
+    row("death before writing", "write:signal=KILL", -1, old, "");
+    row("death before syncing", "fsync:signal=KILL:when=1", -1, old, "");
+    row("death before syncing the folder", "fsync:signal=KILL:when=2", -1, fresh, "");
+}
+
+void FileReplacingTest::hasOldContentOrNewAfterFaults()
+{
+    QFETCH(const QString, fault);
+    QFETCH(const int, exitCode);
+    QFETCH(const QByteArray, content);
+    QFETCH(const QByteArray, error);
+
+    const ProgramResult traced = replaceTraced(QStringLiteral("inject=%1").arg(fault));
+    QCOMPARE(traced.exitCode, exitCode);
+    QCOMPARE(traced.standardOutput, error);
+    QCOMPARE(contentOf(target), content);
+    // what remains of one that was killed is no hindrance
+    QCOMPARE(names().size(), exitCode == -1 && content == "old\n" ? 2 : 1);
+    QCOMPARE(replaced("newer\n"), QStringLiteral("yes"));
+    QCOMPARE(names(), QStringList{QStringLiteral("settings")});
 }
 
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     if (qEnvironmentVariableIsSet("REPLACES")) {
-        return replaced("new\n") == QLatin1String("yes") ? 0 : 1;
+        const QString result = replaced("new\n");
+        const bool isReplaced = result == QLatin1String("yes");
+        fputs(isReplaced ? "" : qPrintable(result), stdout);
+        return isReplaced ? 0 : 1;
     }
     FileReplacingTest test;
     return QTest::qExec(&test, argc, argv);

@@ -36,3 +36,7 @@ target_compile_definitions(FailureRecordsTest PRIVATE SOURCES="${PROJECT_SOURCE_
 add_unit_test(policies/modules/PamFaultsTest SANDBOX COST 5 LIBRARIES modulepolicies)
 add_unit_test(policies/modules/PasswordChangesTest SANDBOX COST 15 LIBRARIES modulepolicies)
 target_compile_definitions(PasswordChangesTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+add_unit_test(policies/modules/PamStackTest LIBRARIES modulepolicies)
+add_unit_test(policies/modules/WritingFaultsTest SANDBOX COST 120 LIBRARIES modulepolicies pamtestsupport)
+target_compile_definitions(WritingFaultsTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+set_tests_properties(policies/modules/WritingFaultsTest PROPERTIES LABELS unsanitized TIMEOUT 900)

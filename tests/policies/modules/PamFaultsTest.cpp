@@ -44,8 +44,10 @@ public:
             const int kind = included.isEmpty() ? 9 : number(0, 9);
             text += kind == 0 ? "@include " + one(included)
                 : kind == 1   ? "auth include " + one(included)
-                : kind == 2   ? "auth substack " + one(included)
-                            : one({"auth ", "-auth ", "AUTH\t"}) + one(controls) + one({" ", " \\\n "}) + one(modules);
+                : kind == 2
+                ? "auth substack " + one(included)
+                : one({"auth ", "-auth ", "AUTH\t", "auth\t", "-Auth ", "auth  ", "auth ", "auth ", "auht "})
+                    + one(controls) + one({" ", " \\\n ", " \\ \t\n "}) + one(modules);
             text += one({"\n", "\n", " # auth required pam_deny.so\n"});
         }
         return text;
@@ -127,6 +129,9 @@ void PamFaultsTest::finds_data()
     row("a jump of nothing",
         "auth [success=0] pam_permit.so\nauth required pam_permit.so\n",
         one("pam_permit.so has the control \"success=0\", which does not exist") + one("nothing can succeed"));
+    row("a wrong type",
+        "auht required pam_permit.so\nauth required pam_permit.so\n",
+        one("\"auht\" is no type") + one("nothing can succeed"));
     row("no blanks in brackets", "auth [ success=ok   default=bad ] pam_permit.so\n", none);
     row("a missing file", "auth include absent\nauth required pam_permit.so\n", one("absent cannot be included"));
     row("a file that includes itself",
