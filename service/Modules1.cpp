@@ -97,8 +97,7 @@ bool isAccount(const QString &name)
     std::vector<char> room(65536);
     passwd entry = {};
     passwd *found = nullptr;
-    getpwnam_r(name.toLocal8Bit().constData(), &entry, room.data(), room.size(), &found);
-    return found;
+    return getpwnam_r(name.toLocal8Bit().constData(), &entry, room.data(), room.size(), &found) == 0 && found;
 }
 
 Answer unlock(const QString &account, const Caller &caller)

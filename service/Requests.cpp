@@ -199,7 +199,7 @@ void Requests::finish(quint64 number, const Answer &answer)
     const auto request = m_requests.find(number);
     reply(request->second.message, answer);
     if (!answer.changedPolicy.isEmpty()) {
-        Q_EMIT policyChanged(answer.changedPolicy);
+        Q_EMIT this->policyChanged(answer.changedPolicy);
     }
     remove(request);
 }
