@@ -122,10 +122,11 @@ Modules1::Modules1(Requests *requests) : m_requests(requests)
     connect(requests, &Requests::policyChanged, this, &Modules1::PolicyChanged);
 }
 
-QStringList Modules1::policies()
+QStringList Modules1::ListPolicies()
 {
     QStringList names;
-    for (const ModulePolicy *policy : modulePolicies()) {
+    const QVector<const ModulePolicy *> all = modulePolicies();
+    for (const ModulePolicy *policy : all) {
         names += policy->name;
     }
     return names;

@@ -19,13 +19,11 @@
 class Modules1 : public QObject, protected QDBusContext
 {
     Q_OBJECT
-    Q_PROPERTY(QStringList Policies READ policies CONSTANT)
 
 public:
     explicit Modules1(Requests *requests);
 
-    static QStringList policies();
-
+    QStringList ListPolicies();
     TextMap ListSettings(const QString &policy);
     QVariantMap ReadPolicy(const QString &policy, TextMap &sources, QVariantMap &state);
     bool WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options, QString &note);

@@ -9,6 +9,7 @@
 #include "service/JournalEntry.h"
 
 #include <QDBusArgument>
+#include <QDir>
 
 #include <limits>
 
@@ -193,6 +194,8 @@ Answer previewWrite(const PolicyWrite &write)
     if (!copy.error().isEmpty()) {
         return Answer::failure(failedError, copy.error());
     }
+    // a write makes the last folder of it alone
+    QDir().mkpath(copy.root() + QFileInfo(write.policy->path).path());
     Answer answer;
     const std::optional<ModuleWish> wish = wholeWish(write, copy.root(), &answer);
     if (!wish) {
@@ -208,7 +211,8 @@ Answer previewWrite(const PolicyWrite &write)
         paths += copy.files(folder);
     }
     ChangedFiles files;
-    for (const FilePreview &file : copy.changes(paths)) {
+    const QVector<FilePreview> changes = copy.changes(paths);
+    for (const FilePreview &file : changes) {
         files += ChangedFile{file.path, file.before, file.after};
     }
     return Answer::of(QVariant::fromValue(files));

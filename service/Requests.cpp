@@ -89,7 +89,7 @@ std::optional<Caller> Requests::callerOf(const QDBusMessage &message, const Job 
     if (user && job.action.isEmpty()) {
         return Caller{message.service(), *user, 0, {}};
     }
-    const std::optional<Caller> caller = callerBehind(message.service(), m_bus);
+    std::optional<Caller> caller = callerBehind(message.service(), m_bus);
     if (caller && !user) {
         m_users.insert(caller->name, std::make_unique<uint>(caller->user).release());
     }
@@ -140,7 +140,7 @@ void Requests::await(quint64 number)
         runInWorker();
     } else {
         // one after the other, and what comes in between is heard
-        QMetaObject::invokeMethod(this, &Requests::runHere, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, "runHere", Qt::QueuedConnection);
     }
 }
 

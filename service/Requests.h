@@ -82,7 +82,7 @@ private:
     void takeAnswer(quint64 number, PolkitQuestion::Answer answer);
     void await(quint64 number);
     Map::iterator next(Job::Place place);
-    void runHere();
+    Q_INVOKABLE void runHere();
     void runInWorker();
     void finish(quint64 number, const Answer &answer);
     void reply(const QDBusMessage &message, const Answer &answer);

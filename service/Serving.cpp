@@ -11,8 +11,6 @@
 #include <QDBusPendingReply>
 #include <QLibrary>
 
-#include <memory>
-
 namespace
 {
 constexpr int idleLimit = 30000; // ms
@@ -22,7 +20,7 @@ constexpr uint doNotQueue = 4;
 constexpr uint isOwner = 1;
 
 // more than the unit lets it have
-constexpr long unreadBytes = 1024 * 1024 * 1024;
+constexpr long unreadBytes = 1024L * 1024 * 1024;
 
 /**
  * Has libdbus never stop reading for what is still being looked at, as it would at 63 MB: once the main thread has freed that,
@@ -50,12 +48,14 @@ QDBusPendingCall callBus(const QDBusConnection &bus, const QString &method, cons
 }
 
 Serving::Serving(const QDBusConnection &bus)
-    : m_bus(bus), m_requests(bus), m_object(&m_requests), m_termination([this] {
+    : m_bus(bus)
+    , m_requests(bus)
+    , m_object(&m_requests)
+    , m_adaptor(std::make_unique<Modules1Adaptor>(&m_object))
+    , m_termination([this] {
         end();
     })
 {
-    // belongs to the object
-    std::make_unique<Modules1Adaptor>(&m_object).release();
     m_idle.setSingleShot(true);
     m_idle.setInterval(idleLimit);
     connect(&m_idle, &QTimer::timeout, this, &Serving::endIdly);
@@ -63,6 +63,8 @@ Serving::Serving(const QDBusConnection &bus)
     connect(&m_requests, &Requests::emptied, &m_idle, qOverload<>(&QTimer::start));
     connect(&m_requests, &Requests::emptied, this, &Serving::quitIfDone);
 }
+
+Serving::~Serving() = default;
 
 bool Serving::begin()
 {

@@ -9,6 +9,9 @@
 
 #include <QTimer>
 
+#include <memory>
+
+class Modules1Adaptor;
 class QDBusPendingCallWatcher;
 
 /// The service from its start to its end: when nobody has wanted anything of it for half a minute, or by SIGTERM.
@@ -18,6 +21,7 @@ class Serving : public QObject
 
 public:
     explicit Serving(const QDBusConnection &bus);
+    ~Serving() override;
 
     /// Asks the bus for the service's name; false if there is no bus. It ends the event loop when it is over, with 1 if it
     /// doesn't get the name.
@@ -32,6 +36,7 @@ private:
     QDBusConnection m_bus;
     Requests m_requests;
     Modules1 m_object;
+    std::unique_ptr<Modules1Adaptor> m_adaptor;
     QTimer m_idle;
     TerminationWatch m_termination;
     bool m_isEnding = false;

@@ -13,10 +13,10 @@ namespace
 volatile std::sig_atomic_t watchEnd;
 
 // may be called between any two instructions: only what signal-safety(7) allows
-void noteTermination(int)
+void noteTermination(int signal)
 {
     const int before = errno;
-    const char byte = 0;
+    const char byte = static_cast<char>(signal);
     // if the pipe is full, then of earlier signals, any of which will do
     [[maybe_unused]] const ssize_t written = write(watchEnd, &byte, sizeof byte);
     errno = before;

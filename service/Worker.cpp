@@ -3,9 +3,16 @@
 
 #include "service/Worker.h"
 
+#include <utility>
+
 Worker::Worker()
 {
     m_inside.moveToThread(&m_thread);
+    connect(this, &Worker::wanted, &m_inside, [this] {
+        m_work();
+        Q_EMIT ended({});
+    });
+    connect(this, &Worker::ended, this, &Worker::finish);
     m_thread.start();
 }
 
@@ -23,12 +30,14 @@ bool Worker::isBusy() const
 void Worker::run(const std::function<void()> &work, const std::function<void()> &done)
 {
     m_isBusy = true;
-    const auto end = [this, done] {
-        m_isBusy = false;
-        done();
-    };
-    QMetaObject::invokeMethod(&m_inside, [this, work, end] {
-        work();
-        QMetaObject::invokeMethod(this, end, Qt::QueuedConnection);
-    });
+    m_work = work;
+    m_done = done;
+    Q_EMIT wanted({});
+}
+
+void Worker::finish()
+{
+    m_isBusy = false;
+    const std::function<void()> done = std::exchange(m_done, {});
+    done();
 }

@@ -31,9 +31,18 @@ public:
      */
     void run(const std::function<void()> &work, const std::function<void()> &done);
 
+Q_SIGNALS:
+    // of its own: from thread to thread
+    void wanted(QPrivateSignal);
+    void ended(QPrivateSignal);
+
 private:
+    void finish();
+
     QThread m_thread;
     /// Lives in the worker's thread, and so has it run what is sent there.
     QObject m_inside;
+    std::function<void()> m_work;
+    std::function<void()> m_done;
     bool m_isBusy = false;
 };

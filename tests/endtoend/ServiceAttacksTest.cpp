@@ -83,7 +83,7 @@ void ServiceAttacksTest::answersOthersWithinASecond_data()
     QTest::newRow("random messages") << "random 1 10000" << QByteArray("10000\n") << 32 * megabyte;
     QTest::newRow("flood of reads") << "flood 10000" << QByteArray("10000\n") << 32 * megabyte;
     // each of 30 MB; what the unit lets it have
-    QTest::newRow("large messages") << "large 40" << QByteArray("40\n") << 256 * megabyte;
+    QTest::newRow("large messages") << "large 40" << QByteArray("40\n") << 384 * megabyte;
 }
 
 void ServiceAttacksTest::answersOthersWithinASecond()
