@@ -75,7 +75,7 @@ void ServerTest::appliesInAnImage()
     QCOMPARE(contentOf(machineFile(QStringLiteral("applied-in-image"))), QByteArray(applied));
     const QStringList packages =
         QString::fromUtf8(contentOf(machineFile(QStringLiteral("packages-in-image")))).split(QLatin1Char('\n'));
-    QCOMPARE(packages.filter(QStringLiteral("accountpolicies-")).size(), 1);
+    QCOMPARE(packages.filter(QStringLiteral("accountpolicies-")).size(), 2);
     const QRegularExpression desktop(QStringLiteral("kf[56]|x11|mesa|llvm|gui"),
                                      QRegularExpression::CaseInsensitiveOption);
     QCOMPARE(packages.filter(desktop), QStringList());

@@ -84,6 +84,7 @@ class FailureRecordsTest : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
+    void cleanup();
 
     void lists_data();
     void lists();
@@ -97,6 +98,9 @@ private Q_SLOTS:
     void tellsWhatCannotBeForgotten();
     void tellsWhatIsNotForgotten();
     void agreesWithRealLogins();
+    void opensAfterItsTime();
+    void locksRootOnlyIfAsked_data();
+    void locksRootOnlyIfAsked();
 
 private:
     QByteArray m_stack;
@@ -119,6 +123,11 @@ void FailureRecordsTest::init()
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
     writeContent("/etc/pam.d/common-auth", m_stack);
+}
+
+void FailureRecordsTest::cleanup()
+{
+    QCOMPARE(writeModule(faillockPolicy(), {{}, ModuleWish::Switch::Off, false}).kind, ModuleOutcome::Kind::Done);
 }
 
 void FailureRecordsTest::lists_data()
@@ -204,6 +213,7 @@ void FailureRecordsTest::takesOptionsOfLine()
     writeContent(folder + QLatin1String("/tester"), entry(100));
 
     QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, locked until 500\n"));
+    writeContent("/etc/pam.d/common-auth", m_stack);
 }
 
 void FailureRecordsTest::forgetsOneAccount()
@@ -279,6 +289,53 @@ void FailureRecordsTest::agreesWithRealLogins()
         QCOMPARE(login("wrong\n"), 1);
     }
     QCOMPARE(login(password), 0);
+}
+
+void FailureRecordsTest::opensAfterItsTime()
+{
+    const QVariantMap values{{QStringLiteral("deny"), 2LL},
+                             {QStringLiteral("unlock_time"), 4LL},
+                             {QStringLiteral("dir"), folder},
+                             {QStringLiteral("nodelay"), true}};
+    QCOMPARE(writeModule(faillockPolicy(), {values, ModuleWish::Switch::On, false}).reason, QString());
+
+    QCOMPARE(login("wrong\n"), 1);
+    QCOMPARE(login("wrong\n"), 1);
+    const FailureRecord record = failureRecords().accounts.value(0);
+    QVERIFY(record.isLocked);
+    QCOMPARE(record.last.secsTo(*record.until), 4);
+    QCOMPARE(login(password), 1);
+    // the module counts whole seconds
+    QTRY_COMPARE_WITH_TIMEOUT(failureRecords().accounts.value(0).isLocked, false, 6000);
+    QTest::qWait(1000);
+    QCOMPARE(login(password), 0);
+}
+
+void FailureRecordsTest::locksRootOnlyIfAsked_data()
+{
+    const Rows<bool> row("asked");
+    row("not asked", false);
+    row("asked", true);
+}
+
+void FailureRecordsTest::locksRootOnlyIfAsked()
+{
+    QFETCH(const bool, asked);
+    const QVariantMap values{{QStringLiteral("deny"), 2LL},
+                             {QStringLiteral("even_deny_root"), asked},
+                             {QStringLiteral("dir"), folder},
+                             {QStringLiteral("nodelay"), true}};
+    QCOMPARE(writeModule(faillockPolicy(), {values, ModuleWish::Switch::On, false}).reason, QString());
+    QCOMPARE(runAs(root, "chpasswd", "root:" + password).exitCode, 0);
+    const auto rootLogin = [](const QByteArray &typed) {
+        return runAs(root, "pamtester su-l root authenticate", typed).exitCode;
+    };
+    writeContent("/etc/pam.d/su-l", "@include common-auth\n");
+
+    QCOMPARE(rootLogin("wrong\n"), 1);
+    QCOMPARE(rootLogin("wrong\n"), 1);
+    QCOMPARE(failureRecords().accounts.value(0).isLocked, asked);
+    QCOMPARE(rootLogin(password), asked ? 1 : 0);
 }
 
 int main(int argc, char **argv)
