@@ -46,6 +46,13 @@ QByteArrayList installedFiles()
         data + "/usr/share/pam-configs/accountpolicies-faillock-preauth",
         data + "/usr/share/pam-configs/accountpolicies-pwhistory",
         data + "/usr/share/polkit-1/actions/" + helperId + ".policy",
+        program + "/usr/libexec/accountpoliciesd",
+        data + "/usr/lib/systemd/system/accountpoliciesd.service",
+        data + "/usr/share/dbus-1/interfaces/org.accountpolicies.Modules1.xml",
+        data + "/usr/share/dbus-1/system-services/org.accountpolicies.Modules1.service",
+        data + "/usr/share/dbus-1/system.d/org.accountpolicies.Modules1.conf",
+        data + "/usr/share/man/man8/accountpoliciesd.8" + page,
+        data + "/usr/share/polkit-1/actions/org.accountpolicies.modules1.policy",
     };
     std::sort(files.begin(), files.end());
     return files;
@@ -56,10 +63,10 @@ QByteArrayList installedFiles()
 QByteArrayList foundFiles()
 {
     const QString list = byPackages()
-        ? QStringLiteral(
-            "for path in $(dpkg -L accountpolicies-helper accountpolicies-ctl accountpolicies-common); do\n"
-            "[ -d $path ] || realpath $path\n"
-            "done | sed '/^.usr.share.doc.accountpolicies-/d'")
+        ? QStringLiteral("for path in $(dpkg -L accountpolicies-helper accountpolicies-ctl accountpolicies-common "
+                         "accountpolicies-service); do\n"
+                         "[ -d $path ] || realpath $path\n"
+                         "done | sed '/^.usr.share.doc.accountpolicies-/d'")
         : QStringLiteral("find /usr /etc /var -cnewer /run/accountpolicies-sandbox -type f -path '*ccountpolic*'");
     const ProgramResult found =
         runAs(root,

@@ -18,8 +18,8 @@
 
 namespace
 {
-const char packageNames[] = "accountpolicies-helper accountpolicies-ctl accountpolicies-common";
-const char packagesOfPrograms[] = "accountpolicies-helper accountpolicies-ctl";
+const char packageNames[] = "accountpolicies-helper accountpolicies-ctl accountpolicies-common accountpolicies-service";
+const char packagesOfPrograms[] = "accountpolicies-helper accountpolicies-ctl accountpolicies-service";
 const char fileOfOld[] = "/usr/share/accountpolicyctl/accountpolicies-ctl.old";
 
 QByteArray outputOf(const QString &script)
@@ -48,8 +48,9 @@ const QByteArray compareTree =
 
 void copyPackages(const MachineRoot &machine)
 {
-    outputOf(QStringLiteral("cd %1 && cp --parents old/*.deb packages/accountpolicies-{common,ctl,helper}_*.deb %2")
-                 .arg(machineFile(), machine.path("/root")));
+    outputOf(
+        QStringLiteral("cd %1 && cp --parents old/*.deb packages/accountpolicies-{common,ctl,helper,service}_*.deb %2")
+            .arg(machineFile(), machine.path("/root")));
 }
 
 /// What an administrator adds to the profile; made by its package for him, and not one of its files.
@@ -185,7 +186,9 @@ void PackageTest::isBuiltReproducibly()
                                QStringLiteral("accountpolicies-ctl-dbgsym_0.1.0_amd64.deb"),
                                QStringLiteral("accountpolicies-ctl_0.1.0_amd64.deb"),
                                QStringLiteral("accountpolicies-helper-dbgsym_0.1.0_amd64.deb"),
-                               QStringLiteral("accountpolicies-helper_0.1.0_amd64.deb")};
+                               QStringLiteral("accountpolicies-helper_0.1.0_amd64.deb"),
+                               QStringLiteral("accountpolicies-service-dbgsym_0.1.0_amd64.deb"),
+                               QStringLiteral("accountpolicies-service_0.1.0_amd64.deb")};
     QCOMPARE(packagesIn(QStringLiteral("packages")), packages);
     const QStringList source{QStringLiteral("accountpolicies-helper_0.1.0.dsc"),
                              QStringLiteral("accountpolicies-helper_0.1.0.tar.xz")};
@@ -199,7 +202,7 @@ void PackageTest::isBuiltReproducibly()
 void PackageTest::hardensPrograms()
 {
     const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
-    for (const char *program : {"/usr/bin/accountpolicyctl", helperFile}) {
+    for (const char *program : {"/usr/bin/accountpolicyctl", "/usr/libexec/accountpoliciesd", helperFile}) {
         const QString read = QString::fromLatin1(
             outputOf(QStringLiteral("readelf --wide -h -l -d --dyn-syms ") + machine.path(program)));
         for (const char *sign : {"DYN \\(Position-Independent Executable file\\)",
@@ -266,7 +269,8 @@ void PackageTest::leavesNothingBehind()
     QCOMPARE(machine.run("dpkg-query -W -f '${Package} ${Version} ${Status}\\n' 'accountpolicies-*'"),
              QByteArray("0: accountpolicies-common 0.1.0 install ok installed\n"
                         "accountpolicies-ctl 0.1.0 install ok installed\n"
-                        "accountpolicies-helper 0.1.0 install ok installed\n"));
+                        "accountpolicies-helper 0.1.0 install ok installed\n"
+                        "accountpolicies-service 0.1.0 install ok installed\n"));
 
     // what an administrator may have changed is kept until they are purged
     QCOMPARE(machine.run(aptGet(QByteArray("remove ") + packageNames)), QByteArray("0: "));

@@ -21,7 +21,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 WORK = ROOT / "build" / "mutation"
 BUILT = WORK / "built"  # where each copy finds itself
 TREE = ["CMakeLists.txt", "bench", "client", "cmake", "debian", "docs", "engine", "helper", "messages", "policies",
-        "scripts", "tasks", "tests"]
+        "profiles", "scripts", "service", "tasks", "tests"]
 SLOW = 2  # seconds; a test function above that is left to the last round
 FAR_SLOW = 20  # seconds; a test function on the bus above that is left out
 LIMIT = 30  # seconds for one test program, at least; above that the mutant counts as noticed
@@ -73,7 +73,7 @@ class Copy:
 
     def build(self, test):
         """Whether what a test needs can be built."""
-        targets = [test.name.split("/")[-1]] + (["accountpolicieshelper", "accountpolicyctl"] if test.installs else [])
+        targets = [test.name.split("/")[-1]] + (["accountpoliciesd", "accountpolicieshelper", "accountpolicyctl"] if test.installs else [])
         return run(self.inside(["cmake", "--build", BUILT / "build", "--target"] + targets)).returncode == 0
 
     def run_test(self, command, limit):

@@ -1,0 +1,227 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "service/Modules1.h"
+
+#include "policies/faillock/FailureRecords.h"
+#include "policies/modules/ModuleReading.h"
+#include "service/JournalEntry.h"
+#include "service/PolicyWrite.h"
+#include "service/ServiceNames.h"
+
+#include <memory>
+#include <pwd.h>
+#include <vector>
+
+namespace
+{
+QString typeOf(ModuleSetting::Kind kind)
+{
+    switch (kind) {
+    case ModuleSetting::Kind::Flag:
+    case ModuleSetting::Kind::Switch:
+        return QStringLiteral("b");
+    case ModuleSetting::Kind::Number:
+    case ModuleSetting::Kind::Seconds:
+        return QStringLiteral("x");
+    case ModuleSetting::Kind::Text:
+    case ModuleSetting::Kind::Path:
+        return QStringLiteral("s");
+    }
+    return {};
+}
+
+QString nameOf(ModuleForce force)
+{
+    switch (force) {
+    case ModuleForce::OurProfiles:
+        return QStringLiteral("profiles");
+    case ModuleForce::OtherLines:
+        return QStringLiteral("lines");
+    default:
+        return QStringLiteral("none");
+    }
+}
+
+QStringList describe(const QVector<ModuleLine> &lines)
+{
+    QStringList texts;
+    for (const ModuleLine &line : lines) {
+        const QString text =
+            QStringLiteral("%1:%2: %3 %4")
+                .arg(line.path, QString::number(line.number), line.type, line.options.join(QLatin1Char(' ')));
+        texts += text.trimmed();
+    }
+    return texts;
+}
+
+Answer read(const ModulePolicy &policy)
+{
+    const ModuleReading reading = readModule(policy);
+    if (!reading.error.isEmpty()) {
+        return Answer::failure(failedError, reading.error);
+    }
+    TextMap sources;
+    for (auto value = reading.values.begin(); value != reading.values.end(); ++value) {
+        sources.insert(value.key(), reading.source);
+    }
+    const QVariantMap state{{QStringLiteral("installed"), !reading.modulePath.isEmpty()},
+                            {QStringLiteral("force"), nameOf(reading.force)},
+                            {QStringLiteral("lines"), describe(reading.lines)}};
+    return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
+}
+
+Answer listLocked()
+{
+    const FailureListing listing = failureRecords();
+    if (!listing.error.isEmpty()) {
+        return Answer::failure(failedError, listing.error);
+    }
+    LockedAccounts locked;
+    for (const FailureRecord &record : listing.accounts) {
+        if (record.isLocked) {
+            locked += LockedAccount{record.account,
+                                    record.failures,
+                                    record.first.toSecsSinceEpoch(),
+                                    record.last.toSecsSinceEpoch(),
+                                    record.source,
+                                    record.until ? record.until->toSecsSinceEpoch() : 0};
+        }
+    }
+    return Answer::of(QVariant::fromValue(locked));
+}
+
+/// In whatever database of accounts; may wait for one in the network.
+bool isAccount(const QString &name)
+{
+    std::vector<char> room(65536);
+    passwd entry = {};
+    passwd *found = nullptr;
+    return getpwnam_r(name.toLocal8Bit().constData(), &entry, room.data(), room.size(), &found) == 0 && found;
+}
+
+Answer unlock(const QString &account, const Caller &caller)
+{
+    if (!isAccount(account)) {
+        return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
+    }
+    const QString fault = forgetFailures(account);
+    writeToJournal({caller,
+                    QStringLiteral("unlock"),
+                    QStringLiteral("account ") + account,
+                    {},
+                    {},
+                    fault.isEmpty() ? doneOutcome() : QLatin1String(failedError),
+                    fault});
+    return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
+}
+}
+
+Modules1::Modules1(Requests *requests) : m_requests(requests)
+{
+    connect(requests, &Requests::policyChanged, this, &Modules1::PolicyChanged);
+}
+
+QStringList Modules1::ListPolicies()
+{
+    QStringList names;
+    const QVector<const ModulePolicy *> all = modulePolicies();
+    for (const ModulePolicy *policy : all) {
+        names += policy->name;
+    }
+    return names;
+}
+
+TextMap Modules1::ListSettings(const QString &policy)
+{
+    Answer fault;
+    TextMap types;
+    const ModulePolicy *found = policyNamed(policy, &fault);
+    if (!found) {
+        refuse(fault);
+        return types;
+    }
+    for (const ModuleSetting &setting : found->settings) {
+        types.insert(setting.name, typeOf(setting.kind));
+    }
+    return types;
+}
+
+QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVariantMap &state)
+{
+    Q_UNUSED(sources)
+    Q_UNUSED(state)
+    Answer fault;
+    const ModulePolicy *found = policyNamed(policy, &fault);
+    if (!found) {
+        refuse(fault);
+        return {};
+    }
+    take({Job::Place::Here, {}, {}, [found](const Caller &) {
+              return read(*found);
+          }});
+    return {};
+}
+
+bool Modules1::WritePolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options, QString &note)
+{
+    Q_UNUSED(note)
+    Answer fault;
+    const std::optional<PolicyWrite> write = policyWrite(policy, values, options, &fault);
+    if (!write) {
+        refuse(fault);
+        return {};
+    }
+    take({Job::Place::InWorker, QStringLiteral("write-") + policy, {}, [write = *write](const Caller &caller) {
+              return runWrite(write, caller);
+          }});
+    return {};
+}
+
+ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &values, const QVariantMap &options)
+{
+    Answer fault;
+    const std::optional<PolicyWrite> write = policyWrite(policy, values, options, &fault);
+    if (!write) {
+        refuse(fault);
+        return {};
+    }
+    take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &) {
+              return previewWrite(write);
+          }});
+    return {};
+}
+
+LockedAccounts Modules1::ListLocked()
+{
+    // whether an account is an administrator's may be asked of a database in the network
+    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &) {
+              return listLocked();
+          }});
+    return {};
+}
+
+void Modules1::Unlock(const QString &account)
+{
+    if (account.isEmpty() || account.size() > 256) {
+        refuse(Answer::failure(unknownAccountError, QStringLiteral("no such account")));
+        return;
+    }
+    take({Job::Place::InWorker,
+          QStringLiteral("unlock"),
+          {{QStringLiteral("account"), account}},
+          [account](const Caller &caller) {
+              return unlock(account, caller);
+          }});
+}
+
+void Modules1::refuse(const Answer &fault)
+{
+    sendErrorReply(QLatin1String(serviceName) + QLatin1String(".Error.") + fault.error, fault.errorText);
+}
+
+void Modules1::take(const Job &job)
+{
+    setDelayedReply(true);
+    m_requests->add(message(), job);
+}

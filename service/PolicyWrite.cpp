@@ -1,0 +1,219 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "service/PolicyWrite.h"
+
+#include "client/preview/MachineCopy.h"
+#include "policies/modules/ModuleReading.h"
+#include "service/BusTypes.h"
+#include "service/JournalEntry.h"
+
+#include <QDBusArgument>
+#include <QDir>
+
+#include <limits>
+
+namespace
+{
+// longer than any name of a group or a folder
+constexpr int mostCharacters = 4096;
+
+bool isInteger(const QVariant &value)
+{
+    switch (static_cast<QMetaType::Type>(value.userType())) {
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+        return true;
+    case QMetaType::ULongLong:
+        return value.toULongLong() <= static_cast<qulonglong>(std::numeric_limits<qlonglong>::max());
+    default:
+        return false;
+    }
+}
+
+/// As the policies take it: numbers have one type there.
+QVariant plain(const QVariant &value)
+{
+    return isInteger(value) ? QVariant(value.toLongLong()) : value;
+}
+
+bool isTooLong(const QVariant &value)
+{
+    return value.userType() == QMetaType::QString && value.toString().size() > mostCharacters;
+}
+
+bool takeValues(const ModulePolicy &policy, const QVariantMap &values, QVariantMap *taken, Answer *fault)
+{
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        if (!policy.find(value.key())) {
+            *fault =
+                Answer::failure(unknownSettingError,
+                                QStringLiteral("%1 has no such setting: %2").arg(policy.name, value.key().left(64)));
+            return false;
+        }
+        if (isTooLong(value.value())) {
+            *fault = Answer::failure(invalidValueError, QStringLiteral("%1: too long").arg(value.key()));
+            return false;
+        }
+        taken->insert(value.key(), plain(value.value()));
+    }
+    const QString invalid = policy.faultIn(*taken);
+    if (!invalid.isEmpty()) {
+        *fault = Answer::failure(invalidValueError, invalid);
+    }
+    return invalid.isEmpty();
+}
+
+bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
+{
+    write->wish.profiles = ModuleWish::Switch::Stay;
+    for (auto option = options.begin(); option != options.end(); ++option) {
+        const bool isSet = option.value().toBool();
+        if (option.value().userType() != QMetaType::Bool) {
+            *fault = Answer::failure(invalidOptionError, QStringLiteral("options are booleans: merge, on, force"));
+            return false;
+        }
+        if (option.key() == QLatin1String("merge")) {
+            write->merges = isSet;
+        } else if (option.key() == QLatin1String("on")) {
+            write->wish.profiles = isSet ? ModuleWish::Switch::On : ModuleWish::Switch::Off;
+        } else if (option.key() == QLatin1String("force")) {
+            write->wish.force = isSet;
+        } else {
+            *fault =
+                Answer::failure(invalidOptionError, QStringLiteral("no such option: %1").arg(option.key().left(64)));
+            return false;
+        }
+    }
+    return true;
+}
+
+/// With what is to stay of the values that stand there now; none, and says why, if they can't be read.
+std::optional<ModuleWish> wholeWish(const PolicyWrite &write, const QString &root, Answer *fault)
+{
+    if (!write.merges) {
+        return write.wish;
+    }
+    const ModuleReading reading = readModule(*write.policy, root);
+    if (!reading.error.isEmpty()) {
+        *fault = Answer::failure(failedError, reading.error);
+        return {};
+    }
+    ModuleWish whole = write.wish;
+    for (auto value = reading.values.begin(); value != reading.values.end(); ++value) {
+        if (!whole.values.contains(value.key())) {
+            whole.values.insert(value.key(), value.value());
+        }
+    }
+    return whole;
+}
+
+const char *errorOf(ModuleOutcome::Kind kind)
+{
+    switch (kind) {
+    case ModuleOutcome::Kind::StacksEdited:
+        return stacksEditedError;
+    case ModuleOutcome::Kind::RolledBack:
+        return rolledBackError;
+    default:
+        return failedError;
+    }
+}
+
+Answer answerOf(const ModuleOutcome &outcome)
+{
+    if (!outcome.succeeded()) {
+        return Answer::failure(errorOf(outcome.kind), outcome.reason);
+    }
+    return {{outcome.changed, outcome.reason}, {}, {}, {}};
+}
+
+void note(const PolicyWrite &write, const ModuleWish &wish, const ModuleOutcome &outcome, const Caller &caller)
+{
+    const QString error = answerOf(outcome).error;
+    writeToJournal({caller,
+                    QStringLiteral("write-") + write.policy->name,
+                    QStringLiteral("policy ") + write.policy->name,
+                    outcome.before,
+                    wish.values,
+                    error.isEmpty() ? doneOutcome() : error,
+                    outcome.reason});
+}
+}
+
+const ModulePolicy *policyNamed(const QString &name, Answer *fault)
+{
+    const ModulePolicy *policy = modulePolicy(name);
+    if (!policy) {
+        *fault = Answer::failure(unknownPolicyError, QStringLiteral("no such policy: %1").arg(name.left(64)));
+    }
+    return policy;
+}
+
+std::optional<PolicyWrite>
+policyWrite(const QString &policy, const QVariantMap &values, const QVariantMap &options, Answer *fault)
+{
+    PolicyWrite write;
+    write.policy = policyNamed(policy, fault);
+    if (!write.policy || !takeValues(*write.policy, values, &write.wish.values, fault)
+        || !takeOptions(options, &write, fault)) {
+        return {};
+    }
+    return write;
+}
+
+Answer runWrite(const PolicyWrite &write, const Caller &caller)
+{
+    Answer answer;
+    const std::optional<ModuleWish> wish = wholeWish(write, QString(), &answer);
+    if (!wish) {
+        return answer;
+    }
+    const ModuleOutcome outcome = writeModule(*write.policy, *wish);
+    note(write, *wish, outcome, caller);
+    answer = answerOf(outcome);
+    if (outcome.changed) {
+        answer.changedPolicy = write.policy->name;
+    }
+    return answer;
+}
+
+Answer previewWrite(const PolicyWrite &write)
+{
+    MachineCopy copy;
+    const QStringList folders = modulePolicyFolders();
+    copy.takeFile(write.policy->path);
+    for (const QString &folder : folders) {
+        copy.takeFolder(folder, QStringLiteral("*"));
+    }
+    copy.takeDebconf();
+    if (!copy.error().isEmpty()) {
+        return Answer::failure(failedError, copy.error());
+    }
+    // a write makes the last folder of it alone
+    QDir().mkpath(copy.root() + QFileInfo(write.policy->path).path());
+    Answer answer;
+    const std::optional<ModuleWish> wish = wholeWish(write, copy.root(), &answer);
+    if (!wish) {
+        return answer;
+    }
+    const ModuleOutcome outcome =
+        writeModule(*write.policy, *wish, {copy.root(), copy.onCopies(ModulePlace::pamAuthUpdateAlone())});
+    if (!outcome.succeeded()) {
+        return Answer::failure(errorOf(outcome.kind), copy.aboutMachine(outcome.reason));
+    }
+    QStringList paths{write.policy->path};
+    for (const QString &folder : folders) {
+        paths += copy.files(folder);
+    }
+    ChangedFiles files;
+    const QVector<FilePreview> changes = copy.changes(paths);
+    for (const FilePreview &file : changes) {
+        files += ChangedFile{file.path, file.before, file.after};
+    }
+    return Answer::of(QVariant::fromValue(files));
+}

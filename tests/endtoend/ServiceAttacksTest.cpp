@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+// What anybody can send to the service, and what others notice of it.
+
+#include "tests/endtoend/PamState.h"
+#include "tests/endtoend/ServiceCall.h"
+#include "tests/support/Files.h"
+#include "tests/support/Sandbox.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <unistd.h>
+
+namespace
+{
+/// Bytes that count for the unit's LimitDATA.
+qint64 dataOf(qint64 process)
+{
+    const QByteArray status = contentOf(QStringLiteral("/proc/%1/status").arg(process));
+    const QRegularExpression form(QStringLiteral("VmData:\\s+(\\d+) kB"));
+    return form.match(QString::fromLatin1(status)).captured(1).toLongLong() * 1024;
+}
+
+/// How long it has had a processor, in ms: that doesn't depend on what else the machine does.
+qint64 workOf(qint64 process)
+{
+    const QByteArray status = contentOf(QStringLiteral("/proc/%1/stat").arg(process));
+    const QByteArrayList fields = status.mid(status.lastIndexOf(')') + 2).split(' ');
+    return (fields.value(11).toLongLong() + fields.value(12).toLongLong()) * 1000 / sysconf(_SC_CLK_TCK);
+}
+
+QByteArray read()
+{
+    return answerOf(root, {QStringLiteral("ReadPolicy"), {QStringLiteral("faillock")}});
+}
+
+std::unique_ptr<QProcess> startAttack(const QString &words)
+{
+    auto attacker = std::make_unique<QProcess>();
+    attacker->start(QStringLiteral("setpriv"),
+                    splitWords(QStringLiteral("--reuid 65534 --regid 65534 --clear-groups"))
+                        + QStringList{copyForEverybody(QStringLiteral(SERVICEATTACKER))} + splitWords(words));
+    attacker->waitForStarted();
+    return attacker;
+}
+
+QByteArrayList policyFilesNow()
+{
+    return {contentOf("/etc/security/faillock.conf"),
+            contentOf("/etc/security/pwquality.conf.d/50-accountpolicies.conf"),
+            contentOf("/etc/pam.d/common-auth"),
+            contentOf("/etc/pam.d/common-password")};
+}
+}
+
+class ServiceAttacksTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void answersOthersWithinASecond_data();
+    void answersOthersWithinASecond();
+    void comesBackAfterACrash();
+};
+
+void ServiceAttacksTest::initTestCase()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+}
+
+void ServiceAttacksTest::answersOthersWithinASecond_data()
+{
+    QTest::addColumn<QString>("attack");
+    QTest::addColumn<QByteArray>("answers");
+    QTest::addColumn<qint64>("mostData");
+    const qint64 megabyte = 1024 * 1024;
+    QTest::newRow("random messages") << "random 1 10000" << QByteArray("10000\n") << 32 * megabyte;
+    QTest::newRow("flood of reads") << "flood 10000" << QByteArray("10000\n") << 32 * megabyte;
+    // each of 30 MB, together less than the 127 MB that the bus keeps for it; what the unit lets it have
+    QTest::newRow("large messages") << "large 4" << QByteArray("4\n") << 384 * megabyte;
+}
+
+void ServiceAttacksTest::answersOthersWithinASecond()
+{
+    QFETCH(QString, attack);
+    QFETCH(qint64, mostData);
+    const QByteArray expected = read();
+    const qint64 process = serviceProcess();
+    const QByteArrayList files = policyFilesNow();
+    const auto attacker = startAttack(attack);
+    qint64 longest = 0;
+    qint64 mostWork = 0;
+    qint64 seenData = 0;
+    while (!attacker->waitForFinished(0) && attacker->state() == QProcess::Running) {
+        QElapsedTimer time;
+        time.start();
+        const qint64 before = workOf(process);
+        QCOMPARE(read(), expected);
+        longest = std::max(longest, time.elapsed());
+        mostWork = std::max(mostWork, workOf(process) - before);
+        seenData = std::max(seenData, dataOf(process));
+    }
+    qInfo("the longest read meanwhile took %lld ms, of which the service worked %lld ms at most; it had %lld bytes of "
+          "data",
+          longest,
+          mostWork,
+          seenData);
+
+    QTEST(attacker->readAllStandardOutput(), "answers");
+    QVERIFY(longest > 0);
+    QVERIFY(mostWork < 1000);
+    QCOMPARE(serviceProcess(), process);
+    QVERIFY(seenData < mostData);
+    QCOMPARE(policyFilesNow(), files);
+}
+
+void ServiceAttacksTest::comesBackAfterACrash()
+{
+    const QByteArray expected = read();
+    for (int i = 0; i < 10; ++i) {
+        kill(static_cast<pid_t>(serviceProcess()), SIGKILL);
+        QTRY_COMPARE_WITH_TIMEOUT(serviceProcess(), 0, 30000);
+        QCOMPARE(read(), expected);
+    }
+}
+
+QTEST_GUILESS_MAIN(ServiceAttacksTest)
+#include "ServiceAttacksTest.moc"
