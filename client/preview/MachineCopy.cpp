@@ -127,7 +127,11 @@ QStringList MachineCopy::files(const QString &folder) const
 
 Command MachineCopy::pamAuthUpdate() const
 {
-    Command tool = ::pamAuthUpdate();
+    return onCopies(::pamAuthUpdate());
+}
+
+Command MachineCopy::onCopies(Command tool) const
+{
     tool.arguments = rootOption(root()) + tool.arguments;
     tool.environment = helperEnvironment();
     tool.environment.insert(QStringLiteral("DEBCONF_SYSTEMRC"), root() + setupName());

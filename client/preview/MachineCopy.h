@@ -40,6 +40,8 @@ public:
 
     /// A run of pam-auth-update(8) that works on the copies, debconf's database among them, and asks nobody.
     Command pamAuthUpdate() const;
+    /// The same for a run that has arguments of its own.
+    Command onCopies(Command tool) const;
 
     /// A text about the copies as one about the files.
     QString aboutMachine(QString text) const;
