@@ -144,7 +144,7 @@ private:
     ModuleOutcome fulfil()
     {
         const bool readsFile = moduleReadsFile(m_policy);
-        const QStringList faultsBefore = pamFaults(m_place.root);
+        const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
         QString error;
         if (readsFile && !writeFile(&error)) {
             return failed(error);

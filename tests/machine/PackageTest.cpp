@@ -167,7 +167,7 @@ private Q_SLOTS:
 void PackageTest::pleasesLintian()
 {
     const QString changes = machineFile(QStringLiteral("packages/accountpolicies-helper_0.1.0_amd64.changes"));
-    QVERIFY(contentOf(changes).contains("\nArchitecture: source amd64\n"));
+    QVERIFY(contentOf(changes).contains("\nArchitecture: source all amd64\n"));
 
     const ProgramResult lintian =
         runAs(root, QStringLiteral("lintian"), {QStringLiteral("--allow-root"), QStringLiteral("--pedantic"), changes});

@@ -428,8 +428,18 @@ void ModuleWritingTest::goesOutOfForceWithItsPackage()
         return runAs(
             root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
     };
-    const FolderContent before = machine();
+    const QString seen = QStringLiteral("/var/lib/pam/seen");
+    QByteArray ofOthers;
+    for (const QByteArray &name : contentOf(seen).split('\n')) {
+        ofOthers += name.isEmpty() || name.startsWith("accountpolicies-") ? QByteArray() : name + '\n';
+    }
+    QVERIFY(contentOf(seen) != ofOthers);
     QCOMPARE(prerm(QStringLiteral("remove")).exitCode, 0);
+    QCOMPARE(contentOf(seen), ofOthers);
+    const FolderContent before = machine();
+    QCOMPARE(runAs(root, "mv /usr/sbin/pam-auth-update /usr/sbin/pam-auth-update.moved").exitCode, 0);
+    QCOMPARE(prerm(QStringLiteral("remove")).exitCode, 0);
+    QCOMPARE(runAs(root, "mv /usr/sbin/pam-auth-update.moved /usr/sbin/pam-auth-update").exitCode, 0);
     QCOMPARE(machine(), before);
     for (const ModulePolicy *policy : {&faillockPolicy(), &pwhistoryPolicy()}) {
         QCOMPARE(write(*policy, {}, Switch::On).kind, Kind::Done);
