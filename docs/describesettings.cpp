@@ -41,7 +41,10 @@ QString busType(const Setting &setting)
                                            {Unit::Days, QStringLiteral("days")}};
     switch (setting.kind) {
     case SettingKind::Flag:
+    case SettingKind::Switch:
         return QStringLiteral("bool");
+    case SettingKind::Text:
+        return QStringLiteral("text");
     case SettingKind::Date:
         return QStringLiteral("64-bit int, days since 1970-01-01");
     case SettingKind::Number:
@@ -87,21 +90,44 @@ QJsonObject dateSchema(const QString &description)
                  QJsonObject{{QStringLiteral("type"), QStringLiteral("string")}, {QStringLiteral("pattern"), form}}}}};
 }
 
+/// A value of that type, or none.
+QJsonObject optionalSchema(const QString &type, const QString &description)
+{
+    return {{QStringLiteral("type"), QJsonArray{type, QStringLiteral("null")}},
+            {QStringLiteral("description"), description + QStringLiteral("; null where it is not set")}};
+}
+
+/// For a number that means never.
+QString neverText(Never never)
+{
+    switch (never) {
+    case Never::MinusOne:
+        return QStringLiteral(", -1 for never");
+    case Never::Zero:
+        return QStringLiteral(", 0 for never");
+    case Never::NoWord:
+    case Never::NotSet:
+        break;
+    }
+    return {};
+}
+
 QJsonObject valueSchema(const Setting &setting)
 {
     const QString description = descriptionText(setting);
     switch (setting.kind) {
     case SettingKind::Flag:
         return {{QStringLiteral("type"), QStringLiteral("boolean")}, {QStringLiteral("description"), description}};
+    case SettingKind::Switch:
+        return optionalSchema(QStringLiteral("boolean"), description);
+    case SettingKind::Text:
+        return optionalSchema(QStringLiteral("string"), description);
     case SettingKind::Date:
         return dateSchema(description);
     case SettingKind::Number:
         break;
     }
-    const QString never = setting.never == Never::MinusOne ? QStringLiteral(", -1 for never") : QString();
-    return numberSchema(
-        {{QStringLiteral("type"), QJsonArray{QStringLiteral("integer"), QStringLiteral("null")}},
-         {QStringLiteral("description"), description + never + QStringLiteral("; null where it is not set")}});
+    return numberSchema(optionalSchema(QStringLiteral("integer"), description + neverText(setting.never)));
 }
 
 QJsonObject policySchema(const Policy &policy)
@@ -116,17 +142,27 @@ QJsonObject policySchema(const Policy &policy)
             {QStringLiteral("additionalProperties"), false}};
 }
 
+QString jsonLines(const QJsonDocument &document)
+{
+    return QString::fromUtf8(document.toJson()).trimmed();
+}
+
 /// What comes to which place.
 Texts allTexts()
 {
     Texts texts;
     QJsonObject schemas;
+    QJsonArray first;
     for (const Policy &policy : allPolicies()) {
         texts.insert(QStringLiteral("@settings of %1@").arg(policy.name), manualItems(policy.schema));
         texts.insert(QStringLiteral("@keys of %1@").arg(policy.name), manualKeys(policy.schema));
         schemas.insert(policy.name, policySchema(policy));
+        if (policy.since == 1) {
+            first += policy.name;
+        }
     }
-    texts.insert(QStringLiteral("@policies@"), QString::fromUtf8(QJsonDocument(schemas).toJson()).trimmed());
+    texts.insert(QStringLiteral("@policies of version 1@"), jsonLines(QJsonDocument(first)));
+    texts.insert(QStringLiteral("@policies@"), jsonLines(QJsonDocument(schemas)));
     return texts;
 }
 

@@ -5,13 +5,16 @@
 
 #include "client/Translation.h"
 #include "client/changes/ChangeShowing.h"
+#include "client/changes/Consent.h"
 #include "client/changes/History.h"
 #include "client/output/Terminal.h"
 #include "client/preview/PreviewReport.h"
+#include "client/settings/Policies.h"
 #include "client/settings/SettingText.h"
 #include "client/settings/Warnings.h"
 #include "client/system/PamFiles.h"
 #include "policies/expiration/DayCount.h"
+#include "policies/modules/ModulePolicy.h"
 
 namespace
 {
@@ -120,7 +123,7 @@ void printWarnings(const Change &change)
 bool isOfPam(const Change &change)
 {
     const StoreName name = change.store->name();
-    return name.kind == StoreName::Kind::Policy && pamFilesOf(name.name);
+    return name.kind == StoreName::Kind::Policy && (pamFilesOf(name.name) || modulePolicy(name.name));
 }
 
 QString lossText(const Change &change, const Preview &preview)
@@ -139,12 +142,22 @@ Outcome objection(const Change &change, const QString &obstacle, const Preview &
                 translate("Change", "%1 cannot come into force on this system").arg(change.store->phrase())
                     + QLatin1Char('\n') + obstacle};
     }
+    if (preview.outcome.code == ExitCode::Loss) {
+        return preview.outcome;
+    }
     if (!preview.outcome.succeeded()) {
         return {preview.outcome.code,
                 preview.outcome.error + QLatin1Char('\n')
                     + translate("Change", "this is what a preview came to; nothing was changed, and --force goes on")};
     }
     return preview.losesLines() ? Outcome{ExitCode::Loss, lossText(change, preview)} : Outcome();
+}
+
+QString successText(const Change &change)
+{
+    const bool goesOff = isOff(change.store->schema(), change.wanted);
+    return (goesOff ? translate("Change", "%1: switched off") : translate("Change", "%1: in force"))
+        .arg(change.store->name().text());
 }
 
 ExitCode refuse(const Outcome &outcome)
@@ -177,7 +190,14 @@ Outcome lookAhead(const Change &change, const ChangeMode &mode, Preview *preview
     if (obstacle.isEmpty()) {
         *preview = change.store->preview(change.wanted);
     }
-    return mode.force ? Outcome() : objection(change, obstacle, *preview);
+    if (mode.force) {
+        return {};
+    }
+    Outcome objected = objection(change, obstacle, *preview);
+    if (preview->outcome.code == ExitCode::Loss) {
+        objected.error += QLatin1Char('\n') + diffsText(*preview).trimmed();
+    }
+    return objected;
 }
 }
 
@@ -203,7 +223,10 @@ ExitCode performChange(const Change &change, const ChangeMode &mode)
         return performDryRun(change, mode);
     }
     Preview preview;
-    const Outcome objected = lookAhead(change, mode, &preview);
+    Outcome objected = lookAhead(change, mode, &preview);
+    if (objected.succeeded() && !mode.force) {
+        objected = askConsent(change.store->danger(change.before.settings, change.wanted));
+    }
     if (!objected.succeeded()) {
         return refuse(objected);
     }
@@ -214,7 +237,6 @@ ExitCode performChange(const Change &change, const ChangeMode &mode)
     if (!outcome.succeeded()) {
         return refuse(outcome);
     }
-    out().writeUnlessQuiet(printable(translate("Change", "%1: in force").arg(change.store->name().text()))
-                           + QLatin1Char('\n'));
+    out().writeUnlessQuiet(printable(successText(change)) + QLatin1Char('\n'));
     return ExitCode::Done;
 }

@@ -8,6 +8,7 @@
 #include "client/bus/PolicyRead.h"
 #include "client/bus/Polkit.h"
 #include "client/bus/TextAgent.h"
+#include "client/checkup/ModuleCheckup.h"
 #include "client/checkup/PamCheckup.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
@@ -138,7 +139,8 @@ Finding checkActions()
     if (known.isEmpty()) {
         return wrong(translate("Checkup", "polkit does not answer"), translate("Checkup", "apt install polkitd"));
     }
-    for (const Policy &policy : allPolicies()) {
+    const auto policies = policiesOfHelper();
+    for (const Policy &policy : policies) {
         for (const char *action : {policy.readAction, policy.writeAction}) {
             const QString name = id() + QLatin1Char('.') + QLatin1String(action);
             if (!known.contains(name)) {
@@ -332,5 +334,5 @@ QVector<Finding> checkLeftovers()
 
 QVector<Finding> checkInstallation()
 {
-    return checkHelper() + checkPam() + checkExpirationFiles() + checkLeftovers();
+    return checkHelper() + checkPam() + checkExpirationFiles() + checkModules() + checkLeftovers();
 }

@@ -75,7 +75,8 @@ QList<QCommandLineOption> accessOptions()
 PolicyAccess accessOf(const QCommandLineParser &line)
 {
     return PolicyAccess(!line.isSet(QStringLiteral("no-ask-password")),
-                        line.isSet(QStringLiteral("local")) ? PolicyAccess::Way::Local : PolicyAccess::Way::Helper);
+                        line.isSet(QStringLiteral("local")) ? PolicyAccess::Way::Local : PolicyAccess::Way::Helper,
+                        line.optionNames().contains(QStringLiteral("force"))); // which not every command has
 }
 
 QString anyFile()

@@ -10,10 +10,12 @@
 #include "client/commands/ExportCommand.h"
 #include "client/commands/HelpCommand.h"
 #include "client/commands/HistoryCommand.h"
+#include "client/commands/LockedCommand.h"
 #include "client/commands/ReportCommand.h"
 #include "client/commands/SetCommand.h"
 #include "client/commands/ShowCommand.h"
 #include "client/commands/UndoCommand.h"
+#include "client/commands/UnlockCommand.h"
 #include "client/commands/UserCommand.h"
 #include "client/settings/Assignments.h"
 #include "client/settings/Policies.h"
@@ -52,6 +54,8 @@ const Commands &allCommands()
         all.push_back(std::make_unique<UndoCommand>());
         all.push_back(std::make_unique<HistoryCommand>());
         all.push_back(std::make_unique<UserCommand>());
+        all.push_back(std::make_unique<LockedCommand>());
+        all.push_back(std::make_unique<UnlockCommand>());
         all.push_back(std::make_unique<ReportCommand>());
         all.push_back(std::make_unique<DoctorCommand>());
         all.push_back(std::make_unique<HelpCommand>());

@@ -21,7 +21,7 @@ namespace
 /// The words that it may have as a value; an empty one stands for what can't be listed.
 QStringList valueCandidates(const Setting &setting)
 {
-    if (setting.kind == SettingKind::Flag) {
+    if (setting.kind == SettingKind::Flag || setting.kind == SettingKind::Switch) {
         return {QStringLiteral("yes"), QStringLiteral("no")};
     }
     return setting.never == Never::NoWord ? QStringList{QString()} : QStringList{QString(), QStringLiteral("never")};
@@ -43,6 +43,24 @@ QVector<Candidate> assignmentCandidates(const SettingSchema &schema, const QStri
     return candidates;
 }
 
+QString offName()
+{
+    return QStringLiteral("off");
+}
+
+/// Adds the wish of --off; what is wrong with it, one line, empty if nothing is.
+QString addOff(const SettingSchema &schema, const QString &subject, Wishes *wishes)
+{
+    if (!schema.find(enabledKey())) {
+        return translate("SetCommand", "%1 cannot be switched off here").arg(subject);
+    }
+    if (wishes->contains(enabledKey())) {
+        return translate("SetCommand", "--off and %1 are the same; give one").arg(enabledKey());
+    }
+    wishes->insert(enabledKey(), false);
+    return {};
+}
+
 ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandLineParser &line, const ChangeMode &mode)
 {
     const bool replace = line.isSet(QStringLiteral("replace"));
@@ -50,6 +68,9 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     Change change{store, store->read(), {}, typed.join(QLatin1Char(' '))};
     if (replace) {
         change.command += QLatin1String(" --replace");
+    }
+    if (line.isSet(offName())) {
+        change.command += QLatin1String(" --off");
     }
     change.command += typedChangeOptions(line);
     const Outcome &read = change.before.outcome;
@@ -60,7 +81,8 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
         printError(mayBeReplaced && store->exists() ? read.error + QLatin1Char('\n') + hint : read.error);
         return read.code;
     }
-    change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, wishes);
+    const Wishes all = withEnabling(store->schema(), wishes);
+    change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, all);
     return performChange(change, mode);
 }
 }
@@ -88,7 +110,8 @@ QList<Argument> SetCommand::arguments() const
 QList<QCommandLineOption> SetCommand::options() const
 {
     return QList<QCommandLineOption>{
-               {QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")}}
+               {QStringLiteral("replace"), translate("SetCommand", "Drop all settings that are not named.")},
+               {offName(), translate("SetCommand", "Switch the policy off; the same as enabled=no.")}}
     + changeOptions();
 }
 
@@ -116,12 +139,15 @@ ExitCode SetCommand::run(const QCommandLineParser &line) const
     if (!store) {
         return unknownPolicy(subject->name);
     }
-    if (words.isEmpty() && !line.isSet(QStringLiteral("replace"))) {
+    if (words.isEmpty() && !line.isSet(QStringLiteral("replace")) && !line.isSet(offName())) {
         return usageError(
             translate("SetCommand", "which settings? %1").arg(store->schema().keys().join(QStringLiteral(", "))));
     }
     Wishes wishes;
-    const QString wrong = parseAssignments(store->schema(), store->phrase(), words, &wishes);
+    QString wrong = parseAssignments(store->schema(), store->phrase(), words, &wishes);
+    if (wrong.isEmpty() && line.isSet(offName())) {
+        wrong = addOff(store->schema(), store->phrase(), &wishes);
+    }
     if (!wrong.isEmpty()) {
         return usageError(wrong);
     }

@@ -4,18 +4,22 @@
 #include "client/effective/InForce.h"
 
 #include "client/Translation.h"
+#include "client/settings/Policies.h"
 
 namespace
 {
 QVariant foundFor(const Setting &setting, const InForce &inForce, const QVariant &read, const QVariant &wanted)
 {
-    return isSet(wanted) && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
-}
+    return isSet(setting, wanted) && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
 }
 
-bool isSet(const QVariant &value)
+/// Says where a setting comes from that was to be another, and what to do about it.
+QString obstacleOf(const InForce &inForce, const QString &key)
 {
-    return value.userType() == QMetaType::Bool ? value.toBool() : value.isValid();
+    const QString text = translate("InForce", "%1 comes from %2").arg(key, inForce.origins.value(key));
+    const QString remedy = inForce.remedies.value(key);
+    return remedy.isEmpty() ? text : translate("InForce", "%1; %2").arg(text, remedy);
+}
 }
 
 Comparison compare(const SettingSchema &schema, const InForce &inForce, const Settings &read, const Settings &wanted)
@@ -28,14 +32,14 @@ Comparison compare(const SettingSchema &schema, const InForce &inForce, const Se
         if (found.isValid()) {
             comparison.found.insert(setting.key, found);
         }
-        isAnythingWanted = isAnythingWanted || isSet(wish);
-        const Origin origin = inForce.origins.value(setting.key);
-        if (found != wish && found != read.value(setting.key) && !origin.isEmpty()) {
-            comparison.obstacles += translate("InForce", "%1 comes from %2").arg(setting.key, origin);
+        isAnythingWanted = isAnythingWanted || isSet(setting, wish);
+        const bool isFromElsewhere = !inForce.origins.value(setting.key).isEmpty();
+        if (found != wish && found != read.value(setting.key) && isFromElsewhere) {
+            comparison.obstacles += obstacleOf(inForce, setting.key);
         }
     }
     const bool differs = !differingKeys(schema, comparison.found, wanted).isEmpty();
-    if (differs || (isAnythingWanted && !inForce.isEnforced)) {
+    if (differs || (isAnythingWanted && !inForce.isEnforced && !isOff(schema, wanted))) {
         comparison.obstacles += inForce.remarks;
     }
     return comparison;

@@ -19,15 +19,14 @@ struct BindingSetting {
     Origin origin;
 };
 
-/// Whether there is a number, or a flag that stands.
-bool isSet(const QVariant &value);
-
 /// What a policy comes to, all files and the modules' defaults together.
 struct InForce {
     Settings settings;
     /// By key; a setting that isn't set has none.
     QMap<QString, Origin> origins;
     QVector<BindingSetting> others;
+    /// By key: how a setting that comes from elsewhere is taken away there, as part of a sentence.
+    QMap<QString, QString> remedies;
     /// Keys of numbers that the module raises: there is more in force than the policy's own files say.
     QStringList raised;
     /// What others are, as the title of a list; empty where there are none.

@@ -6,10 +6,12 @@
 #include "client/Translation.h"
 #include "client/effective/Enforcement.h"
 #include "client/effective/Faillock.h"
+#include "client/effective/ModuleInForce.h"
 #include "client/effective/PamLine.h"
 #include "client/effective/Pwquality.h"
 #include "client/system/PamFiles.h"
 #include "policies/expiration/ExpirationFiles.h"
+#include "policies/modules/ModulePolicy.h"
 
 #include <QFile>
 
@@ -33,7 +35,7 @@ InForce asRead(const SettingSchema &schema, const Settings &read, const Origin &
     InForce inForce;
     inForce.settings = read;
     for (const Setting &setting : schema.settings) {
-        if (isSet(read.value(setting.key))) {
+        if (isSet(setting, read.value(setting.key))) {
             inForce.origins.insert(setting.key, origin);
         }
     }
@@ -71,17 +73,17 @@ QStringList usernameRemarks(const PwqualityRules &rules, const Settings &read)
 
 void addSetting(const Setting &setting, const BindingSetting &rule, InForce *inForce)
 {
-    const bool isFlag = setting.kind == SettingKind::Flag;
+    const bool isFlag = setting.kind == SettingKind::Flag || setting.kind == SettingKind::Switch;
     inForce->settings.insert(setting.key, isFlag ? rule.value.toLongLong() != 0 : rule.value);
     inForce->origins.insert(setting.key, rule.origin);
 }
 
-/// The numbers of the stack that the module raises.
-QStringList raisedKeys(const InForce &inForce, const QString &stack, const Settings &read)
+/// The numbers of the policy's own file that the module raises.
+QStringList raisedKeys(const InForce &inForce, const Origin &own, const Settings &read)
 {
     QStringList keys;
     for (auto setting = read.cbegin(); setting != read.cend(); ++setting) {
-        if (setting.value().userType() != QMetaType::Bool && inForce.origins.value(setting.key()) == stack
+        if (setting.value().userType() != QMetaType::Bool && inForce.origins.value(setting.key()) == own
             && inForce.settings.value(setting.key()).toLongLong() > setting.value().toLongLong()) {
             keys += setting.key();
         }
@@ -89,7 +91,9 @@ QStringList raisedKeys(const InForce &inForce, const QString &stack, const Setti
     return keys;
 }
 
-InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read)
+/// @param own where the policy has its own settings
+InForce pwqualityInForce(
+    const SettingSchema &schema, const QString &stack, const PamLine &line, const Settings &read, const Origin &own)
 {
     const PwqualityRules rules = pwqualityRules(stack, line.options);
     InForce inForce;
@@ -101,7 +105,7 @@ InForce pwqualityInForce(const SettingSchema &schema, const QString &stack, cons
             inForce.others += rule;
         }
     }
-    inForce.raised = raisedKeys(inForce, stack, read);
+    inForce.raised = raisedKeys(inForce, own, read);
     inForce.othersTitle = translate("PolicyInForce", "Further rules of pam_pwquality, which are only shown:");
     const QStringList enforcement = pwqualityRemarks(rules, stack, line);
     inForce.isEnforced = enforcement.isEmpty();
@@ -128,17 +132,57 @@ InForce cracklibInForce(const SettingSchema &schema, const QString &stack, const
     return inForce;
 }
 
+QStringList secondCallRemarks(const QString &stack, const QVector<PamLine> &lines)
+{
+    if (lines.size() < 2) {
+        return {};
+    }
+    return {translate("PolicyInForce", "%1 calls pam_pwquality again, with rules that are not shown").arg(stack)};
+}
+
+/// How a setting is taken away where it comes from.
+QString remedyFor(const QString &key, const Origin &origin, const QString &stack)
+{
+    if (origin != stack) {
+        return translate("PolicyInForce", "take it out there");
+    }
+    return findPolicy(QStringLiteral("complexity"))->schema.find(key)
+        ? translate("PolicyInForce", "accountpolicyctl set complexity %1= takes it out there").arg(key)
+        : translate("PolicyInForce", "take it out of the line of pam_pwquality there");
+}
+
+/// The same demand on a new password as that of complexity, from the place of this policy.
+InForce qualityInForce(const SettingSchema &schema, const Settings &read)
+{
+    const QString own = pwqualityPolicy().path;
+    const QString stack = pamFilesOf(QStringLiteral("complexity"))->stack;
+    const QVector<PamLine> lines = pamLines(fileContent(stack), QStringLiteral("password"), pwqualityModule());
+    if (lines.isEmpty()) {
+        InForce inForce = asRead(schema, read, own);
+        inForce.isAvailable = !modulePath(pwqualityModule()).isEmpty();
+        inForce.isEnforced = false;
+        inForce.remarks +=
+            translate("PolicyInForce", "weak passwords are not refused: %1 does not call pam_pwquality").arg(stack);
+        return inForce;
+    }
+    InForce inForce = pwqualityInForce(schema, stack, lines.constFirst(), read, own);
+    inForce.remarks += secondCallRemarks(stack, lines);
+    for (auto origin = inForce.origins.cbegin(); origin != inForce.origins.cend(); ++origin) {
+        if (!origin.value().isEmpty() && origin.value() != own) {
+            inForce.remedies.insert(origin.key(), remedyFor(origin.key(), origin.value(), stack));
+        }
+    }
+    return inForce;
+}
+
 InForce complexityInForce(const SettingSchema &schema, const PamFiles &files, const Settings &read)
 {
     const QByteArray stack = fileContent(files.stack);
     const QString type = QStringLiteral("password");
     const QVector<PamLine> lines = pamLines(stack, type, pwqualityModule());
     if (!lines.isEmpty()) {
-        InForce inForce = pwqualityInForce(schema, files.stack, lines.constFirst(), read);
-        if (lines.size() > 1) {
-            inForce.remarks += translate("PolicyInForce", "%1 calls pam_pwquality again, with rules that are not shown")
-                                   .arg(files.stack);
-        }
+        InForce inForce = pwqualityInForce(schema, files.stack, lines.constFirst(), read, files.stack);
+        inForce.remarks += secondCallRemarks(files.stack, lines);
         return inForce;
     }
     const QVector<PamLine> cracklibLines = pamLines(stack, type, cracklibModule());
@@ -201,6 +245,9 @@ InForce expirationInForce(const SettingSchema &schema, const Settings &read)
 
 InForce inForceOf(const Policy &policy, const Settings &read)
 {
+    if (policy.isOfModule()) {
+        return policy.name == QLatin1String("pwquality") ? qualityInForce(policy.schema, read) : moduleInForce(policy);
+    }
     const PamFiles *files = pamFilesOf(policy.name);
     if (!files) {
         return expirationInForce(policy.schema, read);

@@ -5,10 +5,9 @@
 
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
-#include "client/preview/Losses.h"
 #include "client/preview/MachineCopy.h"
+#include "client/preview/PamLosses.h"
 #include "client/system/HelperSurroundings.h"
-#include "client/system/PamFiles.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/ExpirationFiles.h"
@@ -21,21 +20,6 @@
 
 namespace
 {
-QString stacksFolder()
-{
-    return QStringLiteral("/etc/pam.d");
-}
-
-QString recordsFolder()
-{
-    return QStringLiteral("/var/lib/pam");
-}
-
-QString stacksPattern()
-{
-    return QStringLiteral("common-*");
-}
-
 Outcome outcomeOfRun(const MachineCopy &copy, AbstractTask *task)
 {
     if (task->result().state() != TaskState::Failed) {
@@ -45,42 +29,9 @@ Outcome outcomeOfRun(const MachineCopy &copy, AbstractTask *task)
             task->result().description() + QLatin1Char('\n') + copy.aboutMachine(task->result().message())};
 }
 
-Preview notKnown(const QString &reason)
-{
-    return {{ExitCode::Failed,
-             translate("Preview", "what the change would leave cannot be known") + QLatin1Char('\n') + reason},
-            {}};
-}
-
-/// Without what the tool keeps beside them: "common-auth.pam-old".
-QStringList stacksIn(const MachineCopy &copy)
-{
-    QStringList stacks = copy.files(stacksFolder());
-    const auto isBackup = [](const QString &path) {
-        return path.indexOf(QLatin1Char('.'), stacksFolder().size()) != -1;
-    };
-    stacks.erase(std::remove_if(stacks.begin(), stacks.end(), isBackup), stacks.end());
-    return stacks;
-}
-
-QByteArrayList lostInStack(const PamPolicy &policy, const MachineCopy &copy, const FilePreview &stack)
-{
-    const QString name = stack.path.section(QLatin1String("/common-"), -1);
-    return lostLines(policy,
-                     {name.section(QLatin1Char('-'), 0, 0).toLatin1(), // "session" for "session-noninteractive", too
-                      stack.before,
-                      stack.after,
-                      copy.taken(recordsFolder() + QLatin1Char('/') + name),
-                      fileContent(QLatin1String("/usr/share/pam/common-") + name)});
-}
-
 QVector<FilePreview> pamChanges(const PamPolicy &policy, const MachineCopy &copy)
 {
-    QVector<FilePreview> stacks = copy.changes(stacksIn(copy));
-    for (FilePreview &stack : stacks) {
-        stack.lost = lostInStack(policy, copy, stack);
-    }
-    return copy.changes(copy.files(pamProfilesFolder())) + stacks;
+    return copy.changes(copy.files(pamProfilesFolder())) + stackChanges(policy, copy);
 }
 
 template<typename UpdateTask>
@@ -88,8 +39,7 @@ Preview pamPreview(const PamPolicy &policy, const Settings &wanted)
 {
     MachineCopy copy;
     copy.takeFolder(pamProfilesFolder(), QStringLiteral("*"));
-    copy.takeFolder(stacksFolder(), stacksPattern());
-    copy.takeFolder(recordsFolder(), QStringLiteral("*"));
+    takeStacks(&copy);
     copy.takeDebconf();
     if (!copy.error().isEmpty()) {
         return notKnown(copy.error());
@@ -121,6 +71,13 @@ bool Preview::losesLines() const
     return std::any_of(files.begin(), files.end(), [](const FilePreview &file) {
         return !file.lost.isEmpty();
     });
+}
+
+Preview notKnown(const QString &reason)
+{
+    return {{ExitCode::Failed,
+             translate("Preview", "what the change would leave cannot be known") + QLatin1Char('\n') + reason},
+            {}};
 }
 
 Preview previewOf(const QString &policy, const Settings &wanted)

@@ -27,6 +27,9 @@ struct Preview {
     bool losesLines() const;
 };
 
+/// A preview that can't be made, and why.
+Preview notKnown(const QString &reason);
+
 /**
  * Writes a policy of the machine by the tasks of the helper, with the text encoding and the tools that it has there, but
  * into copies of the files. Changes nothing, and needs no right but that of reading. For a policy of PAM it runs

@@ -13,16 +13,19 @@
 
 namespace
 {
-constexpr int formatVersion = 1;
+constexpr int formatVersion = 2;
 
-/// Whether the value is of a type that stands for the setting: text only for dates, flags only as booleans.
+/// Whether the value is of a type that stands for the setting: flags only as booleans.
 bool hasFittingType(const Setting &setting, const QJsonValue &value)
 {
     switch (setting.kind) {
     case SettingKind::Flag:
+    case SettingKind::Switch:
         return value.isBool();
     case SettingKind::Number:
         return value.isDouble();
+    case SettingKind::Text:
+        return value.isString();
     case SettingKind::Date:
         break;
     }
@@ -66,7 +69,38 @@ QString policyFromJson(const Policy &policy, const QJsonValue &value, Wishes *wi
         return translate("Document", "%1 is not an object").arg(policy.phrase());
     }
     const QString wrong = settingsFromJson(policy.schema, policy.phrase(), value.toObject(), wishes);
+    *wishes = withEnabling(policy.schema, *wishes);
     return wrong.isEmpty() ? impossibleValueText(policy.schema, *wishes) : wrong;
+}
+
+/// Why each value is wanted, for who reads the document.
+QString reasonsMember()
+{
+    return QStringLiteral("reasons");
+}
+
+/// Of the document's format; 0 for none that there is.
+int versionOf(const QJsonObject &document)
+{
+    const QJsonValue version = document.value(QStringLiteral("version"));
+    for (int known = formatVersion; known > 0; --known) {
+        if (version == QJsonValue(known)) {
+            return known;
+        }
+    }
+    return 0;
+}
+
+/// Those that a document of that version may have.
+QStringList policyNamesIn(int version)
+{
+    QStringList names;
+    for (const Policy &policy : allPolicies()) {
+        if (policy.since <= version) {
+            names += policy.name;
+        }
+    }
+    return names;
 }
 }
 
@@ -75,8 +109,11 @@ QJsonValue settingToJson(const Setting &setting, const QVariant &value)
     if (!value.isValid()) {
         return QJsonValue::Null;
     }
-    if (setting.kind == SettingKind::Flag) {
+    if (setting.kind == SettingKind::Flag || setting.kind == SettingKind::Switch) {
         return value.toBool();
+    }
+    if (setting.kind == SettingKind::Text) {
+        return value.toString();
     }
     const qlonglong number = value.toLongLong();
     return setting.kind == SettingKind::Date && hasDate(number) ? QJsonValue(dateText(number)) : QJsonValue(number);
@@ -144,8 +181,11 @@ QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
     if (document.value(inForceMember()).isObject()) {
         document.remove(inForceMember());
     }
-    if (document.value(QStringLiteral("version")) != QJsonValue(formatVersion)
-        || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {
+    const int version = versionOf(document);
+    if (version >= 2 && document.value(reasonsMember()).isObject()) {
+        document.remove(reasonsMember());
+    }
+    if (version == 0 || !document.value(QStringLiteral("policies")).isObject() || document.size() != 2) {
         return translate("Document",
                          "not a policy document: needs \"version\": %1, \"policies\": an object, and nothing else")
             .arg(formatVersion);
@@ -153,9 +193,9 @@ QString readDocument(const QByteArray &text, QMap<QString, Wishes> *policies)
     const QJsonObject all = document.value(QStringLiteral("policies")).toObject();
     for (auto member = all.begin(); member != all.end(); ++member) {
         const Policy *policy = findPolicy(member.key());
-        if (!policy) {
+        if (!policy || policy->since > version) {
             return translate("Document", "there is no policy \"%1\"; there are %2")
-                .arg(member.key(), policyNames().join(QStringLiteral(", ")));
+                .arg(member.key(), policyNamesIn(version).join(QStringLiteral(", ")));
         }
         QString wrong = policyFromJson(*policy, member.value(), &(*policies)[policy->name]);
         if (!wrong.isEmpty()) {

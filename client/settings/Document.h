@@ -34,7 +34,7 @@ settingsFromJson(const SettingSchema &schema, const QString &subject, const QJso
 /// Says that a document's value isn't allowed, and what is.
 QString badMemberText(const Setting &setting, const QVariant &value);
 
-/// The document of docs/accountpolicies.schema.json.in.
+/// The document of docs/accountpolicies.schema.json.in, in its newest version.
 /// @param policies settings by the name of their policy
 QByteArray writeDocument(const QMap<QString, Settings> &policies);
 
@@ -42,7 +42,7 @@ QByteArray writeDocument(const QMap<QString, Settings> &policies);
 QString inForceMember();
 
 /**
- * Understands such a document.
+ * Understands such a document, and one of the first version, whose policies are those of the helper.
  *
  * @param policies receives the wishes for each policy that it has
  * @return what is wrong, one line; empty if nothing is

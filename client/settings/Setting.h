@@ -12,10 +12,14 @@
 enum class SettingKind {
     /// bool
     Flag,
+    /// bool, or not set: a module that isn't told does as it thinks best, which may be either
+    Switch,
     /// qlonglong
     Number,
     /// qlonglong, days since 1970-01-01; people see and type dates
     Date,
+    /// QString
+    Text,
 };
 
 enum class Unit { None, FailedLogins, Seconds, Characters, Credits, Days };
@@ -24,7 +28,10 @@ enum class Unit { None, FailedLogins, Seconds, Characters, Credits, Days };
 constexpr qlonglong beyondNumbers = std::numeric_limits<qlonglong>::max();
 
 /// What the word "never" stands for.
-enum class Never { NoWord, MinusOne, NotSet };
+enum class Never { NoWord, MinusOne, NotSet, Zero };
+
+/// What a text has to be.
+enum class TextForm { Name, Path };
 
 /// One setting of a policy or an account.
 struct Setting {
@@ -32,7 +39,7 @@ struct Setting {
     QString key;
     SettingKind kind;
     Unit unit;
-    /// The range of what may be written, both ends included; 0 for flags.
+    /// The range of what may be written, both ends included; 0 for what is no number.
     qlonglong minimum;
     qlonglong maximum;
     Never never;
@@ -40,6 +47,8 @@ struct Setting {
     const char *description;
     /// So many or more are as good as never.
     qlonglong neverFrom = beyondNumbers;
+    /// Of texts alone.
+    TextForm form = TextForm::Name;
 };
 
 /// The settings that are read and written together.
@@ -53,7 +62,7 @@ struct SettingSchema {
 };
 
 /**
- * The values of a whole schema: each flag is there as bool; a number or date is there, as qlonglong, if it is set.
+ * The values of a whole schema: each flag is there as bool; anything else is there, in the type of its kind, if it is set.
  */
 using Settings = QVariantMap;
 
@@ -63,8 +72,11 @@ using Settings = QVariantMap;
  */
 using Wishes = QVariantMap;
 
-/// Whether the value may be set: it is within the range, or not set. What is in force may be something else.
+/// Whether the value may be set: it is within the range or of the form, or not set. What is in force may be something else.
 bool isAllowed(const Setting &setting, const QVariant &value);
+
+/// Whether the value says something: a flag that doesn't stand says no more than its absence.
+bool isSet(const Setting &setting, const QVariant &value);
 
 /// Brings a values map of the helper, or of a task, into the form of Settings; drops what isn't in the schema.
 Settings normalized(const SettingSchema &schema, const QVariantMap &values);

@@ -50,6 +50,31 @@ QString withUnit(Unit unit, qlonglong number)
     return text;
 }
 
+bool isYesOrNo(const Setting &setting)
+{
+    return setting.kind == SettingKind::Flag || setting.kind == SettingKind::Switch;
+}
+
+/// What the word stands for; an invalid variant where that is a setting that isn't set.
+QVariant valueOfNever(Never never)
+{
+    switch (never) {
+    case Never::MinusOne:
+        return -1LL;
+    case Never::Zero:
+        return 0LL;
+    case Never::NoWord:
+    case Never::NotSet:
+        break;
+    }
+    return {};
+}
+
+bool isNever(const Setting &setting, qlonglong number)
+{
+    return valueOfNever(setting.never) == QVariant(number);
+}
+
 /// How many seconds one of the unit has; 0 for what is no time.
 qlonglong secondsIn(Unit unit)
 {
@@ -103,7 +128,11 @@ QString rangeText(const Setting &setting)
 {
     switch (setting.kind) {
     case SettingKind::Flag:
+    case SettingKind::Switch:
         break;
+    case SettingKind::Text:
+        return setting.form == TextForm::Path ? translate("SettingText", "a path that begins with / and has no blanks")
+                                              : translate("SettingText", "a name without blanks");
     case SettingKind::Number:
         return translate("SettingText", "a whole number from %1 to %2")
             .arg(QString::number(setting.minimum), QString::number(setting.maximum));
@@ -137,11 +166,14 @@ QString settingText(const Setting &setting, const QVariant &value)
     if (!value.isValid()) {
         return setting.never == Never::NotSet ? neverWord() : translate("SettingText", "not set");
     }
-    if (setting.kind == SettingKind::Flag) {
+    if (isYesOrNo(setting)) {
         return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
     }
+    if (setting.kind == SettingKind::Text) {
+        return value.toString();
+    }
     const qlonglong number = value.toLongLong();
-    if (setting.never == Never::MinusOne && number == -1) {
+    if (isNever(setting, number)) {
         return neverWord();
     }
     return setting.kind == SettingKind::Date ? dateText(number) : QString::number(number);
@@ -149,8 +181,7 @@ QString settingText(const Setting &setting, const QVariant &value)
 
 QString settingWords(const Setting &setting, const QVariant &value)
 {
-    const bool plain = !value.isValid() || setting.kind != SettingKind::Number
-        || (setting.never == Never::MinusOne && value.toLongLong() == -1);
+    const bool plain = !value.isValid() || setting.kind != SettingKind::Number || isNever(setting, value.toLongLong());
     if (plain) {
         return settingText(setting, value);
     }
@@ -172,8 +203,11 @@ QString allowedText(const Setting &setting)
 
 QString allowedInDocumentText(const Setting &setting)
 {
-    return setting.kind == SettingKind::Flag ? translate("SettingText", "true or false")
-                                             : translate("SettingText", "%1, or null").arg(rangeText(setting));
+    if (!isYesOrNo(setting)) {
+        return translate("SettingText", "%1, or null").arg(rangeText(setting));
+    }
+    const QString either = translate("SettingText", "true or false");
+    return setting.kind == SettingKind::Flag ? either : translate("SettingText", "%1, or null").arg(either);
 }
 
 QString descriptionText(const Setting &setting)
@@ -188,11 +222,15 @@ QString explanationText(const Setting &setting)
 
 bool parseSettingText(const Setting &setting, const QString &text, QVariant *value)
 {
-    if (setting.kind == SettingKind::Flag) {
+    if (isYesOrNo(setting)) {
         return parseFlag(text, value);
     }
+    if (setting.kind == SettingKind::Text) {
+        *value = text;
+        return true;
+    }
     if (setting.never != Never::NoWord && text == neverWord()) {
-        *value = setting.never == Never::MinusOne ? QVariant(-1LL) : QVariant();
+        *value = valueOfNever(setting.never);
         return true;
     }
     qlonglong number = {};

@@ -3,7 +3,7 @@
 
 #include "client/stores/LocalTasks.h"
 
-#include "client/Translation.h"
+#include "client/stores/AccountsLock.h"
 #include "client/stores/TaskOutcome.h"
 #include "client/system/HelperSurroundings.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
@@ -13,9 +13,7 @@
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 
-#include <cerrno>
 #include <memory>
-#include <shadow.h>
 
 namespace
 {
@@ -60,38 +58,10 @@ HelperReply replyOf(AbstractTask *task)
     return reply;
 }
 
-/// The lock of lckpwdf(3), by which programs that change accounts take turns, and which only root can hold.
-class AccountsLock
-{
-public:
-    AccountsLock() : m_isHeld(lckpwdf() == 0), m_isBusy(!m_isHeld && errno == EINTR)
-    {
-    }
-    ~AccountsLock()
-    {
-        if (m_isHeld) {
-            ulckpwdf();
-        }
-    }
-
-    /// Whether somebody else has held it for 15 seconds. Where there can be none, as on a read-only disk, the task tells.
-    bool isBusy() const
-    {
-        return m_isBusy;
-    }
-
-private:
-    Q_DISABLE_COPY_MOVE(AccountsLock)
-
-    bool m_isHeld;
-    bool m_isBusy;
-};
-
 HelperReply busyReply()
 {
     HelperReply reply;
-    reply.outcome = {ExitCode::Busy,
-                     translate("LocalTasks", "another program is changing policies or accounts; try again later")};
+    reply.outcome = AccountsLock::busyOutcome();
     return reply;
 }
 }

@@ -19,7 +19,7 @@ QString noteOfRoot(HelperAbsence absence)
 }
 }
 
-PolicyAccess::PolicyAccess(bool mayAsk, Way way) : m_mayAsk(mayAsk), m_way(way)
+PolicyAccess::PolicyAccess(bool mayAsk, Way way, bool mayForce) : m_mayAsk(mayAsk), m_way(way), m_mayForce(mayForce)
 {
 }
 
@@ -31,6 +31,11 @@ bool PolicyAccess::mayAsk() const
 bool PolicyAccess::isLocal() const
 {
     return m_way == Way::Local;
+}
+
+bool PolicyAccess::mayForce() const
+{
+    return m_mayForce;
 }
 
 bool PolicyAccess::isBarred() const

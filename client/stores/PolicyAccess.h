@@ -16,11 +16,15 @@ class PolicyAccess
 public:
     enum class Way { Helper, Local };
 
-    /// @param mayAsk whether a password may be asked for on the terminal
-    explicit PolicyAccess(bool mayAsk, Way way = Way::Helper);
+    /**
+     * @param mayAsk   whether a password may be asked for on the terminal
+     * @param mayForce whether stacks may be made anew that were edited by hand
+     */
+    explicit PolicyAccess(bool mayAsk, Way way = Way::Helper, bool mayForce = false);
 
     bool mayAsk() const;
     bool isLocal() const;
+    bool mayForce() const;
     /// Whether there is no way: no helper, and this process isn't root's.
     bool isBarred() const;
 
@@ -33,5 +37,6 @@ public:
 private:
     bool m_mayAsk;
     Way m_way;
+    bool m_mayForce;
     HelperAbsence m_absence = HelperAbsence::None;
 };

@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/output/Terminal.h"
+#include "client/stores/ModuleStore.h"
 #include "client/stores/PolicyAccess.h"
 #include "client/stores/PolicyStore.h"
 
@@ -14,6 +15,9 @@ PolicyReader::PolicyReader(PolicyAccess *access) : m_access(access)
 
 Reading PolicyReader::read(const Policy &policy)
 {
+    if (policy.isOfModule()) {
+        return ModuleStore(policy).read();
+    }
     const PolicyStore store(policy, m_access);
     if (m_withoutHelper || m_access->isLocal()) {
         return store.readHere();

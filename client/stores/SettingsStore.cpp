@@ -35,6 +35,13 @@ Preview SettingsStore::preview(const Settings &settings) const
     return {};
 }
 
+QString SettingsStore::danger(const Settings &before, const Settings &wanted) const
+{
+    Q_UNUSED(before)
+    Q_UNUSED(wanted)
+    return {};
+}
+
 QString SettingsStore::reasonNotInForce() const
 {
     return {};

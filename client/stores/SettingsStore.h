@@ -45,6 +45,9 @@ public:
     /// What write() would do. A store that keeps its settings in no files of text has no preview: a success without files.
     virtual Preview preview(const Settings &settings) const;
 
+    /// What a change would bring about that nobody should ask for by accident, a sentence; empty if nothing.
+    virtual QString danger(const Settings &before, const Settings &wanted) const;
+
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;
 

@@ -5,6 +5,8 @@
 
 #include "client/settings/Policies.h"
 #include "client/stores/AccountStore.h"
+#include "client/stores/ModuleStore.h"
+#include "client/stores/PolicyAccess.h"
 #include "client/stores/PolicyStore.h"
 
 std::unique_ptr<SettingsStore> makeStore(const StoreName &name, PolicyAccess *access)
@@ -13,6 +15,9 @@ std::unique_ptr<SettingsStore> makeStore(const StoreName &name, PolicyAccess *ac
         return std::make_unique<AccountStore>(name.name);
     }
     const Policy *policy = findPolicy(name.name);
+    if (policy && policy->isOfModule()) {
+        return std::make_unique<ModuleStore>(*policy, access->mayForce());
+    }
     return policy ? std::make_unique<PolicyStore>(*policy, access) : nullptr;
 }
 

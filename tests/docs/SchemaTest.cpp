@@ -136,7 +136,23 @@ void SchemaTest::agreesWithTheClient_data()
     addTextRows(R"(
 {"version": 1, "policies": {}} => taken
 {"policies": {}} => refused
-{"version": 2, "policies": {}} => refused
+{"version": 2, "policies": {}} => taken
+{"version": 3, "policies": {}} => refused
+{"version": 2, "policies": {}, "reasons": {"x": 1}} => taken
+{"version": 2, "policies": {}, "reasons": 1} => refused
+{"version": 1, "policies": {}, "reasons": {}} => refused
+{"version": 1, "policies": {"faillock": {}}} => refused
+{"version": 2, "policies": {"faillock": {}, "lockout": {"deny": 3}}} => taken
+{"version": 2, "policies": {"faillock": {"enabled": true, "deny": 5, "unlock_time": 0}}} => taken
+{"version": 2, "policies": {"faillock": {"deny": 0}}} => found
+{"version": 2, "policies": {"faillock": {"enabled": null}}} => refused
+{"version": 2, "policies": {"faillock": {"dir": "/var/lib/faillock", "admin_group": null}}} => taken
+{"version": 2, "policies": {"faillock": {"dir": "var"}}} => found
+{"version": 2, "policies": {"faillock": {"dir": 1}}} => refused
+{"version": 2, "policies": {"pwquality": {"dictcheck": null, "usercheck": false}}} => taken
+{"version": 2, "policies": {"pwquality": {"dictcheck": 1}}} => refused
+{"version": 2, "policies": {"pwhistory": {"remember": 401}}} => found
+{"version": 2, "policies": {"pwhistory": {"remember": 400}}} => taken
 {"version": "1", "policies": {}} => refused
 {"version": 1} => refused
 {"version": 1, "policies": []} => refused

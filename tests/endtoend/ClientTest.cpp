@@ -91,20 +91,25 @@ void ClientTest::changesPam()
 
 void ClientTest::showsAllPolicies()
 {
-    const QByteArray tables =
-        printed("show lockout") + '\n' + printed("show complexity") + '\n' + printed("show expiration");
-    QCOMPARE(client(nobody, ""), success(tables));
-    QCOMPARE(client(nobody, "show"), success(tables));
+    QByteArrayList tables;
+    for (const QString &policy : policyNames()) {
+        tables += printed(("show " + policy.toLatin1()).constData());
+    }
+    QCOMPARE(client(nobody, ""), success(tables.join('\n')));
+    QCOMPARE(client(nobody, "show"), success(tables.join('\n')));
 
-    const QByteArray everything = "{\n    \"policies\": {\n" + complexityMember() + ",\n"
-        + memberIn(printed("show expiration --json")) + ",\n" + memberIn(printed("show lockout --json"))
-        + "\n    },\n    \"version\": 1\n}\n";
+    QByteArrayList members{complexityMember()};
+    for (const char *policy : {"expiration", "faillock", "lockout", "pwhistory", "pwquality"}) {
+        members += memberIn(printed((QByteArray("show --json ") + policy).constData()));
+    }
+    const QByteArray everything =
+        "{\n    \"policies\": {\n" + members.join(",\n") + "\n    },\n    \"version\": 2\n}\n";
     QCOMPARE(client(nobody, "export"), success(everything));
     QCOMPARE(jsonOf("--json").value(policiesMember),
              QJsonDocument::fromJson(everything).object().value(policiesMember));
     const QJsonObject inForce = jsonOf("--json").value(inForceMember).toObject();
-    QCOMPARE(inForce.keys(),
-             QStringList({QStringLiteral("complexity"), QStringLiteral("expiration"), QStringLiteral("lockout")}));
+    QCOMPARE(inForce.keys().join(QLatin1Char(' ')),
+             QStringLiteral("complexity expiration faillock lockout pwhistory pwquality"));
     for (const QString &policy : inForce.keys()) {
         const QByteArray words = "show --json " + policy.toLatin1();
         QCOMPARE(inForce.value(policy), jsonOf(words.constData()).value(inForceMember).toObject().value(policy));
@@ -176,6 +181,8 @@ void ClientTest::printsCandidates_data()
                "undo\tBring back the settings from before a change.\n"
                "history\tList the changes that can be undone.\n"
                "user\tShow the expiration settings of an account (root only).\n"
+               "locked\tList the accounts that are locked after failed logins (root only).\n"
+               "unlock\tOpen accounts that are locked after failed logins (root only).\n"
                "report\tWrite the policies in force as an HTML page.\n"
                "doctor\tCheck the installation, and tell how to mend it.\n"
                "help\tShow this, or the help of a command.\n"
@@ -191,6 +198,7 @@ void ClientTest::printsCandidates_data()
     candidates("-- set u", "user\tThe settings of an account (root only)\n");
     candidates("-- set --",
                "--replace\tDrop all settings that are not named.\n"
+               "--off\tSwitch the policy off; the same as enabled=no.\n"
                "--dry-run\tShow what would change, and change nothing.\n"
                "--json\tPrint a JSON document.\n"
                "--force\tGo on where something would be lost, or cannot come into force.\n"
@@ -210,6 +218,16 @@ void ClientTest::printsCandidates_data()
                "expireDate=\tThe day on which an account expires\n"
                "expireDate=never\tThe day on which an account expires\n");
     candidates("-- set lockout deny=3 de", ""); // not twice
+    candidates("-- set pwquality dictcheck=",
+               "dictcheck=yes\tWords of a dictionary are refused\n"
+               "dictcheck=no\tWords of a dictionary are refused\n");
+    candidates("-- set faillock unlock_time=",
+               "unlock_time=\tSeconds after which a locked account is open again\n"
+               "unlock_time=never\tSeconds after which a locked account is open again\n");
+    candidates("-- set faillock adm", "admin_group=\tThe group whose members are locked only if root is\n");
+    candidates("-- unlock policytest", "policytester\n");
+    candidates("-- unlock policytester policytest", "");
+    candidates("-- locked p", "");
     candidates("-- help do", "doctor\tCheck the installation, and tell how to mend it.\n");
     candidates("-- help doctor d", "");
     for (const char *command : {"-- apply x", "-- check x", "-- report x"}) {

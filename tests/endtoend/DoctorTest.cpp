@@ -87,6 +87,9 @@ QByteArrayList stockLines()
         "      Debian has dropped this module after version 10",
         "ok    defaults of passwords: /etc/login.defs",
         "ok    defaults of useradd: /etc/default/useradd",
+        "ok    faillock: switched off",
+        "ok    pwquality: in force",
+        "ok    pwhistory: switched off",
         "ok    nothing was left behind",
     };
 }
@@ -314,6 +317,7 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
     const auto lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
     lines.replace(lockout, "note  accounts are locked by pam_faillock: deny 5, fail_interval 900, unlock_time never");
     lines.replace(lockout + 1, "      the lockout policy does not change that; see faillock.conf(5)");
+    lines.replace(lines.indexOf("ok    faillock: switched off"), "ok    faillock: in force");
 
     QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }

@@ -38,6 +38,8 @@ QByteArrayList installedFiles()
         data + "/usr/share/man/man1/accountpolicyctl.1" + page,
         data + "/usr/share/man/man8/accountpolicieshelper.8" + page,
         data + "/usr/share/accountpolicyctl/accountpolicies.schema.json",
+        data + "/usr/share/accountpolicyctl/baselines/server.json",
+        data + "/usr/share/accountpolicyctl/baselines/workstation.json",
         data + "/usr/share/bash-completion/completions/accountpolicyctl",
         data + "/usr/share/zsh/vendor-completions/_accountpolicyctl",
         data + "/usr/share/fish/vendor_completions.d/accountpolicyctl.fish",

@@ -12,9 +12,13 @@ namespace
 {
 QStringList stateFiles()
 {
-    QStringList paths;
-    for (const QString &folder :
-         {QStringLiteral("/etc/pam.d"), QStringLiteral("/var/lib/pam"), QStringLiteral("/usr/share/pam-configs")}) {
+    // by debconf pam-auth-update knows which profiles were switched on
+    QStringList paths{QStringLiteral("/var/cache/debconf/config.dat")};
+    for (const QString &folder : {QStringLiteral("/etc/pam.d"),
+                                  QStringLiteral("/var/lib/pam"),
+                                  QStringLiteral("/usr/share/pam-configs"),
+                                  QStringLiteral("/etc/security"),
+                                  QStringLiteral("/etc/security/pwquality.conf.d")}) {
         for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files | QDir::Hidden)) {
             paths += file.filePath();
         }

@@ -45,7 +45,7 @@ void ReportTest::writesReport()
 
     QCOMPARE(client(root, "report /run/report.html --user policytester"), success());
     const QByteArray page = contentOf("/run/report.html");
-    QCOMPARE(page.count("<table>"), 4);
+    QCOMPARE(page.count("<table>"), 7);
     QVERIFY(page.startsWith("<!DOCTYPE html>\n") && page.endsWith("</html>\n"));
     QVERIFY(page.contains(
         "<tr><th scope=\"row\">unlock_time</th><td>900 s (15 min)</td><td>/etc/pam.d/common-auth</td></tr>\n"));

@@ -32,6 +32,8 @@ target_compile_definitions(RecordedRepliesTest PRIVATE
 add_bus_test(endtoend/FaultsTest COST 34)
 add_bus_test(endtoend/InForceTest COST 40)
 add_bus_test(endtoend/LocalTest COST 40)
+add_bus_test(endtoend/ModulesTest COST 40)
+target_link_libraries(ModulesTest PRIVATE client)
 add_bus_test(endtoend/UndoTest COST 76)
 add_bus_test(endtoend/WaitingTest COST 100)
 

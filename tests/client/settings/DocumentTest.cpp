@@ -35,6 +35,7 @@ private Q_SLOTS:
     void writesEverySetting();
     void readsWhatItWrote();
     void writesDaysWithoutDateAsNumber();
+    void writesTextsAndWhatIsYesNoOrNeither();
     void reads_data();
     void reads();
     void isUtf8WhateverTheLocale();
@@ -56,7 +57,7 @@ void DocumentTest::writesEverySetting()
             "warningInterval": null
         }
     },
-    "version": 1
+    "version": 2
 }
 )"));
 }
@@ -87,19 +88,49 @@ void DocumentTest::writesDaysWithoutDateAsNumber()
     QCOMPARE(json(-719163), QJsonValue(-719163));
 }
 
+void DocumentTest::writesTextsAndWhatIsYesNoOrNeither()
+{
+    const auto written = [](const char *policy, const Settings &settings) {
+        const SettingSchema &schema = findPolicy(QLatin1String(policy))->schema;
+        return settingsToJson(schema, normalized(schema, settings));
+    };
+
+    const QJsonObject quality = written("pwquality", {{QStringLiteral("dictcheck"), false}});
+    QCOMPARE(quality.value(QStringLiteral("dictcheck")), QJsonValue(false));
+    QCOMPARE(quality.value(QStringLiteral("usercheck")), QJsonValue(QJsonValue::Null));
+    const QJsonObject limits = written("faillock", {{QStringLiteral("dir"), QStringLiteral("/d")}});
+    QCOMPARE(limits.value(QStringLiteral("dir")), QJsonValue(QStringLiteral("/d")));
+    QCOMPARE(limits.value(QStringLiteral("admin_group")), QJsonValue(QJsonValue::Null));
+    QCOMPARE(limits.value(QStringLiteral("silent")), QJsonValue(false));
+}
+
 void DocumentTest::reads_data()
 {
     // a variant that stands for "not set" has no type
     addTextRows(R"(
 policies => not a JSON document: illegal value (at byte 1)
 => not a JSON document: illegal value (at byte 0)
-{"version": 2, "policies": {}} => not a policy document: needs "version": 1, "policies": an object, and nothing else
-{"policies": {}} => not a policy document: needs "version": 1, "policies": an object, and nothing else
-{"version": 1} => not a policy document: needs "version": 1, "policies": an object, and nothing else
-{"version": 1, "policies": {}, "x": 1} => not a policy document: needs "version": 1, "policies": an object, and nothing else
+{"version": 3, "policies": {}} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"policies": {}} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": 1} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": 1, "policies": {}, "x": 1} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": 0, "policies": {}} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": "2", "policies": {}} => not a policy document: needs "version": 2, "policies": an object, and nothing else
 {"version": 1, "policies": {"lockout": {}}, "inForce": {"x": 1}} => lockout:
-{"version": 1, "policies": {}, "inForce": 1} => not a policy document: needs "version": 1, "policies": an object, and nothing else
-[1] => not a policy document: needs "version": 1, "policies": an object, and nothing else
+{"version": 2, "policies": {"lockout": {"deny": 3}, "pwhistory": {}}} => lockout: deny: qlonglong 3; pwhistory:
+{"version": 1, "policies": {"faillock": {}}} => there is no policy "faillock"; there are lockout, complexity, expiration
+{"version": 2, "policies": {"lockout": {}}, "reasons": {"x": 1}} => lockout:
+{"version": 2, "policies": {}, "reasons": 1} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": 1, "policies": {}, "reasons": {}} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+{"version": 2, "policies": {"x": {}}} => there is no policy "x"; there are lockout, complexity, expiration, faillock, pwquality, pwhistory
+{"version": 2, "policies": {"faillock": {"dir": "/var/lib/faillock", "admin_group": null, "silent": false}}} => faillock: admin_group: , dir: QString /var/lib/faillock, enabled: bool true, silent: bool false
+{"version": 2, "policies": {"faillock": {"dir": "not a path", "enabled": false}}} => faillock: dir: QString not a path, enabled: bool false
+{"version": 2, "policies": {"faillock": {"dir": 1}}} => dir: 1 is not allowed; allowed is a path that begins with / and has no blanks, or null
+{"version": 2, "policies": {"faillock": {"admin_group": true}}} => admin_group: true is not allowed; allowed is a name without blanks, or null
+{"version": 2, "policies": {"pwquality": {"dictcheck": false, "usercheck": null}}} => pwquality: dictcheck: bool false, usercheck:
+{"version": 2, "policies": {"pwquality": {"dictcheck": 0}}} => dictcheck: 0 is not allowed; allowed is true or false, or null
+{"version": 1, "policies": {}, "inForce": 1} => not a policy document: needs "version": 2, "policies": an object, and nothing else
+[1] => not a policy document: needs "version": 2, "policies": an object, and nothing else
 {"version": 1, "policies": {"expiration": {"maxInterval": 9, "expireDate": "2027-01-01"}}} => expiration: expireDate: qlonglong 20819, maxInterval: qlonglong 9
 {"version": 1, "policies": {"expiration": {"minInterval": 1}, "lockout": {}}} => expiration: minInterval: qlonglong 1; lockout:
 {"version": 1, "policies": {"expiration": {"maxInterval": null}}} => expiration: maxInterval:

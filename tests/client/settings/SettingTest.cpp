@@ -61,6 +61,7 @@ lockout: => magic_root: bool false, no_reset: bool false, per_user: bool false
 lockout: deny=3 per_user=true message=1 => deny: qlonglong 3, magic_root: bool false, no_reset: bool false, per_user: bool true
 expiration: maxInterval=-1 expireDate=-1 => maxInterval: qlonglong -1
 account: maxInterval=-1 minInterval=0 => minInterval: qlonglong 0
+pwquality: dictcheck=0 usercheck=1 => dictcheck: bool false, enforce_for_root: bool false, local_users_only: bool false, usercheck: bool true
 )");
 }
 
@@ -115,7 +116,15 @@ void SettingTest::allowsWhatIsInTheRange_data()
     QTest::newRow("most") << "deny" << QVariant(65535LL) << true;
     QTest::newRow("above") << "deny" << QVariant(65536LL) << false;
     QTest::newRow("not set") << "deny" << QVariant() << true;
-    QTest::newRow("switch") << "per_user" << QVariant(true) << true;
+    QTest::newRow("flag") << "per_user" << QVariant(true) << true;
+    QTest::newRow("switch") << "dictcheck" << QVariant(false) << true;
+    for (const char *name : {"wheel", "domain users", "a#b", "gr\xc3\xbcn", "wheel\n", ""}) {
+        QTest::newRow(name) << "admin_group" << QVariant(QString::fromUtf8(name)) << (name == QByteArray("wheel"));
+    }
+    for (const char *path : {"/", "/var/lib/faillock", "var/lib", "/var/my lib", "/var/#lib", "/var/lib\n"}) {
+        const bool isAllowed = path == QByteArray("/") || path == QByteArray("/var/lib/faillock");
+        QTest::newRow(path) << "dir" << QVariant(QString::fromLatin1(path)) << isAllowed;
+    }
 }
 
 void SettingTest::allowsWhatIsInTheRange()
@@ -123,7 +132,12 @@ void SettingTest::allowsWhatIsInTheRange()
     QFETCH(QString, key);
     QFETCH(QVariant, value);
 
-    QTEST(isAllowed(*lockout().find(key), value), "allowed");
+    const Setting *setting = nullptr;
+    for (const Policy &policy : allPolicies()) {
+        setting = setting ? setting : policy.schema.find(key);
+    }
+
+    QTEST(isAllowed(*setting, value), "allowed");
 }
 
 QTEST_GUILESS_MAIN(SettingTest)

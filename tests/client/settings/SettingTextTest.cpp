@@ -83,6 +83,14 @@ expireDate= => never
 expireDate=0 => 1970-01-01
 expireDate=20819 => 2027-01-01
 expireDate=-1 => 1969-12-31
+dictcheck=1 => yes
+dictcheck=0 => no
+dictcheck= => not set
+root_unlock_time=0 => never
+root_unlock_time=60 => 60, 60 s (1 min)
+root_unlock_time= => not set
+fail_interval=0 => 0, 0 s
+remember=5 => 5
 )");
 }
 
@@ -147,6 +155,11 @@ maxInterval=1w 1d => qlonglong 8
 maxInterval=48h => qlonglong 2
 maxInterval=86400s => qlonglong 1
 maxInterval=2147483647d => qlonglong 2147483647
+root_unlock_time=never => qlonglong 0
+root_unlock_time=1w => qlonglong 604800
+dictcheck=off => bool false
+admin_group=wheel => QString wheel
+dir=/var/lib/faillock => QString /var/lib/faillock
 )");
 }
 
@@ -176,7 +189,9 @@ void SettingTextTest::refusesWhatIsNotAllowed_data()
         "maxInterval=36h|maxInterval=1s|maxInterval=2147483648d|maxInterval=1 w1|minlen=2w|deny=3s|expireDate=2w|"
         "expireDate=-1|expireDate=2932897|expireDate=1969-12-31|expireDate=2027-02-29|"
         "expireDate=2027-1-1|expireDate=01.01.2027|expireDate=2027-01-01T00:00|"
-        "expireDate=+20819|expireDate= 2027-01-01|expireDate=2027-01-01 ";
+        "expireDate=+20819|expireDate= 2027-01-01|expireDate=2027-01-01 |"
+        "fail_interval=never|root_unlock_time=604801|root_unlock_time=2w|minclass=5|remember=401|retry=0|"
+        "dictcheck=1|admin_group=a b|dir=var";
     for (const QString &assignment : QString::fromLatin1(assignments).split(QLatin1Char('|'))) {
         QTest::newRow(qPrintable(assignment)) << assignment;
     }

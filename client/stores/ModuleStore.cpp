@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
+// SPDX-License-Identifier: LGPL-2.1-or-later
+
+#include "client/stores/ModuleStore.h"
+
+#include "client/Translation.h"
+#include "client/effective/PolicyInForce.h"
+#include "client/preview/ModulePreview.h"
+#include "client/stores/ModuleAccess.h"
+#include "policies/modules/ModuleReading.h"
+
+namespace
+{
+/// Either of them has root locked, too.
+bool locksRoot(const Settings &settings)
+{
+    return settings.value(enabledKey()).toBool()
+        && (settings.value(QStringLiteral("even_deny_root")).toBool()
+            || settings.value(QStringLiteral("root_unlock_time")).isValid());
+}
+}
+
+ModuleStore::ModuleStore(const Policy &policy, bool mayForce)
+    : m_policy(policy), m_module(*modulePolicy(policy.name)), m_mayForce(mayForce)
+{
+}
+
+StoreName ModuleStore::name() const
+{
+    return {StoreName::Kind::Policy, m_policy.name};
+}
+
+QString ModuleStore::phrase() const
+{
+    return m_policy.phrase();
+}
+
+const SettingSchema &ModuleStore::schema() const
+{
+    return m_policy.schema;
+}
+
+Reading ModuleStore::read()
+{
+    const ModuleReading reading = readModule(m_module);
+    if (!reading.error.isEmpty()) {
+        return {{ExitCode::Failed, readFailure(reading.error)}, {}};
+    }
+    QVariantMap values = reading.values;
+    values.insert(enabledKey(), reading.force != ModuleForce::None);
+    return {{}, normalized(m_policy.schema, values)};
+}
+
+Outcome ModuleStore::write(const Settings &settings)
+{
+    return told(ModuleAccess::write(m_module, wishFor(settings)));
+}
+
+InForce ModuleStore::inForce(const Settings &read) const
+{
+    return inForceOf(m_policy, read);
+}
+
+QString ModuleStore::obstacle() const
+{
+    return pamModulePath(m_module.module).isEmpty()
+        ? translate("ModuleStore", "its module %1.so is not installed").arg(m_module.module)
+        : QString();
+}
+
+Preview ModuleStore::preview(const Settings &settings) const
+{
+    Preview preview = modulePreviewOf(m_module, wishFor(settings));
+    preview.outcome = told(preview.outcome);
+    return preview;
+}
+
+QString ModuleStore::danger(const Settings &before, const Settings &wanted) const
+{
+    return locksRoot(wanted) && !locksRoot(before)
+        ? translate("ModuleStore", "root is locked too: whoever fails to log in as root often enough keeps root out")
+        : QString();
+}
+
+ModuleWish ModuleStore::wishFor(const Settings &settings) const
+{
+    using Switch = ModuleWish::Switch;
+    ModuleWish wish;
+    wish.values = settings;
+    const bool isOn = wish.values.take(enabledKey()).toBool();
+    wish.profiles = !m_policy.schema.find(enabledKey()) ? Switch::Stay : isOn ? Switch::On : Switch::Off;
+    wish.force = m_mayForce;
+    return wish;
+}
+
+Outcome ModuleStore::told(Outcome outcome) const
+{
+    switch (outcome.code) {
+    case ExitCode::Failed:
+        outcome.error = writeFailure(outcome.error);
+        break;
+    case ExitCode::Loss:
+        outcome.error = translate("ModuleStore", "%1 is left as it is: %2; --force makes them anew, as shown")
+                            .arg(phrase(), outcome.error);
+        break;
+    case ExitCode::NotInForce:
+        outcome.error =
+            translate("ModuleStore", "%1 cannot be switched off").arg(phrase()) + QLatin1Char('\n') + outcome.error;
+        break;
+    default:
+        break;
+    }
+    return outcome;
+}
