@@ -22,5 +22,7 @@ target_compile_definitions(servicesupport PUBLIC SERVICECALLER="$<TARGET_FILE:se
                                                  SERVICEATTACKER="$<TARGET_FILE:serviceattacker>")
 
 add_bus_test(endtoend/ServiceAttacksTest COST 60 LIBRARIES servicesupport)
+# sanitizers take memory of their own
+set_tests_properties(endtoend/ServiceAttacksTest PROPERTIES LABELS unsanitized)
 add_bus_test(endtoend/ServiceQueueTest COST 90 LIBRARIES servicesupport)
 add_bus_test(endtoend/ServiceTest COST 60 LIBRARIES servicesupport)
