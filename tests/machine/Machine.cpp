@@ -175,6 +175,14 @@ std::unique_ptr<PseudoTerminal> Machine::onTerminal(const QByteArray &script) co
     return std::make_unique<PseudoTerminal>(superuser, QStringLiteral("nsenter"), entered(script));
 }
 
+std::unique_ptr<PseudoTerminal> Machine::ssh(const QByteArray &account) const
+{
+    run("echo KbdInteractiveAuthentication yes >/etc/ssh/sshd_config.d/asking.conf; systemctl restart ssh");
+    return onTerminal("systemd-run --quiet --pty ssh -o StrictHostKeyChecking=no "
+                      "-o PreferredAuthentications=keyboard-interactive "
+                      + account + "@127.0.0.1");
+}
+
 QStringList Machine::entered(const QByteArray &script) const
 {
     return QStringList{QStringLiteral("--target"), m_leader} + words("--all --root --wd --") + shell(script);

@@ -63,6 +63,9 @@ public:
     /// Runs a shell script as root, on a terminal of its own.
     std::unique_ptr<PseudoTerminal> onTerminal(const QByteArray &script) const;
 
+    /// Starts a login by ssh, from the machine itself, which asks for the account's password there.
+    std::unique_ptr<PseudoTerminal> ssh(const QByteArray &account) const;
+
     /// The machine's console, where people log in.
     PseudoTerminal *console();
 

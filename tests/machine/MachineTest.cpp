@@ -44,10 +44,7 @@ std::unique_ptr<PseudoTerminal> logInFromAfar(const Machine &machine, const QByt
 /// Logs in by ssh, from the machine itself; null if that fails.
 std::unique_ptr<PseudoTerminal> logInBySsh(const Machine &machine, const QByteArray &account)
 {
-    machine.run("echo KbdInteractiveAuthentication yes >/etc/ssh/sshd_config.d/asking.conf; systemctl restart ssh");
-    auto terminal = machine.onTerminal("systemd-run --quiet --pty ssh -o StrictHostKeyChecking=no "
-                                       "-o PreferredAuthentications=keyboard-interactive "
-                                       + account + "@127.0.0.1");
+    auto terminal = machine.ssh(account);
     return logIn(terminal.get()) ? std::move(terminal) : nullptr;
 }
 

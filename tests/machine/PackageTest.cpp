@@ -164,7 +164,8 @@ private Q_SLOTS:
     void addsOnlyItsFiles();
     void leavesNothingBehind();
     void leavesJustWhatTheAdministratorSet();
-    void bringsManualPagesAndUnit();
+    void letsPeopleInWithoutItsProfiles();
+    void bringsManualPagesAndUnits();
     void bringsWhatItsDocumentsCite();
 };
 
@@ -308,12 +309,47 @@ void PackageTest::leavesJustWhatTheAdministratorSet()
     QCOMPARE(machine.root().run(compareTree).split('\n'), expected.split('\n'));
 }
 
-void PackageTest::bringsManualPagesAndUnit()
+void PackageTest::letsPeopleInWithoutItsProfiles()
+{
+    Machine machine(MachineRoot::Contents::WithoutOurPackages);
+    copyPackages(machine.root());
+    const FileContents before = contentsOf(machine.root());
+    QCOMPARE(machine.run(install("old")), QByteArray("0: "));
+    QCOMPARE(machine.run("accountpolicyctl set faillock deny=1 && accountpolicyctl set pwhistory remember=2"),
+             QByteArray("0: faillock: in force\npwhistory: in force\n"));
+    const FileContents inForce = contentsOf(machine.root());
+    QVERIFY(inForce != before);
+
+    QCOMPARE(machine.run(install("packages")), QByteArray("0: "));
+    QCOMPARE(contentsOf(machine.root()), inForce);
+    QCOMPARE(machine.run(aptGet("remove accountpolicies-common")), QByteArray("0: "));
+    QCOMPARE(contentsOf(machine.root()), before);
+    QCOMPARE(machine.run("dpkg-query -W -f '${Package} ${Status}\\n' 'accountpolicies-*' | grep ' installed'"),
+             QByteArray("0: accountpolicies-helper install ok installed\n"));
+    QCOMPARE(machine.run("grep -v '^#' /etc/security/faillock.conf"), QByteArray("0: deny = 1\n"));
+    PseudoTerminal *console = machine.console();
+    console->type("guest\r");
+    QVERIFY2(answerPassword(console, "wrong"), console->output().constData());
+    QVERIFY2(console->waitFor("login: "), console->output().constData());
+    console->type("guest\r");
+    QVERIFY2(answerPassword(console), console->output().constData());
+    QVERIFY2(console->waitFor("ready> "), console->output().constData());
+
+    // what is installed again is off, as it was at first
+    QCOMPARE(machine.run(install("packages")), QByteArray("0: "));
+    QCOMPARE(contentsOf(machine.root()), before);
+}
+
+void PackageTest::bringsManualPagesAndUnits()
 {
     const MachineRoot machine(MachineRoot::Contents::WithOurPackages);
 
-    QCOMPARE(machine.run("(man 1 accountpolicyctl && man 8 accountpolicieshelper) >/dev/null 2>&1"), QByteArray("0: "));
-    QVERIFY(machine.has("/lib/systemd/system/accountpolicieshelper.service"));
+    for (const char *page : {"1 accountpolicyctl", "8 accountpolicieshelper", "8 accountpoliciesd"}) {
+        QCOMPARE(machine.run(QByteArray("man ") + page + " >/dev/null 2>&1"), QByteArray("0: "));
+    }
+    for (const char *unit : {"accountpolicieshelper", "accountpoliciesd"}) {
+        QVERIFY(machine.has(QByteArray("/lib/systemd/system/") + unit + ".service"));
+    }
 }
 
 void PackageTest::bringsWhatItsDocumentsCite()

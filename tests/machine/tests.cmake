@@ -18,7 +18,7 @@ add_test(NAME machine/InstallationTest
 set_tests_properties(machine/InstallationTest PROPERTIES FIXTURES_REQUIRED machine LABELS unsanitized TIMEOUT 600)
 
 # transcripts/ has what to type on a machine, "$ " before each command, and what is seen then; its folders what differs with Qt
-foreach(name IN ITEMS MachineTest PackageTest ServerTest)
+foreach(name IN ITEMS LoginTest MachineTest PackageTest ServerTest)
     add_executable(${name} machine/${name}.cpp)
     target_link_libraries(${name} PRIVATE machinesupport)
     add_test(NAME machine/${name} COMMAND ${name})
