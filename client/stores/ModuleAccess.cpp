@@ -8,7 +8,7 @@
 #include "client/preview/ModulePreview.h"
 #include "client/stores/AccountsLock.h"
 #include "client/stores/PolicyAccess.h"
-#include "client/system/HelperSurroundings.h"
+#include "policies/machine/HelperSurroundings.h"
 #include "service/Answer.h"
 #include "service/BusTypes.h"
 
