@@ -3,13 +3,12 @@
 
 #include "service/PolicyWrite.h"
 
-#include "client/preview/MachineCopy.h"
+#include "policies/machine/ModuleTrial.h"
 #include "policies/modules/ModuleReading.h"
 #include "service/BusTypes.h"
 #include "service/JournalEntry.h"
 
 #include <QDBusArgument>
-#include <QDir>
 
 #include <limits>
 
@@ -184,29 +183,22 @@ Answer runWrite(const PolicyWrite &write, const Caller &caller)
 
 Answer previewWrite(const PolicyWrite &write)
 {
-    MachineCopy copy;
-    const QStringList folders = modulePolicyFolders();
-    copy.takeFile(write.policy->path);
-    for (const QString &folder : folders) {
-        copy.takeFolder(folder, QStringLiteral("*"));
-    }
-    copy.takeDebconf();
+    const ModuleTrial trial(*write.policy);
+    const MachineCopy &copy = trial.copy();
     if (!copy.error().isEmpty()) {
         return Answer::failure(failedError, copy.error());
     }
-    // a write makes the last folder of it alone
-    QDir().mkpath(copy.root() + QFileInfo(write.policy->path).path());
     Answer answer;
     const std::optional<ModuleWish> wish = wholeWish(write, copy.root(), &answer);
     if (!wish) {
         return answer;
     }
-    const ModuleOutcome outcome =
-        writeModule(*write.policy, *wish, {copy.root(), copy.onCopies(ModulePlace::pamAuthUpdateAlone())});
+    const ModuleOutcome outcome = trial.write(*wish);
     if (!outcome.succeeded()) {
-        return Answer::failure(errorOf(outcome.kind), copy.aboutMachine(outcome.reason));
+        return Answer::failure(errorOf(outcome.kind), outcome.reason);
     }
     QStringList paths{write.policy->path};
+    const QStringList folders = modulePolicyFolders();
     for (const QString &folder : folders) {
         paths += copy.files(folder);
     }

@@ -11,14 +11,6 @@
 
 namespace
 {
-/// A bus that is there and takes no more connections is no missing one.
-bool isBusMissing()
-{
-    const QDBusError error = QDBusConnection::systemBus().lastError();
-    return error.type() == QDBusError::NoServer
-        || error.name() == QLatin1String("org.freedesktop.DBus.Error.FileNotFound"); // Qt has no type for it
-}
-
 HelperAbsence absenceWithoutBus()
 {
     if (!isBusMissing()) {
@@ -41,6 +33,13 @@ HelperAbsence absenceBy(const QDBusError &error)
     default:
         return HelperAbsence::None;
     }
+}
+
+bool isBusMissing()
+{
+    const QDBusError error = QDBusConnection::systemBus().lastError();
+    return error.type() == QDBusError::NoServer
+        || error.name() == QLatin1String("org.freedesktop.DBus.Error.FileNotFound"); // Qt has no type for it
 }
 
 bool isHelperInstalled()

@@ -5,7 +5,7 @@
 
 class QDBusError;
 
-/// Whether there can be a helper at all. One that is at work, held, refused or broken is there.
+/// Whether there can be a helper, or the service, at all. One that is at work, held, refused or broken is there.
 enum class HelperAbsence {
     None,
     NoBus, ///< nobody listens where the system bus would be
@@ -14,6 +14,9 @@ enum class HelperAbsence {
 
 /// What an error in the place of the helper's answer tells of that.
 HelperAbsence absenceBy(const QDBusError &error);
+
+/// Whether nobody listens where the system bus would be. One that takes no more connections is no missing one.
+bool isBusMissing();
 
 /// Whether the helper's program is where it is installed.
 bool isHelperInstalled();

@@ -3,7 +3,7 @@
 
 #include "client/bus/HelperRequest.h"
 
-#include "client/bus/PasswordPrompt.h"
+#include "client/bus/TerminalPrompt.h"
 
 #include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
@@ -94,10 +94,7 @@ void HelperRequest::receiveDenial()
     } else if (m_phase == Phase::Asked && m_call.kind() == HelperCall::Kind::Read && !m_polkit && openPrompt()) {
         send(); // an administrator has restricted reading
     } else if (!m_polkit && m_prompt->lacksTerminal(m_call.name())) {
-        finishWith(
-            ExitCode::NotAuthorized,
-            tr("not authorized\nthere is no terminal to ask for a password on; use \"ssh -t\" or sudo, or have a "
-               "rule of polkit allow it"));
+        finishWith(ExitCode::NotAuthorized, TerminalPrompt::missingTerminalText());
     } else {
         finishWith(ExitCode::NotAuthorized, tr("not authorized"));
     }

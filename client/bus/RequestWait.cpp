@@ -3,6 +3,7 @@
 
 #include "client/bus/RequestWait.h"
 
+#include "client/Translation.h"
 #include "client/bus/TerminalPrompt.h"
 
 #include <QEventLoop>
@@ -24,7 +25,7 @@ HelperReply waitFor(HelperRequest *request)
 
 HelperReply ask(HelperCall call, bool mayAsk, HelperLimits limits)
 {
-    TerminalPrompt prompt(mayAsk);
+    TerminalPrompt prompt(mayAsk, translate("RequestWait", "waiting for the helper…"));
     HelperRequest request(std::move(call), &prompt, limits);
     return waitFor(&request);
 }

@@ -15,13 +15,13 @@ void leaveLine()
 }
 }
 
-TerminalPrompt::TerminalPrompt(bool mayAsk)
+TerminalPrompt::TerminalPrompt(bool mayAsk, const QString &waiting)
     : m_mayAsk(mayAsk)
     , m_canAsk(TextAgent::canAsk())
     , m_interrupts([this] {
         Q_EMIT cancelled();
     })
-    , m_waitingLine(tr("waiting for the helper…"))
+    , m_waitingLine(waiting)
 {
 }
 
@@ -37,7 +37,12 @@ TerminalPrompt::~TerminalPrompt()
 
 bool TerminalPrompt::open(const QString &action)
 {
-    if (!m_mayAsk || !m_canAsk || m_agent || !needsPassword(action)) {
+    return canOpen() && needsPassword(action) && openAtOnce();
+}
+
+bool TerminalPrompt::openAtOnce()
+{
+    if (!canOpen()) {
         return false;
     }
     m_agent = std::make_unique<TextAgent>([this] {
@@ -68,7 +73,18 @@ bool TerminalPrompt::isAsking() const
 
 bool TerminalPrompt::lacksTerminal(const QString &action) const
 {
-    return m_mayAsk && !m_canAsk && !TextAgent::isOnDesktop() && needsPassword(action);
+    return lacksTerminal() && needsPassword(action);
+}
+
+bool TerminalPrompt::lacksTerminal() const
+{
+    return m_mayAsk && !m_canAsk && !TextAgent::isOnDesktop();
+}
+
+QString TerminalPrompt::missingTerminalText()
+{
+    return tr("not authorized\nthere is no terminal to ask for a password on; use \"ssh -t\" or sudo, or have a "
+              "rule of polkit allow it");
 }
 
 bool TerminalPrompt::isCancelled() const
@@ -76,7 +92,12 @@ bool TerminalPrompt::isCancelled() const
     return m_interrupts.isInterrupted();
 }
 
-/// Whatever the answer was, the helper is at work now, on the change or on its refusal.
+bool TerminalPrompt::canOpen() const
+{
+    return m_mayAsk && m_canAsk && !m_agent;
+}
+
+/// Whatever the answer was, the helper or service is at work now, on the change or on its refusal.
 void TerminalPrompt::goOnAfterPrompt()
 {
     m_waitingLine.comeBack();

@@ -14,7 +14,7 @@ class TextAgent;
 /**
  * The person at the terminal: answers polkit's own agent there, and cancels by Ctrl-C.
  *
- * A line tells that the helper is being waited for, but not while the agent has the terminal. When this ends the cursor
+ * A line tells what is being waited for, but not while the agent has the terminal. When this ends the cursor
  * is at the begin of a line, and nobody else writes any more.
  */
 class TerminalPrompt : public PasswordPrompt
@@ -22,8 +22,11 @@ class TerminalPrompt : public PasswordPrompt
     Q_OBJECT
 
 public:
-    /// @param mayAsk whether a password may be asked for
-    explicit TerminalPrompt(bool mayAsk);
+    /**
+     * @param mayAsk  whether a password may be asked for
+     * @param waiting the line that tells what is being waited for
+     */
+    TerminalPrompt(bool mayAsk, const QString &waiting);
     ~TerminalPrompt() override;
 
     bool open(const QString &action) override;
@@ -33,7 +36,15 @@ public:
     bool lacksTerminal(const QString &action) const override;
     bool isCancelled() const override;
 
+    /// As open(), for an action about which polkit is known to ask.
+    bool openAtOnce();
+    /// As above, for such an action.
+    bool lacksTerminal() const;
+    /// What there is to say and to do about that.
+    static QString missingTerminalText();
+
 private:
+    bool canOpen() const;
     void goOnAfterPrompt();
 
     bool m_mayAsk;

@@ -7,6 +7,7 @@
 #include "client/effective/PolicyInForce.h"
 #include "client/settings/SettingText.h"
 #include "client/stores/ModuleStore.h"
+#include "client/stores/PolicyAccess.h"
 #include "policies/modules/ModuleReading.h"
 #include "policies/pam/PamPolicy.h"
 
@@ -54,7 +55,8 @@ QVector<Finding> overridden(const Policy &policy, const Settings &read, const In
 QVector<Finding> checkModule(const Policy &policy)
 {
     QVector<Finding> findings = hindrances(*modulePolicy(policy.name));
-    const Reading reading = ModuleStore(policy).read();
+    PolicyAccess access(false);
+    const Reading reading = ModuleStore(policy, &access).read();
     if (!findings.isEmpty() || !reading.outcome.succeeded()) {
         return findings.isEmpty()
             ? QVector<Finding>{moduleNote(reading.outcome.error, translate("ModuleCheckup", "mend it there"))}

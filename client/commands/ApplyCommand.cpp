@@ -91,7 +91,7 @@ ExitCode applyPolicy(const QString &name, Application *application, const Change
 /// Whether to leave the other policies alone: what the user refused once isn't asked again, nor looked for once more.
 bool endsAll(ExitCode code, const PolicyAccess &access)
 {
-    return code == ExitCode::NotAuthorized || code == ExitCode::Busy || access.isBarred();
+    return code == ExitCode::NotAuthorized || code == ExitCode::Busy || access.isBarred() || access.isServiceBarred();
 }
 
 ExitCode applyDocument(Application *application, const ChangeMode &mode)

@@ -53,7 +53,7 @@ QCommandLineOption quietOption()
 
 QCommandLineOption localOption()
 {
-    return {QStringLiteral("local"), translate("ClientCommand", "Do without the helper (root only).")};
+    return {QStringLiteral("local"), translate("ClientCommand", "Do without the helper and the service (root only).")};
 }
 
 QCommandLineOption noAskPasswordOption()

@@ -16,17 +16,6 @@ namespace
 {
 constexpr int lockedVersion = 1;
 
-QVector<FailureRecord> lockedOf(const FailureListing &listing)
-{
-    QVector<FailureRecord> locked;
-    for (const FailureRecord &record : listing.accounts) {
-        if (record.isLocked) {
-            locked += record;
-        }
-    }
-    return locked;
-}
-
 QString localTime(const QDateTime &time)
 {
     return time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
@@ -78,12 +67,12 @@ QString LockedCommand::name() const
 
 QString LockedCommand::summary() const
 {
-    return translate("LockedCommand", "List the accounts that are locked after failed logins (root only).");
+    return translate("LockedCommand", "List the accounts that are locked after failed logins.");
 }
 
 QList<QCommandLineOption> LockedCommand::options() const
 {
-    return {jsonOption()};
+    return QList<QCommandLineOption>{jsonOption()} + accessOptions();
 }
 
 ExitCode LockedCommand::run(const QCommandLineParser &line) const
@@ -91,13 +80,13 @@ ExitCode LockedCommand::run(const QCommandLineParser &line) const
     if (!line.positionalArguments().isEmpty()) {
         return tooManyArguments(line.positionalArguments().constFirst());
     }
-    FailureListing listing;
-    const Outcome read = ModuleAccess::readFailures(&listing);
+    PolicyAccess access = accessOf(line);
+    QVector<FailureRecord> locked;
+    const Outcome read = ModuleAccess(&access).readLocked(&locked);
     if (!read.succeeded()) {
         printError(read.error);
         return read.code;
     }
-    const QVector<FailureRecord> locked = lockedOf(listing);
     out().write(line.isSet(QStringLiteral("json")) ? lockedJson(locked) : printable(lockedText(locked)));
     return ExitCode::Done;
 }

@@ -5,7 +5,6 @@
 
 #include "client/Translation.h"
 #include "client/commands/PolicyReadings.h"
-#include "client/effective/PolicyInForce.h"
 #include "client/output/HtmlReport.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Policies.h"
@@ -32,19 +31,7 @@ QString userOption()
     return QStringLiteral("user");
 }
 
-QVector<ReportSection> policySections(const PolicyReadings &readings)
-{
-    QVector<ReportSection> sections;
-    for (const Policy &policy : allPolicies()) {
-        if (readings.settings.contains(policy.name)) {
-            const InForce inForce = inForceOf(policy, readings.settings.value(policy.name));
-            sections += {policy.titleText(), &policy.schema, inForce};
-        }
-    }
-    return sections;
-}
-
-Outcome addAccounts(const QStringList &accounts, QVector<ReportSection> *sections)
+Outcome addAccounts(const QStringList &accounts, QVector<Section> *sections)
 {
     for (const QString &account : accounts) {
         AccountStore store(account);
@@ -168,7 +155,7 @@ ExitCode ReportCommand::run(const QCommandLineParser &line) const
         return tooManyArguments(words.at(1));
     }
     const PolicyReadings readings = readPolicies(policyNames(), accessOf(line));
-    Report report{hostName(), QDateTime::currentDateTime(), policySections(readings), {}};
+    Report report{hostName(), QDateTime::currentDateTime(), policySections(readings.settings), {}};
     for (const Outcome &failure : readings.failures) {
         report.failures += failure.error;
     }

@@ -7,6 +7,7 @@
 #include "client/commands/PolicyReadings.h"
 #include "client/effective/InForceDocument.h"
 #include "client/effective/PolicyInForce.h"
+#include "client/effective/Sections.h"
 #include "client/output/InForceTable.h"
 #include "client/output/Terminal.h"
 #include "client/settings/Assignments.h"
@@ -21,12 +22,10 @@ namespace
 void printForPeople(const PolicyReadings &readings)
 {
     QStringList sections;
-    for (const Policy &policy : allPolicies()) {
-        if (readings.settings.contains(policy.name)) {
-            const InForce inForce = inForceOf(policy, readings.settings.value(policy.name));
-            sections +=
-                out().bold(policy.titleText()) + QLatin1Char('\n') + printable(inForceTable(policy.schema, inForce));
-        }
+    const QVector<Section> shown = policySections(readings.settings);
+    for (const Section &section : shown) {
+        sections +=
+            out().bold(section.title) + QLatin1Char('\n') + printable(inForceTable(*section.schema, section.inForce));
     }
     out().write(sections.join(QLatin1Char('\n')));
 }

@@ -10,11 +10,11 @@
 
 namespace
 {
-Outcome unlockAccount(const QString &account)
+Outcome unlockAccount(const QString &account, PolicyAccess *access)
 {
     const AccountStore store(account);
     return store.exists()
-        ? ModuleAccess::unlock(account)
+        ? ModuleAccess(access).unlock(account)
         : Outcome{ExitCode::Failed, translate("UnlockCommand", "%1 does not exist").arg(store.phrase())};
 }
 }
@@ -26,7 +26,7 @@ QString UnlockCommand::name() const
 
 QString UnlockCommand::summary() const
 {
-    return translate("UnlockCommand", "Open accounts that are locked after failed logins (root only).");
+    return translate("UnlockCommand", "Open accounts that are locked after failed logins.");
 }
 
 QList<Argument> UnlockCommand::arguments() const
@@ -37,7 +37,7 @@ QList<Argument> UnlockCommand::arguments() const
 
 QList<QCommandLineOption> UnlockCommand::options() const
 {
-    return {quietOption()};
+    return QList<QCommandLineOption>{quietOption()} + accessOptions();
 }
 
 ExitCode UnlockCommand::run(const QCommandLineParser &line) const
@@ -46,16 +46,17 @@ ExitCode UnlockCommand::run(const QCommandLineParser &line) const
     if (accounts.isEmpty()) {
         return usageError(translate("UnlockCommand", "which account?"));
     }
+    PolicyAccess access = accessOf(line);
     ExitCode result = ExitCode::Done;
     for (const QString &account : accounts) {
-        const Outcome outcome = unlockAccount(account);
+        const Outcome outcome = unlockAccount(account, &access);
         if (outcome.succeeded()) {
             out().writeUnlessQuiet(printable(translate("UnlockCommand", "%1: open").arg(account)) + QLatin1Char('\n'));
             continue;
         }
         printError(outcome.error);
         result = result == ExitCode::Done ? outcome.code : result;
-        if (outcome.code == ExitCode::NotAuthorized) {
+        if (outcome.code == ExitCode::NotAuthorized || access.isServiceBarred()) {
             break; // nor would the next be
         }
     }

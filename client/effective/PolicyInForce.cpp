@@ -255,3 +255,16 @@ InForce inForceOf(const Policy &policy, const Settings &read)
     return policy.name == QLatin1String("lockout") ? lockoutInForce(policy.schema, *files, read)
                                                    : complexityInForce(policy.schema, *files, read);
 }
+
+std::optional<InForce> demandInForce(const SettingSchema &schema, const Settings &complexity, const Settings &quality)
+{
+    const QString stack = pamFilesOf(QStringLiteral("complexity"))->stack;
+    if (pamLines(fileContent(stack), QStringLiteral("password"), pwqualityModule()).isEmpty()) {
+        return {};
+    }
+    Settings read = complexity;
+    for (auto value = quality.begin(); value != quality.end(); ++value) {
+        read.insert(value.key(), value.value());
+    }
+    return qualityInForce(schema, read);
+}

@@ -64,7 +64,7 @@ QString remarkHtml(const QString &remark)
     return QStringLiteral("<p class=\"failure\">%1</p>\n").arg(escaped(remark));
 }
 
-QString sectionHtml(const ReportSection &section)
+QString sectionHtml(const Section &section)
 {
     QString html = QStringLiteral("<table>\n<caption>%1</caption>\n"
                                   "<thead><tr><th scope=\"col\">%2</th><th scope=\"col\">%3</th>"
@@ -95,7 +95,7 @@ QString bodyHtml(const Report &report, const QString &title)
     for (const QString &failure : report.failures) {
         html += failureHtml(failure);
     }
-    for (const ReportSection &section : report.sections) {
+    for (const Section &section : report.sections) {
         html += sectionHtml(section);
     }
     return html + QStringLiteral("</main>\n");

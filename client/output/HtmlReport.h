@@ -3,22 +3,15 @@
 
 #pragma once
 
-#include "client/effective/InForce.h"
+#include "client/effective/Sections.h"
 
 #include <QDateTime>
 #include <QStringList>
 
-/// A table of a report.
-struct ReportSection {
-    QString title;
-    const SettingSchema *schema;
-    InForce inForce;
-};
-
 struct Report {
     QString machine;
     QDateTime time;
-    QVector<ReportSection> sections;
+    QVector<Section> sections;
     /// What couldn't be read, and why.
     QStringList failures;
 };

@@ -5,26 +5,12 @@
 
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
-#include "client/preview/MachineCopy.h"
 #include "client/preview/PamLosses.h"
-#include "client/system/HelperSurroundings.h"
-
-#include <QDir>
+#include "policies/machine/HelperSurroundings.h"
+#include "policies/machine/ModuleTrial.h"
 
 namespace
 {
-void takeFiles(const ModulePolicy &policy, MachineCopy *copy)
-{
-    // the folder of the file, where it is there; a write makes that one and no more
-    copy->takeFolder(QStringLiteral("/etc/security"), QFileInfo(policy.path).dir().dirName());
-    copy->takeFile(policy.path);
-    const QStringList folders = modulePolicyFolders();
-    for (const QString &folder : folders) {
-        copy->takeFolder(folder, QStringLiteral("*"));
-    }
-    copy->takeDebconf();
-}
-
 /// For the comparison of stacks, where the module's options may differ.
 PamPolicy comparable(const ModulePolicy &policy)
 {
@@ -65,18 +51,15 @@ Outcome outcomeOfWrite(const ModuleOutcome &outcome)
 Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
 {
     const HelperEncoding encoding;
-    MachineCopy copy;
-    takeFiles(policy, &copy);
-    if (!copy.error().isEmpty()) {
-        return notKnown(copy.error());
+    const ModuleTrial trial(policy);
+    if (!trial.copy().error().isEmpty()) {
+        return notKnown(trial.copy().error());
     }
     const WaitingLine line(translate("ModulePreview", "waiting for pam-auth-update…"));
-    const ModulePlace place{copy.root(), copy.onCopies(ModulePlace::pamAuthUpdateAlone())};
-    ModuleOutcome outcome = writeModule(policy, wish, place);
+    const ModuleOutcome outcome = trial.write(wish);
     if (outcome.kind == ModuleOutcome::Kind::StacksEdited) {
         wish.force = true;
-        writeModule(policy, wish, place);
+        trial.write(wish);
     }
-    outcome.reason = copy.aboutMachine(outcome.reason);
-    return {outcomeOfWrite(outcome), moduleChanges(policy, copy)};
+    return {outcomeOfWrite(outcome), moduleChanges(policy, trial.copy())};
 }

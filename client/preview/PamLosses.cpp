@@ -4,8 +4,8 @@
 #include "client/preview/PamLosses.h"
 
 #include "client/preview/Losses.h"
-#include "client/preview/MachineCopy.h"
 #include "client/system/PamFiles.h"
+#include "policies/machine/MachineCopy.h"
 
 #include <algorithm>
 

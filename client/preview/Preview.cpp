@@ -5,15 +5,15 @@
 
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
-#include "client/preview/MachineCopy.h"
 #include "client/preview/PamLosses.h"
-#include "client/system/HelperSurroundings.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/ExpirationFiles.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
 #include "policies/lockout/LockoutPolicy.h"
+#include "policies/machine/HelperSurroundings.h"
+#include "policies/machine/MachineCopy.h"
 #include "tasks/TaskResult.h"
 
 #include <algorithm>

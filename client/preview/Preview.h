@@ -5,17 +5,9 @@
 
 #include "client/Outcome.h"
 #include "client/settings/Setting.h"
+#include "policies/machine/FilePreview.h"
 
-#include <QByteArrayList>
-
-/// A file as it is and as a write would leave it.
-struct FilePreview {
-    QString path;
-    QByteArray before;
-    QByteArray after;
-    /// What an administrator has put there and would be gone, in the order of the file.
-    QByteArrayList lost;
-};
+#include <QVector>
 
 /// What a write would do.
 struct Preview {

@@ -5,13 +5,13 @@
 
 #include "client/stores/AccountsLock.h"
 #include "client/stores/TaskOutcome.h"
-#include "client/system/HelperSurroundings.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityReadTask.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationReadTask.h"
 #include "policies/expiration/LocalPolicyPasswordExpirationUpdateTask.h"
 #include "policies/lockout/LocalPolicyLockoutReadTask.h"
 #include "policies/lockout/LocalPolicyLockoutUpdateTask.h"
+#include "policies/machine/HelperSurroundings.h"
 
 #include <memory>
 

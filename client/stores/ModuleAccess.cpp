@@ -7,27 +7,66 @@
 #include "client/output/WaitingLine.h"
 #include "client/preview/ModulePreview.h"
 #include "client/stores/AccountsLock.h"
-#include "client/system/HelperSurroundings.h"
+#include "client/stores/PolicyAccess.h"
+#include "policies/machine/HelperSurroundings.h"
+#include "service/Answer.h"
+#include "service/BusTypes.h"
 
-#include <unistd.h>
+#include <QDBusArgument>
 
 namespace
 {
-/// A success for root.
-Outcome rootAlone(const QString &what)
+/// The arguments of WritePolicy.
+QVariantList writeArguments(const ModulePolicy &policy, const ModuleWish &wish)
 {
-    return geteuid() == 0
-        ? Outcome()
-        : Outcome{ExitCode::NotAuthorized, translate("ModuleAccess", "%1 is for root alone; try sudo").arg(what)};
-}
+    QVariantMap options{{QStringLiteral("force"), wish.force}};
+    if (wish.profiles != ModuleWish::Switch::Stay) {
+        options.insert(QStringLiteral("on"), wish.profiles == ModuleWish::Switch::On);
+    }
+    return {policy.name, wish.values, options};
 }
 
-Outcome ModuleAccess::write(const ModulePolicy &policy, const ModuleWish &wish)
+/// The same outcome as that of a write in this process.
+Outcome outcomeOfReply(const ServiceReply &reply, const ModuleWish &wish)
 {
-    Outcome refused = rootAlone(translate("ModuleAccess", "changing the %1 policy").arg(policy.name));
-    if (!refused.succeeded()) {
-        return refused;
+    using Kind = ModuleOutcome::Kind;
+    ModuleOutcome outcome;
+    if (reply.outcome.succeeded()) {
+        outcome.reason = reply.values.value(1).toString();
+        const bool isStillCalled = wish.profiles == ModuleWish::Switch::Off && !outcome.reason.isEmpty();
+        outcome.kind = isStillCalled ? Kind::NotOurs : Kind::Done;
+        return outcomeOfWrite(outcome);
     }
+    if (reply.error == QLatin1String(stacksEditedError)) {
+        outcome.kind = Kind::StacksEdited;
+        outcome.reason = reply.outcome.error;
+        return outcomeOfWrite(outcome);
+    }
+    return reply.outcome;
+}
+
+QVector<FailureRecord> recordsIn(const QVariant &value)
+{
+    QVector<FailureRecord> records;
+    const auto accounts = qdbus_cast<LockedAccounts>(value);
+    for (const LockedAccount &account : accounts) {
+        FailureRecord record;
+        record.account = account.name;
+        record.failures = static_cast<int>(account.failures);
+        record.first = QDateTime::fromSecsSinceEpoch(account.first, Qt::UTC);
+        record.last = QDateTime::fromSecsSinceEpoch(account.last, Qt::UTC);
+        record.source = account.source;
+        record.isLocked = true;
+        if (account.until != 0) {
+            record.until = QDateTime::fromSecsSinceEpoch(account.until, Qt::UTC);
+        }
+        records += record;
+    }
+    return records;
+}
+
+Outcome writeHere(const ModulePolicy &policy, const ModuleWish &wish)
+{
     const WaitingLine line(translate("ModuleAccess", "waiting for the policy's tools…"));
     const AccountsLock lock;
     if (lock.isBusy()) {
@@ -37,22 +76,73 @@ Outcome ModuleAccess::write(const ModulePolicy &policy, const ModuleWish &wish)
     return outcomeOfWrite(writeModule(policy, wish));
 }
 
-Outcome ModuleAccess::readFailures(FailureListing *listing)
+Outcome readLockedHere(QVector<FailureRecord> *locked)
 {
-    Outcome refused = rootAlone(translate("ModuleAccess", "reading failed logins"));
-    if (!refused.succeeded()) {
-        return refused;
+    const FailureListing listing = failureRecords();
+    for (const FailureRecord &record : listing.accounts) {
+        if (record.isLocked) {
+            *locked += record;
+        }
     }
-    *listing = failureRecords();
-    return listing->error.isEmpty() ? Outcome() : Outcome{ExitCode::Failed, listing->error};
+    return listing.error.isEmpty() ? Outcome() : Outcome{ExitCode::Failed, listing.error};
+}
 }
 
-Outcome ModuleAccess::unlock(const QString &account)
+ModuleAccess::ModuleAccess(PolicyAccess *access) : m_access(access)
 {
-    Outcome refused = rootAlone(translate("ModuleAccess", "unlocking accounts"));
+}
+
+Outcome ModuleAccess::write(const ModulePolicy &policy, const ModuleWish &wish) const
+{
+    ServiceReply reply;
+    if (ask({QStringLiteral("WritePolicy"), writeArguments(policy, wish)}, &reply)) {
+        return outcomeOfReply(reply, wish);
+    }
+    Outcome refused = outcomeHere();
+    return refused.succeeded() ? writeHere(policy, wish) : refused;
+}
+
+Outcome ModuleAccess::readLocked(QVector<FailureRecord> *locked) const
+{
+    ServiceReply reply;
+    if (ask({QStringLiteral("ListLocked")}, &reply)) {
+        *locked = recordsIn(reply.values.value(0));
+        return reply.outcome;
+    }
+    Outcome refused = outcomeHere();
+    return refused.succeeded() ? readLockedHere(locked) : refused;
+}
+
+Outcome ModuleAccess::unlock(const QString &account) const
+{
+    ServiceReply reply;
+    if (ask({QStringLiteral("Unlock"), {account}}, &reply)) {
+        return reply.outcome;
+    }
+    Outcome refused = outcomeHere();
     if (!refused.succeeded()) {
         return refused;
     }
     const QString failure = forgetFailures(account);
     return failure.isEmpty() ? Outcome() : Outcome{ExitCode::Failed, failure};
+}
+
+/// False where that isn't the way, or leads nowhere.
+bool ModuleAccess::ask(const ServiceMethod &method, ServiceReply *reply) const
+{
+    if (m_access->isWithoutService()) {
+        return false;
+    }
+    *reply = askService(method, m_access->mayAsk());
+    if (reply->absence != HelperAbsence::None) {
+        m_access->loseService(reply->absence);
+        return false;
+    }
+    return true;
+}
+
+/// Whether this process may do it: it is root's if the way was typed.
+Outcome ModuleAccess::outcomeHere() const
+{
+    return m_access->isServiceBarred() ? Outcome{ExitCode::Failed, m_access->serviceAdvice()} : Outcome();
 }

@@ -3,22 +3,34 @@
 
 #pragma once
 
-#include "client/Outcome.h"
+#include "client/bus/ServiceRequest.h"
 #include "policies/faillock/FailureRecords.h"
 #include "policies/modules/ModuleWriting.h"
 
+class PolicyAccess;
+
 /**
- * How the client comes to what only root may do about the modules: in this process, where that is root's. Others are refused
- * in one line.
+ * How the client comes to what not everybody may do about the modules: through the service or, which root alone may, in this
+ * process.
  */
-namespace ModuleAccess
+class ModuleAccess
 {
-/// Writes the policy, and isn't cut short by Ctrl-C. Of those who write so one goes after the other.
-Outcome write(const ModulePolicy &policy, const ModuleWish &wish);
+public:
+    /// @param access which way; outlives this
+    explicit ModuleAccess(PolicyAccess *access);
 
-/// The accounts with failed logins.
-Outcome readFailures(FailureListing *listing);
+    /// Writes the policy. In this process Ctrl-C doesn't cut it short, and of those who write so one goes after the other.
+    Outcome write(const ModulePolicy &policy, const ModuleWish &wish) const;
 
-/// Opens an account that pam_faillock has locked.
-Outcome unlock(const QString &account);
-}
+    /// The accounts that are locked after failed logins.
+    Outcome readLocked(QVector<FailureRecord> *locked) const;
+
+    /// Opens an account that pam_faillock has locked.
+    Outcome unlock(const QString &account) const;
+
+private:
+    bool ask(const ServiceMethod &method, ServiceReply *reply) const;
+    Outcome outcomeHere() const;
+
+    PolicyAccess *m_access;
+};

@@ -7,6 +7,7 @@
 #include "client/effective/PolicyInForce.h"
 #include "client/preview/ModulePreview.h"
 #include "client/stores/ModuleAccess.h"
+#include "client/stores/PolicyAccess.h"
 #include "policies/modules/ModuleReading.h"
 
 namespace
@@ -20,8 +21,8 @@ bool locksRoot(const Settings &settings)
 }
 }
 
-ModuleStore::ModuleStore(const Policy &policy, bool mayForce)
-    : m_policy(policy), m_module(*modulePolicy(policy.name)), m_mayForce(mayForce)
+ModuleStore::ModuleStore(const Policy &policy, PolicyAccess *access)
+    : m_policy(policy), m_module(*modulePolicy(policy.name)), m_access(access)
 {
 }
 
@@ -51,9 +52,15 @@ Reading ModuleStore::read()
     return {{}, normalized(m_policy.schema, values)};
 }
 
+bool ModuleStore::mayBeWritable() const
+{
+    return !m_access->isServiceBarred();
+}
+
 Outcome ModuleStore::write(const Settings &settings)
 {
-    return told(ModuleAccess::write(m_module, wishFor(settings)));
+    Outcome outcome = ModuleAccess(m_access).write(m_module, wishFor(settings));
+    return m_access->isServiceBarred() ? outcome : told(outcome);
 }
 
 InForce ModuleStore::inForce(const Settings &read) const
@@ -89,7 +96,7 @@ ModuleWish ModuleStore::wishFor(const Settings &settings) const
     wish.values = settings;
     const bool isOn = wish.values.take(enabledKey()).toBool();
     wish.profiles = !m_policy.schema.find(enabledKey()) ? Switch::Stay : isOn ? Switch::On : Switch::Off;
-    wish.force = m_mayForce;
+    wish.force = m_access->mayForce();
     return wish;
 }
 

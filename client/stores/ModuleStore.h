@@ -7,20 +7,23 @@
 #include "client/stores/SettingsStore.h"
 #include "policies/modules/ModuleWriting.h"
 
+class PolicyAccess;
+
 /// The policy of a PAM module: read in this process, which everybody may, and written by way of ModuleAccess.
 class ModuleStore : public SettingsStore
 {
 public:
     /**
-     * @param policy   outlives the store
-     * @param mayForce whether stacks may be made anew that were edited by hand
+     * @param policy outlives the store
+     * @param access how it is come to for a write; outlives the store
      */
-    explicit ModuleStore(const Policy &policy, bool mayForce = false);
+    ModuleStore(const Policy &policy, PolicyAccess *access);
 
     StoreName name() const override;
     QString phrase() const override;
     const SettingSchema &schema() const override;
     Reading read() override;
+    bool mayBeWritable() const override;
     Outcome write(const Settings &settings) override;
     InForce inForce(const Settings &read) const override;
     QString obstacle() const override;
@@ -33,5 +36,5 @@ private:
 
     const Policy &m_policy;
     const ModulePolicy &m_module;
-    bool m_mayForce;
+    PolicyAccess *m_access;
 };

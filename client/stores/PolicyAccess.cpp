@@ -17,9 +17,15 @@ QString noteOfRoot(HelperAbsence absence)
                     "the system bus cannot be reached; root reads and changes the policies without the helper")
         : translate("PolicyAccess", "the helper is not installed; root reads and changes the policies without it");
 }
+
+QString busAdvice()
+{
+    return translate("PolicyAccess", "the system bus cannot be reached; install and start dbus, or try sudo");
+}
 }
 
-PolicyAccess::PolicyAccess(bool mayAsk, Way way, bool mayForce) : m_mayAsk(mayAsk), m_way(way), m_mayForce(mayForce)
+PolicyAccess::PolicyAccess(bool mayAsk, Way way, bool mayForce)
+    : m_mayAsk(mayAsk), m_isTypedLocal(way == Way::Local), m_way(way), m_mayForce(mayForce)
 {
 }
 
@@ -55,6 +61,28 @@ void PolicyAccess::loseHelper(HelperAbsence absence)
 QString PolicyAccess::advice() const
 {
     return m_absence == HelperAbsence::NoBus
-        ? translate("PolicyAccess", "the system bus cannot be reached; install and start dbus, or try sudo")
+        ? busAdvice()
         : translate("PolicyAccess", "the helper is not installed; apt install accountpolicies-helper, or try sudo");
+}
+
+bool PolicyAccess::isWithoutService() const
+{
+    return m_isTypedLocal || m_serviceAbsence != HelperAbsence::None;
+}
+
+void PolicyAccess::loseService(HelperAbsence absence)
+{
+    m_serviceAbsence = absence;
+}
+
+bool PolicyAccess::isServiceBarred() const
+{
+    return m_serviceAbsence != HelperAbsence::None && geteuid() != 0;
+}
+
+QString PolicyAccess::serviceAdvice() const
+{
+    return m_serviceAbsence == HelperAbsence::NoBus
+        ? busAdvice()
+        : translate("PolicyAccess", "the service is not installed; apt install accountpolicies-service, or try sudo");
 }

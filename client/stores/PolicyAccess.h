@@ -8,8 +8,8 @@
 class QString;
 
 /**
- * How a command comes to the machine's policies: through the helper or, which root alone may, in this process. All stores
- * of one command share it.
+ * How a command comes to the machine's policies: through the helper, for those of modules through the service or, which root
+ * alone may, in this process. All stores of one command share it.
  */
 class PolicyAccess
 {
@@ -27,6 +27,8 @@ public:
     bool mayForce() const;
     /// Whether there is no way: no helper, and this process isn't root's.
     bool isBarred() const;
+    /// Whether the modules' policies are come to in this process.
+    bool isWithoutService() const;
 
     /// Notes that there is no helper. Root goes on in this process, which is said in one line on the standard error.
     void loseHelper(HelperAbsence absence);
@@ -34,9 +36,20 @@ public:
     /// What to do about it where the way is barred, one line.
     QString advice() const;
 
+    /// Notes that there is no service. Root goes on in this process, and can do there all that the service does.
+    void loseService(HelperAbsence absence);
+
+    /// Whether there is no way to what others than root need the service for.
+    bool isServiceBarred() const;
+    /// As advice(), about that.
+    QString serviceAdvice() const;
+
 private:
     bool m_mayAsk;
+    /// The helper's absence is not the service's.
+    bool m_isTypedLocal;
     Way m_way;
     bool m_mayForce;
     HelperAbsence m_absence = HelperAbsence::None;
+    HelperAbsence m_serviceAbsence = HelperAbsence::None;
 };

@@ -16,7 +16,7 @@ PolicyReader::PolicyReader(PolicyAccess *access) : m_access(access)
 Reading PolicyReader::read(const Policy &policy)
 {
     if (policy.isOfModule()) {
-        return ModuleStore(policy).read();
+        return ModuleStore(policy, m_access).read();
     }
     const PolicyStore store(policy, m_access);
     if (m_withoutHelper || m_access->isLocal()) {

@@ -16,7 +16,7 @@ std::unique_ptr<SettingsStore> makeStore(const StoreName &name, PolicyAccess *ac
     }
     const Policy *policy = findPolicy(name.name);
     if (policy && policy->isOfModule()) {
-        return std::make_unique<ModuleStore>(*policy, access->mayForce());
+        return std::make_unique<ModuleStore>(*policy, access);
     }
     return policy ? std::make_unique<PolicyStore>(*policy, access) : nullptr;
 }

@@ -181,8 +181,8 @@ void ClientTest::printsCandidates_data()
                "undo\tBring back the settings from before a change.\n"
                "history\tList the changes that can be undone.\n"
                "user\tShow the expiration settings of an account (root only).\n"
-               "locked\tList the accounts that are locked after failed logins (root only).\n"
-               "unlock\tOpen accounts that are locked after failed logins (root only).\n"
+               "locked\tList the accounts that are locked after failed logins.\n"
+               "unlock\tOpen accounts that are locked after failed logins.\n"
                "report\tWrite the policies in force as an HTML page.\n"
                "doctor\tCheck the installation, and tell how to mend it.\n"
                "help\tShow this, or the help of a command.\n"
@@ -203,7 +203,7 @@ void ClientTest::printsCandidates_data()
                "--json\tPrint a JSON document.\n"
                "--force\tGo on where something would be lost, or cannot come into force.\n"
                "--quiet\tSay nothing on success.\n"
-               "--local\tDo without the helper (root only).\n"
+               "--local\tDo without the helper and the service (root only).\n"
                "--no-ask-password\tDo not ask for a password on the terminal.\n"
                "--help\tShow this.\n");
     candidates("-- set --re", "--replace\tDrop all settings that are not named.\n");

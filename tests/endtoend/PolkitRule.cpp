@@ -43,19 +43,23 @@ void changeRules(const std::function<void()> &change)
 }
 
 PolkitRule::PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result, int seconds)
+    : PolkitRule("polkit.addRule(function(action, subject) {\n"
+                 "    if (action.id.indexOf(\""
+                 + actions + "\") >= 0 && subject.user == \"" + account
+                 + "\") {\n"
+                   "        polkit.spawn([\"sleep\", \""
+                 + QByteArray::number(seconds)
+                 + "\"]);\n"
+                   "        return polkit.Result."
+                 + result + ";\n    }\n});\n")
 {
-    const QByteArray rule = "polkit.addRule(function(action, subject) {\n"
-                            "    if (action.id.indexOf(\""
-        + actions + "\") >= 0 && subject.user == \"" + account
-        + "\") {\n"
-          "        polkit.spawn([\"sleep\", \""
-        + QByteArray::number(seconds)
-        + "\"]);\n"
-          "        return polkit.Result."
-        + result + ";\n    }\n});\n";
+}
+
+PolkitRule::PolkitRule(const QByteArray &content)
+{
     // polkit must not read half a rule
     const QString newFile = QString::fromLatin1(ruleFile) + QStringLiteral(".new");
-    writeContent(newFile, rule);
+    writeContent(newFile, content);
     changeRules([&newFile] {
         QFile::rename(newFile, QString::fromLatin1(ruleFile));
     });

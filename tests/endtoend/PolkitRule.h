@@ -16,6 +16,8 @@ public:
      * @param seconds how long it thinks about that
      */
     PolkitRule(const QByteArray &actions, const QByteArray &account, const QByteArray &result, int seconds = 0);
+    /// @param content the file of rules
+    explicit PolkitRule(const QByteArray &content);
     ~PolkitRule();
 
 private:

@@ -10,6 +10,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <atomic>
@@ -82,11 +83,19 @@ private:
     QString m_path = QStringLiteral("/usr/lib/polkit-1/polkit-agent-helper-1");
 };
 
+/// polkit's releases have different ones.
+QByteArray withoutColours(const QByteArray &text)
+{
+    static const QRegularExpression colour(QStringLiteral("\033\\[[0-9;]*m"));
+    return QString::fromUtf8(text).remove(colour).toUtf8();
+}
+
 QByteArray shownFrom(const PseudoTerminal &terminal, const QByteArray &text)
 {
     return shown(terminal).mid(shown(terminal).indexOf(text));
 }
 
+const char complete[] = "==== AUTHENTICATION COMPLETE ====\r\n";
 const char failed[] = "polkit-agent-helper-1: pam_authenticate failed: Authentication failure\r\n";
 
 void hangUpAfter(int delay)
@@ -124,6 +133,10 @@ private Q_SLOTS:
     void asksOnceAmidRefusalsOfOthers();
     void asksForReadingWhereARuleWantsIt_data();
     void asksForReadingWhereARuleWantsIt();
+    void asksOnBehalfOfTheService_data();
+    void asksOnBehalfOfTheService();
+    void asksNothingOnBehalfOfTheService_data();
+    void asksNothingOnBehalfOfTheService();
 };
 
 void PromptTest::asksAndWrites()
@@ -428,6 +441,75 @@ void PromptTest::asksForReadingWhereARuleWantsIt()
     QCOMPARE(terminal.output().count("Password: "), typed.isEmpty() ? 0 : 1);
     QCOMPARE(lastLine(shown(terminal)), last);
     QTRY_COMPARE(client(administrator, QStringLiteral("show expiration")).exitCode, 0);
+}
+
+void PromptTest::asksOnBehalfOfTheService_data()
+{
+    QTest::addColumn<QByteArray>("words");
+    QTest::addColumn<QByteArray>("question");
+    QTest::addColumn<QByteArray>("typed");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("ending");
+    QTest::addColumn<QByteArray>("deny");
+    const QByteArray before = "3\n";
+    const QByteArray set = "set faillock deny=4";
+    const QByteArray toWrite = "Authentication is required to change after how many failed logins accounts are locked";
+    const QByteArray cancelled = "accountpolicyctl: cancelled\r\n";
+    const QByteArray enter = password + QByteArray("\r");
+    QTest::newRow("to write") << set << toWrite << enter << 0 << complete + QByteArray("faillock: in force\r\n")
+                              << QByteArray("4\n");
+    QTest::newRow("to list") << QByteArray(
+        "locked") << QByteArray("Authentication is required to list the accounts that failed logins have locked")
+                             << enter << 0 << complete + QByteArray("no account is locked after failed logins\r\n")
+                             << before;
+    QTest::newRow("to unlock") << QByteArray("unlock otheradmin")
+                               << QByteArray(
+                                      "Authentication is required to unlock an account that failed logins have locked")
+                               << enter << 0 << complete + QByteArray("otheradmin: open\r\n") << before;
+    QTest::newRow("wrong password") << set << toWrite << QByteArray("wrong\r") << 3
+                                    << failed + QByteArray("==== AUTHENTICATION FAILED ====\r\n")
+            + "accountpolicyctl: not authorized\r\n"
+                                    << before;
+    QTest::newRow("Ctrl-C") << set << toWrite << QByteArray("\x03") << 3 << cancelled << before;
+}
+
+void PromptTest::asksOnBehalfOfTheService()
+{
+    QFETCH(QByteArray, words);
+    QFETCH(QByteArray, question);
+    QFETCH(QByteArray, typed);
+    QFETCH(QByteArray, ending);
+    PseudoTerminal terminal = clientAtTerminal(words.constData());
+    QVERIFY2(terminal.waitFor(question), terminal.output().constData());
+    awaitPrompt(&terminal);
+
+    terminal.type(typed);
+
+    QTEST(terminal.waitForEnd(), "exitCode");
+    QCOMPARE(withoutColours(shownFrom(terminal, "Password: ")), "Password: \r\n" + ending);
+    QVERIFY(terminal.echoes());
+    QTEST(client(nobody, QStringLiteral("show faillock deny")).standardOutput, "deny");
+}
+
+void PromptTest::asksNothingOnBehalfOfTheService_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QByteArray>("output");
+    const QString locked = QStringLiteral("accountpolicyctl locked ");
+    QTest::newRow("on a terminal of somebody else") << QStringLiteral("setsid -w ")
+            + locked << QByteArray("accountpolicyctl: ") + QByteArray(withoutTerminal).replace("\n", "\r\n") + "\r\n";
+    QTest::newRow("if told so") << locked + QStringLiteral("--no-ask-password")
+                                << QByteArray("accountpolicyctl: not authorized\r\n");
+}
+
+void PromptTest::asksNothingOnBehalfOfTheService()
+{
+    QFETCH(QString, script);
+
+    PseudoTerminal terminal(administrator, QStringLiteral("sh"), {QStringLiteral("-c"), script});
+
+    QCOMPARE(terminal.waitForEnd(), 3);
+    QTEST(shown(terminal), "output");
 }
 
 QTEST_GUILESS_MAIN(PromptTest)

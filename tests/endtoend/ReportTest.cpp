@@ -45,11 +45,12 @@ void ReportTest::writesReport()
 
     QCOMPARE(client(root, "report /run/report.html --user policytester"), success());
     const QByteArray page = contentOf("/run/report.html");
-    QCOMPARE(page.count("<table>"), 7);
+    QCOMPARE(page.count("<table>"), 6);
     QVERIFY(page.startsWith("<!DOCTYPE html>\n") && page.endsWith("</html>\n"));
     QVERIFY(page.contains(
         "<tr><th scope=\"row\">unlock_time</th><td>900 s (15 min)</td><td>/etc/pam.d/common-auth</td></tr>\n"));
-    QVERIFY(page.contains("<tr><th scope=\"row\">enforcing</th><td>1</td><td>default</td></tr>\n"));
+    QVERIFY(page.contains("<tr><th scope=\"row\">enforcing</th><td>yes</td><td>default</td></tr>\n"));
+    QVERIFY(page.contains("<caption>New passwords: the policies complexity and pwquality</caption>\n"));
     QVERIFY(page.contains("<caption>Account policytester</caption>\n"));
     QCOMPARE(runAs(nobody, "tidy -q -e", page), success());
 }

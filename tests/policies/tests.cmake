@@ -28,6 +28,8 @@ target_compile_definitions(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE
     ALIAS_SERVICE="$<TARGET_FILE:aliasservice>" LIBRARIES="/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}")
 add_dependencies(LocalUserPolicyPasswordExpirationReadTaskTest aliasservice)
 target_link_options(LocalUserPolicyPasswordExpirationReadTaskTest PRIVATE -Wl,--wrap=strerror)
+add_unit_test(policies/machine/HelperSurroundingsTest LIBRARIES machine)
+add_unit_test(policies/machine/MachineCopyTest SANDBOX LIBRARIES machine)
 add_unit_test(policies/modules/ModuleWritingTest SANDBOX COST 20 LIBRARIES modulepolicies pamtestsupport)
 target_compile_definitions(ModuleWritingTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
 add_unit_test(policies/modules/ModuleFileTest LIBRARIES modulepolicies)

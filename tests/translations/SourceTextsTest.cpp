@@ -96,7 +96,7 @@ void SourceTextsTest::areJustTheSystemsOwn()
 void SourceTextsTest::ofOthersAreInTheContextOfTheirFile_data()
 {
     const Rows<RowText> row("folder");
-    for (const char *folder : {"client", "policies/faillock", "policies/modules"}) {
+    for (const char *folder : {"client", "policies/faillock", "policies/machine", "policies/modules"}) {
         row(folder, folder);
     }
 }

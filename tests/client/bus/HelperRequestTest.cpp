@@ -433,7 +433,7 @@ void HelperRequestTest::waitsForAnAnswerPastItsTurn()
 void HelperRequestTest::isCancelledByCtrlC()
 {
     m_helper.answerBy(".");
-    TerminalPrompt prompt(false);
+    TerminalPrompt prompt(false, QStringLiteral("waiting for the helper…"));
     HelperRequest request(callOf(HelperCall::Kind::Write), &prompt);
     connect(&m_helper, &StandIn::called, &prompt, [] {
         std::raise(SIGINT);
@@ -453,7 +453,7 @@ void HelperRequestTest::takesTheWaitingLineAway()
     QByteArray shown = m_terminal.shown();
     m_helper.answerBy("y");
     {
-        TerminalPrompt prompt(false);
+        TerminalPrompt prompt(false, QStringLiteral("waiting for the helper…"));
         HelperRequest request(callOf(HelperCall::Kind::Write), &prompt);
         connect(&m_helper, &StandIn::called, &prompt, [this, &shown] {
             while (!shown.contains("waiting")) {

@@ -3,11 +3,12 @@
 
 #pragma once
 
-#include "client/preview/Preview.h"
 #include "engine/Command.h"
+#include "policies/machine/FilePreview.h"
 
 #include <QMap>
 #include <QTemporaryDir>
+#include <QVector>
 
 /**
  * Copies of files of this machine, each by its path below a folder that is this user's alone. They go with this object.

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "client/system/HelperSurroundings.h"
+#include "policies/machine/HelperSurroundings.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

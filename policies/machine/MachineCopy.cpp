@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "client/preview/MachineCopy.h"
+#include "policies/machine/MachineCopy.h"
 
-#include "client/Translation.h"
-#include "client/system/HelperSurroundings.h"
+#include "policies/machine/HelperSurroundings.h"
 #include "policies/pam/PamPolicyUpdate.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -170,6 +170,6 @@ bool MachineCopy::write(const QString &path, const QByteArray &content)
     // Qt has no text for a write that ends too early
     const bool isPart = copy.isOpen();
     note(copy.fileName() + QLatin1String(": ")
-         + (isPart ? translate("MachineCopy", "cannot be written as a whole") : copy.errorString()));
+         + (isPart ? QCoreApplication::translate("MachineCopy", "cannot be written as a whole") : copy.errorString()));
     return false;
 }

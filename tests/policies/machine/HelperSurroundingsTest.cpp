@@ -3,7 +3,7 @@
 
 // What this process is like for a task of the helper's, and that it is as before afterwards.
 
-#include "client/system/HelperSurroundings.h"
+#include "policies/machine/HelperSurroundings.h"
 
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/ScopedVariable.h"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-#include "client/preview/MachineCopy.h"
+#include "policies/machine/MachineCopy.h"
 
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
