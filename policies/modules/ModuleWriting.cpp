@@ -29,40 +29,67 @@ using Switch = ModuleWish::Switch;
 
 const char *const stackTypes[] = {"auth", "account", "password", "session", "session-noninteractive"};
 
-/// Keeps others from writing a policy. One that is held by nobody any more is free.
+/**
+ * Keeps others from writing a policy. One that is held by nobody any more is free.
+ *
+ * Who may open a file may lock it: so it is one that root alone may open.
+ */
 class WriteLock
 {
 public:
-    WriteLock() : m_folder(open("/etc/security", O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    WriteLock() : m_file(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR))
     {
-        QElapsedTimer waited;
-        waited.start();
-        while (m_folder != -1 && !m_isHeld && waited.elapsed() < longestWait) {
-            m_isHeld = flock(m_folder, LOCK_EX | LOCK_NB) == 0;
-            QThread::msleep(m_isHeld ? 0 : pause);
+        if (m_file == -1) {
+            m_obstacle = QLatin1String(path) + QLatin1String(": ") + qt_error_string();
+            return;
         }
+        m_obstacle = isRootsAlone()
+            ? waitForIt()
+            : QCoreApplication::translate("ModuleWriting", "%1 is not root's alone").arg(QLatin1String(path));
     }
 
     ~WriteLock()
     {
-        if (m_folder != -1) {
-            close(m_folder);
+        if (m_file != -1) {
+            close(m_file);
         }
     }
 
-    bool isHeld() const
+    /// Why it isn't held; empty if it is.
+    QString obstacle() const
     {
-        return m_isHeld;
+        return m_obstacle;
     }
 
 private:
     Q_DISABLE_COPY(WriteLock)
 
+    bool isRootsAlone() const
+    {
+        struct stat status = {};
+        return fstat(m_file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == 0
+            && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+    }
+
+    QString waitForIt() const
+    {
+        QElapsedTimer waited;
+        waited.start();
+        while (flock(m_file, LOCK_EX | LOCK_NB) != 0) {
+            if (waited.elapsed() >= longestWait) {
+                return QCoreApplication::translate("ModuleWriting", "another write goes on");
+            }
+            QThread::msleep(pause);
+        }
+        return {};
+    }
+
+    static constexpr const char *path = "/etc/security/.accountpolicies.lock";
     static constexpr qint64 longestWait = 30000;
     static constexpr unsigned long pause = 50;
 
-    int m_folder;
-    bool m_isHeld = false;
+    int m_file;
+    QString m_obstacle;
 };
 
 /// The stacks that pam-auth-update(8) writes.
@@ -407,8 +434,8 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
     }
     // copies are their maker's alone
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
-    if (lock && !lock->isHeld()) {
-        outcome.reason = QCoreApplication::translate("ModuleWriting", "another write goes on");
+    outcome.reason = lock ? lock->obstacle() : QString();
+    if (!outcome.reason.isEmpty()) {
         return outcome;
     }
     return ModuleWrite(policy, wish, place).run();

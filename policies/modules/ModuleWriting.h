@@ -79,7 +79,8 @@ struct ModuleOutcome {
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
  * with each new version of its package.
  *
- * Waits for another write to end, for at most half a minute.
+ * Waits for another write to end, for at most half a minute. Only root can hold it up: the lock is a file that nobody else
+ * may open, "/etc/security/.accountpolicies.lock".
  *
  * Blocks while pam-auth-update(8) runs, a second or so, at most a minute.
  *

@@ -10,7 +10,9 @@
 #include "tests/support/Rows.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -24,6 +26,7 @@ using Switch = ModuleWish::Switch;
 const QString commonAuth = QStringLiteral("/etc/pam.d/common-auth");
 const QString commonPassword = QStringLiteral("/etc/pam.d/common-password");
 const QString faillockFile = QStringLiteral("/etc/security/faillock.conf");
+const QString lockFile = QStringLiteral("/etc/security/.accountpolicies.lock");
 const QString profileFolder = QStringLiteral("/usr/share/pam-configs/");
 const QVariantMap five{{QStringLiteral("deny"), 5LL}};
 
@@ -41,6 +44,7 @@ FolderContent machine()
     for (const char *noise : {"config.dat-old", "templates.dat", "templates.dat-old"}) {
         all.remove(QLatin1String("/var/cache/debconf/") + QLatin1String(noise));
     }
+    all.remove(lockFile);
     return all;
 }
 
@@ -106,6 +110,9 @@ private Q_SLOTS:
     void refuses_data();
     void refuses();
     void writesBelowRootWhatItWritesHere();
+    void isHeldUpByRootAlone();
+    void usesNoLockOfOthers_data();
+    void usesNoLockOfOthers();
     void goesOutOfForceWithItsPackage();
 
 private:
@@ -417,8 +424,66 @@ void ModuleWritingTest::writesBelowRootWhatItWritesHere()
         QCOMPARE(write(*policy, {{policy->settings.constFirst().name, 4LL}}, Switch::On).kind, Kind::Done);
     }
     for (const char *path : {"/etc/pam.d", "/var/lib/pam", "/etc/security"}) {
-        QCOMPARE(contentBelow(copies + QLatin1String(path)), contentBelow(QLatin1String(path)));
+        FolderContent here = contentBelow(QLatin1String(path));
+        here.remove(QStringLiteral(".accountpolicies.lock"));
+        FolderContent there = contentBelow(copies + QLatin1String(path));
+        there.remove(QStringLiteral(".accountpolicies.lock"));
+        QCOMPARE(there, here);
     }
+}
+
+void ModuleWritingTest::isHeldUpByRootAlone()
+{
+    QVERIFY(write(faillockPolicy(), {}, Switch::Stay).succeeded());
+    const QString lockAll = QStringLiteral("exec 3<$0 && flock -n 3 && echo held && sleep 60");
+    for (const QString &path : {QStringLiteral("/etc/security"), faillockFile}) {
+        QProcess holder;
+        holder.start(QStringLiteral("setpriv"),
+                     {QStringLiteral("--reuid=65534"),
+                      QStringLiteral("--clear-groups"),
+                      QStringLiteral("sh"),
+                      QStringLiteral("-c"),
+                      lockAll,
+                      path});
+        QVERIFY(holder.waitForReadyRead());
+        QCOMPARE(holder.readAll(), QByteArray("held\n"));
+        QElapsedTimer waited;
+        waited.start();
+        QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).reason, QString());
+        QVERIFY(waited.elapsed() < 25000); // it would wait for longer than that
+        holder.kill();
+        holder.waitForFinished();
+    }
+    QCOMPARE(runAs(nobody, QStringLiteral("sh"), {QStringLiteral("-c"), lockAll, lockFile}).exitCode, 2);
+}
+
+void ModuleWritingTest::usesNoLockOfOthers_data()
+{
+    const Rows<RowText, QString> row("preparation", "reason");
+    row("readable for a group",
+        "touch $0; chmod 640 $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock is not root's alone"));
+    row("another's",
+        "touch $0; chmod 600 $0; chown nobody $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock is not root's alone"));
+    row("a link",
+        "ln -s /etc/passwd $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock: Too many levels of symbolic links"));
+}
+
+void ModuleWritingTest::usesNoLockOfOthers()
+{
+    QFETCH(const QString, preparation);
+    QFETCH(const QString, reason);
+    QFile::remove(lockFile);
+    QCOMPARE(runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), preparation, lockFile}).exitCode, 0);
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QFile::remove(lockFile);
+    QCOMPARE(outcome.reason, reason);
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QCOMPARE(machine(), before);
 }
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()
