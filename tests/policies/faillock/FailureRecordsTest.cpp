@@ -92,6 +92,8 @@ private Q_SLOTS:
     void listsRootAsItIsLocked();
     void listsAdministratorsAsRoot();
     void tellsWhatCannotBeRead();
+    void readsNoMoreThanTheModule();
+    void readsPlainFilesAlone();
     void takesOptionsOfLine();
     void forgetsOneAccount();
     void forgetsNothingOfStrangers();
@@ -204,6 +206,43 @@ void FailureRecordsTest::tellsWhatCannotBeRead()
     const ProgramResult result =
         runAs(nobody, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("LISTS=1 ") + program});
     QCOMPARE(result.standardOutput, QByteArray("/var/lib/failures/alone: Permission denied"));
+}
+
+void FailureRecordsTest::readsNoMoreThanTheModule()
+{
+    setUp("deny = 2\nnodelay\n");
+    const QString records = folder + QLatin1String("/tester");
+    writeContent("/etc/pam.d/common-auth",
+                 "auth required pam_faillock.so preauth\nauth [success=1 default=bad] pam_unix.so nodelay\n"
+                 "auth [default=die] pam_faillock.so authfail\nauth required pam_permit.so\n");
+    const QByteArray two = entry(100) + entry(100);
+    const struct {
+        QByteArray content;
+        bool isLocked;
+    } files[] = {{QByteArray(64 * 1022, '\0') + two, true}, {QByteArray(64 * 1023, '\0') + two, false}, {two, true}};
+    for (const auto &file : files) {
+        writeContent(records, file.content);
+        QCOMPARE(failureRecords().accounts.constFirst().isLocked, file.isLocked);
+        QCOMPARE(login(password), file.isLocked ? 1 : 0);
+    }
+
+    writeContent("/etc/pam.d/common-auth", m_stack);
+    // takes no room on the disk, and would take all of the memory
+    writeContent(records, entry(100) + entry(100));
+    QCOMPARE(runAs(root, "truncate -s 1T /var/lib/failures/tester").exitCode, 0);
+    QCOMPARE(listed(), QStringLiteral("tester: 2, tty1, -100 to -100, locked until 500\n"));
+    QCOMPARE(forgetFailures(tester), QString());
+}
+
+void FailureRecordsTest::readsPlainFilesAlone()
+{
+    setUp("");
+    writeContent("/var/lib/stranger", entry(100));
+    for (const char *command : {"mkfifo /var/lib/failures/tester", "ln -s ../stranger /var/lib/failures/tester"}) {
+        QCOMPARE(runAs(root, command).exitCode, 0);
+        QCOMPARE(listed(), QString());
+        QCOMPARE(runAs(root, "rm /var/lib/failures/tester").exitCode, 0);
+    }
 }
 
 void FailureRecordsTest::takesOptionsOfLine()
