@@ -4,8 +4,8 @@
 #include "policies/faillock/FailureRecords.h"
 
 #include "engine/Command.h"
-#include "policies/modules/ModuleFile.h"
 #include "policies/modules/ModuleReading.h"
+#include "policies/modules/ModuleRules.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -39,14 +39,20 @@ constexpr int mostEntries = 1024; // the module reads no more of a file
 class FaillockLimits
 {
 public:
-    explicit FaillockLimits(const ModuleReading &reading) : m_values(reading.values)
+    explicit FaillockLimits(const ModuleReading &reading)
     {
-        for (const ModuleLine &line : reading.lines) {
-            if (line.options.contains(faillockPolicy().enforcingOption)) {
-                lay(moduleOptionValues(faillockPolicy(), line.options));
-                return;
-            }
+        const ModuleLine *line = decidingLine(faillockPolicy(), reading);
+        m_refuses = line && refuses(faillockPolicy(), *line);
+        m_rules.values = reading.values;
+        if (line) {
+            m_rules = moduleRules(faillockPolicy(), *line);
         }
+    }
+
+    /// Why they aren't known, one line; empty if they are.
+    QString error() const
+    {
+        return m_rules.error;
     }
 
     QString folder() const
@@ -59,12 +65,13 @@ public:
         return value("fail_interval").toLongLong();
     }
 
-    /// So many failures are too many; none for who is never locked.
+    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records.
     std::optional<qint64> mostFailures(const QString &account) const
     {
         const qint64 most = value("deny").toLongLong();
-        return most == 0 || (isAdministrator(account) && !locksAdministrators()) ? std::nullopt
-                                                                                 : std::make_optional(most);
+        return !m_refuses || most == 0 || (isAdministrator(account) && !locksAdministrators())
+            ? std::nullopt
+            : std::make_optional(most);
     }
 
     /// For how many seconds an account is locked; 0 is for ever.
@@ -75,17 +82,9 @@ public:
     }
 
 private:
-    void lay(const QVariantMap &options)
-    {
-        for (auto option = options.begin(); option != options.end(); ++option) {
-            m_values.insert(option.key(), *option);
-        }
-    }
-
     QVariant value(const char *name) const
     {
-        const QString key = QLatin1String(name);
-        return m_values.value(key, faillockPolicy().find(key)->byDefault);
+        return m_rules.value(faillockPolicy(), QLatin1String(name));
     }
 
     bool locksAdministrators() const
@@ -113,7 +112,8 @@ private:
         return groups.contains(wanted);
     }
 
-    QVariantMap m_values;
+    ModuleRules m_rules;
+    bool m_refuses;
 };
 
 /// The records of an account. The file is that account's own, which may have made anything of it.
@@ -221,7 +221,7 @@ FailureListing failureRecords()
     FailureListing listing;
     const ModuleReading reading = readModule(faillockPolicy());
     const FaillockLimits limits(reading);
-    listing.error = reading.error;
+    listing.error = reading.error.isEmpty() ? limits.error() : reading.error;
     const QDir folder(limits.folder());
     if (folder.exists() && !folder.isReadable()) {
         listing.error = folder.path() + QLatin1String(": ") + qt_error_string(EACCES);

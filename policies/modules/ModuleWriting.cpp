@@ -234,13 +234,12 @@ private:
                 ? ended(Kind::Done, tr("no stack calls %1: pam-auth-update(8) shows the profiles").arg(m_policy.module))
                 : ended(Kind::Done);
         }
-        switch (m_before.force) {
-        case ModuleForce::OurProfiles:
+        if (m_before.force == ModuleForce::OurProfiles) {
             return ended(Kind::Done);
-        case ModuleForce::OtherLines:
-            return ended(Kind::InForceAlready, tr("%1 is called already: %2").arg(m_policy.module, otherLine()));
-        case ModuleForce::None:
-            break;
+        }
+        const QString line = lineNotToDouble();
+        if (!line.isEmpty()) {
+            return ended(Kind::InForceAlready, tr("%1 is called already: %2").arg(m_policy.module, line));
         }
         const QString obstacle = obstacleToProfiles();
         return obstacle.isEmpty() ? runTool(QStringLiteral("--enable")) : failed(obstacle);
@@ -392,10 +391,11 @@ private:
         return line.path + QLatin1Char(':') + QString::number(line.number);
     }
 
-    QString otherLine() const
+    /// One that isn't ours, and that ours would repeat; empty if there is none.
+    QString lineNotToDouble() const
     {
         for (const ModuleLine &line : m_before.lines) {
-            if (!line.isOurs) {
+            if (!line.isOurs && (line.isCommon || enforces(m_policy, line))) {
                 return lineText(line);
             }
         }

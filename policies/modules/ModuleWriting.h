@@ -42,7 +42,8 @@ struct ModuleOutcome {
     enum class Kind {
         /// The values stand where they are kept, and the profiles are as wanted.
         Done,
-        /// As Done, but our profiles stay off: other lines call the module already, and would do so twice.
+        /// As Done, but our profiles stay off: other lines call the module already, and would do so twice. Whether they put
+        /// the policy in force is for a reading to say.
         InForceAlready,
         /// To be switched off, but other lines than ours call the module, and go on calling it. The values are written.
         NotOurs,

@@ -86,6 +86,7 @@ void editByHand()
 }
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
+Q_DECLARE_METATYPE(ModuleForce)
 
 class ModuleWritingTest : public QObject
 {
@@ -102,7 +103,9 @@ private Q_SLOTS:
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
+    void doublesNoOtherLine_data();
     void doublesNoOtherLine();
+    void knowsItsLinesAmongOthers();
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
@@ -284,18 +287,66 @@ void ModuleWritingTest::writesEditedStacksAnewByForce()
     QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
 }
 
+void ModuleWritingTest::doublesNoOtherLine_data()
+{
+    const Rows<RowText, QByteArray, RowText, ModuleForce> row("stack", "lines", "line", "force");
+    const QByteArray preauth = "auth required pam_faillock.so preauth\n";
+    const QByteArray authfail = "auth [default=die] pam_faillock.so authfail\n";
+    row("the common stack's", "common-auth", preauth + authfail, "common-auth:1", ModuleForce::OtherLines);
+    row("with authsucc",
+        "common-auth",
+        authfail + "auth required pam_faillock.so authsucc\n",
+        "common-auth:1",
+        ModuleForce::OtherLines);
+    row("what the common stack includes", "corporate", preauth + authfail, "corporate:1", ModuleForce::OtherLines);
+    row("one that counts, and none that refuses", "common-auth", authfail, "common-auth:1", ModuleForce::None);
+    row("one that refuses, and none that counts", "common-auth", preauth, "common-auth:1", ModuleForce::None);
+    row("one that forgets, and nothing else",
+        "common-account",
+        "account required pam_faillock.so\n",
+        "common-account:1",
+        ModuleForce::None);
+    row("a service's", "own", preauth + authfail, "own:2", ModuleForce::None);
+    row("a service's that counts", "own", authfail, "own:1", ModuleForce::None);
+}
+
 void ModuleWritingTest::doublesNoOtherLine()
 {
-    const QString sshd = QStringLiteral("/etc/pam.d/own");
-    writeContent(sshd, "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n");
-    const QByteArray stack = contentOf(commonAuth);
+    QFETCH(const QString, stack);
+    QFETCH(const QByteArray, lines);
+    QFETCH(const QString, line);
+    QFETCH(const ModuleForce, force);
+    const QString path = QLatin1String("/etc/pam.d/") + stack;
+    writeContent(commonAuth, "auth include corporate\n" + m_machine.value(commonAuth));
+    writeContent("/etc/pam.d/corporate", "");
+    writeContent(path, lines + (path == commonAuth ? contentOf(commonAuth) : QByteArray()));
+    const FolderContent before = machine();
 
     const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.reason, QLatin1String("pam_faillock is called already: /etc/pam.d/") + line);
     QCOMPARE(outcome.kind, Kind::InForceAlready);
-    QCOMPARE(outcome.reason, QStringLiteral("pam_faillock is called already: /etc/pam.d/own:1"));
-    QCOMPARE(contentOf(commonAuth), stack);
     QCOMPARE(readModule(faillockPolicy()).values, five);
-    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OtherLines);
+    QCOMPARE(readModule(faillockPolicy()).force, force);
+    QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).kind, Kind::Done);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::knowsItsLinesAmongOthers()
+{
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    const QByteArray own = "auth\trequisite\tpam_faillock.so preauth\n";
+    writeContent(commonAuth, own + contentOf(commonAuth));
+
+    QStringList ours;
+    for (const ModuleLine &line : readModule(faillockPolicy()).lines) {
+        ours += line.isOurs ? line.path.section(QLatin1Char('-'), -1) : QStringLiteral("own");
+    }
+    QCOMPARE(ours.join(QLatin1Char(' ')), QStringLiteral("account own auth auth"));
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
+    const ModuleOutcome off = write(faillockPolicy(), five, Switch::Off);
+    QCOMPARE(off.kind, Kind::NotOurs);
+    QCOMPARE(off.reason, QStringLiteral("pam_faillock is still called: /etc/pam.d/common-auth:1"));
+    QCOMPARE(contentOf(commonAuth), own + m_machine.value(commonAuth));
 }
 
 void ModuleWritingTest::saysWhatItCantSwitchOff()
