@@ -127,6 +127,7 @@ public:
         , m_wish(wish)
         , m_place(place)
         , m_before(readModule(policy, place.root))
+        , m_values(wantedValues(wish, m_before.values))
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
     }
@@ -197,7 +198,7 @@ private:
         QFile file(path);
         const bool isThere = file.open(QIODevice::ReadOnly);
         const QByteArray content = isThere ? file.readAll() : QByteArray();
-        const QByteArray written = moduleFileWith(m_policy, content, m_wish.values);
+        const QByteArray written = moduleFileWith(m_policy, content, m_values);
         if (written == content) {
             return true;
         }
@@ -335,7 +336,7 @@ private:
     {
         const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
         if (lines.isEmpty()) {
-            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_wish.values).isEmpty();
+            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_values).isEmpty();
             *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(m_policy.module) : QString();
             return !isLost;
         }
@@ -345,8 +346,8 @@ private:
             return false;
         }
         const ModuleLine &line = lines.constFirst();
-        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_wish.values)
-            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_wish.values), error);
+        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_values)
+            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_values), error);
     }
 
     bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const
@@ -383,7 +384,7 @@ private:
     {
         const ModuleReading now = readModule(m_policy, m_place.root);
         const bool areGone = !moduleReadsFile(m_policy) && now.lines.isEmpty();
-        return now.error.isEmpty() && (areGone || now.values == setValues(m_policy, m_wish.values));
+        return now.error.isEmpty() && (areGone || now.values == setValues(m_policy, m_values));
     }
 
     static QString lineText(const ModuleLine &line)
@@ -406,6 +407,8 @@ private:
     const ModuleWish &m_wish;
     const ModulePlace &m_place;
     const ModuleReading m_before;
+    /// All that is to stand there afterwards.
+    const QVariantMap m_values;
     const FileSnapshot m_snapshot;
 };
 }
@@ -423,6 +426,18 @@ Command ModulePlace::pamAuthUpdateAlone()
 bool ModuleOutcome::succeeded() const
 {
     return kind == Kind::Done || kind == Kind::InForceAlready || kind == Kind::NotOurs;
+}
+
+QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
+{
+    QVariantMap values = wish.merges ? present : QVariantMap();
+    for (const QString &name : wish.unset) {
+        values.remove(name);
+    }
+    for (auto value = wish.values.begin(); value != wish.values.end(); ++value) {
+        values.insert(value.key(), *value);
+    }
+    return values;
 }
 
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)

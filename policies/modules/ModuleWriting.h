@@ -19,12 +19,19 @@ struct ModuleWish {
         Off,
     };
 
-    /// All that its file is to set of the policy; what is absent is taken away.
+    /// What it is to set of the policy.
     QVariantMap values;
     Switch profiles = Switch::On;
     /// Whether pam-auth-update(8) may write stacks anew that were edited by hand.
     bool force = false;
+    /// Whether what stands there and isn't named here stays as it is by then; else it is taken away.
+    bool merges = false;
+    /// What is taken away from there in any case, by name.
+    QStringList unset = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
+
+/// All that a policy is to set, where these values stand now.
+QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present);
 
 /// Where the files are that a write changes, and which tool changes the stacks there.
 struct ModulePlace {

@@ -16,7 +16,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <future>
 #include <sys/stat.h>
+#include <vector>
 
 namespace
 {
@@ -100,6 +102,9 @@ private Q_SLOTS:
     void switchesHistoryOnAndOff();
     void writesQualityBesideTheLibrarysFile();
     void changesNothingTheSecondTime();
+    void mergesWhatIsNamed_data();
+    void mergesWhatIsNamed();
+    void losesNothingOfWritersAtOnce();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
@@ -247,6 +252,47 @@ void ModuleWritingTest::changesNothingTheSecondTime()
         QVERIFY(!outcome.changed);
         QCOMPARE(machine(), once);
     }
+}
+
+void ModuleWritingTest::mergesWhatIsNamed_data()
+{
+    const Rows<QVariantMap, QStringList, QByteArray> row("values", "unset", "file");
+    const QVariantMap six{{QStringLiteral("deny"), 6LL}};
+    row("nothing", {}, {}, "deny = 5\nunlock_time = 0\naudit\n");
+    row("another value", six, {}, "deny = 6\nunlock_time = 0\naudit\n");
+    row("one more", {{QStringLiteral("silent"), true}}, {}, "deny = 5\nunlock_time = 0\naudit\nsilent\n");
+    row("one less", {}, {QStringLiteral("deny")}, "unlock_time = 0\naudit\n");
+    row("none that isn't there", {}, {QStringLiteral("silent")}, "deny = 5\nunlock_time = 0\naudit\n");
+    row("a flag less", {{QStringLiteral("audit"), false}}, {}, "deny = 5\nunlock_time = 0\n");
+    row("both", six, {QStringLiteral("deny"), QStringLiteral("audit")}, "deny = 6\nunlock_time = 0\n");
+}
+
+void ModuleWritingTest::mergesWhatIsNamed()
+{
+    QFETCH(const QVariantMap, values);
+    QFETCH(const QStringList, unset);
+    QFETCH(const QByteArray, file);
+    writeContent(faillockFile, "deny = 5\nunlock_time = 0\naudit\n");
+
+    QCOMPARE(writeModule(faillockPolicy(), {values, Switch::Stay, false, true, unset}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), file);
+}
+
+void ModuleWritingTest::losesNothingOfWritersAtOnce()
+{
+    std::vector<std::future<ModuleOutcome>> writers;
+    QVariantMap all;
+    for (const char *name : {"audit", "silent", "no_log_info", "local_users_only", "nodelay"}) {
+        const QVariantMap own{{QLatin1String(name), true}};
+        all.insert(QLatin1String(name), true);
+        writers.push_back(std::async(std::launch::async, [own] {
+            return writeModule(faillockPolicy(), {own, Switch::Stay, false, true});
+        }));
+    }
+    for (std::future<ModuleOutcome> &writer : writers) {
+        QCOMPARE(writer.get().reason, QString());
+    }
+    QCOMPARE(readModule(faillockPolicy()).values, all);
 }
 
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
