@@ -4,13 +4,13 @@
 #include "service/PolicyWrite.h"
 
 #include "policies/machine/ModuleTrial.h"
-#include "policies/modules/ModuleReading.h"
 #include "service/BusTypes.h"
 #include "service/JournalEntry.h"
 
 #include <QDBusArgument>
 
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -67,17 +67,41 @@ bool takeValues(const ModulePolicy &policy, const QVariantMap &values, QVariantM
     return invalid.isEmpty();
 }
 
+bool takeUnset(const QVariant &names, PolicyWrite *write, Answer *fault)
+{
+    if (names.userType() != QMetaType::QStringList) {
+        *fault = Answer::failure(invalidOptionError, QStringLiteral("unset is a list of names"));
+        return false;
+    }
+    write->wish.unset = names.toStringList();
+    for (const QString &name : std::as_const(write->wish.unset)) {
+        if (!write->policy->find(name)) {
+            *fault =
+                Answer::failure(unknownSettingError,
+                                QStringLiteral("%1 has no such setting: %2").arg(write->policy->name, name.left(64)));
+            return false;
+        }
+    }
+    return true;
+}
+
 bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
 {
     write->wish.profiles = ModuleWish::Switch::Stay;
     for (auto option = options.begin(); option != options.end(); ++option) {
+        if (option.key() == QLatin1String("unset")) {
+            if (!takeUnset(option.value(), write, fault)) {
+                return false;
+            }
+            continue;
+        }
         const bool isSet = option.value().toBool();
         if (option.value().userType() != QMetaType::Bool) {
             *fault = Answer::failure(invalidOptionError, QStringLiteral("options are booleans: merge, on, force"));
             return false;
         }
         if (option.key() == QLatin1String("merge")) {
-            write->merges = isSet;
+            write->wish.merges = isSet;
         } else if (option.key() == QLatin1String("on")) {
             write->wish.profiles = isSet ? ModuleWish::Switch::On : ModuleWish::Switch::Off;
         } else if (option.key() == QLatin1String("force")) {
@@ -89,26 +113,6 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
         }
     }
     return true;
-}
-
-/// With what is to stay of the values that stand there now; none, and says why, if they can't be read.
-std::optional<ModuleWish> wholeWish(const PolicyWrite &write, const QString &root, Answer *fault)
-{
-    if (!write.merges) {
-        return write.wish;
-    }
-    const ModuleReading reading = readModule(*write.policy, root);
-    if (!reading.error.isEmpty()) {
-        *fault = Answer::failure(failedError, reading.error);
-        return {};
-    }
-    ModuleWish whole = write.wish;
-    for (auto value = reading.values.begin(); value != reading.values.end(); ++value) {
-        if (!whole.values.contains(value.key())) {
-            whole.values.insert(value.key(), value.value());
-        }
-    }
-    return whole;
 }
 
 const char *errorOf(ModuleOutcome::Kind kind)
@@ -131,14 +135,14 @@ Answer answerOf(const ModuleOutcome &outcome)
     return {{outcome.changed, outcome.reason}, {}, {}, {}};
 }
 
-void note(const PolicyWrite &write, const ModuleWish &wish, const ModuleOutcome &outcome, const Caller &caller)
+void note(const PolicyWrite &write, const ModuleOutcome &outcome, const Caller &caller)
 {
     const QString error = answerOf(outcome).error;
     writeToJournal({caller,
                     QStringLiteral("write-") + write.policy->name,
                     QStringLiteral("policy ") + write.policy->name,
                     outcome.before,
-                    wish.values,
+                    wantedValues(write.wish, outcome.before),
                     error.isEmpty() ? doneOutcome() : error,
                     outcome.reason});
 }
@@ -167,14 +171,9 @@ policyWrite(const QString &policy, const QVariantMap &values, const QVariantMap 
 
 Answer runWrite(const PolicyWrite &write, const Caller &caller)
 {
-    Answer answer;
-    const std::optional<ModuleWish> wish = wholeWish(write, QString(), &answer);
-    if (!wish) {
-        return answer;
-    }
-    const ModuleOutcome outcome = writeModule(*write.policy, *wish);
-    note(write, *wish, outcome, caller);
-    answer = answerOf(outcome);
+    const ModuleOutcome outcome = writeModule(*write.policy, write.wish);
+    note(write, outcome, caller);
+    Answer answer = answerOf(outcome);
     if (outcome.changed) {
         answer.changedPolicy = write.policy->name;
     }
@@ -188,12 +187,7 @@ Answer previewWrite(const PolicyWrite &write)
     if (!copy.error().isEmpty()) {
         return Answer::failure(failedError, copy.error());
     }
-    Answer answer;
-    const std::optional<ModuleWish> wish = wholeWish(write, copy.root(), &answer);
-    if (!wish) {
-        return answer;
-    }
-    const ModuleOutcome outcome = trial.write(*wish);
+    const ModuleOutcome outcome = trial.write(write.wish);
     if (!outcome.succeeded()) {
         return Answer::failure(errorOf(outcome.kind), outcome.reason);
     }

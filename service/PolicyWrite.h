@@ -14,8 +14,6 @@ struct Caller;
 struct PolicyWrite {
     const ModulePolicy *policy = nullptr;
     ModuleWish wish = {};
-    /// Whether what the wish doesn't name stays as it is.
-    bool merges = false;
 };
 
 /// Null, and says so, if there is none of that name.

@@ -64,14 +64,30 @@ QString differenceText(const Change &change, const Settings &read, const Compari
     return lines.join(QLatin1Char('\n'));
 }
 
-Outcome verify(const Change &change)
+/// What is to be there after the change, where this is there: others may have changed what it doesn't.
+Settings wantedWith(const Settings &read, const Change &change)
 {
+    if (!change.store->keepsOthersChanges() || !change.before.outcome.succeeded()) {
+        return change.wanted;
+    }
+    Wishes wishes;
+    const auto keys = differingKeys(change.store->schema(), change.before.settings, change.wanted);
+    for (const QString &key : keys) {
+        wishes.insert(key, change.wanted.value(key));
+    }
+    return fulfilled(change.store->schema(), read, wishes);
+}
+
+Outcome verify(const Change &begun)
+{
+    Change change = begun;
     const QString written = translate("Change", "%1 was written, but is not in force").arg(change.store->phrase());
     const Reading after = change.store->read();
     if (!after.outcome.succeeded()) {
         const QStringList lines{written, after.outcome.error, change.store->reasonNotInForce()};
         return {ExitCode::NotInForce, lines.join(QLatin1Char('\n')).trimmed()};
     }
+    change.wanted = wantedWith(after.settings, change);
     const Comparison comparison = comparisonWith(after.settings, change);
     if (comparison.isInForce(change.wanted)) {
         return {};

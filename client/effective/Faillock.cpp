@@ -7,6 +7,7 @@
 #include "client/effective/PamLine.h"
 #include "client/system/PamFiles.h"
 #include "policies/lockout/LockoutPolicy.h"
+#include "policies/modules/ModuleRules.h"
 
 #include <QRegularExpression>
 
@@ -126,18 +127,6 @@ private:
     QVector<BindingSetting> m_settings;
 };
 
-/// The file that the options name, or the usual one.
-QString configurationPath(const QStringList &options)
-{
-    for (const QString &option : options) {
-        const Assignment assignment = assignmentOf(option);
-        if (assignment.name == QLatin1String("conf")) {
-            return assignment.text;
-        }
-    }
-    return QStringLiteral("/etc/security/faillock.conf");
-}
-
 void layFile(const QString &path, Layers *layers)
 {
     const auto lines = QString::fromUtf8(fileContent(path)).split(QLatin1Char('\n'));
@@ -149,7 +138,7 @@ void layFile(const QString &path, Layers *layers)
 QVector<BindingSetting> settingsOfLine(const PamLine &line, const QString &stack)
 {
     Layers layers;
-    layFile(configurationPath(line.options), &layers);
+    layFile(configurationPath(line.options, faillockPolicy().path), &layers);
     for (const QString &option : line.options) {
         layers.lay(assignmentOf(option), stack);
     }

@@ -4,23 +4,12 @@
 #include "client/effective/ModuleInForce.h"
 
 #include "client/Translation.h"
-#include "policies/modules/ModuleFile.h"
-#include "policies/modules/ModuleReading.h"
+#include "policies/modules/ModuleRules.h"
 
 #include <algorithm>
 
 namespace
 {
-/// The line by whose options the module goes; null if none calls it.
-const ModuleLine *decidingLine(const ModulePolicy &module, const ModuleReading &reading)
-{
-    const QVector<ModuleLine>::const_iterator line =
-        std::find_if(reading.lines.begin(), reading.lines.end(), [&module](const ModuleLine &candidate) {
-            return module.enforcingOption.isEmpty() || candidate.options.contains(module.enforcingOption);
-        });
-    return line == reading.lines.end() ? nullptr : &*line;
-}
-
 /// Lays values over those that are there.
 void lay(const QVariantMap &values, const Origin &origin, InForce *inForce)
 {
@@ -41,14 +30,24 @@ QVariantMap defaultsOf(const ModulePolicy &module)
     return values;
 }
 
-void layOptions(const ModulePolicy &module, const ModuleLine &line, InForce *inForce)
+/// What the module goes by at the line, instead of what the policy's own place has.
+void layRules(const ModulePolicy &module, const ModuleRules &rules, const ModuleLine &line, InForce *inForce)
 {
-    const QVariantMap options = moduleOptionValues(module, line.options);
-    lay(options, line.path, inForce);
-    for (auto option = options.begin(); option != options.end(); ++option) {
-        inForce->remedies.insert(option.key(),
-                                 translate("ModuleInForce", "take it out of the line of %1 there").arg(module.module));
+    inForce->settings = defaultsOf(module);
+    inForce->origins.clear();
+    for (auto value = rules.values.begin(); value != rules.values.end(); ++value) {
+        const Origin origin = rules.sources.value(value.key());
+        lay({{value.key(), *value}}, origin, inForce);
+        if (origin == line.path) {
+            inForce->remedies.insert(
+                value.key(), translate("ModuleInForce", "take it out of the line of %1 there").arg(module.module));
+        }
     }
+}
+
+QString lineText(const ModuleLine &line)
+{
+    return line.path + QLatin1Char(':') + QString::number(line.number);
 }
 
 /// What the policy does not do while the module isn't called.
@@ -64,6 +63,68 @@ QString decidingKey(const QString &policy)
     return policy == QLatin1String("faillock") ? QStringLiteral("deny") : QStringLiteral("remember");
 }
 
+/// Why the policy isn't in force, though there may be lines that call the module.
+QString missingCall(const ModulePolicy &module, const ModuleReading &reading, const QString &effect)
+{
+    if (reading.lines.isEmpty()) {
+        return translate("ModuleInForce", "%1: no stack in /etc/pam.d calls %2").arg(effect, module.module);
+    }
+    const ModuleLine &line = reading.lines.constFirst(); // those of the common stacks come first
+    if (!line.isCommon) {
+        return translate("ModuleInForce", "%1 in general: only %2 calls %3").arg(effect, lineText(line), module.module);
+    }
+    const bool isCounted = std::any_of(reading.lines.begin(), reading.lines.end(), [&](const ModuleLine &candidate) {
+        return candidate.isCommon && enforces(module, candidate);
+    });
+    return isCounted ? translate("ModuleInForce", "%1: %2 calls %3, but none does with preauth")
+                           .arg(effect, lineText(line), module.module)
+                     : translate("ModuleInForce", "%1: %2 calls %3, but none does with authfail")
+                           .arg(effect, lineText(line), module.module);
+}
+
+/// What all lines have to agree in; the rest is about messages.
+bool isOfAllLines(const ModuleSetting &setting)
+{
+    static const QStringList messages{QStringLiteral("audit"),
+                                      QStringLiteral("silent"),
+                                      QStringLiteral("no_log_info"),
+                                      QStringLiteral("nodelay"),
+                                      QStringLiteral("retry")};
+    return !messages.contains(setting.name);
+}
+
+/// Where another line of the common stacks goes by another value, a sentence each.
+QStringList disagreements(const ModulePolicy &module, const ModuleReading &reading, const ModuleLine &deciding)
+{
+    const ModuleRules rules = moduleRules(module, deciding);
+    QStringList sentences;
+    for (const ModuleLine &line : reading.lines) {
+        const ModuleRules others = line.isCommon ? moduleRules(module, line) : rules;
+        for (const ModuleSetting &setting : module.settings) {
+            // called for the account it does nothing but to forget what is in the folder
+            const bool matters =
+                enforces(module, line) || refuses(module, line) || setting.kind == ModuleSetting::Kind::Path;
+            const QVariant one = rules.value(module, setting.name);
+            const QVariant other = others.value(module, setting.name);
+            if (matters && isOfAllLines(setting) && one != other) {
+                sentences += translate("ModuleInForce", "%1 is another one at %2 than at %3, which is shown")
+                                 .arg(setting.name, lineText(line), lineText(deciding));
+            }
+        }
+    }
+    return sentences;
+}
+
+/// Where the module is to read another file than the policy's.
+QStringList otherFile(const ModulePolicy &module, const ModuleLine &deciding)
+{
+    const QString file = moduleRules(module, deciding).file;
+    return file.isEmpty() || file == module.path
+        ? QStringList()
+        : QStringList{translate("ModuleInForce", "%1 goes by %2, not by %3: so says conf= at %4")
+                          .arg(module.module, file, module.path, lineText(deciding))};
+}
+
 /// What keeps the policy from being in force, a sentence each.
 QStringList
 moduleRemarks(const Policy &policy, const ModulePolicy &module, const ModuleReading &reading, const InForce &inForce)
@@ -73,14 +134,16 @@ moduleRemarks(const Policy &policy, const ModulePolicy &module, const ModuleRead
         return {translate("ModuleInForce", "%1: %2.so is not installed").arg(effect, module.module)};
     }
     if (reading.force == ModuleForce::None) {
-        return {translate("ModuleInForce", "%1: no stack in /etc/pam.d calls %2").arg(effect, module.module)};
+        return {missingCall(module, reading, effect)};
     }
+    const ModuleLine &line = *decidingLine(module, reading);
+    QStringList remarks = otherFile(module, line) + disagreements(module, reading, line);
     const QString key = decidingKey(policy.name);
     if (inForce.settings.value(key) == QVariant(0LL)) {
-        return {
-            translate("ModuleInForce", "%1: %2 = 0 in %3").arg(effect, key, originText(inForce.origins.value(key)))};
+        remarks +=
+            translate("ModuleInForce", "%1: %2 = 0 in %3").arg(effect, key, originText(inForce.origins.value(key)));
     }
-    return {};
+    return remarks;
 }
 }
 
@@ -92,8 +155,11 @@ InForce moduleInForce(const Policy &policy)
     InForce inForce;
     lay(defaultsOf(module), Origin(), &inForce);
     lay(reading.values, reading.source, &inForce);
-    if (line && reading.source != line->path) {
-        layOptions(module, *line, &inForce);
+    QString error = reading.error;
+    if (line && line->isCommon && reading.source != line->path) {
+        const ModuleRules rules = moduleRules(module, *line);
+        layRules(module, rules, *line, &inForce);
+        error = error.isEmpty() ? rules.error : error;
     }
     if (line && reading.force != ModuleForce::None) {
         lay({{enabledKey(), true}}, line->path, &inForce);
@@ -102,8 +168,8 @@ InForce moduleInForce(const Policy &policy)
     inForce.isAvailable = !reading.modulePath.isEmpty();
     inForce.remarks = moduleRemarks(policy, module, reading, inForce);
     inForce.isEnforced = inForce.remarks.isEmpty();
-    if (!reading.error.isEmpty()) {
-        inForce.remarks += reading.error;
+    if (!error.isEmpty()) {
+        inForce.remarks += error;
     }
     return inForce;
 }

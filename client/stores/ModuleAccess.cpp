@@ -19,7 +19,9 @@ namespace
 /// The arguments of WritePolicy.
 QVariantList writeArguments(const ModulePolicy &policy, const ModuleWish &wish)
 {
-    QVariantMap options{{QStringLiteral("force"), wish.force}};
+    QVariantMap options{{QStringLiteral("force"), wish.force},
+                        {QStringLiteral("merge"), wish.merges},
+                        {QStringLiteral("unset"), wish.unset}};
     if (wish.profiles != ModuleWish::Switch::Stay) {
         options.insert(QStringLiteral("on"), wish.profiles == ModuleWish::Switch::On);
     }

@@ -43,13 +43,15 @@ const SettingSchema &ModuleStore::schema() const
 
 Reading ModuleStore::read()
 {
+    m_read.reset();
     const ModuleReading reading = readModule(m_module);
     if (!reading.error.isEmpty()) {
         return {{ExitCode::Failed, readFailure(reading.error)}, {}};
     }
     QVariantMap values = reading.values;
     values.insert(enabledKey(), reading.force != ModuleForce::None);
-    return {{}, normalized(m_policy.schema, values)};
+    m_read = normalized(m_policy.schema, values);
+    return {{}, *m_read};
 }
 
 bool ModuleStore::mayBeWritable() const
@@ -89,14 +91,28 @@ QString ModuleStore::danger(const Settings &before, const Settings &wanted) cons
         : QString();
 }
 
+bool ModuleStore::keepsOthersChanges() const
+{
+    return m_read.has_value();
+}
+
 ModuleWish ModuleStore::wishFor(const Settings &settings) const
 {
     using Switch = ModuleWish::Switch;
+    const bool isOn = settings.value(enabledKey()).toBool();
     ModuleWish wish;
-    wish.values = settings;
-    const bool isOn = wish.values.take(enabledKey()).toBool();
     wish.profiles = !m_policy.schema.find(enabledKey()) ? Switch::Stay : isOn ? Switch::On : Switch::Off;
     wish.force = m_access->mayForce();
+    wish.merges = m_read.has_value();
+    const auto changed = differingKeys(m_policy.schema, m_read.value_or(Settings()), settings);
+    for (const QString &key : changed) {
+        if (settings.contains(key)) {
+            wish.values.insert(key, settings.value(key));
+        } else {
+            wish.unset += key;
+        }
+    }
+    wish.values.remove(enabledKey());
     return wish;
 }
 

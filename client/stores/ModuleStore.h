@@ -7,6 +7,8 @@
 #include "client/stores/SettingsStore.h"
 #include "policies/modules/ModuleWriting.h"
 
+#include <optional>
+
 class PolicyAccess;
 
 /// The policy of a PAM module: read in this process, which everybody may, and written by way of ModuleAccess.
@@ -29,6 +31,7 @@ public:
     QString obstacle() const override;
     Preview preview(const Settings &settings) const override;
     QString danger(const Settings &before, const Settings &wanted) const override;
+    bool keepsOthersChanges() const override;
 
 private:
     ModuleWish wishFor(const Settings &settings) const;
@@ -37,4 +40,6 @@ private:
     const Policy &m_policy;
     const ModulePolicy &m_module;
     PolicyAccess *m_access;
+    /// What there was at the last read that succeeded: a write changes the difference to it, and nothing else.
+    std::optional<Settings> m_read;
 };

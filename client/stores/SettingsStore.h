@@ -48,6 +48,9 @@ public:
     /// What a change would bring about that nobody should ask for by accident, a sentence; empty if nothing.
     virtual QString danger(const Settings &before, const Settings &wanted) const;
 
+    /// Whether a write leaves what others have changed since the last read, as long as it isn't to change that itself.
+    virtual bool keepsOthersChanges() const;
+
     /// Why something that was written might not be in force, one line; empty if that isn't known.
     virtual QString reasonNotInForce() const;
 

@@ -4,8 +4,8 @@
 #include "policies/faillock/FailureRecords.h"
 
 #include "engine/Command.h"
-#include "policies/modules/ModuleFile.h"
 #include "policies/modules/ModuleReading.h"
+#include "policies/modules/ModuleRules.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,9 +14,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <cerrno>
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -30,19 +33,26 @@ struct TallyEntry {
 static_assert(sizeof(TallyEntry) == 64);
 
 constexpr quint16 isValid = 1; // else it was followed by a login that succeeded
+constexpr int mostEntries = 1024; // the module reads no more of a file
 
 /// What pam_faillock goes by.
 class FaillockLimits
 {
 public:
-    explicit FaillockLimits(const ModuleReading &reading) : m_values(reading.values)
+    explicit FaillockLimits(const ModuleReading &reading)
     {
-        for (const ModuleLine &line : reading.lines) {
-            if (line.options.contains(faillockPolicy().enforcingOption)) {
-                lay(moduleOptionValues(faillockPolicy(), line.options));
-                return;
-            }
+        const ModuleLine *line = decidingLine(faillockPolicy(), reading);
+        m_refuses = line && refuses(faillockPolicy(), *line);
+        m_rules.values = reading.values;
+        if (line) {
+            m_rules = moduleRules(faillockPolicy(), *line);
         }
+    }
+
+    /// Why they aren't known, one line; empty if they are.
+    QString error() const
+    {
+        return m_rules.error;
     }
 
     QString folder() const
@@ -55,12 +65,13 @@ public:
         return value("fail_interval").toLongLong();
     }
 
-    /// So many failures are too many; none for who is never locked.
+    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records.
     std::optional<qint64> mostFailures(const QString &account) const
     {
         const qint64 most = value("deny").toLongLong();
-        return most == 0 || (isAdministrator(account) && !locksAdministrators()) ? std::nullopt
-                                                                                 : std::make_optional(most);
+        return !m_refuses || most == 0 || (isAdministrator(account) && !locksAdministrators())
+            ? std::nullopt
+            : std::make_optional(most);
     }
 
     /// For how many seconds an account is locked; 0 is for ever.
@@ -71,17 +82,9 @@ public:
     }
 
 private:
-    void lay(const QVariantMap &options)
-    {
-        for (auto option = options.begin(); option != options.end(); ++option) {
-            m_values.insert(option.key(), *option);
-        }
-    }
-
     QVariant value(const char *name) const
     {
-        const QString key = QLatin1String(name);
-        return m_values.value(key, faillockPolicy().find(key)->byDefault);
+        return m_rules.value(faillockPolicy(), QLatin1String(name));
     }
 
     bool locksAdministrators() const
@@ -109,20 +112,69 @@ private:
         return groups.contains(wanted);
     }
 
-    QVariantMap m_values;
+    ModuleRules m_rules;
+    bool m_refuses;
+};
+
+/// The records of an account. The file is that account's own, which may have made anything of it.
+class TallyFile
+{
+public:
+    explicit TallyFile(const QString &path)
+        : m_path(path)
+        , m_descriptor(
+              open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC))
+        , m_error(m_descriptor == -1 ? errno : 0)
+    {
+        struct stat status = {};
+        m_isPlain = m_descriptor != -1 && fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    }
+
+    ~TallyFile()
+    {
+        if (m_descriptor != -1) {
+            close(m_descriptor);
+        }
+    }
+
+    /// Why it can't be read; empty if it can, or is nothing that the module would read.
+    QString error() const
+    {
+        const bool isOther = m_error == 0 || m_error == ELOOP || m_error == ENXIO || m_error == ENOENT;
+        return isOther ? QString() : m_path + QLatin1String(": ") + qt_error_string(m_error);
+    }
+
+    /// In their order; none where it is no plain file.
+    QVector<TallyEntry> validEntries() const
+    {
+        QVector<TallyEntry> entries;
+        TallyEntry entry;
+        for (int count = 0; m_isPlain && count < mostEntries && readNext(&entry); ++count) {
+            if (entry.status & isValid) {
+                entries += entry;
+            }
+        }
+        return entries;
+    }
+
+private:
+    Q_DISABLE_COPY(TallyFile)
+
+    bool readNext(TallyEntry *entry) const
+    {
+        return read(m_descriptor, entry, sizeof *entry) == ssize_t(sizeof *entry);
+    }
+
+    QString m_path;
+    int m_descriptor;
+    int m_error;
+    bool m_isPlain = false;
 };
 
 /// The failures that count, the last one at the end.
-QVector<TallyEntry> failuresIn(const QByteArray &content, qint64 interval)
+QVector<TallyEntry> failuresIn(const TallyFile &file, qint64 interval)
 {
-    QVector<TallyEntry> failures;
-    for (qsizetype at = 0; at + qsizetype(sizeof(TallyEntry)) <= content.size(); at += sizeof(TallyEntry)) {
-        TallyEntry entry;
-        std::memcpy(&entry, content.constData() + at, sizeof entry);
-        if (entry.status & isValid) {
-            failures += entry;
-        }
-    }
+    QVector<TallyEntry> failures = file.validEntries();
     std::stable_sort(failures.begin(), failures.end(), [](const TallyEntry &one, const TallyEntry &other) {
         return one.time < other.time;
     });
@@ -169,18 +221,15 @@ FailureListing failureRecords()
     FailureListing listing;
     const ModuleReading reading = readModule(faillockPolicy());
     const FaillockLimits limits(reading);
-    listing.error = reading.error;
+    listing.error = reading.error.isEmpty() ? limits.error() : reading.error;
     const QDir folder(limits.folder());
     if (folder.exists() && !folder.isReadable()) {
         listing.error = folder.path() + QLatin1String(": ") + qt_error_string(EACCES);
     }
     for (const QString &account : recordedAccounts(folder.path())) {
-        QFile file(folder.filePath(account));
-        if (!file.open(QIODevice::ReadOnly)) {
-            listing.error = file.fileName() + QLatin1String(": ") + file.errorString();
-            continue;
-        }
-        const QVector<TallyEntry> failures = failuresIn(file.readAll(), limits.interval());
+        const TallyFile file(folder.filePath(account));
+        listing.error = file.error().isEmpty() ? listing.error : file.error();
+        const QVector<TallyEntry> failures = failuresIn(file, limits.interval());
         if (!failures.isEmpty()) {
             listing.accounts += recordOf(account, failures, limits);
         }
@@ -204,8 +253,7 @@ QString forgetFailures(const QString &account)
             .arg(hasExited ? outcome.standardError.simplified() : outcome.errorString);
     }
     // it ends well where it could not write, too
-    QFile file(folder + QLatin1Char('/') + account);
-    if (file.open(QIODevice::ReadOnly) && !failuresIn(file.readAll(), 1).isEmpty()) {
+    if (!failuresIn(TallyFile(folder + QLatin1Char('/') + account), 1).isEmpty()) {
         return QCoreApplication::translate("FailureRecords", "%1 still has failures").arg(account);
     }
     return {};

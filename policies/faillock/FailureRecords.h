@@ -34,7 +34,8 @@ struct FailureListing {
 
 /**
  * The accounts that have failed to log in, by the records in pam_faillock's folder and the limits that it goes by: those of
- * faillock.conf(5) and of the options of its line. Only root may read the records of others.
+ * faillock.conf(5), or of the file that its line names instead, and of the options of the line that refuses who is locked. Only
+ * root may read the records of others. Nobody is locked where no such line is in any stack.
  *
  * No folder and no file is no failure: the first one that somebody makes creates them.
  */

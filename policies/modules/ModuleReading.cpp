@@ -9,8 +9,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QMap>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -26,36 +28,28 @@ QStringList securityFolders()
     return folders;
 }
 
-/// All of a file; a missing one is empty. Otherwise the error is noted.
-QByteArray contentOf(const QString &root, const QString &path, QString *error)
+QStringList possiblePaths(const QString &module)
 {
+    static const QStringList folders = securityFolders();
+    QStringList paths;
+    for (const QString &folder : folders) {
+        paths += folder + QLatin1Char('/') + module + QLatin1String(".so");
+    }
+    return paths;
+}
+
+/// All of a file; a missing one is empty. Otherwise the error is noted.
+QByteArray contentOf(const QString &root, const QString &path, ModuleReading *reading)
+{
+    reading->paths += path;
     QFile file(root + path);
     if (file.open(QIODevice::ReadOnly)) {
         return file.readAll();
     }
     if (file.exists()) {
-        *error = path + QLatin1String(": ") + file.errorString();
+        reading->error = path + QLatin1String(": ") + file.errorString();
     }
     return {};
-}
-
-QVector<ModuleLine> linesCalling(const ModulePolicy &policy, const QString &root, QString *error)
-{
-    const QByteArray name = policy.module.toLatin1();
-    QVector<ModuleLine> found;
-    for (const QString &service : pamServices(root)) {
-        const QString path = QLatin1String("/etc/pam.d/") + service;
-        const QByteArray content = contentOf(root, path, error);
-        if (!content.contains(name)) {
-            continue; // most files have no such line, and cutting all of them into words takes time
-        }
-        for (const PamStackLine &line : pamStackLines(content)) {
-            if (line.calls(policy.module) && policy.types.contains(line.type)) {
-                found += ModuleLine{path, line.number, line.type, line.options};
-            }
-        }
-    }
-    return found;
 }
 
 /// The stack of a type that pam-auth-update(8) writes.
@@ -64,50 +58,151 @@ QString stackOf(const QString &type)
     return QLatin1String("/etc/pam.d/common-") + type;
 }
 
+/// The path of a file that a line includes.
+QString includedPath(const QString &file)
+{
+    return file.startsWith(QLatin1Char('/')) ? file : QLatin1String("/etc/pam.d/") + file;
+}
+
+bool includes(const PamStackLine &line, const QString &type)
+{
+    const bool isWord = !line.isBracketed && line.type == type;
+    const QString control = line.control.toLower();
+    return line.type == QLatin1String("@include")
+        || (isWord && (control == QLatin1String("include") || control == QLatin1String("substack")));
+}
+
+/// The common stack of a type, and all that it includes.
+QStringList commonFiles(const QString &type, const QString &root, ModuleReading *reading)
+{
+    QStringList files{stackOf(type)};
+    for (int at = 0; at < files.size(); ++at) {
+        const QByteArray content = contentOf(root, files.at(at), reading);
+        if (!content.contains("include") && !content.contains("substack")) {
+            continue;
+        }
+        for (const PamStackLine &line : pamStackLines(content)) {
+            const QString path = includes(line, type) ? includedPath(line.module) : QString();
+            if (!path.isEmpty() && !files.contains(path)) {
+                files += path;
+            }
+        }
+    }
+    return files;
+}
+
+void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
+{
+    const QByteArray name = policy.module.toLatin1();
+    const QString folder = QStringLiteral("/etc/pam.d");
+    reading->paths += folder;
+    QStringList files;
+    for (const QString &service : pamServices(root)) {
+        files += folder + QLatin1Char('/') + service;
+    }
+    QMap<QString, QStringList> common;
+    for (const QString &type : policy.types) {
+        common.insert(type, commonFiles(type, root, reading));
+        files += common.value(type);
+    }
+    files.removeDuplicates();
+    for (const QString &path : std::as_const(files)) {
+        const QByteArray content = contentOf(root, path, reading);
+        if (!content.contains(name)) {
+            continue; // most files have no such line, and cutting all of them into words takes time
+        }
+        for (const PamStackLine &line : pamStackLines(content)) {
+            if (line.calls(policy.module) && policy.types.contains(line.type)) {
+                reading->lines += ModuleLine{
+                    path, line.number, line.type, line.options, line.control, common.value(line.type).contains(path)};
+            }
+        }
+    }
+    std::stable_partition(reading->lines.begin(), reading->lines.end(), [](const ModuleLine &line) {
+        return line.isCommon;
+    });
+}
+
 /// What pam-auth-update(8) has put into the stack of a type.
 struct RecordedStack {
     /// Those of our profiles that it has.
     QStringList profiles;
-    /// How many lines of theirs call the module.
-    qsizetype lines = 0;
+    /// Their lines that call the module.
+    QVector<PamStackLine> lines;
 };
 
-RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, QString *error)
+RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
 {
     RecordedStack record;
     QString profile;
-    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, error).split('\n');
+    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, reading).split('\n');
     for (const QByteArray &line : lines) {
         const QByteArray start = "Module: ";
         if (line.startsWith(start)) {
             profile = QString::fromUtf8(line.mid(start.size()));
         } else if (policy.profiles.contains(profile) && line.contains(policy.module.toLatin1() + ".so")) {
             record.profiles += profile;
-            ++record.lines;
+            record.lines += pamStackLines(type.toLatin1() + ' ' + line); // they stand there without their type
         }
     }
     return record;
 }
 
-bool enforces(const ModulePolicy &policy, const ModuleLine &line)
+/// Between which lines of a stack pam-auth-update(8) puts the profiles'.
+struct PrimaryBlock {
+    explicit PrimaryBlock(const QByteArray &stack)
+    {
+        const auto lines = stack.split('\n');
+        for (int number = 1; number <= lines.size(); ++number) {
+            if (lines.at(number - 1).startsWith("# here are the per-package modules (the \"Primary\" block)")) {
+                begin = number;
+            } else if (lines.at(number - 1).startsWith("# here's the fallback if no module succeeds")) {
+                end = number;
+            }
+        }
+    }
+
+    bool contains(int number) const
+    {
+        return number > begin && number < end;
+    }
+
+    int begin = 0;
+    int end = 0;
+};
+
+/// Whether a line of the stack is a line of a profile. pam-auth-update(8) keeps options that are added.
+bool isLineOf(const PamStackLine &profile, const ModuleLine &line)
 {
-    return policy.enforcingOption.isEmpty() || line.options.contains(policy.enforcingOption);
+    return line.control == profile.control && line.options.mid(0, profile.options.size()) == profile.options;
 }
 
-/// Marks the lines that come from our profiles; whether each of the profiles has all of its lines.
-bool markOurs(const ModulePolicy &policy, const QString &root, QVector<ModuleLine> *lines, QString *error)
+/// Marks the lines of a type that come from our profiles; whether each of the profiles has all of its lines.
+bool markOurs(const RecordedStack &record, const QString &type, const PrimaryBlock &block, QVector<ModuleLine> *lines)
+{
+    return std::all_of(record.lines.begin(), record.lines.end(), [&](const PamStackLine &recorded) {
+        const auto place = std::find_if(lines->begin(), lines->end(), [&](const ModuleLine &line) {
+            return !line.isOurs && line.type == type && line.path == stackOf(type) && block.contains(line.number)
+                && isLineOf(recorded, line);
+        });
+        if (place == lines->end()) {
+            return false;
+        }
+        place->isOurs = true;
+        return true;
+    });
+}
+
+/// The same for all types, and whether all of our profiles are there.
+bool markOurs(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
 {
     QStringList profiles;
     bool areWhole = !policy.profiles.isEmpty();
     for (const QString &type : policy.types) {
-        const RecordedStack record = recordOf(policy, type, root, error);
+        const RecordedStack record = recordOf(policy, type, root, reading);
         profiles += record.profiles;
-        qsizetype left = record.lines;
-        for (ModuleLine &line : *lines) {
-            line.isOurs = line.isOurs || (left > 0 && line.type == type && line.path == stackOf(type));
-            left -= line.isOurs && line.type == type ? 1 : 0;
-        }
-        areWhole = areWhole && left == 0;
+        const PrimaryBlock block(contentOf(root, stackOf(type), reading));
+        areWhole = markOurs(record, type, block, &reading->lines) && areWhole;
     }
     return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
                return profiles.contains(name);
@@ -116,10 +211,21 @@ bool markOurs(const ModulePolicy &policy, const QString &root, QVector<ModuleLin
 
 ModuleForce forceOf(const ModulePolicy &policy, const QVector<ModuleLine> &lines, bool areOursWhole)
 {
-    const bool areOthers = std::any_of(lines.begin(), lines.end(), [&policy](const ModuleLine &line) {
+    const auto isAny = [&lines](const auto &wanted) {
+        return std::any_of(lines.begin(), lines.end(), wanted);
+    };
+    const bool isInForce = isAny([&policy](const ModuleLine &line) {
+                               return line.isCommon && enforces(policy, line);
+                           })
+        && isAny([&policy](const ModuleLine &line) {
+                               return line.isCommon && refuses(policy, line);
+                           });
+    const bool areOthers = isAny([&policy](const ModuleLine &line) {
         return !line.isOurs && enforces(policy, line);
     });
-    return areOthers ? ModuleForce::OtherLines : areOursWhole ? ModuleForce::OurProfiles : ModuleForce::None;
+    return !isInForce                ? ModuleForce::None
+        : areOthers || !areOursWhole ? ModuleForce::OtherLines
+                                     : ModuleForce::OurProfiles;
 }
 
 /// Of the line that enforces it; the one that others include comes first.
@@ -138,7 +244,7 @@ void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *
     if (moduleReadsFile(policy)) {
         reading->source = policy.path;
         QString fault;
-        reading->values = moduleFileValues(policy, contentOf(root, policy.path, &reading->error), &fault);
+        reading->values = moduleFileValues(policy, contentOf(root, policy.path, reading), &fault);
         if (!fault.isEmpty()) {
             reading->error = policy.path + QLatin1String(": ") + fault;
         }
@@ -154,18 +260,30 @@ ModuleReading readModule(const ModulePolicy &policy, const QString &root)
 {
     ModuleReading reading;
     reading.modulePath = pamModulePath(policy.module);
-    reading.lines = linesCalling(policy, root, &reading.error);
-    const bool areOursWhole = markOurs(policy, root, &reading.lines, &reading.error);
+    reading.paths = possiblePaths(policy.module);
+    readLines(policy, root, &reading);
+    const bool areOursWhole = markOurs(policy, root, &reading);
     reading.force = forceOf(policy, reading.lines, areOursWhole);
     readValues(policy, root, &reading);
+    reading.paths.removeDuplicates();
     return reading;
+}
+
+bool enforces(const ModulePolicy &policy, const ModuleLine &line)
+{
+    return policy.enforcingOption.isEmpty() || line.options.contains(policy.enforcingOption);
+}
+
+bool refuses(const ModulePolicy &policy, const ModuleLine &line)
+{
+    // pam_faillock only forgets failures where it is called for the account
+    return policy.enforcingOption.isEmpty() || (line.type == policy.types.constFirst() && !enforces(policy, line));
 }
 
 QString pamModulePath(const QString &module)
 {
-    static const QStringList folders = securityFolders();
-    for (const QString &folder : folders) {
-        QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
+    const QStringList paths = possiblePaths(module);
+    for (const QString &path : paths) {
         if (QFile::exists(path)) {
             return path;
         }

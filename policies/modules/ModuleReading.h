@@ -7,11 +7,14 @@
 
 #include <QVariantMap>
 
-/// What puts a module's policy in force.
+/**
+ * What puts a module's policy in force: it is where the common stacks, which the services include, call the module for all
+ * that it takes to enforce it. A line in the stack of one service alone does not.
+ */
 enum class ModuleForce {
-    /// Nothing: no stack calls the module.
+    /// Nothing: they don't call the module, or not for all of it.
     None,
-    /// All of our profiles, and nothing else.
+    /// All of our profiles, and no other line that enforces it.
     OurProfiles,
     /// Lines or profiles that aren't ours: the administrator's, or another package's.
     OtherLines,
@@ -26,6 +29,10 @@ struct ModuleLine {
     /// "auth", "account" or "password"
     QString type;
     QStringList options;
+    /// As in the stack, without brackets.
+    QString control = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// Whether it is in the common stack of its type, or in what that includes.
+    bool isCommon = false;
     /// Whether one of our profiles has put it there.
     bool isOurs = false;
 };
@@ -41,8 +48,11 @@ struct ModuleReading {
     /// Where the module is installed; empty if it isn't.
     QString modulePath;
     ModuleForce force = ModuleForce::None;
-    /// The lines that call the module, in all stacks.
+    /// The lines that call the module, in all stacks, those of the common ones first.
     QVector<ModuleLine> lines;
+    /// What all of this comes from, files and folders, also those that aren't there; without the root. As long as nothing is
+    /// different there, another reading would be the same.
+    QStringList paths;
 };
 
 /**
@@ -55,6 +65,12 @@ struct ModuleReading {
  *             looked for on the machine in both cases
  */
 ModuleReading readModule(const ModulePolicy &policy, const QString &root = QString());
+
+/// Whether the line enforces the policy: counts failed logins, or refuses where the module does no more than that.
+bool enforces(const ModulePolicy &policy, const ModuleLine &line);
+
+/// Whether it is by this line that the module refuses somebody.
+bool refuses(const ModulePolicy &policy, const ModuleLine &line);
 
 /// Where a PAM module is installed, in the folders that libpam of this system looks in; empty if it isn't.
 QString pamModulePath(const QString &module);

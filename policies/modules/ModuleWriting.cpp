@@ -29,40 +29,67 @@ using Switch = ModuleWish::Switch;
 
 const char *const stackTypes[] = {"auth", "account", "password", "session", "session-noninteractive"};
 
-/// Keeps others from writing a policy. One that is held by nobody any more is free.
+/**
+ * Keeps others from writing a policy. One that is held by nobody any more is free.
+ *
+ * Who may open a file may lock it: so it is one that root alone may open.
+ */
 class WriteLock
 {
 public:
-    WriteLock() : m_folder(open("/etc/security", O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    WriteLock() : m_file(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR))
     {
-        QElapsedTimer waited;
-        waited.start();
-        while (m_folder != -1 && !m_isHeld && waited.elapsed() < longestWait) {
-            m_isHeld = flock(m_folder, LOCK_EX | LOCK_NB) == 0;
-            QThread::msleep(m_isHeld ? 0 : pause);
+        if (m_file == -1) {
+            m_obstacle = QLatin1String(path) + QLatin1String(": ") + qt_error_string();
+            return;
         }
+        m_obstacle = isRootsAlone()
+            ? waitForIt()
+            : QCoreApplication::translate("ModuleWriting", "%1 is not root's alone").arg(QLatin1String(path));
     }
 
     ~WriteLock()
     {
-        if (m_folder != -1) {
-            close(m_folder);
+        if (m_file != -1) {
+            close(m_file);
         }
     }
 
-    bool isHeld() const
+    /// Why it isn't held; empty if it is.
+    QString obstacle() const
     {
-        return m_isHeld;
+        return m_obstacle;
     }
 
 private:
     Q_DISABLE_COPY(WriteLock)
 
+    bool isRootsAlone() const
+    {
+        struct stat status = {};
+        return fstat(m_file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == 0
+            && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+    }
+
+    QString waitForIt() const
+    {
+        QElapsedTimer waited;
+        waited.start();
+        while (flock(m_file, LOCK_EX | LOCK_NB) != 0) {
+            if (waited.elapsed() >= longestWait) {
+                return QCoreApplication::translate("ModuleWriting", "another write goes on");
+            }
+            QThread::msleep(pause);
+        }
+        return {};
+    }
+
+    static constexpr const char *path = "/etc/security/.accountpolicies.lock";
     static constexpr qint64 longestWait = 30000;
     static constexpr unsigned long pause = 50;
 
-    int m_folder;
-    bool m_isHeld = false;
+    int m_file;
+    QString m_obstacle;
 };
 
 /// The stacks that pam-auth-update(8) writes.
@@ -100,6 +127,7 @@ public:
         , m_wish(wish)
         , m_place(place)
         , m_before(readModule(policy, place.root))
+        , m_values(wantedValues(wish, m_before.values))
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
     }
@@ -170,7 +198,7 @@ private:
         QFile file(path);
         const bool isThere = file.open(QIODevice::ReadOnly);
         const QByteArray content = isThere ? file.readAll() : QByteArray();
-        const QByteArray written = moduleFileWith(m_policy, content, m_wish.values);
+        const QByteArray written = moduleFileWith(m_policy, content, m_values);
         if (written == content) {
             return true;
         }
@@ -207,13 +235,12 @@ private:
                 ? ended(Kind::Done, tr("no stack calls %1: pam-auth-update(8) shows the profiles").arg(m_policy.module))
                 : ended(Kind::Done);
         }
-        switch (m_before.force) {
-        case ModuleForce::OurProfiles:
+        if (m_before.force == ModuleForce::OurProfiles) {
             return ended(Kind::Done);
-        case ModuleForce::OtherLines:
-            return ended(Kind::InForceAlready, tr("%1 is called already: %2").arg(m_policy.module, otherLine()));
-        case ModuleForce::None:
-            break;
+        }
+        const QString line = lineNotToDouble();
+        if (!line.isEmpty()) {
+            return ended(Kind::InForceAlready, tr("%1 is called already: %2").arg(m_policy.module, line));
         }
         const QString obstacle = obstacleToProfiles();
         return obstacle.isEmpty() ? runTool(QStringLiteral("--enable")) : failed(obstacle);
@@ -309,7 +336,7 @@ private:
     {
         const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
         if (lines.isEmpty()) {
-            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_wish.values).isEmpty();
+            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_values).isEmpty();
             *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(m_policy.module) : QString();
             return !isLost;
         }
@@ -319,8 +346,8 @@ private:
             return false;
         }
         const ModuleLine &line = lines.constFirst();
-        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_wish.values)
-            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_wish.values), error);
+        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_values)
+            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_values), error);
     }
 
     bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const
@@ -357,7 +384,7 @@ private:
     {
         const ModuleReading now = readModule(m_policy, m_place.root);
         const bool areGone = !moduleReadsFile(m_policy) && now.lines.isEmpty();
-        return now.error.isEmpty() && (areGone || now.values == setValues(m_policy, m_wish.values));
+        return now.error.isEmpty() && (areGone || now.values == setValues(m_policy, m_values));
     }
 
     static QString lineText(const ModuleLine &line)
@@ -365,10 +392,11 @@ private:
         return line.path + QLatin1Char(':') + QString::number(line.number);
     }
 
-    QString otherLine() const
+    /// One that isn't ours, and that ours would repeat; empty if there is none.
+    QString lineNotToDouble() const
     {
         for (const ModuleLine &line : m_before.lines) {
-            if (!line.isOurs) {
+            if (!line.isOurs && (line.isCommon || enforces(m_policy, line))) {
                 return lineText(line);
             }
         }
@@ -379,6 +407,8 @@ private:
     const ModuleWish &m_wish;
     const ModulePlace &m_place;
     const ModuleReading m_before;
+    /// All that is to stand there afterwards.
+    const QVariantMap m_values;
     const FileSnapshot m_snapshot;
 };
 }
@@ -398,6 +428,18 @@ bool ModuleOutcome::succeeded() const
     return kind == Kind::Done || kind == Kind::InForceAlready || kind == Kind::NotOurs;
 }
 
+QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
+{
+    QVariantMap values = wish.merges ? present : QVariantMap();
+    for (const QString &name : wish.unset) {
+        values.remove(name);
+    }
+    for (auto value = wish.values.begin(); value != wish.values.end(); ++value) {
+        values.insert(value.key(), *value);
+    }
+    return values;
+}
+
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)
 {
     ModuleOutcome outcome;
@@ -407,8 +449,8 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
     }
     // copies are their maker's alone
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
-    if (lock && !lock->isHeld()) {
-        outcome.reason = QCoreApplication::translate("ModuleWriting", "another write goes on");
+    outcome.reason = lock ? lock->obstacle() : QString();
+    if (!outcome.reason.isEmpty()) {
         return outcome;
     }
     return ModuleWrite(policy, wish, place).run();

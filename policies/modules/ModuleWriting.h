@@ -19,12 +19,19 @@ struct ModuleWish {
         Off,
     };
 
-    /// All that its file is to set of the policy; what is absent is taken away.
+    /// What it is to set of the policy.
     QVariantMap values;
     Switch profiles = Switch::On;
     /// Whether pam-auth-update(8) may write stacks anew that were edited by hand.
     bool force = false;
+    /// Whether what stands there and isn't named here stays as it is by then; else it is taken away.
+    bool merges = false;
+    /// What is taken away from there in any case, by name.
+    QStringList unset = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
+
+/// All that a policy is to set, where these values stand now.
+QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present);
 
 /// Where the files are that a write changes, and which tool changes the stacks there.
 struct ModulePlace {
@@ -42,7 +49,8 @@ struct ModuleOutcome {
     enum class Kind {
         /// The values stand where they are kept, and the profiles are as wanted.
         Done,
-        /// As Done, but our profiles stay off: other lines call the module already, and would do so twice.
+        /// As Done, but our profiles stay off: other lines call the module already, and would do so twice. Whether they put
+        /// the policy in force is for a reading to say.
         InForceAlready,
         /// To be switched off, but other lines than ours call the module, and go on calling it. The values are written.
         NotOurs,
@@ -79,7 +87,8 @@ struct ModuleOutcome {
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
  * with each new version of its package.
  *
- * Waits for another write to end, for at most half a minute.
+ * Waits for another write to end, for at most half a minute. Only root can hold it up: the lock is a file that nobody else
+ * may open, "/etc/security/.accountpolicies.lock".
  *
  * Blocks while pam-auth-update(8) runs, a second or so, at most a minute.
  *

@@ -60,6 +60,9 @@ void PolicyWriteTest::takesOptions_data()
     add("off", {{on, false}}, "off");
     add("forced", {{on, true}, {force, true}}, "on, force");
     add("merged", {{merge, true}}, "stay, merge");
+    add("less",
+        {{merge, true}, {QStringLiteral("unset"), QStringList{QStringLiteral("remember"), QStringLiteral("retry")}}},
+        "stay, merge, without remember retry");
     add("denied", {{merge, false}, {force, false}}, "stay");
 }
 
@@ -75,7 +78,9 @@ void PolicyWriteTest::takesOptions()
                                                      {ModuleWish::Switch::Off, QStringLiteral("off")}};
     QString told = switches.value(write->wish.profiles);
     told += write->wish.force ? QStringLiteral(", force") : QString();
-    told += write->merges ? QStringLiteral(", merge") : QString();
+    told += write->wish.merges ? QStringLiteral(", merge") : QString();
+    told += write->wish.unset.isEmpty() ? QString()
+                                        : QStringLiteral(", without ") + write->wish.unset.join(QLatin1Char(' '));
     QTEST(told, "expected");
 }
 
@@ -133,6 +138,16 @@ void PolicyWriteTest::tellsWhatIsWrong_data()
         {},
         QStringLiteral("InvalidValue: dir: too long"));
     add("unknown option", "pwquality", {}, value("off", true), QStringLiteral("InvalidOption: no such option: off"));
+    add("less of what isn't there",
+        "faillock",
+        {},
+        value("unset", QStringList{QStringLiteral("minlen")}),
+        QStringLiteral("UnknownSetting: faillock has no such setting: minlen"));
+    add("less in another type",
+        "faillock",
+        {},
+        value("unset", true),
+        QStringLiteral("InvalidOption: unset is a list of names"));
     add("option of another type",
         "pwquality",
         {},

@@ -39,9 +39,20 @@ QByteArray entry(qint64 ago, const char *source = "tty1", quint16 status = 1)
     return bytes;
 }
 
+/// The common stack, with options of the line that refuses and of the one that counts.
+void writeStack(const QByteArray &refusing, const QByteArray &counting)
+{
+    writeContent("/etc/pam.d/common-auth",
+                 "auth required pam_faillock.so preauth " + refusing
+                     + "\nauth [success=1 default=bad] pam_unix.so nodelay\n"
+                       "auth [default=die] pam_faillock.so authfail "
+                     + counting + "\nauth required pam_permit.so\n");
+}
+
 void setUp(const QByteArray &settings)
 {
     writeContent(file, "dir = /var/lib/failures\n" + settings);
+    writeStack({}, {});
 }
 
 /// "name: failures, source, first and last so long ago, locked until so far from now", a line each; seconds in full tens.
@@ -73,7 +84,7 @@ QString listed()
 
 int login(const QByteArray &typed)
 {
-    return runAs(root, "pamtester login tester authenticate", typed).exitCode;
+    return runAs(root, "pamtester quick tester authenticate", typed).exitCode;
 }
 }
 
@@ -92,7 +103,12 @@ private Q_SLOTS:
     void listsRootAsItIsLocked();
     void listsAdministratorsAsRoot();
     void tellsWhatCannotBeRead();
+    void readsNoMoreThanTheModule();
+    void readsPlainFilesAlone();
+    void takesOptionsOfLine_data();
     void takesOptionsOfLine();
+    void listsNobodyAsLockedWhereNobodyIs_data();
+    void listsNobodyAsLockedWhereNobodyIs();
     void forgetsOneAccount();
     void forgetsNothingOfStrangers();
     void tellsWhatCannotBeForgotten();
@@ -115,6 +131,8 @@ void FailureRecordsTest::initTestCase()
     }
     QCOMPARE(runAs(root, "useradd tester").exitCode, 0);
     QCOMPARE(runAs(root, "chpasswd", "tester:" + password).exitCode, 0);
+    // as others, but without a delay after failures
+    writeContent("/etc/pam.d/quick", "@include common-auth\n");
     m_stack = contentOf("/etc/pam.d/common-auth");
 }
 
@@ -127,6 +145,9 @@ void FailureRecordsTest::init()
 
 void FailureRecordsTest::cleanup()
 {
+    if (!contentOf("/etc/pam.d/common-auth").contains("per-package modules")) {
+        writeContent("/etc/pam.d/common-auth", m_stack);
+    }
     QCOMPARE(writeModule(faillockPolicy(), {{}, ModuleWish::Switch::Off, false}).kind, ModuleOutcome::Kind::Done);
 }
 
@@ -206,14 +227,90 @@ void FailureRecordsTest::tellsWhatCannotBeRead()
     QCOMPARE(result.standardOutput, QByteArray("/var/lib/failures/alone: Permission denied"));
 }
 
+void FailureRecordsTest::readsNoMoreThanTheModule()
+{
+    setUp("deny = 2\nnodelay\n");
+    const QString records = folder + QLatin1String("/tester");
+    const QByteArray two = entry(100) + entry(100);
+    const struct {
+        QByteArray content;
+        bool isLocked;
+    } files[] = {{QByteArray(64 * 1022, '\0') + two, true}, {QByteArray(64 * 1023, '\0') + two, false}, {two, true}};
+    for (const auto &file : files) {
+        writeContent(records, file.content);
+        QCOMPARE(failureRecords().accounts.constFirst().isLocked, file.isLocked);
+        QCOMPARE(login(password), file.isLocked ? 1 : 0);
+    }
+
+    // takes no room on the disk, and would take all of the memory
+    writeContent(records, entry(100) + entry(100));
+    QCOMPARE(runAs(root, "truncate -s 1T /var/lib/failures/tester").exitCode, 0);
+    QCOMPARE(listed(), QStringLiteral("tester: 2, tty1, -100 to -100, locked until 500\n"));
+    QCOMPARE(forgetFailures(tester), QString());
+}
+
+void FailureRecordsTest::readsPlainFilesAlone()
+{
+    setUp("");
+    writeContent("/var/lib/stranger", entry(100));
+    for (const char *command : {"mkfifo /var/lib/failures/tester", "ln -s ../stranger /var/lib/failures/tester"}) {
+        QCOMPARE(runAs(root, command).exitCode, 0);
+        QCOMPARE(listed(), QString());
+        QCOMPARE(runAs(root, "rm /var/lib/failures/tester").exitCode, 0);
+    }
+}
+
+void FailureRecordsTest::takesOptionsOfLine_data()
+{
+    const Rows<QByteArray, QByteArray, RowText> row("refusing", "counting", "lock");
+    row("of both", "deny=1", "deny=1", "locked until 500");
+    row("of the one that refuses", "deny=1", "deny=3", "locked until 500");
+    row("not of the one that counts", "deny=2", "deny=1", "open");
+    row("another file", "conf=/run/limits", "", "locked until 3500");
+    row("the last of other files", "conf=/run/none conf=/run/limits", "", "locked until 3500");
+    row("over another file", "conf=/run/limits deny=2", "", "open");
+}
+
 void FailureRecordsTest::takesOptionsOfLine()
 {
+    QFETCH(const QByteArray, refusing);
+    QFETCH(const QByteArray, counting);
+    QFETCH(const QString, lock);
     setUp("deny = 9\n");
-    writeContent("/etc/pam.d/common-auth", "auth [default=die] pam_faillock.so authfail deny=1\n");
+    writeContent("/run/limits", "dir = /var/lib/failures\nunlock_time = 3600\ndeny = 1\n");
+    writeStack(refusing, counting);
     writeContent(folder + QLatin1String("/tester"), entry(100));
 
-    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, locked until 500\n"));
-    writeContent("/etc/pam.d/common-auth", m_stack);
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, ") + lock + QLatin1Char('\n'));
+    QCOMPARE(login(password), lock == QLatin1String("open") ? 0 : 1);
+}
+
+void FailureRecordsTest::listsNobodyAsLockedWhereNobodyIs_data()
+{
+    const Rows<QByteArray, RowText> row("stack", "lock");
+    row("no line", "auth required pam_unix.so nodelay\n", "open");
+    row("one that counts",
+        "auth [success=1 default=bad] pam_unix.so nodelay\nauth [default=die] pam_faillock.so authfail\n"
+        "auth required pam_permit.so\n",
+        "open");
+    row("one that refuses",
+        "auth required pam_faillock.so preauth\nauth required pam_unix.so nodelay\n",
+        "locked until 500");
+    row("one that refuses then",
+        "auth required pam_unix.so nodelay\nauth required pam_faillock.so authsucc\n",
+        "locked until 500");
+}
+
+void FailureRecordsTest::listsNobodyAsLockedWhereNobodyIs()
+{
+    QFETCH(const QByteArray, stack);
+    QFETCH(const QString, lock);
+    setUp("deny = 1\n");
+    writeContent("/etc/pam.d/common-auth", stack);
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, ") + lock + QLatin1Char('\n'));
+    QCOMPARE(login(password), lock == QLatin1String("open") ? 0 : 1);
 }
 
 void FailureRecordsTest::forgetsOneAccount()
@@ -265,7 +362,7 @@ void FailureRecordsTest::tellsWhatIsNotForgotten()
 
 void FailureRecordsTest::agreesWithRealLogins()
 {
-    setUp("nodelay\n");
+    writeContent(file, "");
     QCOMPARE(writeModule(
                  faillockPolicy(),
                  {{{QStringLiteral("dir"), folder}, {QStringLiteral("nodelay"), true}}, ModuleWish::Switch::On, false})
@@ -279,8 +376,8 @@ void FailureRecordsTest::agreesWithRealLogins()
     }
     QCOMPARE(login(password), 1);
     const QByteArray seen = runAs(root, "faillock --dir /var/lib/failures --user tester").standardOutput;
-    QCOMPARE(seen.count(" login "), 3);
-    QCOMPARE(failureRecords().accounts.constFirst().source, QStringLiteral("login"));
+    QCOMPARE(seen.count(" quick "), 3);
+    QCOMPARE(failureRecords().accounts.constFirst().source, QStringLiteral("quick"));
 
     QCOMPARE(forgetFailures(tester), QString());
     QCOMPARE(login(password), 0);

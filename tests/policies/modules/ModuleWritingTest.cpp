@@ -10,11 +10,15 @@
 #include "tests/support/Rows.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <future>
 #include <sys/stat.h>
+#include <vector>
 
 namespace
 {
@@ -24,6 +28,7 @@ using Switch = ModuleWish::Switch;
 const QString commonAuth = QStringLiteral("/etc/pam.d/common-auth");
 const QString commonPassword = QStringLiteral("/etc/pam.d/common-password");
 const QString faillockFile = QStringLiteral("/etc/security/faillock.conf");
+const QString lockFile = QStringLiteral("/etc/security/.accountpolicies.lock");
 const QString profileFolder = QStringLiteral("/usr/share/pam-configs/");
 const QVariantMap five{{QStringLiteral("deny"), 5LL}};
 
@@ -41,6 +46,7 @@ FolderContent machine()
     for (const char *noise : {"config.dat-old", "templates.dat", "templates.dat-old"}) {
         all.remove(QLatin1String("/var/cache/debconf/") + QLatin1String(noise));
     }
+    all.remove(lockFile);
     return all;
 }
 
@@ -82,6 +88,7 @@ void editByHand()
 }
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
+Q_DECLARE_METATYPE(ModuleForce)
 
 class ModuleWritingTest : public QObject
 {
@@ -95,10 +102,15 @@ private Q_SLOTS:
     void switchesHistoryOnAndOff();
     void writesQualityBesideTheLibrarysFile();
     void changesNothingTheSecondTime();
+    void mergesWhatIsNamed_data();
+    void mergesWhatIsNamed();
+    void losesNothingOfWritersAtOnce();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
+    void doublesNoOtherLine_data();
     void doublesNoOtherLine();
+    void knowsItsLinesAmongOthers();
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
@@ -106,6 +118,9 @@ private Q_SLOTS:
     void refuses_data();
     void refuses();
     void writesBelowRootWhatItWritesHere();
+    void isHeldUpByRootAlone();
+    void usesNoLockOfOthers_data();
+    void usesNoLockOfOthers();
     void goesOutOfForceWithItsPackage();
 
 private:
@@ -239,6 +254,47 @@ void ModuleWritingTest::changesNothingTheSecondTime()
     }
 }
 
+void ModuleWritingTest::mergesWhatIsNamed_data()
+{
+    const Rows<QVariantMap, QStringList, QByteArray> row("values", "unset", "file");
+    const QVariantMap six{{QStringLiteral("deny"), 6LL}};
+    row("nothing", {}, {}, "deny = 5\nunlock_time = 0\naudit\n");
+    row("another value", six, {}, "deny = 6\nunlock_time = 0\naudit\n");
+    row("one more", {{QStringLiteral("silent"), true}}, {}, "deny = 5\nunlock_time = 0\naudit\nsilent\n");
+    row("one less", {}, {QStringLiteral("deny")}, "unlock_time = 0\naudit\n");
+    row("none that isn't there", {}, {QStringLiteral("silent")}, "deny = 5\nunlock_time = 0\naudit\n");
+    row("a flag less", {{QStringLiteral("audit"), false}}, {}, "deny = 5\nunlock_time = 0\n");
+    row("both", six, {QStringLiteral("deny"), QStringLiteral("audit")}, "deny = 6\nunlock_time = 0\n");
+}
+
+void ModuleWritingTest::mergesWhatIsNamed()
+{
+    QFETCH(const QVariantMap, values);
+    QFETCH(const QStringList, unset);
+    QFETCH(const QByteArray, file);
+    writeContent(faillockFile, "deny = 5\nunlock_time = 0\naudit\n");
+
+    QCOMPARE(writeModule(faillockPolicy(), {values, Switch::Stay, false, true, unset}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), file);
+}
+
+void ModuleWritingTest::losesNothingOfWritersAtOnce()
+{
+    std::vector<std::future<ModuleOutcome>> writers;
+    QVariantMap all;
+    for (const char *name : {"audit", "silent", "no_log_info", "local_users_only", "nodelay"}) {
+        const QVariantMap own{{QLatin1String(name), true}};
+        all.insert(QLatin1String(name), true);
+        writers.push_back(std::async(std::launch::async, [own] {
+            return writeModule(faillockPolicy(), {own, Switch::Stay, false, true});
+        }));
+    }
+    for (std::future<ModuleOutcome> &writer : writers) {
+        QCOMPARE(writer.get().reason, QString());
+    }
+    QCOMPARE(readModule(faillockPolicy()).values, all);
+}
+
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
 {
     const QVariantMap values{{QStringLiteral("remember"), 5LL}, {QStringLiteral("retry"), 2LL}};
@@ -277,18 +333,66 @@ void ModuleWritingTest::writesEditedStacksAnewByForce()
     QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
 }
 
+void ModuleWritingTest::doublesNoOtherLine_data()
+{
+    const Rows<RowText, QByteArray, RowText, ModuleForce> row("stack", "lines", "line", "force");
+    const QByteArray preauth = "auth required pam_faillock.so preauth\n";
+    const QByteArray authfail = "auth [default=die] pam_faillock.so authfail\n";
+    row("the common stack's", "common-auth", preauth + authfail, "common-auth:1", ModuleForce::OtherLines);
+    row("with authsucc",
+        "common-auth",
+        authfail + "auth required pam_faillock.so authsucc\n",
+        "common-auth:1",
+        ModuleForce::OtherLines);
+    row("what the common stack includes", "corporate", preauth + authfail, "corporate:1", ModuleForce::OtherLines);
+    row("one that counts, and none that refuses", "common-auth", authfail, "common-auth:1", ModuleForce::None);
+    row("one that refuses, and none that counts", "common-auth", preauth, "common-auth:1", ModuleForce::None);
+    row("one that forgets, and nothing else",
+        "common-account",
+        "account required pam_faillock.so\n",
+        "common-account:1",
+        ModuleForce::None);
+    row("a service's", "own", preauth + authfail, "own:2", ModuleForce::None);
+    row("a service's that counts", "own", authfail, "own:1", ModuleForce::None);
+}
+
 void ModuleWritingTest::doublesNoOtherLine()
 {
-    const QString sshd = QStringLiteral("/etc/pam.d/own");
-    writeContent(sshd, "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n");
-    const QByteArray stack = contentOf(commonAuth);
+    QFETCH(const QString, stack);
+    QFETCH(const QByteArray, lines);
+    QFETCH(const QString, line);
+    QFETCH(const ModuleForce, force);
+    const QString path = QLatin1String("/etc/pam.d/") + stack;
+    writeContent(commonAuth, "auth include corporate\n" + m_machine.value(commonAuth));
+    writeContent("/etc/pam.d/corporate", "");
+    writeContent(path, lines + (path == commonAuth ? contentOf(commonAuth) : QByteArray()));
+    const FolderContent before = machine();
 
     const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.reason, QLatin1String("pam_faillock is called already: /etc/pam.d/") + line);
     QCOMPARE(outcome.kind, Kind::InForceAlready);
-    QCOMPARE(outcome.reason, QStringLiteral("pam_faillock is called already: /etc/pam.d/own:1"));
-    QCOMPARE(contentOf(commonAuth), stack);
     QCOMPARE(readModule(faillockPolicy()).values, five);
-    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OtherLines);
+    QCOMPARE(readModule(faillockPolicy()).force, force);
+    QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).kind, Kind::Done);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::knowsItsLinesAmongOthers()
+{
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    const QByteArray own = "auth\trequisite\tpam_faillock.so preauth\n";
+    writeContent(commonAuth, own + contentOf(commonAuth));
+
+    QStringList ours;
+    for (const ModuleLine &line : readModule(faillockPolicy()).lines) {
+        ours += line.isOurs ? line.path.section(QLatin1Char('-'), -1) : QStringLiteral("own");
+    }
+    QCOMPARE(ours.join(QLatin1Char(' ')), QStringLiteral("account own auth auth"));
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
+    const ModuleOutcome off = write(faillockPolicy(), five, Switch::Off);
+    QCOMPARE(off.kind, Kind::NotOurs);
+    QCOMPARE(off.reason, QStringLiteral("pam_faillock is still called: /etc/pam.d/common-auth:1"));
+    QCOMPARE(contentOf(commonAuth), own + m_machine.value(commonAuth));
 }
 
 void ModuleWritingTest::saysWhatItCantSwitchOff()
@@ -417,8 +521,66 @@ void ModuleWritingTest::writesBelowRootWhatItWritesHere()
         QCOMPARE(write(*policy, {{policy->settings.constFirst().name, 4LL}}, Switch::On).kind, Kind::Done);
     }
     for (const char *path : {"/etc/pam.d", "/var/lib/pam", "/etc/security"}) {
-        QCOMPARE(contentBelow(copies + QLatin1String(path)), contentBelow(QLatin1String(path)));
+        FolderContent here = contentBelow(QLatin1String(path));
+        here.remove(QStringLiteral(".accountpolicies.lock"));
+        FolderContent there = contentBelow(copies + QLatin1String(path));
+        there.remove(QStringLiteral(".accountpolicies.lock"));
+        QCOMPARE(there, here);
     }
+}
+
+void ModuleWritingTest::isHeldUpByRootAlone()
+{
+    QVERIFY(write(faillockPolicy(), {}, Switch::Stay).succeeded());
+    const QString lockAll = QStringLiteral("exec 3<$0 && flock -n 3 && echo held && sleep 60");
+    for (const QString &path : {QStringLiteral("/etc/security"), faillockFile}) {
+        QProcess holder;
+        holder.start(QStringLiteral("setpriv"),
+                     {QStringLiteral("--reuid=65534"),
+                      QStringLiteral("--clear-groups"),
+                      QStringLiteral("sh"),
+                      QStringLiteral("-c"),
+                      lockAll,
+                      path});
+        QVERIFY(holder.waitForReadyRead());
+        QCOMPARE(holder.readAll(), QByteArray("held\n"));
+        QElapsedTimer waited;
+        waited.start();
+        QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).reason, QString());
+        QVERIFY(waited.elapsed() < 25000); // it would wait for longer than that
+        holder.kill();
+        holder.waitForFinished();
+    }
+    QCOMPARE(runAs(nobody, QStringLiteral("sh"), {QStringLiteral("-c"), lockAll, lockFile}).exitCode, 2);
+}
+
+void ModuleWritingTest::usesNoLockOfOthers_data()
+{
+    const Rows<RowText, QString> row("preparation", "reason");
+    row("readable for a group",
+        "touch $0; chmod 640 $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock is not root's alone"));
+    row("another's",
+        "touch $0; chmod 600 $0; chown nobody $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock is not root's alone"));
+    row("a link",
+        "ln -s /etc/passwd $0",
+        QStringLiteral("/etc/security/.accountpolicies.lock: Too many levels of symbolic links"));
+}
+
+void ModuleWritingTest::usesNoLockOfOthers()
+{
+    QFETCH(const QString, preparation);
+    QFETCH(const QString, reason);
+    QFile::remove(lockFile);
+    QCOMPARE(runAs(root, QStringLiteral("sh"), {QStringLiteral("-c"), preparation, lockFile}).exitCode, 0);
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QFile::remove(lockFile);
+    QCOMPARE(outcome.reason, reason);
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QCOMPARE(machine(), before);
 }
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()

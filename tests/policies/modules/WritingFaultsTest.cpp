@@ -25,6 +25,7 @@ FolderContent machine()
             all.insert(QLatin1String(folder) + QLatin1Char('/') + file.key(), *file);
         }
     }
+    all.remove(QStringLiteral("/etc/security/.accountpolicies.lock")); // stays for the next write
     return all;
 }
 
