@@ -15,3 +15,7 @@ add_unit_test(differential/RealToolsTest SANDBOX COST 45 LIBRARIES differentials
 add_library(pammachine STATIC differential/PamMachine.cpp endtoend/PamState.cpp)
 target_link_libraries(pammachine PUBLIC differentialsupport)
 add_unit_test(differential/PreviewedWritesTest SANDBOX COST 110 LIBRARIES pammachine client)
+
+add_unit_test(differential/ModuleReadingTest SANDBOX COST 20 LIBRARIES differentialsupport modulepolicies)
+target_sources(ModuleReadingTest PRIVATE differential/ModuleGenerator.cpp)
+target_compile_definitions(ModuleReadingTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
