@@ -98,16 +98,17 @@ QVariantMap valuesIn(const ModulePolicy &policy, const QVector<ModuleEntry> &ent
     return values;
 }
 
-/// Without those of a setting that has one before.
+/// Without those of a setting that has one before; and who looks for the first one skips any signs before its text.
 QVector<ModuleEntry> firstOfEach(const ModulePolicy &policy, const QVector<ModuleEntry> &entries)
 {
+    static const QRegularExpression signs(QStringLiteral(R"(\A[\s=]+)"));
     QVector<ModuleEntry> first;
     QVector<const ModuleSetting *> met;
     for (const ModuleEntry &entry : entries) {
         const ModuleSetting *setting = settingTaken(policy, entry.name);
         if (!met.contains(setting)) {
             met += setting;
-            first += entry;
+            first += ModuleEntry{entry.name, QString(entry.text).remove(signs)};
         }
     }
     return first;

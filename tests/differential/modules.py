@@ -197,7 +197,8 @@ class Pwhistory:
 
     def prepare(self, record):
         write('/etc/security/pwhistory.conf', base64.b64decode(record['content']))
-        self.most = 400 if record['options'] else self.more_than_most
+        # the present one comes to them
+        self.most = 400 if record['options'] else self.more_than_most + 1
         options = ' '.join(record['options'])
         # it asks for the password, and the next module takes it
         write(SERVICE, f'password required pam_pwhistory.so {options}\npassword required pam_permit.so\n'.encode())

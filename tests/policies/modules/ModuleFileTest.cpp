@@ -61,6 +61,7 @@ void ModuleFileTest::reads_data()
     row("no text before an empty one", "admin_group = wheel\nadmin_group\n", {});
     row("a path before an empty one", "dir = /f\ndir\n", {{QStringLiteral("dir"), QStringLiteral("/f")}});
     row("an absolute path", "dir = /var/lib/f\n", {{QStringLiteral("dir"), QStringLiteral("/var/lib/f")}});
+    row("no sign more", "deny = = 4\n", {});
     row("no other path", "dir = lib/f\n", {});
     row("what is written in Latin 1", "# \xe4\ndeny = 4\n", {{deny, 4LL}});
 }
@@ -109,6 +110,7 @@ void ModuleFileTest::readsHistoryByFirstLines_data()
     const Rows<QByteArray, QVariantMap> row("content", "values");
     row("the first one", "remember = 3\nremember = 4\n", {{remember, 3LL}});
     row("the first one that is no number", "remember = x\nremember = 4\n", {});
+    row("behind any signs", "remember = = 3\n", {{remember, 3LL}});
     row("the first one without a value", "remember\nremember = 4\n", {});
     row("the first one in any case", "Remember = 3\nremember = 4\n", {{remember, 3LL}});
     row("each by itself",
