@@ -107,7 +107,8 @@ bool markOurs(const ModulePolicy &policy, const QString &root, QVector<ModuleLin
             line.isOurs = line.isOurs || (left > 0 && line.type == type && line.path == stackOf(type));
             left -= line.isOurs && line.type == type ? 1 : 0;
         }
-        areWhole = areWhole && left == 0;
+        // each of the types has a line: the tool may have ended between two stacks
+        areWhole = areWhole && left == 0 && record.lines > 0;
     }
     return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
                return profiles.contains(name);
