@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <optional>
@@ -19,6 +20,7 @@ namespace
 {
 constexpr mode_t readableForAll = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 constexpr mode_t permissionBits = 07777;
+constexpr std::size_t pieceSize = 16384;
 
 /// Closes what it is given.
 class Descriptor
@@ -151,6 +153,26 @@ std::optional<struct stat> statusOf(const QByteArray &path)
     errno = S_ISLNK(status.st_mode) ? ELOOP : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
     return std::nullopt;
 }
+}
+
+bool readWholeFile(const QString &path, QByteArray *content, QString *errorString)
+{
+    const Descriptor file(open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
+    content->clear();
+    if (file.number() == -1) {
+        return errno == ENOENT || fail(path, errno, errorString);
+    }
+    std::array<char, pieceSize> piece{};
+    for (;;) {
+        const ssize_t size = read(file.number(), piece.data(), piece.size());
+        if (size == 0) {
+            return true;
+        }
+        if (size == -1 && errno != EINTR) {
+            return fail(path, errno, errorString);
+        }
+        content->append(piece.data(), static_cast<int>(qMax<ssize_t>(size, 0)));
+    }
 }
 
 bool replaceFile(const QString &path, const QByteArray &content, QString *errorString)

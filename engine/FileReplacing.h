@@ -3,9 +3,18 @@
 
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <sys/stat.h>
+
+/**
+ * Reads all of a file that is to be replaced; nothing of a missing one.
+ *
+ * @param errorString receives one message on failure, behind those that it holds already: the path and why
+ * @return whether the content is all that there is: what was read in part must replace nothing
+ */
+bool readWholeFile(const QString &path, QByteArray *content, QString *errorString);
 
 /**
  * Replaces a file by a new one with this content, which is complete and on the disk before it takes the old one's place:

@@ -13,6 +13,7 @@ namespace
 constexpr qlonglong intMaximum = std::numeric_limits<int>::max();
 // pam_tally counts in 16 bits
 constexpr qlonglong mostFailedLogins = 65535;
+constexpr qlonglong mostFailuresKept = 1024; // by pam_faillock
 // PAM takes no longer answer: PAM_MAX_RESP_SIZE of pam_conv(3)
 constexpr qlonglong longestPassword = 512;
 // pam_pwquality(8) and pam_cracklib(8) raise less to this
@@ -124,11 +125,11 @@ SettingSchema faillockSchema()
 {
     return {{
         flag("enabled", QT_TRANSLATE_NOOP("Policies", "Failed logins are counted, and accounts are locked")),
-        number("deny", Unit::FailedLogins, 1, mostFailedLogins, QT_TRANSLATE_NOOP("Policies", "Failed logins after which an account is locked")),
+        number("deny", Unit::FailedLogins, 1, mostFailuresKept, QT_TRANSLATE_NOOP("Policies", "Failed logins after which an account is locked")),
         number("fail_interval", Unit::Seconds, 1, longestLock, QT_TRANSLATE_NOOP("Policies", "Seconds within which so many logins must have failed")),
         lockTime("unlock_time", QT_TRANSLATE_NOOP("Policies", "Seconds after which a locked account is open again")),
         flag("even_deny_root", QT_TRANSLATE_NOOP("Policies", "Root is locked too")),
-        lockTime("root_unlock_time", QT_TRANSLATE_NOOP("Policies", "Seconds after which root is open again; with it root is locked too")),
+        lockTime("root_unlock_time", QT_TRANSLATE_NOOP("Policies", "Seconds after which root is open again, where root is locked too")),
         flag("audit", QT_TRANSLATE_NOOP("Policies", "The name is logged even if there is no such user")),
         flag("silent", QT_TRANSLATE_NOOP("Policies", "The user is not told that the account is locked")),
         flag("no_log_info", QT_TRANSLATE_NOOP("Policies", "What is no error is not logged")),

@@ -5,7 +5,7 @@
 
 namespace
 {
-constexpr qlonglong mostFailures = 65535; // the module counts in 16 bits
+constexpr qlonglong mostFailures = 1024; // the module keeps no more, and so would never lock
 constexpr qlonglong longestTime = 604800; // more is not taken
 
 ModuleSetting faillockFlag(const char *name)

@@ -89,7 +89,8 @@ private:
 
     bool locksAdministrators() const
     {
-        return value("even_deny_root").toBool() || value("root_unlock_time").isValid();
+        // root_unlock_time alone locks nobody, whatever the module's manual page says
+        return value("even_deny_root").toBool();
     }
 
     bool isAdministrator(const QString &account) const
@@ -202,7 +203,9 @@ FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failur
     const std::optional<qint64> most = limits.mostFailures(account);
     const qint64 lockTime = limits.lockTime(account);
     const QDateTime end = record.last.addSecs(lockTime);
-    record.isLocked = most && record.failures >= *most && (lockTime == 0 || end > QDateTime::currentDateTimeUtc());
+    // the module counts whole seconds, the last one too
+    const bool isOver = lockTime != 0 && end.toSecsSinceEpoch() < QDateTime::currentSecsSinceEpoch();
+    record.isLocked = most && record.failures >= *most && !isOver;
     if (record.isLocked && lockTime != 0) {
         record.until = end;
     }

@@ -16,23 +16,20 @@ FileSnapshot::FileSnapshot(const QStringList &paths)
     for (const QString &path : paths) {
         Taken taken{path, false, {}, {}};
         if (lstat(QFile::encodeName(path).constData(), &taken.status) != 0) {
-            if (errno != ENOENT) {
+            if (errno == ENOENT) {
+                m_taken += taken;
+            } else {
                 m_error = path + QLatin1String(": ") + qt_error_string();
             }
-            m_taken += taken;
             continue;
         }
-        QFile file(path);
         if (!S_ISREG(taken.status.st_mode)) {
             continue;
         }
-        taken.existed = file.open(QIODevice::ReadOnly);
-        if (!taken.existed) {
-            m_error = path + QLatin1String(": ") + file.errorString();
-            continue;
+        taken.existed = true;
+        if (readWholeFile(path, &taken.content, &m_error)) {
+            m_taken += taken;
         }
-        taken.content = file.readAll();
-        m_taken += taken;
     }
 }
 
@@ -75,9 +72,8 @@ QStringList FileSnapshot::putBack() const
 
 bool FileSnapshot::isAsTaken(const Taken &taken)
 {
-    QFile file(taken.path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return !taken.existed && !file.exists();
-    }
-    return taken.existed && file.readAll() == taken.content;
+    QByteArray content;
+    QString error;
+    return QFile::exists(taken.path) == taken.existed && readWholeFile(taken.path, &content, &error)
+        && content == taken.content;
 }

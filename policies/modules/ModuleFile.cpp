@@ -18,6 +18,18 @@ struct ModuleEntry {
     QString text;
 };
 
+/// The one that the module takes a name for; null for none.
+const ModuleSetting *settingTaken(const ModulePolicy &policy, const QString &name)
+{
+    const Qt::CaseSensitivity sensitivity = policy.ignoresCase ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    for (const ModuleSetting &setting : policy.settings) {
+        if (setting.name.compare(name, sensitivity) == 0) {
+            return &setting;
+        }
+    }
+    return nullptr;
+}
+
 /// A name ends at a blank, too.
 ModuleEntry entryIn(const QByteArray &line)
 {
@@ -75,13 +87,46 @@ QVariantMap valuesIn(const ModulePolicy &policy, const QVector<ModuleEntry> &ent
 {
     QVariantMap values;
     for (const ModuleEntry &entry : entries) {
-        const ModuleSetting *setting = policy.find(entry.name);
+        const ModuleSetting *setting = settingTaken(policy, entry.name);
         const QVariant value = setting ? valueIn(*setting, entry.text) : QVariant();
         if (value.isValid()) {
-            values.insert(entry.name, value);
+            values.insert(setting->name, value);
+        } else if (setting && setting->kind == SettingKind::Text) {
+            values.remove(setting->name); // nothing is a text, too
         }
     }
     return values;
+}
+
+/// Without those of a setting that has one before; and who looks for the first one skips any signs before its text.
+QVector<ModuleEntry> firstOfEach(const ModulePolicy &policy, const QVector<ModuleEntry> &entries)
+{
+    static const QRegularExpression signs(QStringLiteral(R"(\A[\s=]+)"));
+    QVector<ModuleEntry> first;
+    QVector<const ModuleSetting *> met;
+    for (const ModuleEntry &entry : entries) {
+        const ModuleSetting *setting = settingTaken(policy, entry.name);
+        if (!met.contains(setting)) {
+            met += setting;
+            first += ModuleEntry{entry.name, QString(entry.text).remove(signs)};
+        }
+    }
+    return first;
+}
+
+/// An option as its module takes it; without a name if it doesn't.
+ModuleEntry optionEntry(const ModulePolicy &policy, const QString &option)
+{
+    const auto nameEnd = option.indexOf(QLatin1Char('='));
+    const ModuleEntry entry{option.mid(0, nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
+    const ModuleSetting *setting = settingTaken(policy, entry.name);
+    if (!setting || nameEnd == -1 || !policy.strictOptions) {
+        return entry;
+    }
+    if (setting->kind == SettingKind::Flag) {
+        return {};
+    }
+    return leadingNumber(entry.text) ? entry : ModuleEntry{entry.name, QStringLiteral("0")};
 }
 
 QByteArray settingLine(const ModuleSetting &setting, const QVariant &value)
@@ -109,7 +154,7 @@ QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &conte
     for (const QByteArray &line : content.split('\n')) {
         entries += entryIn(line);
     }
-    return valuesIn(policy, entries);
+    return valuesIn(policy, policy.takesFirstLine ? firstOfEach(policy, entries) : entries);
 }
 
 QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content, const QVariantMap &values)
@@ -122,10 +167,10 @@ QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content,
     QByteArrayList written;
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         const ModuleEntry entry = entryIn(*line);
-        const ModuleSetting *setting = policy.find(entry.name);
-        const QVariant wanted = left.take(entry.name);
+        const ModuleSetting *setting = settingTaken(policy, entry.name);
+        const QVariant wanted = setting ? left.take(setting->name) : QVariant();
         const bool isAsWanted = !setting || (wanted.isValid() && valueIn(*setting, entry.text) == wanted);
-        const QByteArray text = wanted.isValid() && setting ? settingLine(*setting, wanted) : QByteArray();
+        const QByteArray text = wanted.isValid() ? settingLine(*setting, wanted) : QByteArray();
         const QByteArray rebuilt = isAsWanted ? *line : lineWith(text, *line);
         if (isAsWanted || !rebuilt.isNull()) {
             written.prepend(rebuilt);
@@ -143,8 +188,7 @@ QVariantMap moduleOptionValues(const ModulePolicy &policy, const QStringList &op
 {
     QVector<ModuleEntry> entries;
     for (const QString &option : options) {
-        const auto nameEnd = option.indexOf(QLatin1Char('='));
-        entries += ModuleEntry{option.mid(0, nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
+        entries += optionEntry(policy, option);
     }
     return valuesIn(policy, entries);
 }
@@ -153,7 +197,7 @@ QStringList moduleOptionsWith(const ModulePolicy &policy, const QStringList &opt
 {
     QStringList written;
     for (const QString &option : options) {
-        if (!policy.find(option.section(QLatin1Char('='), 0, 0))) {
+        if (!settingTaken(policy, option.section(QLatin1Char('='), 0, 0))) {
             written += option;
         }
     }

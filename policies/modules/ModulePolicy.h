@@ -59,6 +59,12 @@ struct ModulePolicy {
     QString enforcingOption = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
     /// Reads a file's content as the module does, and says what is wrong with it; null for one of names and values alone.
     QVariantMap (*readContent)(const QByteArray &content, QString *error) = nullptr;
+    /// Whether its module takes names in upper and lower case alike.
+    bool ignoresCase = false;
+    /// Whether of lines that set the same the first one counts, and no other even where it sets nothing; else the last one.
+    bool takesFirstLine = false;
+    /// Whether of its options a flag with a text isn't taken, and a text that is no number counts as 0.
+    bool strictOptions = false;
 };
 
 const ModulePolicy &faillockPolicy();

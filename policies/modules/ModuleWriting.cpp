@@ -11,6 +11,7 @@
 #include "policies/modules/PamStack.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -126,6 +127,7 @@ public:
         : m_policy(policy)
         , m_wish(wish)
         , m_place(place)
+        , m_hadFolder(QFile::exists(QFileInfo(place.root + policy.path).path()))
         , m_before(readModule(policy, place.root))
         , m_values(wantedValues(wish, m_before.values))
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
@@ -134,15 +136,15 @@ public:
 
     ModuleOutcome run()
     {
-        ModuleOutcome outcome = m_before.error.isEmpty() && m_snapshot.error().isEmpty()
-            ? fulfil()
-            : failed(m_before.error.isEmpty() ? m_snapshot.error() : m_before.error);
+        // what can't be read can't be put back
+        const QString obstacle = m_before.error.isEmpty() ? m_snapshot.error() : m_before.error;
+        ModuleOutcome outcome = obstacle.isEmpty() ? fulfil() : failed(obstacle);
         outcome.before = m_before.values;
         outcome.wasOn = m_before.force == ModuleForce::OurProfiles;
-        if (!outcome.succeeded()) {
+        if (!outcome.succeeded() && obstacle.isEmpty()) {
             putBack(&outcome);
         }
-        outcome.changed = m_snapshot.differs();
+        outcome.changed = obstacle.isEmpty() && m_snapshot.differs();
         return outcome;
     }
 
@@ -163,6 +165,9 @@ private:
     void putBack(ModuleOutcome *outcome) const
     {
         const QStringList problems = m_snapshot.putBack();
+        if (!m_hadFolder) {
+            QDir().rmdir(QFileInfo(m_place.root + m_policy.path).path()); // unless there is something in it by now
+        }
         if (!problems.isEmpty()) {
             outcome->kind = Kind::Failed;
             outcome->reason += QLatin1String("; ") + tr("not put back: %1").arg(problems.join(QLatin1String("; ")));
@@ -195,9 +200,10 @@ private:
     bool writeFile(QString *error) const
     {
         const QString path = m_place.root + m_policy.path;
-        QFile file(path);
-        const bool isThere = file.open(QIODevice::ReadOnly);
-        const QByteArray content = isThere ? file.readAll() : QByteArray();
+        QByteArray content;
+        if (!readWholeFile(path, &content, error)) {
+            return false;
+        }
         const QByteArray written = moduleFileWith(m_policy, content, m_values);
         if (written == content) {
             return true;
@@ -353,12 +359,11 @@ private:
     bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const
     {
         const QString path = m_place.root + line.path;
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            *error = line.path + QLatin1String(": ") + file.errorString();
+        QByteArray content;
+        if (!readWholeFile(path, &content, error)) {
             return false;
         }
-        const QByteArray written = pamStackWithOptions(file.readAll(), line.number, m_policy.module, options);
+        const QByteArray written = pamStackWithOptions(content, line.number, m_policy.module, options);
         if (written.isNull()) {
             *error = tr("%1 is a line that goes on in the next one").arg(lineText(line));
             return false;
@@ -406,6 +411,7 @@ private:
     const ModulePolicy &m_policy;
     const ModuleWish &m_wish;
     const ModulePlace &m_place;
+    const bool m_hadFolder;
     const ModuleReading m_before;
     /// All that is to stand there afterwards.
     const QVariantMap m_values;

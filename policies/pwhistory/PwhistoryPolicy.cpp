@@ -23,6 +23,11 @@ const ModulePolicy &pwhistoryPolicy()
             {QStringLiteral("retry"), Kind::Number, 1, mostPrompts, false, 1LL},
         },
         {QStringLiteral("accountpolicies-pwhistory")},
+        {},
+        nullptr,
+        true,
+        true,
+        true,
     };
     return policy;
 }

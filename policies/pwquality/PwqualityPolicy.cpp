@@ -65,6 +65,7 @@ const ModulePolicy &pwqualityPolicy()
         {}, // the module's own package has the profile
         {},
         pwqualityFileValues,
+        true,
     };
     return policy;
 }

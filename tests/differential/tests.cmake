@@ -3,9 +3,10 @@
 
 add_library(differentialsupport STATIC
     differential/FileGenerator.cpp
+    differential/ModuleGenerator.cpp
     differential/SecondReadings.cpp
 )
-target_link_libraries(differentialsupport PUBLIC policies testsupport)
+target_link_libraries(differentialsupport PUBLIC policies modulepolicies testsupport)
 target_compile_definitions(differentialsupport PRIVATE SCRIPTS="${CMAKE_CURRENT_SOURCE_DIR}/differential")
 
 add_unit_test(differential/ReadingTest SANDBOX COST 75 LIBRARIES differentialsupport)
@@ -14,4 +15,9 @@ add_unit_test(differential/RealToolsTest SANDBOX COST 45 LIBRARIES differentials
 
 add_library(pammachine STATIC differential/PamMachine.cpp endtoend/PamState.cpp)
 target_link_libraries(pammachine PUBLIC differentialsupport)
-add_unit_test(differential/PreviewedWritesTest SANDBOX COST 110 LIBRARIES pammachine client)
+add_unit_test(differential/PreviewedWritesTest SANDBOX COST 140 LIBRARIES pammachine client)
+
+target_compile_definitions(PreviewedWritesTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")
+
+add_unit_test(differential/ModuleReadingTest SANDBOX COST 20 LIBRARIES differentialsupport)
+target_compile_definitions(ModuleReadingTest PRIVATE SOURCES="${PROJECT_SOURCE_DIR}")

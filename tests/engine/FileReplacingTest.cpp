@@ -66,6 +66,8 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
+    void readsWhole_data();
+    void readsWhole();
     void replaces_data();
     void replaces();
     void makesFileReadableForAll();
@@ -93,6 +95,29 @@ void FileReplacingTest::init()
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
     writeContent(target, "old\n");
+}
+
+void FileReplacingTest::readsWhole_data()
+{
+    const Rows<QString, QByteArray, QString> row("path", "expected", "error");
+    row("a file", target, QByteArray(50000, 'x') + QByteArray("\0\n", 2), {});
+    row("a missing one", folder + QLatin1String("/missing"), {}, {});
+    row("a folder", folder, {}, folder + QLatin1String(": Is a directory"));
+    row("below a file", target + QLatin1String("/x"), {}, target + QLatin1String("/x: Not a directory"));
+}
+
+void FileReplacingTest::readsWhole()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QByteArray, expected);
+    QFETCH(const QString, error);
+    writeContent(target, QByteArray(50000, 'x') + QByteArray("\0\n", 2));
+    QByteArray content = "before";
+    QString told;
+
+    QCOMPARE(readWholeFile(path, &content, &told), error.isEmpty());
+    QCOMPARE(content, expected);
+    QCOMPARE(told, error);
 }
 
 void FileReplacingTest::replaces_data()

@@ -13,6 +13,7 @@ import time
 
 SCRATCH = '/run/faults'
 TRACE = SCRATCH + '/trace'
+VICTIM = SCRATCH + '/victim'
 TOOL = '/usr/sbin/pam-auth-update'
 REAL_TOOL = SCRATCH + '/pam-auth-update'
 FOLDERS = ['/etc', '/usr/share/pam-configs', '/var/lib/pam', '/var/cache/debconf', '/run/tmp']
@@ -123,6 +124,8 @@ exec /usr/bin/cp "$@"
     write_program(SCRATCH + '/tool', f'#!/bin/sh\nexec {TRACED} {REAL_TOOL} "$@"\n'.encode())
     # the tool starts debconf's frontend in its own place, which runs the tool once more, for the work
     write_program(TOOL, f'''#!/bin/sh
+# whoever runs it may give it an environment of its own
+[ -e {VICTIM} ] && . {VICTIM}
 case $VICTIM in
 tool) PERL_DL_NONLAZY=1 exec /usr/share/debconf/frontend {SCRATCH}/tool "$@" ;;
 frontend) exec {TRACED} {REAL_TOOL} "$@" ;;

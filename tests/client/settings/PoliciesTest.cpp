@@ -94,7 +94,7 @@ ocredit number credits -512 512 -
         QString::fromLatin1(ageing).replace(QLatin1String("%1"), QLatin1String("-1")));
     row("faillock", "Lockout after failed logins, by pam_faillock", " ", QStringLiteral(R"(
 enabled flag - 0 0 -
-deny number logins 1 65535 -
+deny number logins 1 1024 -
 fail_interval number s 1 604800 -
 unlock_time number s 0 604800 0
 even_deny_root flag - 0 0 -

@@ -99,6 +99,7 @@ private Q_SLOTS:
 
     void lists_data();
     void lists();
+    void countsItsLastSecond();
     void listsRootAsItIsLocked_data();
     void listsRootAsItIsLocked();
     void listsAdministratorsAsRoot();
@@ -185,13 +186,30 @@ void FailureRecordsTest::lists()
     QCOMPARE(listed(), expected);
 }
 
+void FailureRecordsTest::countsItsLastSecond()
+{
+    setUp("");
+    QVector<bool> areLocked;
+    qint64 begin = 0;
+    do {
+        begin = now();
+        areLocked.clear();
+        for (const qint64 ago : {600, 601}) {
+            writeContent(folder + QLatin1String("/tester"), entry(ago) + entry(ago) + entry(ago));
+            areLocked += failureRecords().accounts.constFirst().isLocked;
+        }
+    } while (now() != begin);
+    QCOMPARE(areLocked, QVector<bool>({true, false}));
+}
+
 void FailureRecordsTest::listsRootAsItIsLocked_data()
 {
     const Rows<QByteArray, RowText> row("settings", "lock");
     row("never", "", "open");
     row("as others", "even_deny_root\n", "locked until 500");
-    row("for its own time", "root_unlock_time = 200\n", "locked until 100");
-    row("for ever", "root_unlock_time = 0\n", "locked");
+    row("for its own time", "even_deny_root\nroot_unlock_time = 200\n", "locked until 100");
+    row("for ever", "even_deny_root\nroot_unlock_time = 0\n", "locked");
+    row("never by its time alone", "root_unlock_time = 200\n", "open");
 }
 
 void FailureRecordsTest::listsRootAsItIsLocked()

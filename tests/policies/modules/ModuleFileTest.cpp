@@ -12,6 +12,7 @@ namespace
 const QString deny = QStringLiteral("deny");
 const QString audit = QStringLiteral("audit");
 const QString unlockTime = QStringLiteral("unlock_time");
+const QString remember = QStringLiteral("remember");
 const QString minlen = QStringLiteral("minlen");
 }
 
@@ -26,8 +27,12 @@ private Q_SLOTS:
     void readsQualityByItsLibrary();
     void rewrites_data();
     void rewrites();
+    void rewritesNamesInAnyCaseWhereModuleTakesThem();
     void readsWhatItWrites_data();
     void readsWhatItWrites();
+    void readsHistoryByFirstLines_data();
+    void readsHistoryByFirstLines();
+    void readsOptions_data();
     void readsOptions();
     void writesOptionsBehindOthers();
 };
@@ -53,7 +58,10 @@ void ModuleFileTest::reads_data()
     row("no time before now", "unlock_time = -1\n", {});
     row("a text", "admin_group = wheel\n", {{QStringLiteral("admin_group"), QStringLiteral("wheel")}});
     row("no empty text", "admin_group =\n", {});
+    row("no text before an empty one", "admin_group = wheel\nadmin_group\n", {});
+    row("a path before an empty one", "dir = /f\ndir\n", {{QStringLiteral("dir"), QStringLiteral("/f")}});
     row("an absolute path", "dir = /var/lib/f\n", {{QStringLiteral("dir"), QStringLiteral("/var/lib/f")}});
+    row("no sign more", "deny = = 4\n", {});
     row("no other path", "dir = lib/f\n", {});
     row("what is written in Latin 1", "# \xe4\ndeny = 4\n", {{deny, 4LL}});
 }
@@ -97,6 +105,29 @@ void ModuleFileTest::readsQualityByItsLibrary()
     QCOMPARE(found, error);
 }
 
+void ModuleFileTest::readsHistoryByFirstLines_data()
+{
+    const Rows<QByteArray, QVariantMap> row("content", "values");
+    row("the first one", "remember = 3\nremember = 4\n", {{remember, 3LL}});
+    row("the first one that is no number", "remember = x\nremember = 4\n", {});
+    row("behind any signs", "remember = = 3\n", {{remember, 3LL}});
+    row("the first one without a value", "remember\nremember = 4\n", {});
+    row("the first one in any case", "Remember = 3\nremember = 4\n", {{remember, 3LL}});
+    row("each by itself",
+        "retry = 2\n# remember = 3\nremember = 4\n",
+        {{remember, 4LL}, {QStringLiteral("retry"), 2LL}});
+}
+
+void ModuleFileTest::readsHistoryByFirstLines()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QVariantMap, values);
+    QString error;
+
+    QCOMPARE(moduleFileValues(pwhistoryPolicy(), content, &error), values);
+    QCOMPARE(error, QString());
+}
+
 void ModuleFileTest::rewrites_data()
 {
     const Rows<QByteArray, QVariantMap, QByteArray> row("content", "values", "expected");
@@ -129,6 +160,13 @@ void ModuleFileTest::rewrites()
 
     QCOMPARE(moduleFileWith(faillockPolicy(), content, values), expected);
     QCOMPARE(moduleFileWith(faillockPolicy(), expected, values), expected);
+}
+
+void ModuleFileTest::rewritesNamesInAnyCaseWhereModuleTakesThem()
+{
+    const QByteArray content = "MinLen = 9\nMINCLASS = 2\nminlen = 10\n";
+    QCOMPARE(moduleFileWith(pwqualityPolicy(), content, {{minlen, 12LL}}), QByteArray("minlen = 12\n"));
+    QCOMPARE(moduleFileWith(faillockPolicy(), "Deny = 3\n", {{deny, 4LL}}), QByteArray("Deny = 3\ndeny = 4\n"));
 }
 
 void ModuleFileTest::readsWhatItWrites_data()
@@ -166,15 +204,29 @@ void ModuleFileTest::readsWhatItWrites()
     QCOMPARE(error, QString());
 }
 
+void ModuleFileTest::readsOptions_data()
+{
+    const Rows<RowText, RowText, QVariantMap> row("policy", "options", "values");
+    row("among others", "pwhistory", "use_authtok remember=3 debug", {{remember, 3LL}});
+    row("the last one", "pwhistory", "remember=3 remember=4", {{remember, 4LL}});
+    row("a flag", "pwhistory", "enforce_for_root", {{QStringLiteral("enforce_for_root"), true}});
+    row("in any case for pam_pwhistory", "pwhistory", "Remember=3", {{remember, 3LL}});
+    row("in its own case for pam_faillock", "faillock", "Deny=3", {});
+    row("no number for 0 by pam_pwhistory", "pwhistory", "remember=3 remember=x", {{remember, 0LL}});
+    row("nothing for 0 by pam_pwhistory", "pwhistory", "remember=", {{remember, 0LL}});
+    row("no flag with a text", "pwhistory", "enforce_for_root=1", {});
+    row("no other by pam_faillock", "faillock", "audit=1", {{audit, true}});
+    row("a name alone for none", "pwhistory", "remember", {});
+    row("no number for none by pam_faillock", "faillock", "deny=3 deny=x", {{deny, 3LL}});
+}
+
 void ModuleFileTest::readsOptions()
 {
-    const QStringList options{QStringLiteral("use_authtok"),
-                              QStringLiteral("remember=3"),
-                              QStringLiteral("retry=x"),
-                              QStringLiteral("remember=4"),
-                              QStringLiteral("enforce_for_root")};
-    QCOMPARE(moduleOptionValues(pwhistoryPolicy(), options),
-             QVariantMap({{QStringLiteral("remember"), 4LL}, {QStringLiteral("enforce_for_root"), true}}));
+    QFETCH(const QString, policy);
+    QFETCH(const QString, options);
+    QFETCH(const QVariantMap, values);
+
+    QCOMPARE(moduleOptionValues(*modulePolicy(policy), options.split(QLatin1Char(' '))), values);
 }
 
 void ModuleFileTest::writesOptionsBehindOthers()

@@ -115,6 +115,7 @@ private Q_SLOTS:
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
     void putsBackWhatToolHasSpoiled();
+    void putsBackWhatToolHasSwitchedInPart();
     void refuses_data();
     void refuses();
     void writesBelowRootWhatItWritesHere();
@@ -456,6 +457,25 @@ void ModuleWritingTest::putsBackWhatToolHasSpoiled()
     QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has failed: exit code 3: no disk"));
     QCOMPARE(outcome.kind, Kind::Failed);
     QVERIFY(!outcome.changed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::putsBackWhatToolHasSwitchedInPart()
+{
+    const FolderContent before = machine();
+    ModulePlace place;
+    // as one that is killed between two stacks, which debconf's frontend hides
+    place.pamAuthUpdate.program = QStringLiteral("/bin/sh");
+    place.pamAuthUpdate.arguments = QStringList{
+        QStringLiteral("-c"),
+        QStringLiteral(
+            "cd /etc/pam.d; cp common-account /run; cp /var/lib/pam/account /run/record; pam-auth-update \"$@\"; "
+            "cp /run/common-account .; cp /run/record /var/lib/pam/account"),
+        QStringLiteral("sh")};
+
+    const ModuleOutcome outcome = writeModule(faillockPolicy(), {five, Switch::On, false}, place);
+    QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has not switched the profiles"));
+    QCOMPARE(outcome.kind, Kind::Failed);
     QCOMPARE(machine(), before);
 }
 
