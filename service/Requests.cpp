@@ -51,10 +51,12 @@ void Requests::add(const QDBusMessage &message, const Job &job)
     }
     const std::optional<Caller> caller = callerOf(message, job);
     if (!caller || m_isStopping) {
+        unwatch(message.service());
         return;
     }
     if (!hasRoomFor(caller->user)) {
         reply(message, Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests")));
+        unwatch(message.service());
         return;
     }
     const quint64 number = ++m_lastNumber;
@@ -215,14 +217,20 @@ void Requests::remove(Map::iterator request)
 {
     const QString caller = request->second.caller.name;
     m_requests.erase(request);
+    unwatch(caller);
+    if (m_requests.empty()) {
+        Q_EMIT emptied();
+    }
+}
+
+/// Its end matters as long as it waits for something.
+void Requests::unwatch(const QString &caller)
+{
     const bool hasMore = std::any_of(m_requests.begin(), m_requests.end(), [&caller](const Map::value_type &other) {
         return other.second.caller.name == caller;
     });
     if (!hasMore) {
         m_watch.removeWatchedService(caller);
-    }
-    if (m_requests.empty()) {
-        Q_EMIT emptied();
     }
 }
 
