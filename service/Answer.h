@@ -28,6 +28,7 @@ inline constexpr char unknownAccountError[] = "UnknownAccount";
 inline constexpr char notAuthorizedError[] = "NotAuthorized";
 inline constexpr char interactionError[] = "InteractiveAuthorizationRequired";
 inline constexpr char authorizationFailedError[] = "AuthorizationFailed";
+inline constexpr char rootOnlyError[] = "RootOnly";
 inline constexpr char tooManyRequestsError[] = "TooManyRequests";
 inline constexpr char stacksEditedError[] = "StacksEdited";
 inline constexpr char rolledBackError[] = "RolledBack";

@@ -112,6 +112,24 @@ std::optional<ModuleWish> wholeWish(const PolicyWrite &write, const QString &roo
     return whole;
 }
 
+/**
+ * What is refused whatever polkit says; no error if nothing is.
+ *
+ * Root makes files in the folder of failed logins that belong to the accounts: whoever chooses it could put one of his own
+ * wherever root believes what stands in a file.
+ */
+Answer
+objectionTo(const ModulePolicy &policy, const QVariantMap &before, const QVariantMap &after, const Caller &caller)
+{
+    for (const ModuleSetting &setting : policy.settings) {
+        const bool changes = before.value(setting.name) != after.value(setting.name);
+        if (setting.kind == ModuleSetting::Kind::Path && changes && caller.user != 0) {
+            return Answer::failure(rootOnlyError, QStringLiteral("only root may change %1").arg(setting.name));
+        }
+    }
+    return {};
+}
+
 const char *errorOf(ModuleOutcome::Kind kind)
 {
     switch (kind) {
@@ -171,6 +189,11 @@ Answer runWrite(const PolicyWrite &write, const Caller &caller)
     Answer answer;
     const std::optional<ModuleWish> wish = wholeWish(write, QString(), &answer);
     if (!wish) {
+        return answer;
+    }
+    const ModuleReading before = readModule(*write.policy);
+    answer = objectionTo(*write.policy, before.values, wish->values, caller);
+    if (!answer.error.isEmpty()) {
         return answer;
     }
     const ModuleOutcome outcome = writeModule(*write.policy, *wish);

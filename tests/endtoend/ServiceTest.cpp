@@ -110,6 +110,7 @@ private Q_SLOTS:
     void locksListsAndUnlocks();
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
+    void letsRootAloneChooseTheFolder();
     void leavesAnEntryInTheJournal();
     void followsTheRuleOfThePage();
     void isConfined();
@@ -388,6 +389,27 @@ void ServiceTest::asksPolkitOfEachAction()
                                  answerOf(nobody, listCall()),
                                  answerOf(nobody, unlockCall("alice"))};
     QTEST(answers, "expected");
+}
+
+void ServiceTest::letsRootAloneChooseTheFolder()
+{
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    const QVariantMap folder{{QStringLiteral("dir"), QStringLiteral("/var/lib/pam")}};
+    const QByteArray onlyRoot = serviceError("RootOnly", "only root may change dir");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), onlyRoot);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    QCOMPARE(answerOf(root, writeCall("faillock", folder)), written());
+    const QByteArray chosen = contentOf(faillockFile);
+    QCOMPARE(chosen, m_stockFile + "dir = /var/lib/pam\n");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", {{QStringLiteral("dir"), QStringLiteral("/var")}})), onlyRoot);
+    QCOMPARE(answerOf(nobody, writeDeny()), onlyRoot); // which would take it away
+    QCOMPARE(contentOf(faillockFile), chosen);
+
+    QCOMPARE(answerOf(nobody, writeDeny(option("merge"))), written());
+    QCOMPARE(contentOf(faillockFile), chosen + "deny = 3\n");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), written());
+    QCOMPARE(contentOf(faillockFile), chosen);
 }
 
 void ServiceTest::leavesAnEntryInTheJournal()
