@@ -29,6 +29,7 @@ inline constexpr char notAuthorizedError[] = "NotAuthorized";
 inline constexpr char interactionError[] = "InteractiveAuthorizationRequired";
 inline constexpr char authorizationFailedError[] = "AuthorizationFailed";
 inline constexpr char rootOnlyError[] = "RootOnly";
+inline constexpr char locksRootError[] = "LocksRoot";
 inline constexpr char tooManyRequestsError[] = "TooManyRequests";
 inline constexpr char stacksEditedError[] = "StacksEdited";
 inline constexpr char rolledBackError[] = "RolledBack";

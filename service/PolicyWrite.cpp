@@ -4,6 +4,7 @@
 #include "service/PolicyWrite.h"
 
 #include "client/preview/MachineCopy.h"
+#include "policies/faillock/RootLocking.h"
 #include "policies/modules/ModuleReading.h"
 #include "service/BusTypes.h"
 #include "service/JournalEntry.h"
@@ -74,7 +75,8 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
     for (auto option = options.begin(); option != options.end(); ++option) {
         const bool isSet = option.value().toBool();
         if (option.value().userType() != QMetaType::Bool) {
-            *fault = Answer::failure(invalidOptionError, QStringLiteral("options are booleans: merge, on, force"));
+            *fault = Answer::failure(invalidOptionError,
+                                     QStringLiteral("options are booleans: merge, on, force, lock-root"));
             return false;
         }
         if (option.key() == QLatin1String("merge")) {
@@ -83,6 +85,8 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
             write->wish.profiles = isSet ? ModuleWish::Switch::On : ModuleWish::Switch::Off;
         } else if (option.key() == QLatin1String("force")) {
             write->wish.force = isSet;
+        } else if (option.key() == QLatin1String("lock-root")) {
+            write->mayLockRoot = isSet;
         } else {
             *fault =
                 Answer::failure(invalidOptionError, QStringLiteral("no such option: %1").arg(option.key().left(64)));
@@ -112,20 +116,36 @@ std::optional<ModuleWish> wholeWish(const PolicyWrite &write, const QString &roo
     return whole;
 }
 
+/// Whether the policy is in force after a write that succeeds; other lines than ours go on calling the module.
+bool isInForceAfter(const ModuleWish &wish, ModuleForce before)
+{
+    const bool mayBeOff = wish.profiles == ModuleWish::Switch::Off && before == ModuleForce::OurProfiles;
+    return wish.profiles == ModuleWish::Switch::On || (before != ModuleForce::None && !mayBeOff);
+}
+
+bool locksRootNewly(const ModuleWish &wish, const ModuleReading &before)
+{
+    const bool hasBeenLocked = before.force != ModuleForce::None && locksRoot(before.values);
+    return !hasBeenLocked && isInForceAfter(wish, before.force) && locksRoot(wish.values);
+}
+
 /**
  * What is refused whatever polkit says; no error if nothing is.
  *
  * Root makes files in the folder of failed logins that belong to the accounts: whoever chooses it could put one of his own
  * wherever root believes what stands in a file.
  */
-Answer
-objectionTo(const ModulePolicy &policy, const QVariantMap &before, const QVariantMap &after, const Caller &caller)
+Answer objectionTo(const PolicyWrite &write, const ModuleWish &whole, const ModuleReading &before, const Caller &caller)
 {
-    for (const ModuleSetting &setting : policy.settings) {
-        const bool changes = before.value(setting.name) != after.value(setting.name);
+    for (const ModuleSetting &setting : write.policy->settings) {
+        const bool changes = before.values.value(setting.name) != whole.values.value(setting.name);
         if (setting.kind == ModuleSetting::Kind::Path && changes && caller.user != 0) {
             return Answer::failure(rootOnlyError, QStringLiteral("only root may change %1").arg(setting.name));
         }
+    }
+    if (!write.mayLockRoot && !whole.force && locksRootNewly(whole, before)) {
+        return Answer::failure(locksRootError,
+                               QStringLiteral("whoever fails to log in as root often enough would keep root out"));
     }
     return {};
 }
@@ -192,7 +212,7 @@ Answer runWrite(const PolicyWrite &write, const Caller &caller)
         return answer;
     }
     const ModuleReading before = readModule(*write.policy);
-    answer = objectionTo(*write.policy, before.values, wish->values, caller);
+    answer = objectionTo(write, *wish, before, caller);
     if (!answer.error.isEmpty()) {
         return answer;
     }

@@ -16,6 +16,8 @@ struct PolicyWrite {
     ModuleWish wish = {};
     /// Whether what the wish doesn't name stays as it is.
     bool merges = false;
+    /// Whether failed logins may come to lock root, too.
+    bool mayLockRoot = false;
 };
 
 /// Null, and says so, if there is none of that name.

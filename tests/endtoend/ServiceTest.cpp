@@ -111,6 +111,8 @@ private Q_SLOTS:
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
     void letsRootAloneChooseTheFolder();
+    void locksRootOnlyWhereTold_data();
+    void locksRootOnlyWhereTold();
     void leavesAnEntryInTheJournal();
     void followsTheRuleOfThePage();
     void isConfined();
@@ -410,6 +412,50 @@ void ServiceTest::letsRootAloneChooseTheFolder()
     QCOMPARE(contentOf(faillockFile), chosen + "deny = 3\n");
     QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), written());
     QCOMPARE(contentOf(faillockFile), chosen);
+}
+
+void ServiceTest::locksRootOnlyWhereTold_data()
+{
+    QTest::addColumn<QVariantMap>("before");
+    QTest::addColumn<bool>("wasOn");
+    QTest::addColumn<QVariantMap>("values");
+    QTest::addColumn<QVariantMap>("options");
+    QTest::addColumn<bool>("isRefused");
+    const QVariantMap none;
+    const QVariantMap denied{{QStringLiteral("even_deny_root"), true}};
+    const QVariantMap timed{{QStringLiteral("root_unlock_time"), 60}};
+    const QVariantMap on = option("on");
+    const auto onAnd = [](const char *other) {
+        return QVariantMap{{QStringLiteral("on"), true}, {QString::fromLatin1(other), true}};
+    };
+    QTest::newRow("with root") << none << false << denied << on << true;
+    QTest::newRow("with a time for root") << none << false << timed << on << true;
+    QTest::newRow("root added") << none << true << denied << none << true;
+    QTest::newRow("put in force") << denied << false << none << onAnd("merge") << true;
+    QTest::newRow("not in force") << none << false << denied << none << false;
+    QTest::newRow("taken out of force") << none << true << denied << option("on", false) << false;
+    QTest::newRow("as before") << denied << true << timed << on << false;
+    QTest::newRow("flag that is false") << none << false << QVariantMap{{QStringLiteral("even_deny_root"), false}} << on
+                                        << false;
+    QTest::newRow("told") << none << false << denied << onAnd("lock-root") << false;
+    QTest::newRow("forced") << none << false << timed << onAnd("force") << false;
+}
+
+void ServiceTest::locksRootOnlyWhereTold()
+{
+    QFETCH(QVariantMap, before);
+    QFETCH(bool, wasOn);
+    QFETCH(QVariantMap, values);
+    QFETCH(QVariantMap, options);
+    QFETCH(bool, isRefused);
+    answerOf(root, writeCall("faillock", before, {{QStringLiteral("on"), wasOn}, {QStringLiteral("lock-root"), true}}));
+    const QByteArrayList files{contentOf(faillockFile), contentOf(authStack)};
+    const QByteArray refusal =
+        serviceError("LocksRoot", "whoever fails to log in as root often enough would keep root out");
+
+    QCOMPARE(answerOf(root, writeCall("faillock", values, options)), isRefused ? refusal : written());
+    const QByteArrayList filesNow{contentOf(faillockFile), contentOf(authStack)};
+    QCOMPARE(filesNow == files, isRefused);
 }
 
 void ServiceTest::leavesAnEntryInTheJournal()

@@ -60,6 +60,7 @@ void PolicyWriteTest::takesOptions_data()
     add("off", {{on, false}}, "off");
     add("forced", {{on, true}, {force, true}}, "on, force");
     add("merged", {{merge, true}}, "stay, merge");
+    add("root too", {{QStringLiteral("lock-root"), true}}, "stay, root");
     add("denied", {{merge, false}, {force, false}}, "stay");
 }
 
@@ -76,6 +77,7 @@ void PolicyWriteTest::takesOptions()
     QString told = switches.value(write->wish.profiles);
     told += write->wish.force ? QStringLiteral(", force") : QString();
     told += write->merges ? QStringLiteral(", merge") : QString();
+    told += write->mayLockRoot ? QStringLiteral(", root") : QString();
     QTEST(told, "expected");
 }
 
@@ -137,7 +139,7 @@ void PolicyWriteTest::tellsWhatIsWrong_data()
         "pwquality",
         {},
         value("on", 1),
-        QStringLiteral("InvalidOption: options are booleans: merge, on, force"));
+        QStringLiteral("InvalidOption: options are booleans: merge, on, force, lock-root"));
 }
 
 void PolicyWriteTest::tellsWhatIsWrong()
