@@ -116,6 +116,7 @@ private Q_SLOTS:
     void asksAsTheCallerWants();
     void touchesNothingBeforeTheAnswer();
     void tellsThatPolkitDoesNotDecide();
+    void tellsThatTheBusDoesNotSayWhoAsks();
     void takesTheQuestionBackWhenTheCallerLeaves();
     void takesSixteenRequestsOfAUser();
     void watchesNobodyWhoHasNoRequest();
@@ -212,6 +213,28 @@ void ServiceQueueTest::tellsThatPolkitDoesNotDecide()
     QCOMPARE(answersTo(caller.get()),
              QByteArrayList{serviceError("AuthorizationFailed", "polkit has not decided about it")});
     QCOMPARE(contentOf(faillockFile), m_stockFile);
+}
+
+void ServiceQueueTest::tellsThatTheBusDoesNotSayWhoAsks()
+{
+    answerOf(nobody, readCall()); // starts the service
+    const QString denial = QStringLiteral("/etc/dbus-1/system.d/denial.conf");
+    writeContent(
+        denial,
+        "<busconfig><policy context=\"mandatory\"><deny send_destination=\"org.freedesktop.DBus\" "
+        "send_interface=\"org.freedesktop.DBus\" send_member=\"GetConnectionCredentials\"/></policy></busconfig>\n");
+    reloadBusConfiguration();
+    const QByteArray unknown = serviceError("Failed", "the bus does not say who asks");
+    ServiceCall previews = previewCall();
+    previews.count = 3;
+
+    QCOMPARE(answersOf(nobody, previews), QByteArrayList({unknown, unknown, unknown}));
+    QCOMPARE(answerOf(root, writeCall()), unknown);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    QVERIFY(QFile::remove(denial));
+    reloadBusConfiguration();
+    QCOMPARE(answerOf(root, writeCall()), QByteArray("bool true; QString "));
 }
 
 void ServiceQueueTest::takesTheQuestionBackWhenTheCallerLeaves()
