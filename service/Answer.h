@@ -28,6 +28,7 @@ inline constexpr char unknownAccountError[] = "UnknownAccount";
 inline constexpr char notAuthorizedError[] = "NotAuthorized";
 inline constexpr char interactionError[] = "InteractiveAuthorizationRequired";
 inline constexpr char authorizationFailedError[] = "AuthorizationFailed";
+inline constexpr char privateFileError[] = "PrivateFile";
 inline constexpr char rootOnlyError[] = "RootOnly";
 inline constexpr char locksRootError[] = "LocksRoot";
 inline constexpr char tooManyRequestsError[] = "TooManyRequests";

@@ -7,6 +7,7 @@
 #include "policies/modules/ModuleReading.h"
 #include "service/JournalEntry.h"
 #include "service/PolicyWrite.h"
+#include "service/PrivateFiles.h"
 #include "service/ServiceNames.h"
 
 #include <memory>
@@ -69,6 +70,15 @@ Answer read(const ModulePolicy &policy)
                             {QStringLiteral("force"), nameOf(reading.force)},
                             {QStringLiteral("lines"), describe(reading.lines)}};
     return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
+}
+
+/// Refuses, by an error, to tell others what they couldn't read themselves.
+Answer refusalOfSecrets(const Caller &caller, const QStringList &files)
+{
+    const QString secret = caller.user == 0 ? QString() : firstPrivateFile(files);
+    return secret.isEmpty()
+        ? Answer()
+        : Answer::failure(privateFileError, QStringLiteral("only root is told what is in %1").arg(secret));
 }
 
 Answer listLocked()
@@ -157,8 +167,9 @@ QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVaria
         refuse(fault);
         return {};
     }
-    take({Job::Place::Here, {}, {}, [found](const Caller &) {
-              return read(*found);
+    take({Job::Place::Here, {}, {}, [found](const Caller &caller) {
+              const Answer refusal = refusalOfSecrets(caller, filesOfReads(*found));
+              return refusal.error.isEmpty() ? read(*found) : refusal;
           }});
     return {};
 }
@@ -186,8 +197,9 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
         refuse(fault);
         return {};
     }
-    take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &) {
-              return previewWrite(write);
+    take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &caller) {
+              const Answer refusal = refusalOfSecrets(caller, filesOfPreviews(*write.policy));
+              return refusal.error.isEmpty() ? previewWrite(write) : refusal;
           }});
     return {};
 }

@@ -113,6 +113,8 @@ private Q_SLOTS:
     void letsRootAloneChooseTheFolder();
     void locksRootOnlyWhereTold_data();
     void locksRootOnlyWhereTold();
+    void tellsSecretsToRootAlone_data();
+    void tellsSecretsToRootAlone();
     void leavesAnEntryInTheJournal();
     void followsTheRuleOfThePage();
     void isConfined();
@@ -456,6 +458,52 @@ void ServiceTest::locksRootOnlyWhereTold()
     QCOMPARE(answerOf(root, writeCall("faillock", values, options)), isRefused ? refusal : written());
     const QByteArrayList filesNow{contentOf(faillockFile), contentOf(authStack)};
     QCOMPARE(filesNow == files, isRefused);
+}
+
+void ServiceTest::tellsSecretsToRootAlone_data()
+{
+    QTest::addColumn<QString>("closed");
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QString>("toldOf");
+    QTest::addColumn<bool>("canBeRead");
+    const QString folder = QStringLiteral("/etc/security");
+    QTest::newRow("file") << faillockFile << QStringLiteral("600") << faillockFile << false;
+    QTest::newRow("stack") << authStack << QStringLiteral("640") << authStack << false;
+    QTest::newRow("folder") << folder << QStringLiteral("750") << faillockFile << false;
+    QTest::newRow("linked file") << QStringLiteral("/usr/share/faillock.linked") << QStringLiteral("640")
+                                 << QStringLiteral("/etc/pam.d/linked") << false;
+    QTest::newRow("records") << QStringLiteral("/var/lib/pam/auth") << QStringLiteral("600")
+                             << QStringLiteral("/var/lib/pam/auth") << false;
+    const QString profile = QStringLiteral("/usr/share/pam-configs/unix");
+    QTest::newRow("profile, which no read is made of") << profile << QStringLiteral("600") << profile << true;
+}
+
+void ServiceTest::tellsSecretsToRootAlone()
+{
+    QFETCH(QString, closed);
+    QFETCH(QString, mode);
+    QFETCH(QString, toldOf);
+    QFETCH(bool, canBeRead);
+    const QString linked = QStringLiteral("/usr/share/faillock.linked");
+    writeContent(linked, "auth required pam_permit.so\n");
+    QFile::link(linked, QStringLiteral("/etc/pam.d/linked"));
+    const ServiceCall preview{QStringLiteral("PreviewPolicy"),
+                              {QStringLiteral("faillock"), QVariantMap(), QVariantMap()}};
+    const QByteArray read = answerOf(nobody, readCall("faillock"));
+    const QByteArray modeBefore = runAs(root, QStringLiteral("stat"), {QStringLiteral("-c%a"), closed}).standardOutput;
+    QCOMPARE(answerOf(nobody, preview), QByteArray("[]"));
+
+    QCOMPARE(runAs(root, QStringLiteral("chmod"), {mode, closed}).exitCode, 0);
+    const QByteArrayList answers{answerOf(nobody, readCall("faillock")),
+                                 answerOf(nobody, preview),
+                                 answerOf(root, readCall("faillock")),
+                                 answerOf(root, preview)};
+    runAs(root, QStringLiteral("chmod"), {QString::fromLatin1(modeBefore.trimmed()), closed});
+    QFile::remove(QStringLiteral("/etc/pam.d/linked"));
+
+    const QByteArray secret =
+        serviceError("PrivateFile", ("only root is told what is in " + toldOf.toLatin1()).constData());
+    QCOMPARE(answers, QByteArrayList({canBeRead ? read : secret, secret, read, "[]"}));
 }
 
 void ServiceTest::leavesAnEntryInTheJournal()
