@@ -5,6 +5,7 @@
 
 #include "policies/faillock/FailureRecords.h"
 #include "policies/modules/ModuleReading.h"
+#include "service/ForceName.h"
 #include "service/JournalEntry.h"
 #include "service/PolicyWrite.h"
 #include "service/PrivateFiles.h"
@@ -32,18 +33,6 @@ QString typeOf(ModuleSetting::Kind kind)
     return {};
 }
 
-QString nameOf(ModuleForce force)
-{
-    switch (force) {
-    case ModuleForce::OurProfiles:
-        return QStringLiteral("profiles");
-    case ModuleForce::OtherLines:
-        return QStringLiteral("lines");
-    default:
-        return QStringLiteral("none");
-    }
-}
-
 QStringList describe(const QVector<ModuleLine> &lines)
 {
     QStringList texts;
@@ -67,7 +56,7 @@ Answer read(const ModulePolicy &policy)
         sources.insert(value.key(), reading.source);
     }
     const QVariantMap state{{QStringLiteral("installed"), !reading.modulePath.isEmpty()},
-                            {QStringLiteral("force"), nameOf(reading.force)},
+                            {QStringLiteral("force"), forceName(reading.force)},
                             {QStringLiteral("lines"), describe(reading.lines)}};
     return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
 }

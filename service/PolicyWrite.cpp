@@ -7,6 +7,7 @@
 #include "policies/faillock/RootLocking.h"
 #include "policies/modules/ModuleReading.h"
 #include "service/BusTypes.h"
+#include "service/ForceName.h"
 #include "service/JournalEntry.h"
 
 #include <QDBusArgument>
@@ -71,6 +72,7 @@ bool takeValues(const ModulePolicy &policy, const QVariantMap &values, QVariantM
 
 bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
 {
+    write->options = options;
     write->wish.profiles = ModuleWish::Switch::Stay;
     for (auto option = options.begin(); option != options.end(); ++option) {
         const bool isSet = option.value().toBool();
@@ -170,16 +172,34 @@ Answer answerOf(const ModuleOutcome &outcome)
     return {{outcome.changed, outcome.reason}, {}, {}, {}};
 }
 
-void note(const PolicyWrite &write, const ModuleWish &wish, const ModuleOutcome &outcome, const Caller &caller)
+/// Empty if that can't be read.
+QString forceIn(const ModuleReading &reading)
 {
-    const QString error = answerOf(outcome).error;
-    writeToJournal({caller,
-                    QStringLiteral("write-") + write.policy->name,
-                    QStringLiteral("policy ") + write.policy->name,
-                    outcome.before,
-                    wish.values,
-                    error.isEmpty() ? doneOutcome() : error,
-                    outcome.reason});
+    return reading.error.isEmpty() ? forceName(reading.force) : QString();
+}
+
+/// Notes what was there before, and what was to be there.
+Answer tryWrite(const PolicyWrite &write, const Caller &caller, JournalEntry *entry)
+{
+    const ModuleReading before = readModule(*write.policy);
+    entry->before = before.values;
+    entry->forceBefore = forceIn(before);
+    Answer answer;
+    const std::optional<ModuleWish> wish = wholeWish(write, QString(), &answer);
+    if (!wish) {
+        return answer;
+    }
+    entry->after = wish->values;
+    answer = objectionTo(write, *wish, before, caller);
+    if (!answer.error.isEmpty()) {
+        return answer;
+    }
+    const ModuleOutcome outcome = writeModule(*write.policy, *wish);
+    answer = answerOf(outcome);
+    if (outcome.changed) {
+        answer.changedPolicy = write.policy->name;
+    }
+    return answer;
 }
 }
 
@@ -206,22 +226,18 @@ policyWrite(const QString &policy, const QVariantMap &values, const QVariantMap 
 
 Answer runWrite(const PolicyWrite &write, const Caller &caller)
 {
-    Answer answer;
-    const std::optional<ModuleWish> wish = wholeWish(write, QString(), &answer);
-    if (!wish) {
-        return answer;
-    }
-    const ModuleReading before = readModule(*write.policy);
-    answer = objectionTo(write, *wish, before, caller);
-    if (!answer.error.isEmpty()) {
-        return answer;
-    }
-    const ModuleOutcome outcome = writeModule(*write.policy, *wish);
-    note(write, *wish, outcome, caller);
-    answer = answerOf(outcome);
-    if (outcome.changed) {
-        answer.changedPolicy = write.policy->name;
-    }
+    JournalEntry entry;
+    entry.caller = caller;
+    entry.action = QLatin1String("write-") + write.policy->name;
+    entry.subject = QLatin1String("policy ") + write.policy->name;
+    entry.options = write.options;
+    entry.after = write.wish.values;
+    const Answer answer = tryWrite(write, caller, &entry);
+    const bool isDone = answer.error.isEmpty();
+    entry.outcome = isDone ? doneOutcome() : answer.error;
+    entry.reason = isDone ? answer.values.value(1).toString() : answer.errorText;
+    entry.forceNow = forceIn(readModule(*write.policy));
+    writeToJournal(entry);
     return answer;
 }
 

@@ -511,7 +511,7 @@ void ServiceTest::leavesAnEntryInTheJournal()
     endService(); // which knows of no journal
     const JournalSocket journal;
     const PolkitRule rule(serviceActions, "nobody", "YES");
-    const auto caller = startCall(nobody, writeDeny());
+    const auto caller = startCall(nobody, writeDeny(option("on")));
     const QByteArray process = QByteArray::number(caller->processId());
     QCOMPARE(answersTo(caller.get()), QByteArrayList{written()});
     const QByteArray login = contentOf("/proc/self/loginuid");
@@ -523,6 +523,8 @@ void ServiceTest::leavesAnEntryInTheJournal()
                         "ACCOUNTPOLICIES_CALLER_UID=65534\nACCOUNTPOLICIES_CALLER_LOGINUID=")
                  + loginUser + "\nACCOUNTPOLICIES_CALLER_PID=" + process
                  + "\nACCOUNTPOLICIES_OLD={}\nACCOUNTPOLICIES_NEW={\"deny\":3}\n"
+                   "ACCOUNTPOLICIES_OPTIONS={\"on\":true}\nACCOUNTPOLICIES_OLD_FORCE=none\n"
+                   "ACCOUNTPOLICIES_NEW_FORCE=profiles\n"
                    "ACCOUNTPOLICIES_OUTCOME=done\nACCOUNTPOLICIES_REASON=");
 
     QCOMPARE(answerOf(nobody, unlockCall("alice")), QByteArray());
