@@ -99,20 +99,26 @@ bool isAccount(const QString &name)
     return getpwnam_r(name.toLocal8Bit().constData(), &entry, room.data(), room.size(), &found) == 0 && found;
 }
 
-Answer unlock(const QString &account, const Caller &caller)
+Answer tryUnlock(const QString &account)
 {
     if (!isAccount(account)) {
         return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
     }
     const QString fault = forgetFailures(account);
+    return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
+}
+
+Answer unlock(const QString &account, const Caller &caller)
+{
+    const Answer answer = tryUnlock(account);
     writeToJournal({caller,
                     QStringLiteral("unlock"),
                     QStringLiteral("account ") + account,
                     {},
                     {},
-                    fault.isEmpty() ? doneOutcome() : QLatin1String(failedError),
-                    fault});
-    return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
+                    answer.error.isEmpty() ? doneOutcome() : answer.error,
+                    answer.errorText});
+    return answer;
 }
 }
 

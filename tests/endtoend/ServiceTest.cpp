@@ -116,6 +116,8 @@ private Q_SLOTS:
     void tellsSecretsToRootAlone_data();
     void tellsSecretsToRootAlone();
     void leavesAnEntryInTheJournal();
+    void leavesAnEntryOfWhatCameToNothing_data();
+    void leavesAnEntryOfWhatCameToNothing();
     void followsTheRuleOfThePage();
     void isConfined();
     void letsNobodyButRootOwnTheName();
@@ -529,10 +531,48 @@ void ServiceTest::leavesAnEntryInTheJournal()
 
     QCOMPARE(answerOf(nobody, unlockCall("alice")), QByteArray());
     QCOMPARE(journal.next().constFirst(), QByteArray("MESSAGE=User 65534, unlock, account alice: done"));
-    // what is refused, and what changes nothing by its nature, leaves none
+    // what changes nothing by its nature leaves none
     QCOMPARE(answerOf(nobody, listCall()), QByteArray("[]"));
-    QCOMPARE(answerOf(nobody, unlockCall("nosuch")), serviceError("UnknownAccount", "no such account"));
     QCOMPARE(journal.next(), QByteArrayList{QByteArray()});
+}
+
+void ServiceTest::leavesAnEntryOfWhatCameToNothing_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QVariantList>("arguments");
+    QTest::addColumn<QByteArray>("action");
+    QTest::addColumn<QByteArray>("subject");
+    const auto addWrite =
+        [](const char *name, const char *policy, const QVariantMap &values, const QVariantMap &options) {
+            QTest::newRow(name) << QStringLiteral("WritePolicy")
+                                << QVariantList{QString::fromLatin1(policy), values, options}
+                                << QByteArray("write-") + policy << QByteArray("policy ") + policy;
+        };
+    addWrite("unreadable file", "pwquality", {{QStringLiteral("minlen"), 12}}, option("merge"));
+    addWrite("folder that root chooses", "faillock", {{QStringLiteral("dir"), QStringLiteral("/var")}}, {});
+    addWrite("root locked", "faillock", {{QStringLiteral("even_deny_root"), true}}, option("on"));
+    QTest::newRow("no account") << QStringLiteral("Unlock") << QVariantList{QStringLiteral("nosuch")}
+                                << QByteArray("unlock") << QByteArray("account nosuch");
+}
+
+void ServiceTest::leavesAnEntryOfWhatCameToNothing()
+{
+    QFETCH(QString, method);
+    QFETCH(QVariantList, arguments);
+    QFETCH(QByteArray, action);
+    QFETCH(QByteArray, subject);
+    endService(); // which knows of no journal
+    const JournalSocket journal;
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    QVERIFY(QDir().mkpath(pwqualityFolder + QStringLiteral("/50-accountpolicies.conf")));
+    const QByteArray answer = answerOf(nobody, {method, arguments});
+
+    const QByteArray start = QByteArray(serviceName) + ".Error.";
+    QCOMPARE(answer.left(start.size()), start);
+    const QByteArray error = answer.mid(start.size());
+    const auto end = error.indexOf(':');
+    QCOMPARE(journal.next().constFirst(),
+             "MESSAGE=User 65534, " + action + ", " + subject + ": " + error.left(end) + ',' + error.mid(end + 1));
 }
 
 void ServiceTest::followsTheRuleOfThePage()
