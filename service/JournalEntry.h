@@ -7,7 +7,7 @@
 
 #include <QVariantMap>
 
-/// What somebody has changed through the service, or tried to, once polkit had admitted it.
+/// What somebody has changed through the service, or tried to, once polkit had admitted it; of a list, what it lacks.
 struct JournalEntry {
     Caller caller;
     /// The last part of polkit's action: "write-faillock", "unlock".

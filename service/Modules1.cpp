@@ -7,6 +7,7 @@
 #include "policies/modules/ModuleReading.h"
 #include "service/ForceName.h"
 #include "service/JournalEntry.h"
+#include "service/LockedListing.h"
 #include "service/PolicyWrite.h"
 #include "service/PrivateFiles.h"
 #include "service/ServiceNames.h"
@@ -70,24 +71,20 @@ Answer refusalOfSecrets(const Caller &caller, const QStringList &files)
         : Answer::failure(privateFileError, QStringLiteral("only root is told what is in %1").arg(secret));
 }
 
-Answer listLocked()
+Answer listLocked(const Caller &caller)
 {
     const FailureListing listing = failureRecords();
     if (!listing.error.isEmpty()) {
-        return Answer::failure(failedError, listing.error);
+        // the list has no place for it
+        writeToJournal({caller,
+                        QStringLiteral("list-locked"),
+                        QStringLiteral("records of failed logins"),
+                        {},
+                        {},
+                        QLatin1String(failedError),
+                        listing.error});
     }
-    LockedAccounts locked;
-    for (const FailureRecord &record : listing.accounts) {
-        if (record.isLocked) {
-            locked += LockedAccount{record.account,
-                                    record.failures,
-                                    record.first.toSecsSinceEpoch(),
-                                    record.last.toSecsSinceEpoch(),
-                                    record.source,
-                                    record.until ? record.until->toSecsSinceEpoch() : 0};
-        }
-    }
-    return Answer::of(QVariant::fromValue(locked));
+    return lockedAnswer(listing);
 }
 
 /// In whatever database of accounts; may wait for one in the network.
@@ -202,8 +199,8 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
 LockedAccounts Modules1::ListLocked()
 {
     // whether an account is an administrator's may be asked of a database in the network
-    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &) {
-              return listLocked();
+    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &caller) {
+              return listLocked(caller);
           }});
     return {};
 }
