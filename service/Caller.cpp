@@ -5,7 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusReply>
+#include <QDBusPendingReply>
 #include <QFile>
 #include <QVariantMap>
 
@@ -27,14 +27,19 @@ std::optional<uint> loginUserOf(qint64 process)
 }
 }
 
-std::optional<Caller> callerBehind(const QString &name, const QDBusConnection &bus)
+QDBusPendingCall askForCaller(const QString &name, const QDBusConnection &bus)
 {
     QDBusMessage question = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
                                                            QStringLiteral("/org/freedesktop/DBus"),
                                                            QStringLiteral("org.freedesktop.DBus"),
                                                            QStringLiteral("GetConnectionCredentials"));
     question << name;
-    const QDBusReply<QVariantMap> credentials = bus.call(question, QDBus::Block, credentialsLimit);
+    return bus.asyncCall(question, credentialsLimit);
+}
+
+std::optional<Caller> callerIn(const QDBusPendingCall &answer, const QString &name)
+{
+    const QDBusPendingReply<QVariantMap> credentials = answer;
     const QVariant user = credentials.value().value(QStringLiteral("UnixUserID"));
     if (!user.isValid()) {
         return {};

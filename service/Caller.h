@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QDBusPendingCall>
 #include <QString>
 
 #include <optional>
@@ -19,5 +20,8 @@ struct Caller {
     std::optional<uint> loginUser;
 };
 
-/// Asks the bus; none if the connection is gone.
-std::optional<Caller> callerBehind(const QString &name, const QDBusConnection &bus);
+/// Asks the bus who is behind a connection's name.
+QDBusPendingCall askForCaller(const QString &name, const QDBusConnection &bus);
+
+/// Who it is by the bus's answer; none if the bus doesn't say it, or the connection is gone.
+std::optional<Caller> callerIn(const QDBusPendingCall &answer, const QString &name);

@@ -51,6 +51,9 @@ void writeToJournal(const JournalEntry &entry)
         field("ACCOUNTPOLICIES_CALLER_PID", QString::number(entry.caller.process)),
         field("ACCOUNTPOLICIES_OLD", jsonText(entry.before)),
         field("ACCOUNTPOLICIES_NEW", jsonText(entry.after)),
+        field("ACCOUNTPOLICIES_OPTIONS", jsonText(entry.options)),
+        field("ACCOUNTPOLICIES_OLD_FORCE", entry.forceBefore),
+        field("ACCOUNTPOLICIES_NEW_FORCE", entry.forceNow),
         field("ACCOUNTPOLICIES_OUTCOME", entry.outcome),
         field("ACCOUNTPOLICIES_REASON", entry.reason),
     };

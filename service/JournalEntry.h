@@ -7,7 +7,7 @@
 
 #include <QVariantMap>
 
-/// What somebody has changed through the service, or tried to, once polkit had admitted it.
+/// What somebody has changed through the service, or tried to, once polkit had admitted it; of a list, what it lacks.
 struct JournalEntry {
     Caller caller;
     /// The last part of polkit's action: "write-faillock", "unlock".
@@ -20,6 +20,11 @@ struct JournalEntry {
     QString outcome;
     /// Why, or what there is to say of it, in one line; mostly empty where it is done.
     QString reason;
+    /// What came with a write: "on", "force".
+    QVariantMap options = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// What has put a policy in force before its write, and does so now: forceName().
+    QString forceBefore = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    QString forceNow = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 /// The outcome of what has succeeded.

@@ -5,8 +5,11 @@
 
 #include "policies/faillock/FailureRecords.h"
 #include "policies/modules/ModuleReading.h"
+#include "service/ForceName.h"
 #include "service/JournalEntry.h"
+#include "service/LockedListing.h"
 #include "service/PolicyWrite.h"
+#include "service/PrivateFiles.h"
 #include "service/ServiceNames.h"
 
 #include <memory>
@@ -29,18 +32,6 @@ QString typeOf(ModuleSetting::Kind kind)
         return QStringLiteral("s");
     }
     return {};
-}
-
-QString nameOf(ModuleForce force)
-{
-    switch (force) {
-    case ModuleForce::OurProfiles:
-        return QStringLiteral("profiles");
-    case ModuleForce::OtherLines:
-        return QStringLiteral("lines");
-    default:
-        return QStringLiteral("none");
-    }
 }
 
 QStringList describe(const QVector<ModuleLine> &lines)
@@ -66,29 +57,34 @@ Answer read(const ModulePolicy &policy)
         sources.insert(value.key(), reading.source);
     }
     const QVariantMap state{{QStringLiteral("installed"), !reading.modulePath.isEmpty()},
-                            {QStringLiteral("force"), nameOf(reading.force)},
+                            {QStringLiteral("force"), forceName(reading.force)},
                             {QStringLiteral("lines"), describe(reading.lines)}};
     return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
 }
 
-Answer listLocked()
+/// Refuses, by an error, to tell others what they couldn't read themselves.
+Answer refusalOfSecrets(const Caller &caller, const QStringList &files)
+{
+    const QString secret = caller.user == 0 ? QString() : firstPrivateFile(files);
+    return secret.isEmpty()
+        ? Answer()
+        : Answer::failure(privateFileError, QStringLiteral("only root is told what is in %1").arg(secret));
+}
+
+Answer listLocked(const Caller &caller)
 {
     const FailureListing listing = failureRecords();
     if (!listing.error.isEmpty()) {
-        return Answer::failure(failedError, listing.error);
+        // the list has no place for it
+        writeToJournal({caller,
+                        QStringLiteral("list-locked"),
+                        QStringLiteral("records of failed logins"),
+                        {},
+                        {},
+                        QLatin1String(failedError),
+                        listing.error});
     }
-    LockedAccounts locked;
-    for (const FailureRecord &record : listing.accounts) {
-        if (record.isLocked) {
-            locked += LockedAccount{record.account,
-                                    record.failures,
-                                    record.first.toSecsSinceEpoch(),
-                                    record.last.toSecsSinceEpoch(),
-                                    record.source,
-                                    record.until ? record.until->toSecsSinceEpoch() : 0};
-        }
-    }
-    return Answer::of(QVariant::fromValue(locked));
+    return lockedAnswer(listing);
 }
 
 /// In whatever database of accounts; may wait for one in the network.
@@ -100,20 +96,26 @@ bool isAccount(const QString &name)
     return getpwnam_r(name.toLocal8Bit().constData(), &entry, room.data(), room.size(), &found) == 0 && found;
 }
 
-Answer unlock(const QString &account, const Caller &caller)
+Answer tryUnlock(const QString &account)
 {
     if (!isAccount(account)) {
         return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
     }
     const QString fault = forgetFailures(account);
+    return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
+}
+
+Answer unlock(const QString &account, const Caller &caller)
+{
+    const Answer answer = tryUnlock(account);
     writeToJournal({caller,
                     QStringLiteral("unlock"),
                     QStringLiteral("account ") + account,
                     {},
                     {},
-                    fault.isEmpty() ? doneOutcome() : QLatin1String(failedError),
-                    fault});
-    return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);
+                    answer.error.isEmpty() ? doneOutcome() : answer.error,
+                    answer.errorText});
+    return answer;
 }
 }
 
@@ -157,8 +159,9 @@ QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVaria
         refuse(fault);
         return {};
     }
-    take({Job::Place::Here, {}, {}, [found](const Caller &) {
-              return read(*found);
+    take({Job::Place::Here, {}, {}, [found](const Caller &caller) {
+              const Answer refusal = refusalOfSecrets(caller, filesOfReads(*found));
+              return refusal.error.isEmpty() ? read(*found) : refusal;
           }});
     return {};
 }
@@ -186,8 +189,9 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
         refuse(fault);
         return {};
     }
-    take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &) {
-              return previewWrite(write);
+    take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &caller) {
+              const Answer refusal = refusalOfSecrets(caller, filesOfPreviews(*write.policy));
+              return refusal.error.isEmpty() ? previewWrite(write) : refusal;
           }});
     return {};
 }
@@ -195,8 +199,8 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
 LockedAccounts Modules1::ListLocked()
 {
     // whether an account is an administrator's may be asked of a database in the network
-    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &) {
-              return listLocked();
+    take({Job::Place::InWorker, QStringLiteral("list-locked"), {}, [](const Caller &caller) {
+              return listLocked(caller);
           }});
     return {};
 }

@@ -3,8 +3,11 @@
 
 #include "service/PolicyWrite.h"
 
+#include "policies/faillock/RootLocking.h"
 #include "policies/machine/ModuleTrial.h"
+#include "policies/modules/ModuleReading.h"
 #include "service/BusTypes.h"
+#include "service/ForceName.h"
 #include "service/JournalEntry.h"
 
 #include <QDBusArgument>
@@ -87,6 +90,7 @@ bool takeUnset(const QVariant &names, PolicyWrite *write, Answer *fault)
 
 bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
 {
+    write->options = options;
     write->wish.profiles = ModuleWish::Switch::Stay;
     for (auto option = options.begin(); option != options.end(); ++option) {
         if (option.key() == QLatin1String("unset")) {
@@ -97,7 +101,8 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
         }
         const bool isSet = option.value().toBool();
         if (option.value().userType() != QMetaType::Bool) {
-            *fault = Answer::failure(invalidOptionError, QStringLiteral("options are booleans: merge, on, force"));
+            *fault = Answer::failure(invalidOptionError,
+                                     QStringLiteral("options are booleans: merge, on, force, lock-root"));
             return false;
         }
         if (option.key() == QLatin1String("merge")) {
@@ -106,6 +111,8 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
             write->wish.profiles = isSet ? ModuleWish::Switch::On : ModuleWish::Switch::Off;
         } else if (option.key() == QLatin1String("force")) {
             write->wish.force = isSet;
+        } else if (option.key() == QLatin1String("lock-root")) {
+            write->mayLockRoot = isSet;
         } else {
             *fault =
                 Answer::failure(invalidOptionError, QStringLiteral("no such option: %1").arg(option.key().left(64)));
@@ -113,6 +120,41 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
         }
     }
     return true;
+}
+
+/// Whether the policy is in force after a write that succeeds; other lines than ours go on calling the module.
+bool isInForceAfter(const ModuleWish &wish, ModuleForce before)
+{
+    const bool mayBeOff = wish.profiles == ModuleWish::Switch::Off && before == ModuleForce::OurProfiles;
+    return wish.profiles == ModuleWish::Switch::On || (before != ModuleForce::None && !mayBeOff);
+}
+
+bool locksRootNewly(const ModuleWish &wish, const QVariantMap &wanted, const ModuleReading &before)
+{
+    const bool hasBeenLocked = before.force != ModuleForce::None && locksRoot(before.values);
+    return !hasBeenLocked && isInForceAfter(wish, before.force) && locksRoot(wanted);
+}
+
+/**
+ * What is refused whatever polkit says; no error if nothing is.
+ *
+ * Root makes files in the folder of failed logins that belong to the accounts: whoever chooses it could put one of his own
+ * wherever root believes what stands in a file.
+ */
+Answer
+objectionTo(const PolicyWrite &write, const QVariantMap &wanted, const ModuleReading &before, const Caller &caller)
+{
+    for (const ModuleSetting &setting : write.policy->settings) {
+        const bool changes = before.values.value(setting.name) != wanted.value(setting.name);
+        if (setting.kind == ModuleSetting::Kind::Path && changes && caller.user != 0) {
+            return Answer::failure(rootOnlyError, QStringLiteral("only root may change %1").arg(setting.name));
+        }
+    }
+    if (!write.mayLockRoot && !write.wish.force && locksRootNewly(write.wish, wanted, before)) {
+        return Answer::failure(locksRootError,
+                               QStringLiteral("whoever fails to log in as root often enough would keep root out"));
+    }
+    return {};
 }
 
 const char *errorOf(ModuleOutcome::Kind kind)
@@ -135,16 +177,29 @@ Answer answerOf(const ModuleOutcome &outcome)
     return {{outcome.changed, outcome.reason}, {}, {}, {}};
 }
 
-void note(const PolicyWrite &write, const ModuleOutcome &outcome, const Caller &caller)
+/// Empty if that can't be read.
+QString forceIn(const ModuleReading &reading)
 {
-    const QString error = answerOf(outcome).error;
-    writeToJournal({caller,
-                    QStringLiteral("write-") + write.policy->name,
-                    QStringLiteral("policy ") + write.policy->name,
-                    outcome.before,
-                    wantedValues(write.wish, outcome.before),
-                    error.isEmpty() ? doneOutcome() : error,
-                    outcome.reason});
+    return reading.error.isEmpty() ? forceName(reading.force) : QString();
+}
+
+/// Notes what was there before, and what was to be there.
+Answer tryWrite(const PolicyWrite &write, const Caller &caller, JournalEntry *entry)
+{
+    const ModuleReading before = readModule(*write.policy);
+    entry->before = before.values;
+    entry->forceBefore = forceIn(before);
+    entry->after = wantedValues(write.wish, before.values);
+    Answer answer = objectionTo(write, entry->after, before, caller);
+    if (!answer.error.isEmpty()) {
+        return answer;
+    }
+    const ModuleOutcome outcome = writeModule(*write.policy, write.wish);
+    answer = answerOf(outcome);
+    if (outcome.changed) {
+        answer.changedPolicy = write.policy->name;
+    }
+    return answer;
 }
 }
 
@@ -171,12 +226,18 @@ policyWrite(const QString &policy, const QVariantMap &values, const QVariantMap 
 
 Answer runWrite(const PolicyWrite &write, const Caller &caller)
 {
-    const ModuleOutcome outcome = writeModule(*write.policy, write.wish);
-    note(write, outcome, caller);
-    Answer answer = answerOf(outcome);
-    if (outcome.changed) {
-        answer.changedPolicy = write.policy->name;
-    }
+    JournalEntry entry;
+    entry.caller = caller;
+    entry.action = QLatin1String("write-") + write.policy->name;
+    entry.subject = QLatin1String("policy ") + write.policy->name;
+    entry.options = write.options;
+    entry.after = write.wish.values;
+    const Answer answer = tryWrite(write, caller, &entry);
+    const bool isDone = answer.error.isEmpty();
+    entry.outcome = isDone ? doneOutcome() : answer.error;
+    entry.reason = isDone ? answer.values.value(1).toString() : answer.errorText;
+    entry.forceNow = forceIn(readModule(*write.policy));
+    writeToJournal(entry);
     return answer;
 }
 

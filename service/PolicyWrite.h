@@ -14,6 +14,10 @@ struct Caller;
 struct PolicyWrite {
     const ModulePolicy *policy = nullptr;
     ModuleWish wish = {};
+    /// Whether failed logins may come to lock root, too.
+    bool mayLockRoot = false;
+    /// As they were given.
+    QVariantMap options = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 /// Null, and says so, if there is none of that name.

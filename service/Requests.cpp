@@ -5,13 +5,20 @@
 
 #include "service/ServiceNames.h"
 
+#include <QDBusPendingCallWatcher>
+
 #include <algorithm>
 
 namespace
 {
 constexpr int mostOfOneUser = 16;
 
-constexpr int rememberedUsers = 256;
+constexpr int rememberedCallers = 256;
+
+Answer tooManyRequests()
+{
+    return Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests"));
+}
 
 Answer refusal(PolkitQuestion::Answer answer, bool mayAsk)
 {
@@ -35,7 +42,7 @@ QDBusMessage replyTo(const QDBusMessage &message, const Answer &answer)
 }
 }
 
-Requests::Requests(const QDBusConnection &bus) : m_bus(bus), m_users(rememberedUsers)
+Requests::Requests(const QDBusConnection &bus) : m_bus(bus), m_callers(rememberedCallers)
 {
     m_watch.setConnection(bus);
     m_watch.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
@@ -44,28 +51,28 @@ Requests::Requests(const QDBusConnection &bus) : m_bus(bus), m_users(rememberedU
 
 void Requests::add(const QDBusMessage &message, const Job &job)
 {
-    const bool endsAtOnce = job.action.isEmpty() && job.place == Job::Place::Here;
-    if (!endsAtOnce) {
-        // before the bus is asked who it is: from now on it tells if the caller goes away
-        m_watch.addWatchedService(message.service());
-    }
-    const std::optional<Caller> caller = callerOf(message, job);
-    if (!caller || m_isStopping) {
+    if (m_isStopping) {
         return;
     }
-    if (!hasRoomFor(caller->user)) {
-        reply(message, Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests")));
+    const QString name = message.service();
+    if (numbersOf(name).size() >= mostOfOneUser) {
+        reply(message, tooManyRequests());
         return;
     }
     const quint64 number = ++m_lastNumber;
-    m_requests.emplace(number, Request{message, *caller, job, Request::Asking, nullptr});
+    m_requests.emplace(number, Request{message, Caller{name, 0, 0, {}}, job, Request::Unidentified, nullptr});
     if (m_requests.size() == 1) {
         Q_EMIT began();
     }
-    if (job.action.isEmpty()) {
-        await(number);
-    } else {
-        ask(number);
+    const Caller *known = m_callers.object(name);
+    if (!known || !job.action.isEmpty() || job.place != Job::Place::Here) {
+        // before the bus is asked who it is: from now on it tells if the caller goes away
+        m_watch.addWatchedService(name);
+    }
+    if (known) {
+        admit(number, *known);
+    } else if (!m_asked.contains(name)) {
+        identify(name);
     }
 }
 
@@ -82,24 +89,66 @@ void Requests::stop()
     }
 }
 
-/// A read needs no more than the user, which is asked once a connection.
-std::optional<Caller> Requests::callerOf(const QDBusMessage &message, const Job &job)
+/// Those of a connection.
+std::vector<quint64> Requests::numbersOf(const QString &caller) const
 {
-    const uint *user = m_users.object(message.service());
-    if (user && job.action.isEmpty()) {
-        return Caller{message.service(), *user, 0, {}};
+    std::vector<quint64> numbers;
+    for (const auto &[number, request] : m_requests) {
+        if (request.caller.name == caller) {
+            numbers.push_back(number);
+        }
     }
-    std::optional<Caller> caller = callerBehind(message.service(), m_bus);
-    if (caller && !user) {
-        m_users.insert(caller->name, std::make_unique<uint>(caller->user).release());
+    return numbers;
+}
+
+/// Once for all that a connection has sent before the answer.
+void Requests::identify(const QString &name)
+{
+    m_asked.insert(name);
+    auto *call = new QDBusPendingCallWatcher(askForCaller(name, m_bus), this);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, call, name] {
+        call->deleteLater();
+        takeCaller(name, callerIn(*call, name));
+    });
+}
+
+void Requests::takeCaller(const QString &name, const std::optional<Caller> &caller)
+{
+    m_asked.remove(name);
+    if (caller) {
+        m_callers.insert(name, std::make_unique<Caller>(*caller).release());
     }
-    return caller;
+    for (const quint64 number : numbersOf(name)) {
+        if (m_requests.at(number).state != Request::Unidentified) {
+            continue; // from before the cache has forgotten who it is
+        }
+        if (caller) {
+            admit(number, *caller);
+        } else {
+            finish(number, Answer::failure(failedError, QStringLiteral("the bus does not say who asks")));
+        }
+    }
+}
+
+void Requests::admit(quint64 number, const Caller &caller)
+{
+    if (!hasRoomFor(caller.user)) {
+        finish(number, tooManyRequests());
+        return;
+    }
+    Request &request = m_requests.at(number);
+    request.caller = caller;
+    if (request.job.action.isEmpty()) {
+        await(number);
+    } else {
+        ask(number);
+    }
 }
 
 bool Requests::hasRoomFor(uint user) const
 {
     const auto count = std::count_if(m_requests.begin(), m_requests.end(), [user](const Map::value_type &request) {
-        return request.second.caller.user == user;
+        return request.second.state != Request::Unidentified && request.second.caller.user == user;
     });
     return count < mostOfOneUser;
 }
@@ -107,6 +156,7 @@ bool Requests::hasRoomFor(uint user) const
 void Requests::ask(quint64 number)
 {
     Request &request = m_requests.at(number);
+    request.state = Request::Asking;
     request.question = std::make_unique<PolkitQuestion>(request.caller.name,
                                                         QLatin1String(serviceActions) + request.job.action,
                                                         request.job.details,
@@ -215,27 +265,27 @@ void Requests::remove(Map::iterator request)
 {
     const QString caller = request->second.caller.name;
     m_requests.erase(request);
-    const bool hasMore = std::any_of(m_requests.begin(), m_requests.end(), [&caller](const Map::value_type &other) {
-        return other.second.caller.name == caller;
-    });
-    if (!hasMore) {
-        m_watch.removeWatchedService(caller);
-    }
+    unwatch(caller);
     if (m_requests.empty()) {
         Q_EMIT emptied();
+    }
+}
+
+/// Its end matters as long as it waits for something.
+void Requests::unwatch(const QString &caller)
+{
+    if (numbersOf(caller).empty()) {
+        m_watch.removeWatchedService(caller);
     }
 }
 
 /// What runs goes on: half of it would be worse.
 void Requests::forget(const QString &caller)
 {
-    std::vector<quint64> numbers;
-    for (const auto &[number, request] : m_requests) {
-        if (request.caller.name == caller && request.state != Request::Running) {
-            numbers.push_back(number);
+    for (const quint64 number : numbersOf(caller)) {
+        const auto request = m_requests.find(number);
+        if (request->second.state != Request::Running) {
+            remove(request);
         }
-    }
-    for (const quint64 number : numbers) {
-        remove(m_requests.find(number));
     }
 }

@@ -14,10 +14,12 @@
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QObject>
+#include <QSet>
 
 #include <functional>
 #include <map>
 #include <memory>
+#include <vector>
 
 /// What a method wants done.
 struct Job {
@@ -37,7 +39,7 @@ struct Job {
 };
 
 /**
- * The requests that have not been answered yet: each is asked of polkit where it has to be, waits for its turn, and is
+ * The requests that have not been answered yet: the bus is asked who sends each, polkit where it has to be, waits for its turn, and is
  * answered once it has run.
  *
  * Those of one user run in the order in which polkit has admitted them, and users take turns: whoever sends many keeps
@@ -70,13 +72,17 @@ private:
         QDBusMessage message;
         Caller caller;
         Job job;
-        enum { Asking, Waiting, Running } state;
+        /// As long as it is unidentified, the caller has a name and nothing else.
+        enum { Unidentified, Asking, Waiting, Running } state;
         std::unique_ptr<PolkitQuestion> question;
     };
     /// By their numbers, in the order in which they came.
     using Map = std::map<quint64, Request>;
 
-    std::optional<Caller> callerOf(const QDBusMessage &message, const Job &job);
+    std::vector<quint64> numbersOf(const QString &caller) const;
+    void identify(const QString &name);
+    void takeCaller(const QString &name, const std::optional<Caller> &caller);
+    void admit(quint64 number, const Caller &caller);
     bool hasRoomFor(uint user) const;
     void ask(quint64 number);
     void takeAnswer(quint64 number, PolkitQuestion::Answer answer);
@@ -87,12 +93,15 @@ private:
     void finish(quint64 number, const Answer &answer);
     void reply(const QDBusMessage &message, const Answer &answer);
     void remove(Map::iterator request);
+    void unwatch(const QString &caller);
     void forget(const QString &caller);
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watch;
-    /// The users behind connections that have been seen lately.
-    QCache<QString, uint> m_users;
+    /// Who is behind connections that have been seen lately.
+    QCache<QString, Caller> m_callers;
+    /// Of whom the bus is being asked.
+    QSet<QString> m_asked;
     Map m_requests;
     quint64 m_lastNumber = 0;
     /// Whose turn it was last, in each place.

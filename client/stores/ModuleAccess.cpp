@@ -21,7 +21,9 @@ QVariantList writeArguments(const ModulePolicy &policy, const ModuleWish &wish)
 {
     QVariantMap options{{QStringLiteral("force"), wish.force},
                         {QStringLiteral("merge"), wish.merges},
-                        {QStringLiteral("unset"), wish.unset}};
+                        {QStringLiteral("unset"), wish.unset},
+                        // whoever wants that has been asked by now
+                        {QStringLiteral("lock-root"), true}};
     if (wish.profiles != ModuleWish::Switch::Stay) {
         options.insert(QStringLiteral("on"), wish.profiles == ModuleWish::Switch::On);
     }

@@ -8,16 +8,14 @@
 #include "client/preview/ModulePreview.h"
 #include "client/stores/ModuleAccess.h"
 #include "client/stores/PolicyAccess.h"
+#include "policies/faillock/RootLocking.h"
 #include "policies/modules/ModuleReading.h"
 
 namespace
 {
-/// Either of them has root locked, too.
-bool locksRoot(const Settings &settings)
+bool hasRootLocked(const Settings &settings)
 {
-    return settings.value(enabledKey()).toBool()
-        && (settings.value(QStringLiteral("even_deny_root")).toBool()
-            || settings.value(QStringLiteral("root_unlock_time")).isValid());
+    return settings.value(enabledKey()).toBool() && locksRoot(settings);
 }
 }
 
@@ -86,7 +84,7 @@ Preview ModuleStore::preview(const Settings &settings) const
 
 QString ModuleStore::danger(const Settings &before, const Settings &wanted) const
 {
-    return locksRoot(wanted) && !locksRoot(before)
+    return hasRootLocked(wanted) && !hasRootLocked(before)
         ? translate("ModuleStore", "root is locked too: whoever fails to log in as root often enough keeps root out")
         : QString();
 }

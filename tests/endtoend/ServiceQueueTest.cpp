@@ -3,6 +3,7 @@
 
 // What the service does with requests that have to wait: for polkit, for their turn, for their caller's patience.
 
+#include "service/ServiceNames.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
 #include "tests/endtoend/ServiceCall.h"
@@ -10,6 +11,8 @@
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
+#include <QDBusConnection>
+#include <QDBusReply>
 #include <QElapsedTimer>
 #include <QTest>
 
@@ -70,6 +73,31 @@ bool isToolRunning()
     return QFile::exists(QStringLiteral("/run/tool"));
 }
 
+/// For whose end, and for what else, the service has the bus tell it.
+uint watchesOfService()
+{
+    const QDBusReply<QVariantMap> statistics = QDBusConnection::systemBus().call(
+        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                       QStringLiteral("/org/freedesktop/DBus"),
+                                       QStringLiteral("org.freedesktop.DBus.Debug.Stats"),
+                                       QStringLiteral("GetConnectionStats"))
+        << QLatin1String(serviceName));
+    return statistics.value().value(QStringLiteral("MatchRules"), 0).toUInt();
+}
+
+/// Messages whose senders are gone when the service looks at them.
+void callAndLeave(int count)
+{
+    const pid_t service = static_cast<pid_t>(serviceProcess());
+    kill(service, SIGSTOP);
+    const QByteArray call =
+        QByteArray("dbus-send --system --dest=") + serviceName + ' ' + servicePath + ' ' + serviceName + ".ListLocked";
+    for (int i = 0; i < count; ++i) {
+        QCOMPARE(runAs(nobody, call.constData()).exitCode, 0);
+    }
+    kill(service, SIGCONT);
+}
+
 int linesOf(const QByteArray &output)
 {
     return static_cast<int>(output.count('\n'));
@@ -88,8 +116,10 @@ private Q_SLOTS:
     void asksAsTheCallerWants();
     void touchesNothingBeforeTheAnswer();
     void tellsThatPolkitDoesNotDecide();
+    void tellsThatTheBusDoesNotSayWhoAsks();
     void takesTheQuestionBackWhenTheCallerLeaves();
     void takesSixteenRequestsOfAUser();
+    void watchesNobodyWhoHasNoRequest();
     void readsWhileItWrites();
     void letsUsersTakeTurns();
     void leavesOutWhatHasNotBegunWhenTheCallerLeaves();
@@ -185,6 +215,28 @@ void ServiceQueueTest::tellsThatPolkitDoesNotDecide()
     QCOMPARE(contentOf(faillockFile), m_stockFile);
 }
 
+void ServiceQueueTest::tellsThatTheBusDoesNotSayWhoAsks()
+{
+    answerOf(nobody, readCall()); // starts the service
+    const QString denial = QStringLiteral("/etc/dbus-1/system.d/denial.conf");
+    writeContent(
+        denial,
+        "<busconfig><policy context=\"mandatory\"><deny send_destination=\"org.freedesktop.DBus\" "
+        "send_interface=\"org.freedesktop.DBus\" send_member=\"GetConnectionCredentials\"/></policy></busconfig>\n");
+    reloadBusConfiguration();
+    const QByteArray unknown = serviceError("Failed", "the bus does not say who asks");
+    ServiceCall previews = previewCall();
+    previews.count = 3;
+
+    QCOMPARE(answersOf(nobody, previews), QByteArrayList({unknown, unknown, unknown}));
+    QCOMPARE(answerOf(root, writeCall()), unknown);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    QVERIFY(QFile::remove(denial));
+    reloadBusConfiguration();
+    QCOMPARE(answerOf(root, writeCall()), QByteArray("bool true; QString "));
+}
+
 void ServiceQueueTest::takesTheQuestionBackWhenTheCallerLeaves()
 {
     StandInForPolkit polkit;
@@ -220,6 +272,28 @@ void ServiceQueueTest::takesSixteenRequestsOfAUser()
         polkit.answer(question, false);
     }
     QCOMPARE(answersTo(caller.get()).join('\n'), (refused() + '\n').repeated(16).chopped(1));
+}
+
+void ServiceQueueTest::watchesNobodyWhoHasNoRequest()
+{
+    StandInForPolkit polkit;
+    answerOf(nobody, readCall()); // starts the service
+    const uint before = watchesOfService();
+    QVERIFY(before > 0);
+    ServiceCall many = writeCall();
+    many.count = 16;
+    const auto caller = startCall(nobody, many);
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 16, eventLimit);
+    QCOMPARE(watchesOfService(), before + 1);
+
+    QCOMPARE(answerOf(nobody, writeCall()), tooMany());
+    QTRY_COMPARE_WITH_TIMEOUT(watchesOfService(), before + 1, eventLimit);
+    callAndLeave(3);
+    answerOf(root, readCall()); // which comes after those
+    QTRY_COMPARE_WITH_TIMEOUT(watchesOfService(), before + 1, eventLimit);
+
+    caller->kill();
+    QTRY_COMPARE_WITH_TIMEOUT(watchesOfService(), before, eventLimit);
 }
 
 void ServiceQueueTest::readsWhileItWrites()

@@ -110,7 +110,14 @@ private Q_SLOTS:
     void locksListsAndUnlocks();
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
+    void letsRootAloneChooseTheFolder();
+    void locksRootOnlyWhereTold_data();
+    void locksRootOnlyWhereTold();
+    void tellsSecretsToRootAlone_data();
+    void tellsSecretsToRootAlone();
     void leavesAnEntryInTheJournal();
+    void leavesAnEntryOfWhatCameToNothing_data();
+    void leavesAnEntryOfWhatCameToNothing();
     void followsTheRuleOfThePage();
     void isConfined();
     void letsNobodyButRootOwnTheName();
@@ -390,12 +397,123 @@ void ServiceTest::asksPolkitOfEachAction()
     QTEST(answers, "expected");
 }
 
+void ServiceTest::letsRootAloneChooseTheFolder()
+{
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    const QVariantMap folder{{QStringLiteral("dir"), QStringLiteral("/var/lib/pam")}};
+    const QByteArray onlyRoot = serviceError("RootOnly", "only root may change dir");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), onlyRoot);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    QCOMPARE(answerOf(root, writeCall("faillock", folder)), written());
+    const QByteArray chosen = contentOf(faillockFile);
+    QCOMPARE(chosen, m_stockFile + "dir = /var/lib/pam\n");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", {{QStringLiteral("dir"), QStringLiteral("/var")}})), onlyRoot);
+    QCOMPARE(answerOf(nobody, writeDeny()), onlyRoot); // which would take it away
+    QCOMPARE(contentOf(faillockFile), chosen);
+
+    QCOMPARE(answerOf(nobody, writeDeny(option("merge"))), written());
+    QCOMPARE(contentOf(faillockFile), chosen + "deny = 3\n");
+    QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), written());
+    QCOMPARE(contentOf(faillockFile), chosen);
+}
+
+void ServiceTest::locksRootOnlyWhereTold_data()
+{
+    QTest::addColumn<QVariantMap>("before");
+    QTest::addColumn<bool>("wasOn");
+    QTest::addColumn<QVariantMap>("values");
+    QTest::addColumn<QVariantMap>("options");
+    QTest::addColumn<bool>("isRefused");
+    const QVariantMap none;
+    const QVariantMap denied{{QStringLiteral("even_deny_root"), true}};
+    const QVariantMap timed{{QStringLiteral("root_unlock_time"), 60}};
+    const QVariantMap on = option("on");
+    const auto onAnd = [](const char *other) {
+        return QVariantMap{{QStringLiteral("on"), true}, {QString::fromLatin1(other), true}};
+    };
+    QTest::newRow("with root") << none << false << denied << on << true;
+    QTest::newRow("with a time for root") << none << false << timed << on << true;
+    QTest::newRow("root added") << none << true << denied << none << true;
+    QTest::newRow("put in force") << denied << false << none << onAnd("merge") << true;
+    QTest::newRow("not in force") << none << false << denied << none << false;
+    QTest::newRow("taken out of force") << none << true << denied << option("on", false) << false;
+    QTest::newRow("as before") << denied << true << timed << on << false;
+    QTest::newRow("flag that is false") << none << false << QVariantMap{{QStringLiteral("even_deny_root"), false}} << on
+                                        << false;
+    QTest::newRow("told") << none << false << denied << onAnd("lock-root") << false;
+    QTest::newRow("forced") << none << false << timed << onAnd("force") << false;
+}
+
+void ServiceTest::locksRootOnlyWhereTold()
+{
+    QFETCH(QVariantMap, before);
+    QFETCH(bool, wasOn);
+    QFETCH(QVariantMap, values);
+    QFETCH(QVariantMap, options);
+    QFETCH(bool, isRefused);
+    answerOf(root, writeCall("faillock", before, {{QStringLiteral("on"), wasOn}, {QStringLiteral("lock-root"), true}}));
+    const QByteArrayList files{contentOf(faillockFile), contentOf(authStack)};
+    const QByteArray refusal =
+        serviceError("LocksRoot", "whoever fails to log in as root often enough would keep root out");
+
+    QCOMPARE(answerOf(root, writeCall("faillock", values, options)), isRefused ? refusal : written());
+    const QByteArrayList filesNow{contentOf(faillockFile), contentOf(authStack)};
+    QCOMPARE(filesNow == files, isRefused);
+}
+
+void ServiceTest::tellsSecretsToRootAlone_data()
+{
+    QTest::addColumn<QString>("closed");
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QString>("toldOf");
+    QTest::addColumn<bool>("canBeRead");
+    const QString folder = QStringLiteral("/etc/security");
+    QTest::newRow("file") << faillockFile << QStringLiteral("600") << faillockFile << false;
+    QTest::newRow("stack") << authStack << QStringLiteral("640") << authStack << false;
+    QTest::newRow("folder") << folder << QStringLiteral("750") << faillockFile << false;
+    QTest::newRow("linked file") << QStringLiteral("/usr/share/faillock.linked") << QStringLiteral("640")
+                                 << QStringLiteral("/etc/pam.d/linked") << false;
+    QTest::newRow("records") << QStringLiteral("/var/lib/pam/auth") << QStringLiteral("600")
+                             << QStringLiteral("/var/lib/pam/auth") << false;
+    const QString profile = QStringLiteral("/usr/share/pam-configs/unix");
+    QTest::newRow("profile, which no read is made of") << profile << QStringLiteral("600") << profile << true;
+}
+
+void ServiceTest::tellsSecretsToRootAlone()
+{
+    QFETCH(QString, closed);
+    QFETCH(QString, mode);
+    QFETCH(QString, toldOf);
+    QFETCH(bool, canBeRead);
+    const QString linked = QStringLiteral("/usr/share/faillock.linked");
+    writeContent(linked, "auth required pam_permit.so\n");
+    QFile::link(linked, QStringLiteral("/etc/pam.d/linked"));
+    const ServiceCall preview{QStringLiteral("PreviewPolicy"),
+                              {QStringLiteral("faillock"), QVariantMap(), QVariantMap()}};
+    const QByteArray read = answerOf(nobody, readCall("faillock"));
+    const QByteArray modeBefore = runAs(root, QStringLiteral("stat"), {QStringLiteral("-c%a"), closed}).standardOutput;
+    QCOMPARE(answerOf(nobody, preview), QByteArray("[]"));
+
+    QCOMPARE(runAs(root, QStringLiteral("chmod"), {mode, closed}).exitCode, 0);
+    const QByteArrayList answers{answerOf(nobody, readCall("faillock")),
+                                 answerOf(nobody, preview),
+                                 answerOf(root, readCall("faillock")),
+                                 answerOf(root, preview)};
+    runAs(root, QStringLiteral("chmod"), {QString::fromLatin1(modeBefore.trimmed()), closed});
+    QFile::remove(QStringLiteral("/etc/pam.d/linked"));
+
+    const QByteArray secret =
+        serviceError("PrivateFile", ("only root is told what is in " + toldOf.toLatin1()).constData());
+    QCOMPARE(answers, QByteArrayList({canBeRead ? read : secret, secret, read, "[]"}));
+}
+
 void ServiceTest::leavesAnEntryInTheJournal()
 {
     endService(); // which knows of no journal
     const JournalSocket journal;
     const PolkitRule rule(serviceActions, "nobody", "YES");
-    const auto caller = startCall(nobody, writeDeny());
+    const auto caller = startCall(nobody, writeDeny(option("on")));
     const QByteArray process = QByteArray::number(caller->processId());
     QCOMPARE(answersTo(caller.get()), QByteArrayList{written()});
     const QByteArray login = contentOf("/proc/self/loginuid");
@@ -407,14 +525,54 @@ void ServiceTest::leavesAnEntryInTheJournal()
                         "ACCOUNTPOLICIES_CALLER_UID=65534\nACCOUNTPOLICIES_CALLER_LOGINUID=")
                  + loginUser + "\nACCOUNTPOLICIES_CALLER_PID=" + process
                  + "\nACCOUNTPOLICIES_OLD={}\nACCOUNTPOLICIES_NEW={\"deny\":3}\n"
+                   "ACCOUNTPOLICIES_OPTIONS={\"on\":true}\nACCOUNTPOLICIES_OLD_FORCE=none\n"
+                   "ACCOUNTPOLICIES_NEW_FORCE=profiles\n"
                    "ACCOUNTPOLICIES_OUTCOME=done\nACCOUNTPOLICIES_REASON=");
 
     QCOMPARE(answerOf(nobody, unlockCall("alice")), QByteArray());
     QCOMPARE(journal.next().constFirst(), QByteArray("MESSAGE=User 65534, unlock, account alice: done"));
-    // what is refused, and what changes nothing by its nature, leaves none
+    // what changes nothing by its nature leaves none
     QCOMPARE(answerOf(nobody, listCall()), QByteArray("[]"));
-    QCOMPARE(answerOf(nobody, unlockCall("nosuch")), serviceError("UnknownAccount", "no such account"));
     QCOMPARE(journal.next(), QByteArrayList{QByteArray()});
+}
+
+void ServiceTest::leavesAnEntryOfWhatCameToNothing_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QVariantList>("arguments");
+    QTest::addColumn<QByteArray>("action");
+    QTest::addColumn<QByteArray>("subject");
+    const auto addWrite =
+        [](const char *name, const char *policy, const QVariantMap &values, const QVariantMap &options) {
+            QTest::newRow(name) << QStringLiteral("WritePolicy")
+                                << QVariantList{QString::fromLatin1(policy), values, options}
+                                << QByteArray("write-") + policy << QByteArray("policy ") + policy;
+        };
+    addWrite("unreadable file", "pwquality", {{QStringLiteral("minlen"), 12}}, option("merge"));
+    addWrite("folder that root chooses", "faillock", {{QStringLiteral("dir"), QStringLiteral("/var")}}, {});
+    addWrite("root locked", "faillock", {{QStringLiteral("even_deny_root"), true}}, option("on"));
+    QTest::newRow("no account") << QStringLiteral("Unlock") << QVariantList{QStringLiteral("nosuch")}
+                                << QByteArray("unlock") << QByteArray("account nosuch");
+}
+
+void ServiceTest::leavesAnEntryOfWhatCameToNothing()
+{
+    QFETCH(QString, method);
+    QFETCH(QVariantList, arguments);
+    QFETCH(QByteArray, action);
+    QFETCH(QByteArray, subject);
+    endService(); // which knows of no journal
+    const JournalSocket journal;
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    QVERIFY(QDir().mkpath(pwqualityFolder + QStringLiteral("/50-accountpolicies.conf")));
+    const QByteArray answer = answerOf(nobody, {method, arguments});
+
+    const QByteArray start = QByteArray(serviceName) + ".Error.";
+    QCOMPARE(answer.left(start.size()), start);
+    const QByteArray error = answer.mid(start.size());
+    const auto end = error.indexOf(':');
+    QCOMPARE(journal.next().constFirst(),
+             "MESSAGE=User 65534, " + action + ", " + subject + ": " + error.left(end) + ',' + error.mid(end + 1));
 }
 
 void ServiceTest::followsTheRuleOfThePage()

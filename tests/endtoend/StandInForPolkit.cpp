@@ -13,6 +13,14 @@
 
 #include <csignal>
 
+void reloadBusConfiguration()
+{
+    QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                                     QStringLiteral("/org/freedesktop/DBus"),
+                                                                     QStringLiteral("org.freedesktop.DBus"),
+                                                                     QStringLiteral("ReloadConfig")));
+}
+
 namespace
 {
 const QString polkit = QStringLiteral("org.freedesktop.PolicyKit1");
@@ -23,10 +31,7 @@ void letRootHaveTheName()
 {
     writeContent("/etc/dbus-1/system.d/test.conf",
                  "<busconfig><policy user=\"root\"><allow own=\"org.freedesktop.PolicyKit1\"/></policy></busconfig>\n");
-    QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-                                                                     QStringLiteral("/org/freedesktop/DBus"),
-                                                                     QStringLiteral("org.freedesktop.DBus"),
-                                                                     QStringLiteral("ReloadConfig")));
+    reloadBusConfiguration();
 }
 
 /// The one that the bus has started for an earlier test.

@@ -7,6 +7,9 @@
 #include <QDBusVirtualObject>
 #include <QVector>
 
+/// Has the system bus read what it lets whom do anew.
+void reloadBusConfiguration();
+
 /**
  * Has polkit's name on the bus as long as it lives, and answers when the test says so: the real one decides at once, or waits
  * for a person.

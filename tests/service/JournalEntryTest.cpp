@@ -33,7 +33,10 @@ void JournalEntryTest::tellsWhoDidWhat()
                     {{QStringLiteral("deny"), 3LL}, {QStringLiteral("silent"), true}},
                     {{QStringLiteral("deny"), 5LL}, {QStringLiteral("dir"), QStringLiteral("/var/lib/x")}},
                     QStringLiteral("done"),
-                    {}});
+                    {},
+                    {{QStringLiteral("on"), true}},
+                    QStringLiteral("none"),
+                    QStringLiteral("profiles")});
 
     QCOMPARE(journal.next().join('\n'),
              QByteArray("MESSAGE=User 1000, write-faillock, policy faillock: done\n"
@@ -46,6 +49,9 @@ void JournalEntryTest::tellsWhoDidWhat()
                         "ACCOUNTPOLICIES_CALLER_PID=4321\n"
                         "ACCOUNTPOLICIES_OLD={\"deny\":3,\"silent\":true}\n"
                         "ACCOUNTPOLICIES_NEW={\"deny\":5,\"dir\":\"/var/lib/x\"}\n"
+                        "ACCOUNTPOLICIES_OPTIONS={\"on\":true}\n"
+                        "ACCOUNTPOLICIES_OLD_FORCE=none\n"
+                        "ACCOUNTPOLICIES_NEW_FORCE=profiles\n"
                         "ACCOUNTPOLICIES_OUTCOME=done\n"
                         "ACCOUNTPOLICIES_REASON="));
     QCOMPARE(journal.next(), QByteArrayList{QByteArray()});
@@ -73,6 +79,9 @@ void JournalEntryTest::tellsWhyNothingCameOfIt()
                         "ACCOUNTPOLICIES_CALLER_PID=1\n"
                         "ACCOUNTPOLICIES_OLD={}\n"
                         "ACCOUNTPOLICIES_NEW={}\n"
+                        "ACCOUNTPOLICIES_OPTIONS={}\n"
+                        "ACCOUNTPOLICIES_OLD_FORCE=\n"
+                        "ACCOUNTPOLICIES_NEW_FORCE=\n"
                         "ACCOUNTPOLICIES_OUTCOME=Failed\n"
                         "ACCOUNTPOLICIES_REASON=no such file"));
 }

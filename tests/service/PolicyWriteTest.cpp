@@ -63,6 +63,7 @@ void PolicyWriteTest::takesOptions_data()
     add("less",
         {{merge, true}, {QStringLiteral("unset"), QStringList{QStringLiteral("remember"), QStringLiteral("retry")}}},
         "stay, merge, without remember retry");
+    add("root too", {{QStringLiteral("lock-root"), true}}, "stay, root");
     add("denied", {{merge, false}, {force, false}}, "stay");
 }
 
@@ -81,6 +82,7 @@ void PolicyWriteTest::takesOptions()
     told += write->wish.merges ? QStringLiteral(", merge") : QString();
     told += write->wish.unset.isEmpty() ? QString()
                                         : QStringLiteral(", without ") + write->wish.unset.join(QLatin1Char(' '));
+    told += write->mayLockRoot ? QStringLiteral(", root") : QString();
     QTEST(told, "expected");
 }
 
@@ -152,7 +154,7 @@ void PolicyWriteTest::tellsWhatIsWrong_data()
         "pwquality",
         {},
         value("on", 1),
-        QStringLiteral("InvalidOption: options are booleans: merge, on, force"));
+        QStringLiteral("InvalidOption: options are booleans: merge, on, force, lock-root"));
 }
 
 void PolicyWriteTest::tellsWhatIsWrong()

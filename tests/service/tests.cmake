@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
 add_unit_test(service/JournalEntryTest SANDBOX LIBRARIES service)
+add_unit_test(service/LockedListingTest LIBRARIES service)
 add_unit_test(service/PolicyWriteTest LIBRARIES service)
 
 # what calls the service: as programs do, and as no program should
