@@ -4,7 +4,7 @@
 #include "service/Modules1.h"
 
 #include "policies/faillock/FailureRecords.h"
-#include "policies/modules/ModuleReading.h"
+#include "policies/modules/ModulePolicy.h"
 #include "service/JournalEntry.h"
 #include "service/PolicyWrite.h"
 #include "service/ServiceNames.h"
@@ -29,46 +29,6 @@ QString typeOf(ModuleSetting::Kind kind)
         return QStringLiteral("s");
     }
     return {};
-}
-
-QString nameOf(ModuleForce force)
-{
-    switch (force) {
-    case ModuleForce::OurProfiles:
-        return QStringLiteral("profiles");
-    case ModuleForce::OtherLines:
-        return QStringLiteral("lines");
-    default:
-        return QStringLiteral("none");
-    }
-}
-
-QStringList describe(const QVector<ModuleLine> &lines)
-{
-    QStringList texts;
-    for (const ModuleLine &line : lines) {
-        const QString text =
-            QStringLiteral("%1:%2: %3 %4")
-                .arg(line.path, QString::number(line.number), line.type, line.options.join(QLatin1Char(' ')));
-        texts += text.trimmed();
-    }
-    return texts;
-}
-
-Answer read(const ModulePolicy &policy)
-{
-    const ModuleReading reading = readModule(policy);
-    if (!reading.error.isEmpty()) {
-        return Answer::failure(failedError, reading.error);
-    }
-    TextMap sources;
-    for (auto value = reading.values.begin(); value != reading.values.end(); ++value) {
-        sources.insert(value.key(), reading.source);
-    }
-    const QVariantMap state{{QStringLiteral("installed"), !reading.modulePath.isEmpty()},
-                            {QStringLiteral("force"), nameOf(reading.force)},
-                            {QStringLiteral("lines"), describe(reading.lines)}};
-    return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
 }
 
 Answer listLocked()
@@ -157,9 +117,14 @@ QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVaria
         refuse(fault);
         return {};
     }
-    take({Job::Place::Here, {}, {}, [found](const Caller &) {
-              return read(*found);
-          }});
+    Job job;
+    job.run = [this, found](const Caller &) {
+        return m_readings.answerFor(*found);
+    };
+    job.known = [this, found] {
+        return m_readings.remembered(*found);
+    };
+    take(job);
     return {};
 }
 

@@ -44,6 +44,9 @@ Requests::Requests(const QDBusConnection &bus) : m_bus(bus), m_users(rememberedU
 
 void Requests::add(const QDBusMessage &message, const Job &job)
 {
+    if (answerAtOnce(message, job)) {
+        return;
+    }
     const bool endsAtOnce = job.action.isEmpty() && job.place == Job::Place::Here;
     if (!endsAtOnce) {
         // before the bus is asked who it is: from now on it tells if the caller goes away
@@ -80,6 +83,21 @@ void Requests::stop()
     for (auto request = m_requests.begin(); request != m_requests.end();) {
         request = request->second.state == Request::Running ? std::next(request) : m_requests.erase(request);
     }
+}
+
+/// Who asks is the same as long as there are fewer requests than one user may have.
+bool Requests::answerAtOnce(const QDBusMessage &message, const Job &job)
+{
+    const bool mayAnswer = job.known && m_requests.size() < mostOfOneUser && !m_isStopping;
+    const std::optional<Answer> known = mayAnswer ? job.known() : std::nullopt;
+    if (!known) {
+        return false;
+    }
+    reply(message, *known);
+    if (m_requests.empty()) {
+        Q_EMIT emptied();
+    }
+    return true;
 }
 
 /// A read needs no more than the user, which is asked once a connection.

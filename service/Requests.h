@@ -18,6 +18,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 
 /// What a method wants done.
 struct Job {
@@ -33,7 +34,9 @@ struct Job {
     QString action;
     /// What rules may ask for by action.lookup().
     TextMap details;
-    std::function<Answer(const Caller &caller)> run;
+    std::function<Answer(const Caller &caller)> run = {};
+    /// The answer, if there is nothing to do for it; null where there always is.
+    std::function<std::optional<Answer>()> known = {};
 };
 
 /**
@@ -61,7 +64,7 @@ public:
 Q_SIGNALS:
     /// There was no request, and there is one.
     void began();
-    /// There is no request any more.
+    /// There is no request any more, after one that was answered.
     void emptied();
     void policyChanged(const QString &policy);
 
@@ -76,6 +79,7 @@ private:
     /// By their numbers, in the order in which they came.
     using Map = std::map<quint64, Request>;
 
+    bool answerAtOnce(const QDBusMessage &message, const Job &job);
     std::optional<Caller> callerOf(const QDBusMessage &message, const Job &job);
     bool hasRoomFor(uint user) const;
     void ask(quint64 number);

@@ -26,36 +26,47 @@ QStringList securityFolders()
     return folders;
 }
 
-/// All of a file; a missing one is empty. Otherwise the error is noted.
-QByteArray contentOf(const QString &root, const QString &path, QString *error)
+QStringList possiblePaths(const QString &module)
 {
+    static const QStringList folders = securityFolders();
+    QStringList paths;
+    for (const QString &folder : folders) {
+        paths += folder + QLatin1Char('/') + module + QLatin1String(".so");
+    }
+    return paths;
+}
+
+/// All of a file; a missing one is empty. Otherwise the error is noted.
+QByteArray contentOf(const QString &root, const QString &path, ModuleReading *reading)
+{
+    reading->paths += path;
     QFile file(root + path);
     if (file.open(QIODevice::ReadOnly)) {
         return file.readAll();
     }
     if (file.exists()) {
-        *error = path + QLatin1String(": ") + file.errorString();
+        reading->error = path + QLatin1String(": ") + file.errorString();
     }
     return {};
 }
 
-QVector<ModuleLine> linesCalling(const ModulePolicy &policy, const QString &root, QString *error)
+void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
 {
     const QByteArray name = policy.module.toLatin1();
-    QVector<ModuleLine> found;
+    const QString folder = QStringLiteral("/etc/pam.d");
+    reading->paths += folder;
     for (const QString &service : pamServices(root)) {
-        const QString path = QLatin1String("/etc/pam.d/") + service;
-        const QByteArray content = contentOf(root, path, error);
+        const QString path = folder + QLatin1Char('/') + service;
+        const QByteArray content = contentOf(root, path, reading);
         if (!content.contains(name)) {
             continue; // most files have no such line, and cutting all of them into words takes time
         }
         for (const PamStackLine &line : pamStackLines(content)) {
             if (line.calls(policy.module) && policy.types.contains(line.type)) {
-                found += ModuleLine{path, line.number, line.type, line.options};
+                reading->lines += ModuleLine{path, line.number, line.type, line.options};
             }
         }
     }
-    return found;
 }
 
 /// The stack of a type that pam-auth-update(8) writes.
@@ -72,11 +83,11 @@ struct RecordedStack {
     qsizetype lines = 0;
 };
 
-RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, QString *error)
+RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
 {
     RecordedStack record;
     QString profile;
-    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, error).split('\n');
+    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, reading).split('\n');
     for (const QByteArray &line : lines) {
         const QByteArray start = "Module: ";
         if (line.startsWith(start)) {
@@ -95,15 +106,15 @@ bool enforces(const ModulePolicy &policy, const ModuleLine &line)
 }
 
 /// Marks the lines that come from our profiles; whether each of the profiles has all of its lines.
-bool markOurs(const ModulePolicy &policy, const QString &root, QVector<ModuleLine> *lines, QString *error)
+bool markOurs(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
 {
     QStringList profiles;
     bool areWhole = !policy.profiles.isEmpty();
     for (const QString &type : policy.types) {
-        const RecordedStack record = recordOf(policy, type, root, error);
+        const RecordedStack record = recordOf(policy, type, root, reading);
         profiles += record.profiles;
         qsizetype left = record.lines;
-        for (ModuleLine &line : *lines) {
+        for (ModuleLine &line : reading->lines) {
             line.isOurs = line.isOurs || (left > 0 && line.type == type && line.path == stackOf(type));
             left -= line.isOurs && line.type == type ? 1 : 0;
         }
@@ -138,7 +149,7 @@ void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *
     if (moduleReadsFile(policy)) {
         reading->source = policy.path;
         QString fault;
-        reading->values = moduleFileValues(policy, contentOf(root, policy.path, &reading->error), &fault);
+        reading->values = moduleFileValues(policy, contentOf(root, policy.path, reading), &fault);
         if (!fault.isEmpty()) {
             reading->error = policy.path + QLatin1String(": ") + fault;
         }
@@ -154,8 +165,9 @@ ModuleReading readModule(const ModulePolicy &policy, const QString &root)
 {
     ModuleReading reading;
     reading.modulePath = pamModulePath(policy.module);
-    reading.lines = linesCalling(policy, root, &reading.error);
-    const bool areOursWhole = markOurs(policy, root, &reading.lines, &reading.error);
+    reading.paths = possiblePaths(policy.module);
+    readLines(policy, root, &reading);
+    const bool areOursWhole = markOurs(policy, root, &reading);
     reading.force = forceOf(policy, reading.lines, areOursWhole);
     readValues(policy, root, &reading);
     return reading;
@@ -163,9 +175,8 @@ ModuleReading readModule(const ModulePolicy &policy, const QString &root)
 
 QString pamModulePath(const QString &module)
 {
-    static const QStringList folders = securityFolders();
-    for (const QString &folder : folders) {
-        QString path = folder + QLatin1Char('/') + module + QLatin1String(".so");
+    const QStringList paths = possiblePaths(module);
+    for (const QString &path : paths) {
         if (QFile::exists(path)) {
             return path;
         }

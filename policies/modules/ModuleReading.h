@@ -43,6 +43,9 @@ struct ModuleReading {
     ModuleForce force = ModuleForce::None;
     /// The lines that call the module, in all stacks.
     QVector<ModuleLine> lines;
+    /// What all of this comes from, files and folders, also those that aren't there; without the root. As long as nothing is
+    /// different there, another reading would be the same.
+    QStringList paths;
 };
 
 /**

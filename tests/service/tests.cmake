@@ -2,7 +2,9 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 
 add_unit_test(service/JournalEntryTest SANDBOX LIBRARIES service)
+add_unit_test(service/PathWatchTest SANDBOX LIBRARIES service)
 add_unit_test(service/PolicyWriteTest LIBRARIES service)
+add_unit_test(service/ReadingsTest SANDBOX LIBRARIES service)
 
 # what calls the service: as programs do, and as no program should
 foreach(name IN ITEMS servicecaller serviceattacker)
