@@ -13,6 +13,12 @@ constexpr int mostOfOneUser = 16;
 
 constexpr int rememberedUsers = 256;
 
+/// Nobody has to be told if the caller goes away.
+bool endsAtOnce(const Job &job)
+{
+    return job.action.isEmpty() && job.place == Job::Place::Here;
+}
+
 Answer refusal(PolkitQuestion::Answer answer, bool mayAsk)
 {
     if (answer == PolkitQuestion::Answer::None) {
@@ -47,16 +53,17 @@ void Requests::add(const QDBusMessage &message, const Job &job)
     if (answerAtOnce(message, job)) {
         return;
     }
-    const bool endsAtOnce = job.action.isEmpty() && job.place == Job::Place::Here;
-    if (!endsAtOnce) {
+    if (!endsAtOnce(job)) {
         // before the bus is asked who it is: from now on it tells if the caller goes away
         m_watch.addWatchedService(message.service());
     }
     const std::optional<Caller> caller = callerOf(message, job);
     if (!caller || m_isStopping) {
+        stopWatching(message.service());
         return;
     }
     if (!hasRoomFor(caller->user)) {
+        stopWatching(message.service());
         reply(message, Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests")));
         return;
     }
@@ -104,7 +111,7 @@ bool Requests::answerAtOnce(const QDBusMessage &message, const Job &job)
 std::optional<Caller> Requests::callerOf(const QDBusMessage &message, const Job &job)
 {
     const uint *user = m_users.object(message.service());
-    if (user && job.action.isEmpty()) {
+    if (user && endsAtOnce(job)) {
         return Caller{message.service(), *user, 0, {}};
     }
     std::optional<Caller> caller = callerBehind(message.service(), m_bus);
@@ -233,14 +240,20 @@ void Requests::remove(Map::iterator request)
 {
     const QString caller = request->second.caller.name;
     m_requests.erase(request);
+    stopWatching(caller);
+    if (m_requests.empty()) {
+        Q_EMIT emptied();
+    }
+}
+
+/// Unless it has more requests.
+void Requests::stopWatching(const QString &caller)
+{
     const bool hasMore = std::any_of(m_requests.begin(), m_requests.end(), [&caller](const Map::value_type &other) {
         return other.second.caller.name == caller;
     });
     if (!hasMore) {
         m_watch.removeWatchedService(caller);
-    }
-    if (m_requests.empty()) {
-        Q_EMIT emptied();
     }
 }
 

@@ -91,6 +91,7 @@ private:
     void finish(quint64 number, const Answer &answer);
     void reply(const QDBusMessage &message, const Answer &answer);
     void remove(Map::iterator request);
+    void stopWatching(const QString &caller);
     void forget(const QString &caller);
 
     QDBusConnection m_bus;
