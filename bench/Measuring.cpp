@@ -71,17 +71,17 @@ void printHeading(const QString &heading)
                                .arg(QStringLiteral("limit"), 7);
 }
 
-void printRow(const QString &name, const Medians &medians, double limit)
+void printRow(const QString &name, const Medians &medians, std::optional<double> limit)
 {
     const double ratio = medians.first / medians.second;
-    const bool above = ratio > limit;
+    const bool above = limit && ratio > *limit;
     aboveLimit += above ? 1 : 0;
     QTextStream(stdout) << QStringLiteral("%1 %2 %3 %4 %5%6\n")
                                .arg(name, -44)
                                .arg(medians.first, 10, 'f', 3)
                                .arg(medians.second, 10, 'f', 3)
                                .arg(ratio, 7, 'f', 2)
-                               .arg(limit, 7, 'f', 2)
+                               .arg(limit ? QString::number(*limit, 'f', 2) : QString(), 7)
                                .arg(above ? QStringLiteral("  ABOVE") : QString());
 }
 

@@ -7,6 +7,7 @@
 #include <QVector>
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 using Work = std::function<void()>;
@@ -27,8 +28,8 @@ double measure(int rounds, const Work &work);
 /// Prints a heading and the names of the columns.
 void printHeading(const QString &heading);
 
-/// Prints a row with its ratio and the limit that this is to keep.
-void printRow(const QString &name, const Medians &medians, double limit);
+/// Prints a row with its ratio and the limit that this is to keep, if it has one.
+void printRow(const QString &name, const Medians &medians, std::optional<double> limit = {});
 
 /// How many rows were above their limits so far.
 int rowsAboveLimit();

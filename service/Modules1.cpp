@@ -4,8 +4,7 @@
 #include "service/Modules1.h"
 
 #include "policies/faillock/FailureRecords.h"
-#include "policies/modules/ModuleReading.h"
-#include "service/ForceName.h"
+#include "policies/modules/ModulePolicy.h"
 #include "service/JournalEntry.h"
 #include "service/LockedListing.h"
 #include "service/PolicyWrite.h"
@@ -32,43 +31,6 @@ QString typeOf(ModuleSetting::Kind kind)
         return QStringLiteral("s");
     }
     return {};
-}
-
-QStringList describe(const QVector<ModuleLine> &lines)
-{
-    QStringList texts;
-    for (const ModuleLine &line : lines) {
-        const QString text =
-            QStringLiteral("%1:%2: %3 %4")
-                .arg(line.path, QString::number(line.number), line.type, line.options.join(QLatin1Char(' ')));
-        texts += text.trimmed();
-    }
-    return texts;
-}
-
-Answer read(const ModulePolicy &policy)
-{
-    const ModuleReading reading = readModule(policy);
-    if (!reading.error.isEmpty()) {
-        return Answer::failure(failedError, reading.error);
-    }
-    TextMap sources;
-    for (auto value = reading.values.begin(); value != reading.values.end(); ++value) {
-        sources.insert(value.key(), reading.source);
-    }
-    const QVariantMap state{{QStringLiteral("installed"), !reading.modulePath.isEmpty()},
-                            {QStringLiteral("force"), forceName(reading.force)},
-                            {QStringLiteral("lines"), describe(reading.lines)}};
-    return {{reading.values, QVariant::fromValue(sources), state}, {}, {}, {}};
-}
-
-/// Refuses, by an error, to tell others what they couldn't read themselves.
-Answer refusalOfSecrets(const Caller &caller, const QStringList &files)
-{
-    const QString secret = caller.user == 0 ? QString() : firstPrivateFile(files);
-    return secret.isEmpty()
-        ? Answer()
-        : Answer::failure(privateFileError, QStringLiteral("only root is told what is in %1").arg(secret));
 }
 
 Answer listLocked(const Caller &caller)
@@ -159,10 +121,14 @@ QVariantMap Modules1::ReadPolicy(const QString &policy, TextMap &sources, QVaria
         refuse(fault);
         return {};
     }
-    take({Job::Place::Here, {}, {}, [found](const Caller &caller) {
-              const Answer refusal = refusalOfSecrets(caller, filesOfReads(*found));
-              return refusal.error.isEmpty() ? read(*found) : refusal;
-          }});
+    Job job;
+    job.run = [this, found](const Caller &caller) {
+        return m_readings.answerFor(*found, caller);
+    };
+    job.known = [this, found] {
+        return m_readings.remembered(*found);
+    };
+    take(job);
     return {};
 }
 
@@ -190,7 +156,7 @@ ChangedFiles Modules1::PreviewPolicy(const QString &policy, const QVariantMap &v
         return {};
     }
     take({Job::Place::InWorker, {}, {}, [write = *write](const Caller &caller) {
-              const Answer refusal = refusalOfSecrets(caller, filesOfPreviews(*write.policy));
+              const Answer refusal = refusalToTell(filesOfPreviews(*write.policy), caller);
               return refusal.error.isEmpty() ? previewWrite(write) : refusal;
           }});
     return {};

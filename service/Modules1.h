@@ -4,6 +4,7 @@
 #pragma once
 
 #include "service/BusTypes.h"
+#include "service/Readings.h"
 #include "service/Requests.h"
 
 #include <QDBusContext>
@@ -39,4 +40,5 @@ private:
     void take(const Job &job);
 
     Requests *m_requests;
+    Readings m_readings;
 };

@@ -5,7 +5,6 @@
 
 #include "policies/modules/ModulePolicy.h"
 #include "policies/modules/ModuleWriting.h"
-#include "policies/modules/PamStack.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,18 +30,18 @@ bool canBeReached(const QString &path)
     }
     return true;
 }
-}
 
-QStringList filesOfReads(const ModulePolicy &policy)
+/// The first one that not everybody may read, or get to; empty if there is none. What isn't there is no secret.
+QString firstPrivateFile(const QStringList &paths)
 {
-    QStringList files{policy.path};
-    for (const QString &service : pamServices({})) {
-        files += QLatin1String("/etc/pam.d/") + service;
+    for (const QString &path : paths) {
+        const QString file = QFileInfo(path).canonicalFilePath();
+        if (!file.isEmpty() && !(isForEveryone(file, S_IROTH) && canBeReached(file))) {
+            return path;
+        }
     }
-    for (const QString &type : policy.types) {
-        files += QLatin1String("/var/lib/pam/") + type;
-    }
-    return files;
+    return {};
+}
 }
 
 QStringList filesOfPreviews(const ModulePolicy &policy)
@@ -57,13 +56,15 @@ QStringList filesOfPreviews(const ModulePolicy &policy)
     return files;
 }
 
-QString firstPrivateFile(const QStringList &paths)
+bool areForEveryone(const QStringList &paths)
 {
-    for (const QString &path : paths) {
-        const QString file = QFileInfo(path).canonicalFilePath();
-        if (!file.isEmpty() && !(isForEveryone(file, S_IROTH) && canBeReached(file))) {
-            return path;
-        }
-    }
-    return {};
+    return firstPrivateFile(paths).isEmpty();
+}
+
+Answer refusalToTell(const QStringList &paths, const Caller &caller)
+{
+    const QString secret = caller.user == 0 ? QString() : firstPrivateFile(paths);
+    return secret.isEmpty()
+        ? Answer()
+        : Answer::failure(privateFileError, QStringLiteral("only root is told what is in %1").arg(secret));
 }

@@ -3,15 +3,18 @@
 
 #pragma once
 
+#include "service/Answer.h"
+#include "service/Caller.h"
+
 #include <QStringList>
 
 struct ModulePolicy;
 
-/// What a read of a policy is made of: its file, the stacks, and what pam-auth-update(8) has recorded of them.
-QStringList filesOfReads(const ModulePolicy &policy);
-
-/// What a preview of a write is made of besides, and may show: all of modulePolicyFolders().
+/// What a preview of a write is made of, and may show: the policy's file and all of modulePolicyFolders().
 QStringList filesOfPreviews(const ModulePolicy &policy);
 
-/// The first one that not everybody may read, or get to; empty if there is none. What isn't there is no secret.
-QString firstPrivateFile(const QStringList &paths);
+/// Whether everybody may read them, and get to them. What isn't there is no secret.
+bool areForEveryone(const QStringList &paths);
+
+/// Refuses, by an error, to tell others than root what they couldn't read themselves.
+Answer refusalToTell(const QStringList &paths, const Caller &caller);

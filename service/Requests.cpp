@@ -20,6 +20,12 @@ Answer tooManyRequests()
     return Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests"));
 }
 
+/// Nobody has to be told if the caller goes away.
+bool endsAtOnce(const Job &job)
+{
+    return job.action.isEmpty() && job.place == Job::Place::Here;
+}
+
 Answer refusal(PolkitQuestion::Answer answer, bool mayAsk)
 {
     if (answer == PolkitQuestion::Answer::None) {
@@ -51,7 +57,7 @@ Requests::Requests(const QDBusConnection &bus) : m_bus(bus), m_callers(remembere
 
 void Requests::add(const QDBusMessage &message, const Job &job)
 {
-    if (m_isStopping) {
+    if (m_isStopping || answerAtOnce(message, job)) {
         return;
     }
     const QString name = message.service();
@@ -65,7 +71,7 @@ void Requests::add(const QDBusMessage &message, const Job &job)
         Q_EMIT began();
     }
     const Caller *known = m_callers.object(name);
-    if (!known || !job.action.isEmpty() || job.place != Job::Place::Here) {
+    if (!known || !endsAtOnce(job)) {
         // before the bus is asked who it is: from now on it tells if the caller goes away
         m_watch.addWatchedService(name);
     }
@@ -87,6 +93,21 @@ void Requests::stop()
     for (auto request = m_requests.begin(); request != m_requests.end();) {
         request = request->second.state == Request::Running ? std::next(request) : m_requests.erase(request);
     }
+}
+
+/// Who asks is the same as long as there are fewer requests than one user may have.
+bool Requests::answerAtOnce(const QDBusMessage &message, const Job &job)
+{
+    const bool mayAnswer = job.known && m_requests.size() < mostOfOneUser;
+    const std::optional<Answer> known = mayAnswer ? job.known() : std::nullopt;
+    if (!known) {
+        return false;
+    }
+    reply(message, *known);
+    if (m_requests.empty()) {
+        Q_EMIT emptied();
+    }
+    return true;
 }
 
 /// Those of a connection.

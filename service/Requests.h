@@ -19,6 +19,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 /// What a method wants done.
@@ -35,7 +36,9 @@ struct Job {
     QString action;
     /// What rules may ask for by action.lookup().
     TextMap details;
-    std::function<Answer(const Caller &caller)> run;
+    std::function<Answer(const Caller &caller)> run = {};
+    /// The answer, if there is nothing to do for it; null where there always is.
+    std::function<std::optional<Answer>()> known = {};
 };
 
 /**
@@ -63,7 +66,7 @@ public:
 Q_SIGNALS:
     /// There was no request, and there is one.
     void began();
-    /// There is no request any more.
+    /// There is no request any more, after one that was answered.
     void emptied();
     void policyChanged(const QString &policy);
 
@@ -79,6 +82,7 @@ private:
     /// By their numbers, in the order in which they came.
     using Map = std::map<quint64, Request>;
 
+    bool answerAtOnce(const QDBusMessage &message, const Job &job);
     std::vector<quint64> numbersOf(const QString &caller) const;
     void identify(const QString &name);
     void takeCaller(const QString &name, const std::optional<Caller> &caller);

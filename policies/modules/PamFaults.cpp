@@ -9,11 +9,13 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QMap>
 #include <QSet>
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 namespace
 {
@@ -115,13 +117,13 @@ QString pamFolder()
     return QStringLiteral("/etc/pam.d/");
 }
 
-QString installedPath(const QString &module)
+bool isInstalled(const QString &module)
 {
     if (module.startsWith(QLatin1Char('/'))) {
-        return QFile::exists(module) ? module : QString();
+        return QFile::exists(module);
     }
     const QString suffix = QStringLiteral(".so");
-    return module.endsWith(suffix) ? pamModulePath(module.chopped(suffix.size())) : QString();
+    return module.endsWith(suffix) && !pamModulePath(module.chopped(suffix.size())).isEmpty();
 }
 
 QString nameOf(const PamStackLine &line)
@@ -129,14 +131,49 @@ QString nameOf(const PamStackLine &line)
     return line.module.section(QLatin1Char('/'), -1);
 }
 
+/// What stacks come from; looked at once, however many include a file or call a module.
+class StackSources
+{
+public:
+    explicit StackSources(QString root) : m_root(std::move(root))
+    {
+    }
+
+    /// None if the file can't be read.
+    std::optional<QVector<PamStackLine>> linesOf(const QString &file)
+    {
+        auto known = m_lines.find(file);
+        if (known == m_lines.end()) {
+            QFile stack(m_root + (file.startsWith(QLatin1Char('/')) ? QString() : pamFolder()) + file);
+            const bool isThere = stack.open(QIODevice::ReadOnly);
+            known = m_lines.insert(file, isThere ? std::make_optional(pamStackLines(stack.readAll())) : std::nullopt);
+        }
+        return *known;
+    }
+
+    bool hasModule(const QString &module)
+    {
+        auto known = m_modules.find(module);
+        if (known == m_modules.end()) {
+            known = m_modules.insert(module, isInstalled(module));
+        }
+        return *known;
+    }
+
+private:
+    QString m_root;
+    QHash<QString, std::optional<QVector<PamStackLine>>> m_lines;
+    QHash<QString, bool> m_modules;
+};
+
 /// One type of a service: reads it, and notes what is wrong with it.
 class TypeOfService
 {
     Q_DECLARE_TR_FUNCTIONS(PamFaults)
 
 public:
-    TypeOfService(QString root, const QString &service, const QString &type)
-        : m_root(std::move(root)), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
+    TypeOfService(StackSources *sources, const QString &service, const QString &type)
+        : m_sources(sources), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
     {
         const PamNodes nodes = nodesIn(service, 0);
         checkJumps(nodes);
@@ -160,13 +197,13 @@ private:
 
     PamNodes nodesIn(const QString &file, int depth)
     {
-        QFile stack(m_root + (file.startsWith(QLatin1Char('/')) ? QString() : pamFolder()) + file);
-        if (depth > deepestInclusion || !stack.open(QIODevice::ReadOnly)) {
+        const auto lines = depth > deepestInclusion ? std::nullopt : m_sources->linesOf(file);
+        if (!lines) {
             note(tr("%1 cannot be included").arg(file));
             return {};
         }
         PamNodes nodes;
-        for (const PamStackLine &line : pamStackLines(stack.readAll())) {
+        for (const PamStackLine &line : *lines) {
             if (line.type == QLatin1String("@include")) {
                 nodes += nodesIn(line.module, depth + 1);
             } else if (line.type == m_type) {
@@ -193,7 +230,7 @@ private:
         if (actions.isEmpty()) {
             note(tr("%1 has the control \"%2\", which does not exist").arg(nameOf(line), line.control));
         }
-        if (!line.mayBeMissing && installedPath(line.module).isEmpty()) {
+        if (!line.mayBeMissing && !m_sources->hasModule(line.module)) {
             note(tr("%1 is not installed").arg(nameOf(line)));
         }
         return {{line, actions}};
@@ -227,7 +264,7 @@ private:
         if (!isType(node.line.type)) {
             return {QStringLiteral("abort")};
         }
-        if (installedPath(node.line.module).isEmpty()) {
+        if (!m_sources->hasModule(node.line.module)) {
             return {QStringLiteral("module_unknown")};
         }
         if (countsFailure || node.line.calls(QStringLiteral("pam_deny"))) {
@@ -294,27 +331,34 @@ private:
         }
     }
 
-    QString m_root;
+    StackSources *m_sources;
     QString m_type;
     QString m_start;
     QStringList m_faults;
 };
+
+QStringList faultsOf(const QString &service, StackSources *sources)
+{
+    QStringList faults;
+    for (const char *type : types) {
+        faults += TypeOfService(sources, service, QLatin1String(type)).faults();
+    }
+    return faults;
+}
 }
 
 QStringList pamServiceFaults(const QString &root, const QString &service)
 {
-    QStringList faults;
-    for (const char *type : types) {
-        faults += TypeOfService(root, service, QLatin1String(type)).faults();
-    }
-    return faults;
+    StackSources sources(root);
+    return faultsOf(service, &sources);
 }
 
 QStringList pamFaults(const QString &root)
 {
+    StackSources sources(root);
     QStringList faults;
     for (const QString &service : pamServices(root)) {
-        faults += pamServiceFaults(root, service);
+        faults += faultsOf(service, &sources);
     }
     return faults;
 }

@@ -76,7 +76,7 @@ QVector<PamStackLine> pamStackLines(const QByteArray &content)
     QString joined;
     int begin = 0; // of the joined lines
     for (int number = 0; number < lines.size(); ++number) {
-        QString text = lines.at(number).section(QLatin1Char('#'), 0, 0).trimmed();
+        QString text = lines.at(number).left(lines.at(number).indexOf(QLatin1Char('#'))).trimmed();
         const bool goesOn = text.endsWith(QLatin1Char('\\'));
         text.chop(goesOn ? 1 : 0);
         if (text.isEmpty() && !joined.isEmpty()) {

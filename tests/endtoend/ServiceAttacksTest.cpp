@@ -3,11 +3,18 @@
 
 // What anybody can send to the service, and what others notice of it.
 
+#include "service/ServiceNames.h"
+#include "tests/endtoend/Client.h"
 #include "tests/endtoend/PamState.h"
 #include "tests/endtoend/ServiceCall.h"
+#include "tests/endtoend/StandInForPolkit.h"
 #include "tests/support/Files.h"
 #include "tests/support/Sandbox.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
@@ -15,6 +22,7 @@
 #include <algorithm>
 #include <csignal>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -37,6 +45,36 @@ qint64 workOf(qint64 process)
 QByteArray read()
 {
     return answerOf(root, {QStringLiteral("ReadPolicy"), {QStringLiteral("faillock")}});
+}
+
+/// How many callers' ends it waits for, and more that doesn't change.
+uint watchesOf(const char *service)
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                           QStringLiteral("/org/freedesktop/DBus"),
+                                                           QStringLiteral("org.freedesktop.DBus.Debug.Stats"),
+                                                           QStringLiteral("GetConnectionStats"));
+    question << QLatin1String(service);
+    const QDBusReply<QVariantMap> statistics = QDBusConnection::systemBus().call(question);
+    return statistics.value().value(QStringLiteral("MatchRules")).toUInt();
+}
+
+/// Whether a tool runs for it.
+bool hasChild(qint64 process)
+{
+    QDirIterator threads(QStringLiteral("/proc/%1/task").arg(process), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (threads.hasNext()) {
+        if (!contentOf(threads.next() + QLatin1String("/children")).isEmpty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+ServiceCall sixteen(const char *method)
+{
+    const QVariantMap on{{QStringLiteral("on"), true}};
+    return {QString::fromLatin1(method), {QStringLiteral("faillock"), QVariantMap(), on}, true, 16};
 }
 
 std::unique_ptr<QProcess> startAttack(const QString &words)
@@ -66,7 +104,9 @@ private Q_SLOTS:
     void initTestCase();
     void answersOthersWithinASecond_data();
     void answersOthersWithinASecond();
+    void comesBackAfterACrash_data();
     void comesBackAfterACrash();
+    void isHeldUpByNoQuestion();
 };
 
 void ServiceAttacksTest::initTestCase()
@@ -83,6 +123,8 @@ void ServiceAttacksTest::answersOthersWithinASecond_data()
     QTest::newRow("random messages") << "random 1 10000" << QByteArray("10000\n") << 32 * megabyte;
     QTest::newRow("flood of reads") << "flood 10000" << QByteArray("10000\n") << 32 * megabyte;
     // each of 30 MB, together less than the 127 MB that the bus keeps for it; what the unit lets it have
+    QTest::newRow("other random messages") << "random 2 10000" << QByteArray("10000\n") << 32 * megabyte;
+    QTest::newRow("callers that leave") << "leave 1000" << QByteArray() << 32 * megabyte;
     QTest::newRow("large messages") << "large 4" << QByteArray("4\n") << 384 * megabyte;
 }
 
@@ -93,6 +135,8 @@ void ServiceAttacksTest::answersOthersWithinASecond()
     const QByteArray expected = read();
     const qint64 process = serviceProcess();
     const QByteArrayList files = policyFilesNow();
+    const uint watches = watchesOf(serviceName);
+    QVERIFY(watches > 0);
     const auto attacker = startAttack(attack);
     qint64 longest = 0;
     qint64 mostWork = 0;
@@ -118,16 +162,62 @@ void ServiceAttacksTest::answersOthersWithinASecond()
     QCOMPARE(serviceProcess(), process);
     QVERIFY(seenData < mostData);
     QCOMPARE(policyFilesNow(), files);
+    // the last preview may go on
+    QTRY_COMPARE_WITH_TIMEOUT(watchesOf(serviceName), watches, 30000);
+}
+
+void ServiceAttacksTest::comesBackAfterACrash_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("killed") << SIGKILL;
+    QTest::newRow("crashed") << SIGSEGV;
 }
 
 void ServiceAttacksTest::comesBackAfterACrash()
 {
+    QFETCH(int, signal);
     const QByteArray expected = read();
     for (int i = 0; i < 10; ++i) {
-        kill(static_cast<pid_t>(serviceProcess()), SIGKILL);
+        const qint64 process = serviceProcess();
+        const auto others = startCall(nobody, sixteen("PreviewPolicy"));
+        QTRY_VERIFY_WITH_TIMEOUT(hasChild(process), eventLimit);
+        kill(static_cast<pid_t>(process), signal);
         QTRY_COMPARE_WITH_TIMEOUT(serviceProcess(), 0, 30000);
+
         QCOMPARE(read(), expected);
+        QVERIFY(workOf(serviceProcess()) < 1000);
+        const QByteArray lost = "org.freedesktop.DBus.Error.NoReply: Message recipient disconnected from message bus "
+                                "without replying\n";
+        QCOMPARE(answersTo(others.get()).join('\n') + '\n', lost.repeated(16));
     }
+}
+
+void ServiceAttacksTest::isHeldUpByNoQuestion()
+{
+    StandInForPolkit polkit; // as with an agent that never answers
+    const QByteArray expected = read();
+    const qint64 process = serviceProcess();
+    std::vector<std::unique_ptr<QProcess>> callers;
+    for (const int user : {1, 2, 3, nobody}) {
+        callers.push_back(startCall(user, sixteen("WritePolicy")));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 64, eventLimit);
+
+    const qint64 before = workOf(process);
+    QCOMPARE(read(), expected);
+    const auto writer = startCall(root, {QStringLiteral("Unlock"), {QStringLiteral("root")}});
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 65, eventLimit);
+    polkit.answer(polkit.questions.constLast(), true);
+    QCOMPARE(answersTo(writer.get()), QByteArrayList{QByteArray()});
+    QVERIFY(workOf(process) - before < 1000);
+    QVERIFY(dataOf(process) < 32 * 1024 * 1024);
+
+    for (const auto &caller : callers) {
+        caller->kill();
+        caller->waitForFinished();
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.cancelled.size(), 64, eventLimit);
+    QCOMPARE(read(), expected);
 }
 
 QTEST_GUILESS_MAIN(ServiceAttacksTest)

@@ -1,14 +1,15 @@
 // SPDX-FileCopyrightText: 2026 the Account Policies Helper authors
 // SPDX-License-Identifier: LGPL-2.1-or-later
 
-// Sends the service what no client would: serviceattacker random SEED COUNT, flood COUNT, or large COUNT. Random messages
-// have the methods' names or others, with arguments of the right and of wrong types. Writes how many answers came to standard
-// output, and ends with 1 if one is missing.
+// Sends the service what no client would: serviceattacker random SEED COUNT, flood COUNT, large COUNT, or leave COUNT. Random
+// messages have the methods' names or others, with arguments of the right and of wrong types. Writes how many answers came to
+// standard output, and ends with 1 if one is missing. By "leave" so many connections each end before their answer.
 
 #include "service/ServiceNames.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
@@ -53,9 +54,10 @@ private:
 
     QString method()
     {
-        const QStringList names = QStringLiteral("ReadPolicy WritePolicy PreviewPolicy ListSettings ListLocked Unlock "
-                                                 "PolicyChanged Get GetAll Set deleteLater")
-                                      .split(QLatin1Char(' '));
+        const QStringList names =
+            QStringLiteral("ReadPolicy WritePolicy PreviewPolicy ListPolicies ListSettings ListLocked Unlock "
+                           "PolicyChanged Get GetAll Set deleteLater")
+                .split(QLatin1Char(' '));
         m_method = names.at(oneOf(static_cast<int>(names.size())));
         return m_method;
     }
@@ -186,6 +188,32 @@ private:
     int m_answers = 0;
     std::function<QDBusMessage()> m_next;
 };
+
+/// Sends it on a connection of its own, which ends as soon as that is done.
+void sendAndLeave(const QDBusMessage &message)
+{
+    const QString name = QStringLiteral("leaving");
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+    // so that the service has met it
+    bus.call(callOf(QStringLiteral("ReadPolicy"), {QStringLiteral("faillock")}));
+    bus.send(message);
+    // an answer comes after what was sent before has been
+    bus.interface()->serviceUid(bus.baseService());
+    QDBusConnection::disconnectFromBus(name);
+}
+
+void leaveOften(int count)
+{
+    const QString faillock = QStringLiteral("faillock");
+    const QVariantMap on{{QStringLiteral("on"), true}};
+    const QVector<QDBusMessage> messages{callOf(QStringLiteral("PreviewPolicy"), {faillock, QVariantMap(), on}),
+                                         callOf(QStringLiteral("WritePolicy"), {faillock, QVariantMap(), on}),
+                                         callOf(QStringLiteral("ListLocked"), {}),
+                                         callOf(QStringLiteral("ReadPolicy"), {faillock})};
+    for (int i = 0; i < count; ++i) {
+        sendAndLeave(messages.at(i % messages.size()));
+    }
+}
 }
 
 int main(int argc, char *argv[])
@@ -194,6 +222,10 @@ int main(int argc, char *argv[])
     const QStringList words = QCoreApplication::arguments();
     const QString kind = words.value(1);
     const int count = words.constLast().toInt();
+    if (kind == QLatin1String("leave")) {
+        leaveOften(count);
+        return 0;
+    }
     RandomCall random(words.value(2).toUInt());
     const std::map<QString, std::function<QDBusMessage()>> attacks{
         {QStringLiteral("random"),

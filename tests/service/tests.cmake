@@ -3,7 +3,9 @@
 
 add_unit_test(service/JournalEntryTest SANDBOX LIBRARIES service)
 add_unit_test(service/LockedListingTest LIBRARIES service)
+add_unit_test(service/PathWatchTest SANDBOX LIBRARIES service)
 add_unit_test(service/PolicyWriteTest LIBRARIES service)
+add_unit_test(service/ReadingsTest SANDBOX LIBRARIES service)
 
 # what calls the service: as programs do, and as no program should
 foreach(name IN ITEMS servicecaller serviceattacker)
