@@ -3,6 +3,7 @@
 
 #include "client/stores/ModuleStore.h"
 
+#include "client/stores/PolicyAccess.h"
 #include "policies/modules/ModulePolicy.h"
 #include "tests/support/Files.h"
 #include "tests/support/Rows.h"
@@ -40,7 +41,8 @@ void ModuleStoreTest::keepsWhatOthersHaveWrittenSinceItsRead()
     QFETCH(const QByteArray, written);
     QFETCH(const QByteArray, file);
     writeContent(pwqualityPolicy().path, "minlen = 9\nminclass = 2\n");
-    ModuleStore store(*findPolicy(QStringLiteral("pwquality")));
+    PolicyAccess access(false, PolicyAccess::Way::Local);
+    ModuleStore store(*findPolicy(QStringLiteral("pwquality")), &access);
     Settings wanted = store.read().settings;
     wanted.remove(QStringLiteral("minlen"));
     wanted.insert(QStringLiteral("retry"), 2LL);
