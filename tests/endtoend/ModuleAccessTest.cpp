@@ -7,11 +7,14 @@
 #include "tests/endtoend/PolkitRule.h"
 #include "tests/endtoend/ServiceCall.h"
 #include "tests/endtoend/Sessions.h"
+#include "tests/endtoend/StandInForPolkit.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QTest>
 
-#include <memory>
+#include <csignal>
+#include <functional>
 
 namespace
 {
@@ -44,7 +47,17 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(NoService)
 };
+
+/// What comes in between while polkit decides whether a client may have its list.
+using Event = std::function<void(StandInForPolkit *polkit, const QProcess &client)>;
+
+void startLocked(QProcess *client)
+{
+    client->start(QStringLiteral("setpriv"),
+                  splitWords(QStringLiteral("--reuid 65534 --clear-groups accountpolicyctl locked")));
 }
+}
+Q_DECLARE_METATYPE(Event)
 
 class ModuleAccessTest : public Sessions
 {
@@ -63,6 +76,9 @@ private Q_SLOTS:
     void withoutService();
     void goesTheWayThatIsThere_data();
     void goesTheWayThatIsThere();
+    void tellsThatTheServiceIsBusy();
+    void tellsWhatCameInBetween_data();
+    void tellsWhatCameInBetween();
 };
 
 void ModuleAccessTest::cleanup()
@@ -132,6 +148,54 @@ void ModuleAccessTest::goesTheWayThatIsThere()
     QCOMPARE(client(root, QTest::currentDataTag()).exitCode, 0);
 
     QTEST(serviceProcess() != 0, "asksService");
+}
+
+void ModuleAccessTest::tellsThatTheServiceIsBusy()
+{
+    const StandInForPolkit polkit;
+    const auto others = startCall(nobody, {QStringLiteral("ListLocked"), {}, true, 16});
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 16, eventLimit);
+
+    QCOMPARE(client(nobody, "locked"), failure(5, "the service is busy; try again later"));
+
+    others->kill();
+    others->waitForFinished();
+}
+
+void ModuleAccessTest::tellsWhatCameInBetween_data()
+{
+    QTest::addColumn<Event>("event");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("error");
+    QTest::newRow("polkit fails") << Event([](StandInForPolkit *polkit, const QProcess &) {
+        polkit->fail(polkit->questions.constFirst());
+    }) << 3 << QByteArray("not authorized: polkit has not decided about it");
+    QTest::newRow("the service ends")
+        << Event([](StandInForPolkit *, const QProcess &) {
+               kill(static_cast<pid_t>(serviceProcess()), SIGKILL);
+           })
+        << 1
+        << QByteArray("the service does not answer\nMessage recipient disconnected from message bus without replying");
+    QTest::newRow("Ctrl-C") << Event([](StandInForPolkit *, const QProcess &client) {
+        kill(static_cast<pid_t>(client.processId()), SIGINT);
+    }) << 3 << QByteArray("cancelled; the service may still carry it out");
+}
+
+void ModuleAccessTest::tellsWhatCameInBetween()
+{
+    QFETCH(Event, event);
+    QFETCH(QByteArray, error);
+    StandInForPolkit polkit;
+    QProcess client;
+    startLocked(&client);
+    QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 1, eventLimit);
+
+    event(&polkit, client);
+
+    QTRY_COMPARE_WITH_TIMEOUT(client.state(), QProcess::NotRunning, eventLimit);
+    QTEST(client.exitCode(), "exitCode");
+    QCOMPARE(client.readAllStandardError(), complaint(error));
+    QCOMPARE(client.readAllStandardOutput(), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(ModuleAccessTest)
