@@ -69,9 +69,9 @@ public:
     std::optional<qint64> mostFailures(const QString &account) const
     {
         const qint64 most = value("deny").toLongLong();
-        return !m_refuses || most == 0 || (isAdministrator(account) && !locksAdministrators())
-            ? std::nullopt
-            : std::make_optional(most);
+        const bool isSpared = isAdministrator(account) && !locksAdministrators();
+        const bool isIgnored = value("local_users_only").toBool() && !isLocal(account);
+        return !m_refuses || most == 0 || isSpared || isIgnored ? std::nullopt : std::make_optional(most);
     }
 
     /// For how many seconds an account is locked; 0 is for ever.
@@ -91,6 +91,17 @@ private:
     {
         // root_unlock_time alone locks nobody, whatever the module's manual page says
         return value("even_deny_root").toBool();
+    }
+
+    /// Whether the machine has it by itself, and not from a name service.
+    static bool isLocal(const QString &account)
+    {
+        const QByteArray start = QFile::encodeName(account) + ':';
+        QFile users(QStringLiteral("/etc/passwd"));
+        const auto lines = users.open(QIODevice::ReadOnly) ? users.readAll().split('\n') : QByteArrayList();
+        return std::any_of(lines.begin(), lines.end(), [&start](const QByteArray &line) {
+            return line.startsWith(start);
+        });
     }
 
     bool isAdministrator(const QString &account) const

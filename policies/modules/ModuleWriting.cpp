@@ -117,6 +117,12 @@ QStringList filesOfTool(const QString &root)
     return files;
 }
 
+/// The values of a policy that stand on the line of its profile.
+struct KeptOptions {
+    const ModulePolicy *policy;
+    QVariantMap values;
+};
+
 /// One write of a policy.
 class ModuleWrite
 {
@@ -186,7 +192,7 @@ private:
         if (!switched.succeeded()) {
             return switched;
         }
-        if (!readsFile && !writeOptions(&error)) {
+        if (!readsFile && !writeOptions(m_policy, m_values, &error)) {
             return failed(error);
         }
         const QString fault = freshFault(faultsBefore);
@@ -306,10 +312,31 @@ private:
     ModuleOutcome runTool(const QString &option)
     {
         ModuleOutcome outcome = runToolOnce({QStringLiteral("--package"), option});
-        if (outcome.kind == Kind::StacksEdited && m_wish.force) {
-            outcome = runToolOnce({QStringLiteral("--force"), QStringLiteral("--package"), option});
+        if (outcome.kind != Kind::StacksEdited || !m_wish.force) {
+            return outcome;
+        }
+        const QVector<KeptOptions> kept = optionsOfOthers();
+        outcome = runToolOnce({QStringLiteral("--force"), QStringLiteral("--package"), option});
+        QString error;
+        for (const KeptOptions &others : kept) {
+            if (outcome.succeeded() && !writeOptions(*others.policy, others.values, &error)) {
+                return failed(error);
+            }
         }
         return outcome;
+    }
+
+    /// What other policies have on lines of our profiles: stacks that are made anew would lose it.
+    QVector<KeptOptions> optionsOfOthers() const
+    {
+        QVector<KeptOptions> kept;
+        for (const ModulePolicy *policy : modulePolicies()) {
+            const ModuleReading reading = readModule(*policy, m_place.root);
+            if (policy != &m_policy && reading.force == ModuleForce::OurProfiles && !moduleReadsFile(*policy)) {
+                kept += {policy, reading.values};
+            }
+        }
+        return kept;
     }
 
     ModuleOutcome runToolOnce(const QStringList &options)
@@ -338,32 +365,33 @@ private:
     }
 
     /// Where the module reads no file, its options are the values.
-    bool writeOptions(QString *error) const
+    bool writeOptions(const ModulePolicy &policy, const QVariantMap &values, QString *error) const
     {
-        const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
+        const QVector<ModuleLine> lines = readModule(policy, m_place.root).lines;
         if (lines.isEmpty()) {
-            const bool isLost = m_wish.profiles != Switch::Off && !setValues(m_policy, m_values).isEmpty();
-            *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(m_policy.module) : QString();
+            const bool isLost = m_wish.profiles != Switch::Off && !setValues(policy, values).isEmpty();
+            *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(policy.module) : QString();
             return !isLost;
         }
         if (lines.size() > 1) {
             *error = tr("%1 is called more than once: %2, %3")
-                         .arg(m_policy.module, lineText(lines.at(0)), lineText(lines.at(1)));
+                         .arg(policy.module, lineText(lines.at(0)), lineText(lines.at(1)));
             return false;
         }
         const ModuleLine &line = lines.constFirst();
-        return moduleOptionValues(m_policy, line.options) == setValues(m_policy, m_values)
-            || replaceOptions(line, moduleOptionsWith(m_policy, line.options, m_values), error);
+        return moduleOptionValues(policy, line.options) == setValues(policy, values)
+            || replaceOptions(policy, line, moduleOptionsWith(policy, line.options, values), error);
     }
 
-    bool replaceOptions(const ModuleLine &line, const QStringList &options, QString *error) const
+    bool
+    replaceOptions(const ModulePolicy &policy, const ModuleLine &line, const QStringList &options, QString *error) const
     {
         const QString path = m_place.root + line.path;
         QByteArray content;
         if (!readWholeFile(path, &content, error)) {
             return false;
         }
-        const QByteArray written = pamStackWithOptions(content, line.number, m_policy.module, options);
+        const QByteArray written = pamStackWithOptions(content, line.number, policy.module, options);
         if (written.isNull()) {
             *error = tr("%1 is a line that goes on in the next one").arg(lineText(line));
             return false;

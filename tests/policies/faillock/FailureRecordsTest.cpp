@@ -103,6 +103,7 @@ private Q_SLOTS:
     void listsRootAsItIsLocked_data();
     void listsRootAsItIsLocked();
     void listsAdministratorsAsRoot();
+    void listsStrangersAsOpenWhereTheyAreIgnored();
     void tellsWhatCannotBeRead();
     void readsNoMoreThanTheModule();
     void readsPlainFilesAlone();
@@ -232,6 +233,21 @@ void FailureRecordsTest::listsAdministratorsAsRoot()
     QCOMPARE(runAs(root, "usermod -aG sudo tester").exitCode, 0);
     QCOMPARE(listed(), QStringLiteral("tester: 3, tty1, -100 to -100, open\n"));
     QCOMPARE(runAs(root, "gpasswd -d tester sudo").exitCode, 0);
+}
+
+void FailureRecordsTest::listsStrangersAsOpenWhereTheyAreIgnored()
+{
+    const QByteArray three = entry(100) + entry(100) + entry(100);
+    for (const char *name : {"/stranger", "/teste", "/tester"}) {
+        writeContent(folder + QLatin1String(name), three);
+    }
+    setUp("");
+    QCOMPARE(listed().count(QLatin1String("locked until 500")), 3);
+    setUp("local_users_only\n");
+    QCOMPARE(listed(),
+             QStringLiteral("stranger: 3, tty1, -100 to -100, open\n"
+                            "teste: 3, tty1, -100 to -100, open\n"
+                            "tester: 3, tty1, -100 to -100, locked until 500\n"));
 }
 
 void FailureRecordsTest::tellsWhatCannotBeRead()

@@ -108,6 +108,7 @@ private Q_SLOTS:
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
+    void keepsOptionsOfOthersWhereStacksAreMadeAnew();
     void doublesNoOtherLine_data();
     void doublesNoOtherLine();
     void knowsItsLinesAmongOthers();
@@ -332,6 +333,18 @@ void ModuleWritingTest::writesEditedStacksAnewByForce()
     QCOMPARE(outcome.kind, Kind::Done);
     QCOMPARE(linesCalling("pam_permit", commonAuth), QByteArrayList{"auth required pam_permit.so"});
     QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OurProfiles);
+}
+
+void ModuleWritingTest::keepsOptionsOfOthersWhereStacksAreMadeAnew()
+{
+    const QVariantMap values{{QStringLiteral("remember"), 5LL}, {QStringLiteral("retry"), 2LL}};
+    QCOMPARE(write(pwhistoryPolicy(), values, Switch::On).kind, Kind::Done);
+    const QByteArrayList lines = linesCalling("pam_pwhistory", commonPassword);
+    editByHand();
+
+    QCOMPARE(write(faillockPolicy(), five, Switch::On, true).kind, Kind::Done);
+    QCOMPARE(readModule(pwhistoryPolicy()).values, values);
+    QCOMPARE(linesCalling("pam_pwhistory", commonPassword), lines);
 }
 
 void ModuleWritingTest::doublesNoOtherLine_data()
