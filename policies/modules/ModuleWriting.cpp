@@ -9,6 +9,7 @@
 #include "policies/modules/ModuleReading.h"
 #include "policies/modules/PamFaults.h"
 #include "policies/modules/PamStack.h"
+#include "policies/modules/RootsFolder.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -169,8 +170,27 @@ private:
         }
     }
 
+    /// Why a folder that the module is to use from now on must not be the one; empty if none mustn't.
+    QString faultInFolders() const
+    {
+        for (const ModuleSetting &setting : m_policy.settings) {
+            const QString path = m_values.value(setting.name).toString();
+            const bool isNew = setting.kind == ModuleSetting::Kind::Path && !path.isEmpty()
+                && m_before.values.value(setting.name) != m_values.value(setting.name);
+            const QString fault = isNew ? rootsFolderFault(path) : QString();
+            if (!fault.isEmpty()) {
+                return tr("%1 cannot be %2: %3").arg(setting.name, path, fault);
+            }
+        }
+        return {};
+    }
+
     ModuleOutcome fulfil()
     {
+        const QString folderFault = faultInFolders();
+        if (!folderFault.isEmpty()) {
+            return failed(folderFault);
+        }
         const bool readsFile = moduleReadsFile(m_policy);
         const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
         QString error;

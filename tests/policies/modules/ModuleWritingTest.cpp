@@ -99,6 +99,8 @@ private Q_SLOTS:
     void init();
 
     void switchesFaillockOnAndOff();
+    void takesFoldersOfRootAlone_data();
+    void takesFoldersOfRootAlone();
     void switchesHistoryOnAndOff();
     void writesQualityBesideTheLibrarysFile();
     void changesNothingTheSecondTime();
@@ -168,6 +170,7 @@ void ModuleWritingTest::switchesFaillockOnAndOff()
                            {QStringLiteral("audit"), true},
                            {QStringLiteral("dir"), QStringLiteral("/var/lib/faillock")}};
     const QByteArray fileBefore = contentOf(faillockFile);
+    QVERIFY(QDir().mkpath(QStringLiteral("/var/lib/faillock")));
 
     const ModuleOutcome on = write(faillockPolicy(), values, Switch::On);
     QCOMPARE(on.reason, QString());
@@ -197,6 +200,55 @@ void ModuleWritingTest::switchesFaillockOnAndOff()
 
     QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).kind, Kind::Done);
     QCOMPARE(contentOf(faillockFile), fileBefore);
+}
+
+void ModuleWritingTest::takesFoldersOfRootAlone_data()
+{
+    const Rows<RowText, RowText, RowText> row("preparation", "folder", "fault");
+    row("root's", "mkdir /var/own", "/var/own", "");
+    row("with more strokes", "mkdir /var/own", "//var/./own/", "");
+    row("up and down", "mkdir /var/own", "/var/lib/../own", "");
+    row("in a folder of all", "mkdir /tmp/own", "/tmp/own", "");
+    row("by a link", "mkdir /var/own; ln -s own /var/link", "/var/link", "");
+    row("none", "", "/var/own", "/var/own is no folder");
+    row("a file", "touch /var/own", "/var/own", "/var/own is no folder");
+    row("below a file", "touch /var/own", "/var/own/x", "/var/own is no folder");
+    row("a link to itself", "ln -s link /var/link", "/var/link", "/var/link is no folder");
+    row("a link to nowhere", "ln -s own /var/link", "/var/link", "/var/own is no folder");
+    row("another's", "mkdir /var/own; chown nobody /var/own", "/var/own", "others than root may write in /var/own");
+    row("a group's", "mkdir -m 775 /var/own", "/var/own", "others than root may write in /var/own");
+    row("all people's", "mkdir -m 1777 /var/own", "/var/own", "others than root may write in /var/own");
+    row("in another's",
+        "mkdir -p /var/own/x; chown nobody /var/own",
+        "/var/own/x",
+        "others than root may write in /var/own");
+    row("in a group's",
+        "mkdir -p /var/own/x; chmod 775 /var/own",
+        "/var/own/x",
+        "others than root may write in /var/own");
+    row("by a link in another's",
+        "mkdir /var/own; chown nobody /var/own; ln -s /var/lib /var/own/x; ln -s own/x /var/link",
+        "/var/link",
+        "others than root may write in /var/own");
+}
+
+void ModuleWritingTest::takesFoldersOfRootAlone()
+{
+    QFETCH(const QString, preparation);
+    QFETCH(const QString, folder);
+    QFETCH(const QString, fault);
+    const auto run = [](const QString &command) {
+        QCOMPARE(runAs(root, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command}).exitCode, 0);
+    };
+    run(QStringLiteral("rm -rf /var/own /var/link /tmp/own; ") + preparation);
+
+    const ModuleOutcome outcome = write(faillockPolicy(), {{QStringLiteral("dir"), folder}}, Switch::Stay);
+    QCOMPARE(outcome.reason, fault.isEmpty() ? QString() : QStringLiteral("dir cannot be %1: %2").arg(folder, fault));
+    QCOMPARE(outcome.kind, fault.isEmpty() ? Kind::Done : Kind::Failed);
+    run(QStringLiteral("rm -rf /var/own /var/link /tmp/own"));
+    // what is set already is nobody's doing now
+    const QVariantMap both{{QStringLiteral("dir"), folder}, {QStringLiteral("deny"), 5LL}};
+    QCOMPARE(write(faillockPolicy(), both, Switch::Stay).succeeded(), fault.isEmpty());
 }
 
 void ModuleWritingTest::switchesHistoryOnAndOff()
