@@ -4,6 +4,7 @@
 #include "policies/modules/ModuleWriting.h"
 
 #include "engine/FileReplacing.h"
+#include "policies/modules/DebconfAnswer.h"
 #include "policies/modules/FileSnapshot.h"
 #include "policies/modules/ModuleFile.h"
 #include "policies/modules/ModuleReading.h"
@@ -103,11 +104,11 @@ QStringList stacksBelow(const QString &root)
     return stacks;
 }
 
-/// All that a run of it writes and that stays: the stacks, what it keeps beside them, its records and debconf's.
+/// What a run of it writes and that stays, but for debconf's answer: the stacks, what it keeps beside them, its records.
 QStringList filesOfTool(const QString &root)
 {
     const QString records = root + QLatin1String("/var/lib/pam/");
-    QStringList files{records + QLatin1String("seen"), root + QLatin1String("/var/cache/debconf/config.dat")};
+    QStringList files{records + QLatin1String("seen")};
     for (const QString &stack : stacksBelow(root)) {
         files += {stack, stack + QLatin1String(".pam-old"), stack + QLatin1String(".pam-new")};
     }
@@ -129,6 +130,7 @@ public:
         , m_place(place)
         , m_before(readModule(policy, place.root))
         , m_values(wantedValues(wish, m_before.values))
+        , m_answer(place.root, place.pamAuthUpdate.environment)
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
     }
@@ -163,7 +165,9 @@ private:
 
     void putBack(ModuleOutcome *outcome) const
     {
-        const QStringList problems = m_snapshot.putBack();
+        QStringList problems = m_snapshot.putBack();
+        problems += m_answer.putBack();
+        problems.removeAll(QString());
         if (!problems.isEmpty()) {
             outcome->kind = Kind::Failed;
             outcome->reason += QLatin1String("; ") + tr("not put back: %1").arg(problems.join(QLatin1String("; ")));
@@ -429,6 +433,7 @@ private:
     const ModuleReading m_before;
     /// All that is to stand there afterwards.
     const QVariantMap m_values;
+    const DebconfAnswer m_answer;
     const FileSnapshot m_snapshot;
 };
 }

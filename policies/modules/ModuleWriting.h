@@ -80,7 +80,8 @@ struct ModuleOutcome {
 
 /**
  * Writes a policy's values and switches our profiles, as one transaction: it is done as a whole, or all files go back to
- * what they were: the policy's file, the stacks, pam-auth-update's and debconf's records of them.
+ * what they were: the policy's file, the stacks, pam-auth-update's records of them, and debconf's answer which profiles are
+ * chosen.
  *
  * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
  * but a failure. Where the module reads no file, the values are the options of its line in the stack, which
