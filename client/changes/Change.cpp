@@ -49,7 +49,7 @@ QString mismatchText(const SettingSchema &schema, const Settings &wanted, const 
 
 Comparison comparisonWith(const Settings &read, const Change &change)
 {
-    return compare(change.store->schema(), change.store->inForce(read), read, change.wanted);
+    return compare(change.store->schema(), change.store->inForce(read), read, change.wanted, change.named);
 }
 
 /// What there is instead, and why, on a line each.

@@ -15,6 +15,8 @@ struct Change {
     Settings wanted;
     /// What was typed, for the history.
     QString command;
+    /// The keys of the settings that were asked for; the rest is to stay as it was.
+    QStringList named = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
     /// An undo that fails, and puts nothing in force, is kept by no entry: who tries again means the same change.
     bool isUndo = false;
 };

@@ -65,6 +65,7 @@ ExitCode undoChange(const HistoryEntry &entry, SettingsStore *store, const Chang
     }
     const SettingSchema &schema = store->schema();
     Change change{store, now, settingsBack(schema, entry, now), translate("Undoing", "undo of: %1").arg(entry.command)};
+    change.named = entry.wanted ? differingKeys(schema, entry.before, *entry.wanted) : schema.keys();
     change.isUndo = true;
     if (mode.force) {
         change.command += QLatin1String(" --force");

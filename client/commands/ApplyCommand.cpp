@@ -72,8 +72,9 @@ ExitCode applyPolicy(const QString &name, Application *application, const Change
         printError(before.outcome.error);
         return before.outcome.code;
     }
-    const Settings wanted = fulfilled(store->schema(), before.settings, application->document.value(name));
-    const Change change{store.get(), before, wanted, application->command};
+    const Wishes wishes = application->document.value(name);
+    const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
+    const Change change{store.get(), before, wanted, application->command, wishes.keys()};
     if (wanted != before.settings) {
         return performChange(change, mode);
     }

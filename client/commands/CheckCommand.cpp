@@ -54,7 +54,7 @@ void addDrift(const Policy &policy, const Settings &read, const Wishes &wishes, 
 {
     const SettingSchema schema = wishedSchema(policy.schema, wishes);
     const Settings wanted = fulfilled(schema, read, wishes);
-    const Comparison comparison = compare(schema, inForceOf(policy, read), read, wanted);
+    const Comparison comparison = compare(schema, inForceOf(policy, read), read, wanted, wishes.keys());
     const auto keys = differingKeys(schema, comparison.found, wanted);
     for (const QString &key : keys) {
         drift->differences += {policy.name, *schema.find(key), wanted.value(key), comparison.found.value(key)};

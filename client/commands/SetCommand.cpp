@@ -82,6 +82,7 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
         return read.code;
     }
     const Wishes all = withEnabling(store->schema(), wishes);
+    change.named = all.keys();
     change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, all);
     return performChange(change, mode);
 }

@@ -8,9 +8,21 @@
 
 namespace
 {
-QVariant foundFor(const Setting &setting, const InForce &inForce, const QVariant &read, const QVariant &wanted)
+/// Whether it has to be off, whoever sets it.
+bool isRefused(const Setting &setting, const InForce &inForce, const QVariant &wanted, const QStringList &named)
 {
-    return isSet(setting, wanted) && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
+    return inForce.flagsAreOffByDefault && setting.kind == SettingKind::Flag && wanted == QVariant(false)
+        && named.contains(setting.key);
+}
+
+QVariant foundFor(const Setting &setting,
+                  const InForce &inForce,
+                  const QVariant &read,
+                  const QVariant &wanted,
+                  const QStringList &named)
+{
+    const bool isDemand = isSet(setting, wanted) || isRefused(setting, inForce, wanted, named);
+    return isDemand && !inForce.raised.contains(setting.key) ? inForce.settings.value(setting.key) : read;
 }
 
 /// Says where a setting comes from that was to be another, and what to do about it.
@@ -22,13 +34,17 @@ QString obstacleOf(const InForce &inForce, const QString &key)
 }
 }
 
-Comparison compare(const SettingSchema &schema, const InForce &inForce, const Settings &read, const Settings &wanted)
+Comparison compare(const SettingSchema &schema,
+                   const InForce &inForce,
+                   const Settings &read,
+                   const Settings &wanted,
+                   const QStringList &named)
 {
     Comparison comparison;
     bool isAnythingWanted = false;
     for (const Setting &setting : schema.settings) {
         const QVariant wish = wanted.value(setting.key);
-        const QVariant found = foundFor(setting, inForce, read.value(setting.key), wish);
+        const QVariant found = foundFor(setting, inForce, read.value(setting.key), wish, named);
         if (found.isValid()) {
             comparison.found.insert(setting.key, found);
         }

@@ -33,6 +33,8 @@ struct InForce {
     QString othersTitle;
     /// What keeps the policy, or a part of it, from being in force, a sentence each.
     QStringList remarks;
+    /// Whether a flag that is to be off has to be off in all places: the module does nothing of it by itself.
+    bool flagsAreOffByDefault = false;
     /// Whether anything of it can come into force on this machine.
     bool isAvailable = true;
     /// Whether what doesn't follow the policy is refused.
@@ -55,12 +57,17 @@ struct Comparison {
 /**
  * Compares. A setting that is to have a value is in force if the policy comes to that value, wherever it is set. One that
  * isn't to be set, or a flag that isn't to stand, is a matter of the policy's own files alone: a module does something
- * without it, too.
+ * without it, too. But where it does not, a flag that somebody has named has to be off.
  *
  * @param read   what stands in the policy's own files
  * @param wanted what somebody wants
+ * @param named  the keys of what he has said of it; the rest is as it was
  */
-Comparison compare(const SettingSchema &schema, const InForce &inForce, const Settings &read, const Settings &wanted);
+Comparison compare(const SettingSchema &schema,
+                   const InForce &inForce,
+                   const Settings &read,
+                   const Settings &wanted,
+                   const QStringList &named = {});
 
 /// The origin for people.
 QString originText(const Origin &origin);

@@ -33,8 +33,9 @@ QVariantMap defaultsOf(const ModulePolicy &module)
 /// What the module goes by at the line, instead of what the policy's own place has.
 void layRules(const ModulePolicy &module, const ModuleRules &rules, const ModuleLine &line, InForce *inForce)
 {
-    inForce->settings = defaultsOf(module);
+    inForce->settings.clear();
     inForce->origins.clear();
+    lay(defaultsOf(module), Origin(), inForce);
     for (auto value = rules.values.begin(); value != rules.values.end(); ++value) {
         const Origin origin = rules.sources.value(value.key());
         lay({{value.key(), *value}}, origin, inForce);
@@ -165,6 +166,7 @@ InForce moduleInForce(const Policy &policy)
         lay({{enabledKey(), true}}, line->path, &inForce);
     }
     inForce.settings = normalized(policy.schema, inForce.settings);
+    inForce.flagsAreOffByDefault = true;
     inForce.isAvailable = !reading.modulePath.isEmpty();
     inForce.remarks = moduleRemarks(policy, module, reading, inForce);
     inForce.isEnforced = inForce.remarks.isEmpty();

@@ -167,6 +167,7 @@ InForce qualityInForce(const SettingSchema &schema, const Settings &read)
     }
     InForce inForce = pwqualityInForce(schema, stack, lines.constFirst(), read, own);
     inForce.remarks += secondCallRemarks(stack, lines);
+    inForce.flagsAreOffByDefault = true;
     for (auto origin = inForce.origins.cbegin(); origin != inForce.origins.cend(); ++origin) {
         if (!origin.value().isEmpty() && origin.value() != own) {
             inForce.remedies.insert(origin.key(), remedyFor(origin.key(), origin.value(), stack));

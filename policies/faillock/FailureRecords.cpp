@@ -202,6 +202,21 @@ QDateTime timeOf(quint64 seconds)
     return QDateTime::fromSecsSinceEpoch(qint64(seconds)).toUTC();
 }
 
+/// What the module has recorded, or the account itself: one line of what can be printed.
+QString sourceOf(const TallyEntry &entry)
+{
+    QString source =
+        QString::fromUtf8(QByteArray(entry.source.data(), int(entry.source.size())).split('\0').constFirst());
+    std::replace_if(
+        source.begin(),
+        source.end(),
+        [](QChar character) {
+            return !character.isPrint();
+        },
+        QChar::ReplacementCharacter);
+    return source;
+}
+
 FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failures, const FaillockLimits &limits)
 {
     const TallyEntry &last = failures.constLast();
@@ -210,7 +225,7 @@ FailureRecord recordOf(const QString &account, const QVector<TallyEntry> &failur
     record.failures = int(failures.size());
     record.first = timeOf(failures.constFirst().time);
     record.last = timeOf(last.time);
-    record.source = QString::fromUtf8(QByteArray(last.source.data(), int(last.source.size())).split('\0').constFirst());
+    record.source = sourceOf(last);
     const std::optional<qint64> most = limits.mostFailures(account);
     const qint64 lockTime = limits.lockTime(account);
     const QDateTime end = record.last.addSecs(lockTime);

@@ -17,7 +17,8 @@ struct FailureRecord {
     /// Of those, UTC.
     QDateTime first;
     QDateTime last;
-    /// Where the last one came from: a host, a terminal or a service; may be empty.
+    /// Where the last one came from: a host, a terminal or a service; may be empty. Printable, in one line, but no more to be
+    /// relied on: the file is the account's own.
     QString source;
     /// Whether it is locked now.
     bool isLocked = false;

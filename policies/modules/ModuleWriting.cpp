@@ -4,11 +4,13 @@
 #include "policies/modules/ModuleWriting.h"
 
 #include "engine/FileReplacing.h"
+#include "policies/modules/DebconfAnswer.h"
 #include "policies/modules/FileSnapshot.h"
 #include "policies/modules/ModuleFile.h"
 #include "policies/modules/ModuleReading.h"
 #include "policies/modules/PamFaults.h"
 #include "policies/modules/PamStack.h"
+#include "policies/modules/RootsFolder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -103,11 +105,11 @@ QStringList stacksBelow(const QString &root)
     return stacks;
 }
 
-/// All that a run of it writes and that stays: the stacks, what it keeps beside them, its records and debconf's.
+/// What a run of it writes and that stays, but for debconf's answer: the stacks, what it keeps beside them, its records.
 QStringList filesOfTool(const QString &root)
 {
     const QString records = root + QLatin1String("/var/lib/pam/");
-    QStringList files{records + QLatin1String("seen"), root + QLatin1String("/var/cache/debconf/config.dat")};
+    QStringList files{records + QLatin1String("seen")};
     for (const QString &stack : stacksBelow(root)) {
         files += {stack, stack + QLatin1String(".pam-old"), stack + QLatin1String(".pam-new")};
     }
@@ -136,6 +138,7 @@ public:
         , m_hadFolder(QFile::exists(QFileInfo(place.root + policy.path).path()))
         , m_before(readModule(policy, place.root))
         , m_values(wantedValues(wish, m_before.values))
+        , m_answer(place.root, place.pamAuthUpdate.environment)
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
     }
@@ -170,7 +173,9 @@ private:
 
     void putBack(ModuleOutcome *outcome) const
     {
-        const QStringList problems = m_snapshot.putBack();
+        QStringList problems = m_snapshot.putBack();
+        problems += m_answer.putBack();
+        problems.removeAll(QString());
         if (!m_hadFolder) {
             QDir().rmdir(QFileInfo(m_place.root + m_policy.path).path()); // unless there is something in it by now
         }
@@ -180,8 +185,27 @@ private:
         }
     }
 
+    /// Why a folder that the module is to use from now on must not be the one; empty if none mustn't.
+    QString faultInFolders() const
+    {
+        for (const ModuleSetting &setting : m_policy.settings) {
+            const QString path = m_values.value(setting.name).toString();
+            const bool isNew = setting.kind == ModuleSetting::Kind::Path && !path.isEmpty()
+                && m_before.values.value(setting.name) != m_values.value(setting.name);
+            const QString fault = isNew ? rootsFolderFault(path) : QString();
+            if (!fault.isEmpty()) {
+                return tr("%1 cannot be %2: %3").arg(setting.name, path, fault);
+            }
+        }
+        return {};
+    }
+
     ModuleOutcome fulfil()
     {
+        const QString folderFault = faultInFolders();
+        if (!folderFault.isEmpty()) {
+            return failed(folderFault);
+        }
         const bool readsFile = moduleReadsFile(m_policy);
         const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
         QString error;
@@ -443,6 +467,7 @@ private:
     const ModuleReading m_before;
     /// All that is to stand there afterwards.
     const QVariantMap m_values;
+    const DebconfAnswer m_answer;
     const FileSnapshot m_snapshot;
 };
 }

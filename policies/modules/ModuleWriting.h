@@ -80,12 +80,15 @@ struct ModuleOutcome {
 
 /**
  * Writes a policy's values and switches our profiles, as one transaction: it is done as a whole, or all files go back to
- * what they were: the policy's file, the stacks, pam-auth-update's and debconf's records of them.
+ * what they were: the policy's file, the stacks, pam-auth-update's records of them, and debconf's answer which profiles are
+ * chosen.
  *
  * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
  * but a failure. Where the module reads no file, the values are the options of its line in the stack, which
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
  * with each new version of its package.
+ *
+ * A folder that is set anew has to be there, and root's alone: files that root makes there belong to others.
  *
  * Waits for another write to end, for at most half a minute. Only root can hold it up: the lock is a file that nobody else
  * may open, "/etc/security/.accountpolicies.lock".

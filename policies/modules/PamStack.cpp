@@ -13,6 +13,8 @@ namespace
 struct PamWord {
     QString text;
     bool isBracketed;
+    /// As it stands, with its brackets.
+    QString written;
 };
 
 /// Cut at blanks; what stands in brackets is one word, without them.
@@ -23,8 +25,9 @@ QVector<PamWord> wordsIn(const QString &line)
     for (auto matches = word.globalMatch(line); matches.hasNext();) {
         const QRegularExpressionMatch match = matches.next();
         const bool isBracketed = match.lastCapturedIndex() == 1;
-        words +=
-            {match.captured(match.lastCapturedIndex()).replace(QLatin1String("\\]"), QLatin1String("]")), isBracketed};
+        words += {match.captured(match.lastCapturedIndex()).replace(QLatin1String("\\]"), QLatin1String("]")),
+                  isBracketed,
+                  match.captured()};
     }
     return words;
 }
@@ -61,6 +64,22 @@ PamStackLine brokenLine(int number, const QVector<PamWord> &words)
     line.control = QStringLiteral("\\");
     line.isBracketed = false;
     return line;
+}
+
+/// The options, each as it stands among the words where it is one of them.
+QStringList asWritten(const QStringList &options, QVector<PamWord> words)
+{
+    QStringList written;
+    for (const QString &option : options) {
+        const auto word = std::find_if(words.begin(), words.end(), [&option](const PamWord &candidate) {
+            return candidate.text == option;
+        });
+        written += word == words.end() ? option : word->written;
+        if (word != words.end()) {
+            words.erase(word);
+        }
+    }
+    return written;
 }
 }
 
@@ -104,7 +123,8 @@ QByteArray pamStackWithOptions(const QByteArray &content, int number, const QStr
     const QByteArray fileName = module.toLatin1() + ".so";
     const QByteArray head = text.left(text.indexOf(fileName) + fileName.size());
     const QByteArray comment = line.mid(text.size());
-    line = (QStringList{QString::fromUtf8(head)} + options).join(QLatin1Char(' ')).toUtf8()
+    const QVector<PamWord> words = wordsIn(QString::fromUtf8(text.mid(head.size())));
+    line = (QStringList{QString::fromUtf8(head)} + asWritten(options, words)).join(QLatin1Char(' ')).toUtf8()
         + (comment.isEmpty() ? "" : "\t") + comment;
     return lines.join('\n');
 }

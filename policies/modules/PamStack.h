@@ -29,7 +29,7 @@ struct PamStackLine {
 QVector<PamStackLine> pamStackLines(const QByteArray &content);
 
 /**
- * The content with other options on the line that calls a module, all else to the byte.
+ * The content with other options on the line that calls a module, all else to the byte; options that stay are as they stand.
  *
  * @param number where the line begins; counts from 1
  * @return null if that line isn't alone on its own, but goes on in the next one

@@ -317,7 +317,11 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
     const auto lockout = lines.indexOf("note  pam_tally.so is not installed: no account is locked after failed logins");
     lines.replace(lockout, "note  accounts are locked by pam_faillock: deny 5, fail_interval 900, unlock_time never");
     lines.replace(lockout + 1, "      the lockout policy does not change that; see faillock.conf(5)");
-    lines.replace(lines.indexOf("ok    faillock: switched off"), "ok    faillock: in force");
+    const auto faillock = lines.indexOf("ok    faillock: switched off");
+    lines.replace(faillock,
+                  "note  the faillock policy: deny is another one at /etc/pam.d/common-auth:2 than at "
+                  "/etc/pam.d/common-auth:1, which is shown");
+    lines.insert(faillock + 1, "      accountpolicyctl show faillock has what is in force");
 
     QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }

@@ -173,6 +173,11 @@ void FailureRecordsTest::lists_data()
         "",
         entry(100, "0123456789012345678901234567890123456789012345678901"),
         "tester: 1, 0123456789012345678901234567890123456789012345678901, -100 to -100, open\n");
+    row("no line of its own",
+        "",
+        entry(100, "tty1\nroot  3\t\x1b[1m\x7f\xff\xe2\x80\xae\xc3\xa4"),
+        "tester: 1, tty1\xef\xbf\xbdroot  3\xef\xbf\xbd\xef\xbf\xbd[1m\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xc3\xa4, "
+        "-100 to -100, open\n");
     row("a part of an entry", "", entry(100) + entry(50).left(63), "tester: 1, tty1, -100 to -100, open\n");
 }
 

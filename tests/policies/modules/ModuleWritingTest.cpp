@@ -50,6 +50,27 @@ FolderContent machine()
     return all;
 }
 
+/// Without what pam-auth-update has last told debconf that there is to choose from: that is no answer.
+FolderContent withoutChoices(FolderContent files)
+{
+    QByteArray &database = files[QStringLiteral("/var/cache/debconf/config.dat")];
+    QByteArrayList kept;
+    for (const QByteArray &line : database.split('\n')) {
+        if (!line.startsWith(" profile")) {
+            kept += line;
+        }
+    }
+    database = kept.join('\n');
+    return files;
+}
+
+/// What debconf has for an answer.
+QByteArray debconfAnswer(const QByteArray &question)
+{
+    const QByteArray answer = runAs(root, "debconf-communicate", "GET " + question + '\n').standardOutput;
+    return answer.trimmed().mid(2); // behind a 0 for a success
+}
+
 /// The lines of a stack that aren't comments.
 QByteArrayList linesOf(const QString &stack)
 {
@@ -99,6 +120,8 @@ private Q_SLOTS:
     void init();
 
     void switchesFaillockOnAndOff();
+    void takesFoldersOfRootAlone_data();
+    void takesFoldersOfRootAlone();
     void switchesHistoryOnAndOff();
     void writesQualityBesideTheLibrarysFile();
     void changesNothingTheSecondTime();
@@ -117,6 +140,7 @@ private Q_SLOTS:
     void putsBackStacksThatWouldNotWork();
     void putsBackWhatToolHasSpoiled();
     void putsBackWhatToolHasSwitchedInPart();
+    void putsBackItsOwnAnswerAlone();
     void refuses_data();
     void refuses();
     void writesBelowRootWhatItWritesHere();
@@ -170,6 +194,7 @@ void ModuleWritingTest::switchesFaillockOnAndOff()
                            {QStringLiteral("audit"), true},
                            {QStringLiteral("dir"), QStringLiteral("/var/lib/faillock")}};
     const QByteArray fileBefore = contentOf(faillockFile);
+    QVERIFY(QDir().mkpath(QStringLiteral("/var/lib/faillock")));
 
     const ModuleOutcome on = write(faillockPolicy(), values, Switch::On);
     QCOMPARE(on.reason, QString());
@@ -199,6 +224,55 @@ void ModuleWritingTest::switchesFaillockOnAndOff()
 
     QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).kind, Kind::Done);
     QCOMPARE(contentOf(faillockFile), fileBefore);
+}
+
+void ModuleWritingTest::takesFoldersOfRootAlone_data()
+{
+    const Rows<RowText, RowText, RowText> row("preparation", "folder", "fault");
+    row("root's", "mkdir /var/own", "/var/own", "");
+    row("with more strokes", "mkdir /var/own", "//var/./own/", "");
+    row("up and down", "mkdir /var/own", "/var/lib/../own", "");
+    row("in a folder of all", "mkdir /tmp/own", "/tmp/own", "");
+    row("by a link", "mkdir /var/own; ln -s own /var/link", "/var/link", "");
+    row("none", "", "/var/own", "/var/own is no folder");
+    row("a file", "touch /var/own", "/var/own", "/var/own is no folder");
+    row("below a file", "touch /var/own", "/var/own/x", "/var/own is no folder");
+    row("a link to itself", "ln -s link /var/link", "/var/link", "/var/link is no folder");
+    row("a link to nowhere", "ln -s own /var/link", "/var/link", "/var/own is no folder");
+    row("another's", "mkdir /var/own; chown nobody /var/own", "/var/own", "others than root may write in /var/own");
+    row("a group's", "mkdir -m 775 /var/own", "/var/own", "others than root may write in /var/own");
+    row("all people's", "mkdir -m 1777 /var/own", "/var/own", "others than root may write in /var/own");
+    row("in another's",
+        "mkdir -p /var/own/x; chown nobody /var/own",
+        "/var/own/x",
+        "others than root may write in /var/own");
+    row("in a group's",
+        "mkdir -p /var/own/x; chmod 775 /var/own",
+        "/var/own/x",
+        "others than root may write in /var/own");
+    row("by a link in another's",
+        "mkdir /var/own; chown nobody /var/own; ln -s /var/lib /var/own/x; ln -s own/x /var/link",
+        "/var/link",
+        "others than root may write in /var/own");
+}
+
+void ModuleWritingTest::takesFoldersOfRootAlone()
+{
+    QFETCH(const QString, preparation);
+    QFETCH(const QString, folder);
+    QFETCH(const QString, fault);
+    const auto run = [](const QString &command) {
+        QCOMPARE(runAs(root, QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command}).exitCode, 0);
+    };
+    run(QStringLiteral("rm -rf /var/own /var/link /tmp/own; ") + preparation);
+
+    const ModuleOutcome outcome = write(faillockPolicy(), {{QStringLiteral("dir"), folder}}, Switch::Stay);
+    QCOMPARE(outcome.reason, fault.isEmpty() ? QString() : QStringLiteral("dir cannot be %1: %2").arg(folder, fault));
+    QCOMPARE(outcome.kind, fault.isEmpty() ? Kind::Done : Kind::Failed);
+    run(QStringLiteral("rm -rf /var/own /var/link /tmp/own"));
+    // what is set already is nobody's doing now
+    const QVariantMap both{{QStringLiteral("dir"), folder}, {QStringLiteral("deny"), 5LL}};
+    QCOMPARE(write(faillockPolicy(), both, Switch::Stay).succeeded(), fault.isEmpty());
 }
 
 void ModuleWritingTest::switchesHistoryOnAndOff()
@@ -453,7 +527,7 @@ void ModuleWritingTest::putsBackStacksThatWouldNotWork()
     QCOMPARE(outcome.reason, QLatin1String("the stacks would not work: ") + fault);
     QCOMPARE(outcome.kind, Kind::RolledBack);
     QVERIFY(!outcome.changed);
-    QCOMPARE(machine(), before);
+    QCOMPARE(withoutChoices(machine()), withoutChoices(before));
 }
 
 void ModuleWritingTest::putsBackWhatToolHasSpoiled()
@@ -490,6 +564,23 @@ void ModuleWritingTest::putsBackWhatToolHasSwitchedInPart()
     QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has not switched the profiles"));
     QCOMPARE(outcome.kind, Kind::Failed);
     QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::putsBackItsOwnAnswerAlone()
+{
+    const QByteArray chosen = debconfAnswer("libpam-runtime/profiles");
+    QVERIFY(!chosen.isEmpty());
+    ModulePlace place;
+    // another package asks meanwhile
+    place.pamAuthUpdate.program = QStringLiteral("/bin/sh");
+    place.pamAuthUpdate.arguments = QStringList{
+        QStringLiteral("-c"),
+        QStringLiteral("(echo SET libpam-runtime/profiles unix; echo SET debconf/priority low) | debconf-communicate; "
+                       "exit 3")};
+
+    QCOMPARE(writeModule(faillockPolicy(), {five, Switch::On, false}, place).kind, Kind::Failed);
+    QCOMPARE(debconfAnswer("libpam-runtime/profiles"), chosen);
+    QCOMPARE(debconfAnswer("debconf/priority"), QByteArray("low"));
 }
 
 void ModuleWritingTest::refuses_data()

@@ -38,6 +38,8 @@ private Q_SLOTS:
     void knowsModules();
     void changesOptions_data();
     void changesOptions();
+    void keepsBrackets_data();
+    void keepsBrackets();
     void namesServices();
 };
 
@@ -85,6 +87,7 @@ void PamStackTest::changesOptions_data()
     row("of a line without any", "a\nauth\tx pam_a.so\nb", "a\nauth\tx pam_a.so c d=1\nb");
     row("of a line with others", "a\nauth x pam_a.so e f\n", "a\nauth x pam_a.so c d=1\n");
     row("before a comment", "a\nauth x pam_a.so e # f\n", "a\nauth x pam_a.so c d=1\t# f\n");
+    row("that stay as they stand", "a\nauth x pam_a.so [d=1] e [c]\n", "a\nauth x pam_a.so [c] [d=1]\n");
     row("of no line that goes on", "a\nauth x pam_a.so \\ \n e\n", QByteArray());
 }
 
@@ -95,6 +98,25 @@ void PamStackTest::changesOptions()
 
     QCOMPARE(pamStackWithOptions(content, 2, QStringLiteral("pam_a"), {QStringLiteral("c"), QStringLiteral("d=1")}),
              expected);
+}
+
+void PamStackTest::keepsBrackets_data()
+{
+    const Rows<QByteArray> row("option");
+    row("of a text with a blank", "[authtok_type=My UNIX]");
+    row("of a text with a bracket", "[authtok_type=\\]]");
+    row("of a word", "[debug]");
+    row("in a word", "type=[x]");
+}
+
+void PamStackTest::keepsBrackets()
+{
+    QFETCH(const QByteArray, option);
+    const QByteArray content = "password x pam_a.so " + option + " # y\n";
+    const QStringList options = pamStackLines(content).constFirst().options;
+
+    QCOMPARE(pamStackWithOptions(content, 1, QStringLiteral("pam_a"), options + QStringList{QStringLiteral("b")}),
+             "password x pam_a.so " + option + " b\t# y\n");
 }
 
 void PamStackTest::namesServices()
