@@ -210,3 +210,8 @@ QString forgetFailures(const QString &account)
     }
     return {};
 }
+
+QString failureFolder()
+{
+    return FaillockLimits(readModule(faillockPolicy())).folder();
+}

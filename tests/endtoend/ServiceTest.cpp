@@ -108,6 +108,7 @@ private Q_SLOTS:
     void leavesEditedStacksAlone();
     void putsBackWhatWouldNotWork();
     void locksListsAndUnlocks();
+    void tellsOfAFolderThatItCannotSee();
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
     void letsRootAloneChooseTheFolder();
@@ -370,6 +371,21 @@ void ServiceTest::locksListsAndUnlocks()
     QCOMPARE(answerOf(root, unlockCall("alice")), QByteArray());
     QCOMPARE(answerOf(root, listCall()), QByteArray("[]"));
     QVERIFY(letsAliceIn("Kw7-zR4q-Tm2xBv9"));
+}
+
+void ServiceTest::tellsOfAFolderThatItCannotSee()
+{
+    const QString folder = QStringLiteral("/run/tally");
+    writeContent(faillockFile, "dir = /run/tally\n");
+    const QByteArray error = serviceError(
+        "Failed", "/run/tally is not there, or the service may not see it: accountpoliciesd(8) has the remedy");
+    QCOMPARE(answerOf(root, listCall()), error);
+    QCOMPARE(answerOf(root, unlockCall("alice")), error);
+
+    QVERIFY(QDir().mkdir(folder));
+    QCOMPARE(answerOf(root, listCall()), QByteArray("[]"));
+    QCOMPARE(answerOf(root, unlockCall("alice")), QByteArray());
+    QVERIFY(QDir().rmdir(folder));
 }
 
 void ServiceTest::asksPolkitOfEachAction_data()
