@@ -617,6 +617,10 @@ void ServiceTest::isConfined()
     QVERIFY(runAs(root, (judge + "11 " + unit).constData()).exitCode != 0);
     QCOMPARE(linesWith("ReadWritePaths=", unit.constData()),
              QByteArrayList{"ReadWritePaths=-/etc/security -/etc/pam.d -/var/lib/pam -/var/cache/debconf"});
+    // whose accounts are in the network can be unlocked as well
+    QCOMPARE(linesWith("BindReadOnlyPaths=", unit.constData()),
+             QByteArrayList({"BindReadOnlyPaths=/run/dbus -/run/systemd/journal",
+                             "BindReadOnlyPaths=-/run/systemd/userdb -/run/nscd -/run/nslcd -/run/samba/winbindd"}));
     QCOMPARE(linesWith("BusName=", unit.constData()), QByteArrayList{QByteArray("BusName=") + serviceName});
 }
 
