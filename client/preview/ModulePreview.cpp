@@ -78,5 +78,5 @@ Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
         writeModule(policy, wish, place);
     }
     outcome.reason = copy.aboutMachine(outcome.reason);
-    return {outcomeOfWrite(outcome), moduleChanges(policy, copy)};
+    return {outcomeOfWrite(outcome), moduleChanges(policy, copy), true};
 }
