@@ -20,6 +20,12 @@ Answer tooManyRequests()
     return Answer::failure(tooManyRequestsError, QStringLiteral("this user has 16 pending requests"));
 }
 
+/// Nobody has to be told if the caller goes away.
+bool endsAtOnce(const Job &job)
+{
+    return job.action.isEmpty() && job.place == Job::Place::Here;
+}
+
 Answer refusal(PolkitQuestion::Answer answer, bool mayAsk)
 {
     if (answer == PolkitQuestion::Answer::None) {
@@ -64,14 +70,13 @@ void Requests::add(const QDBusMessage &message, const Job &job)
     if (m_requests.size() == 1) {
         Q_EMIT began();
     }
-    const Caller *known = m_callers.object(name);
-    if (!known || !job.action.isEmpty() || job.place != Job::Place::Here) {
-        // before the bus is asked who it is: from now on it tells if the caller goes away
-        m_watch.addWatchedService(name);
-    }
-    if (known) {
+    if (const Caller *known = endsAtOnce(job) ? m_callers.object(name) : nullptr) {
         admit(number, *known);
-    } else if (!m_asked.contains(name)) {
+        return;
+    }
+    // before the bus is asked who it is: from now on it tells if the caller goes away
+    m_watch.addWatchedService(name);
+    if (!m_asked.contains(name)) {
         identify(name);
     }
 }
