@@ -11,6 +11,8 @@
 #include "service/PrivateFiles.h"
 #include "service/ServiceNames.h"
 
+#include <QDir>
+
 #include <memory>
 #include <pwd.h>
 #include <vector>
@@ -33,8 +35,25 @@ QString typeOf(ModuleSetting::Kind kind)
     return {};
 }
 
+/// That of the administrator's own may be out of this service's sight, and would look as if nobody had failed.
+Answer refusalOfMissingFolder()
+{
+    const QString folder = failureFolder();
+    const bool isUsual = folder == faillockPolicy().find(QStringLiteral("dir"))->byDefault.toString();
+    return isUsual || QDir(folder).exists()
+        ? Answer()
+        : Answer::failure(
+            failedError,
+            QStringLiteral("%1 is not there, or the service may not see it: accountpoliciesd(8) has the remedy")
+                .arg(folder));
+}
+
 Answer listLocked(const Caller &caller)
 {
+    const Answer refusal = refusalOfMissingFolder();
+    if (!refusal.error.isEmpty()) {
+        return refusal;
+    }
     const FailureListing listing = failureRecords();
     if (!listing.error.isEmpty()) {
         // the list has no place for it
@@ -62,6 +81,10 @@ Answer tryUnlock(const QString &account)
 {
     if (!isAccount(account)) {
         return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
+    }
+    const Answer refusal = refusalOfMissingFolder();
+    if (!refusal.error.isEmpty()) {
+        return refusal;
     }
     const QString fault = forgetFailures(account);
     return fault.isEmpty() ? Answer() : Answer::failure(failedError, fault);

@@ -70,14 +70,13 @@ void Requests::add(const QDBusMessage &message, const Job &job)
     if (m_requests.size() == 1) {
         Q_EMIT began();
     }
-    const Caller *known = m_callers.object(name);
-    if (!known || !endsAtOnce(job)) {
-        // before the bus is asked who it is: from now on it tells if the caller goes away
-        m_watch.addWatchedService(name);
-    }
-    if (known) {
+    if (const Caller *known = endsAtOnce(job) ? m_callers.object(name) : nullptr) {
         admit(number, *known);
-    } else if (!m_asked.contains(name)) {
+        return;
+    }
+    // before the bus is asked who it is: from now on it tells if the caller goes away
+    m_watch.addWatchedService(name);
+    if (!m_asked.contains(name)) {
         identify(name);
     }
 }

@@ -162,9 +162,10 @@ Outcome objection(const Change &change, const QString &obstacle, const Preview &
         return preview.outcome;
     }
     if (!preview.outcome.succeeded()) {
-        return {preview.outcome.code,
-                preview.outcome.error + QLatin1Char('\n')
-                    + translate("Change", "this is what a preview came to; nothing was changed, and --force goes on")};
+        const QString advice = preview.isFinal
+            ? translate("Change", "this is what a preview came to; nothing was changed")
+            : translate("Change", "this is what a preview came to; nothing was changed, and --force goes on");
+        return {preview.outcome.code, preview.outcome.error + QLatin1Char('\n') + advice};
     }
     return preview.losesLines() ? Outcome{ExitCode::Loss, lossText(change, preview)} : Outcome();
 }

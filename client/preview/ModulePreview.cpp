@@ -61,5 +61,5 @@ Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
         wish.force = true;
         trial.write(wish);
     }
-    return {outcomeOfWrite(outcome), moduleChanges(policy, trial.copy())};
+    return {outcomeOfWrite(outcome), moduleChanges(policy, trial.copy()), true};
 }

@@ -15,6 +15,8 @@ struct Preview {
     Outcome outcome;
     /// The files that would be others; as far as the write would come, where it would fail.
     QVector<FilePreview> files;
+    /// Whether the write itself would end so, whatever is forced.
+    bool isFinal = false;
 
     bool losesLines() const;
 };

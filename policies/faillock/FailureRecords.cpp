@@ -287,3 +287,8 @@ QString forgetFailures(const QString &account)
     }
     return {};
 }
+
+QString failureFolder()
+{
+    return FaillockLimits(readModule(faillockPolicy())).folder();
+}

@@ -48,3 +48,6 @@ FailureListing failureRecords();
  * @return why that failed, one line; empty if it didn't. An account without failures is no error
  */
 QString forgetFailures(const QString &account);
+
+/// Where pam_faillock keeps its records.
+QString failureFolder();

@@ -12,6 +12,7 @@
 #include "tests/support/Sandbox.h"
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QElapsedTimer>
 #include <QTest>
@@ -123,6 +124,7 @@ private Q_SLOTS:
     void readsWhileItWrites();
     void letsUsersTakeTurns();
     void leavesOutWhatHasNotBegunWhenTheCallerLeaves();
+    void beginsNothingForWhoHasLeftBefore();
     void finishesItsWriteWhenItIsEnded();
     void endsWhenNobodyWantsAnything();
 
@@ -293,6 +295,7 @@ void ServiceQueueTest::watchesNobodyWhoHasNoRequest()
     QTRY_COMPARE_WITH_TIMEOUT(watchesOfService(), before + 1, eventLimit);
 
     caller->kill();
+    QVERIFY(caller->waitForFinished());
     QTRY_COMPARE_WITH_TIMEOUT(watchesOfService(), before, eventLimit);
 }
 
@@ -346,6 +349,35 @@ void ServiceQueueTest::leavesOutWhatHasNotBegunWhenTheCallerLeaves()
     QCOMPARE(answersTo(first.get()), QByteArrayList{leftAlone()});
     QTest::qWait(500);
     QCOMPARE(contentOf(faillockFile), m_stockFile);
+}
+
+/// Not for one whom it has got to know by a read, either.
+void ServiceQueueTest::beginsNothingForWhoHasLeftBefore()
+{
+    replaceToolBySlowOne("0");
+    const QString name = QStringLiteral("leaver");
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+    const QString caller = bus.baseService();
+    const auto message = [](const ServiceCall &call) {
+        QDBusMessage made = QDBusMessage::createMethodCall(
+            QLatin1String(serviceName), QLatin1String(servicePath), QLatin1String(serviceName), call.method);
+        made.setArguments(call.arguments);
+        return made;
+    };
+    const auto isThere = [&caller](const QDBusConnection &asked) {
+        return asked.interface()->isServiceRegistered(caller).value();
+    };
+    QCOMPARE(bus.call(message(readCall())).type(), QDBusMessage::ReplyMessage);
+    kill(static_cast<pid_t>(serviceProcess()), SIGSTOP);
+    bus.send(message(previewCall()));
+    QVERIFY(isThere(bus)); // by when the message has been sent
+    QDBusConnection::disconnectFromBus(name);
+    bus = QDBusConnection(QString());
+    QTRY_VERIFY_WITH_TIMEOUT(!isThere(QDBusConnection::systemBus()), eventLimit);
+    kill(static_cast<pid_t>(serviceProcess()), SIGCONT);
+
+    QCOMPARE(answerOf(root, {QStringLiteral("ListLocked")}), QByteArray("[]"));
+    QVERIFY(!isToolRunning());
 }
 
 void ServiceQueueTest::finishesItsWriteWhenItIsEnded()

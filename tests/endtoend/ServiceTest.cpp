@@ -108,6 +108,7 @@ private Q_SLOTS:
     void leavesEditedStacksAlone();
     void putsBackWhatWouldNotWork();
     void locksListsAndUnlocks();
+    void tellsOfAFolderThatItCannotSee();
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
     void letsRootAloneChooseTheFolder();
@@ -372,6 +373,21 @@ void ServiceTest::locksListsAndUnlocks()
     QVERIFY(letsAliceIn("Kw7-zR4q-Tm2xBv9"));
 }
 
+void ServiceTest::tellsOfAFolderThatItCannotSee()
+{
+    const QString folder = QStringLiteral("/run/tally");
+    writeContent(faillockFile, "dir = /run/tally\n");
+    const QByteArray error = serviceError(
+        "Failed", "/run/tally is not there, or the service may not see it: accountpoliciesd(8) has the remedy");
+    QCOMPARE(answerOf(root, listCall()), error);
+    QCOMPARE(answerOf(root, unlockCall("alice")), error);
+
+    QVERIFY(QDir().mkdir(folder));
+    QCOMPARE(answerOf(root, listCall()), QByteArray("[]"));
+    QCOMPARE(answerOf(root, unlockCall("alice")), QByteArray());
+    QVERIFY(QDir().rmdir(folder));
+}
+
 void ServiceTest::asksPolkitOfEachAction_data()
 {
     QTest::addColumn<QByteArrayList>("expected");
@@ -601,6 +617,10 @@ void ServiceTest::isConfined()
     QVERIFY(runAs(root, (judge + "11 " + unit).constData()).exitCode != 0);
     QCOMPARE(linesWith("ReadWritePaths=", unit.constData()),
              QByteArrayList{"ReadWritePaths=-/etc/security -/etc/pam.d -/var/lib/pam -/var/cache/debconf"});
+    // whose accounts are in the network can be unlocked as well
+    QCOMPARE(linesWith("BindReadOnlyPaths=", unit.constData()),
+             QByteArrayList({"BindReadOnlyPaths=/run/dbus -/run/systemd/journal",
+                             "BindReadOnlyPaths=-/run/systemd/userdb -/run/nscd -/run/nslcd -/run/samba/winbindd"}));
     QCOMPARE(linesWith("BusName=", unit.constData()), QByteArrayList{QByteArray("BusName=") + serviceName});
 }
 
