@@ -96,10 +96,9 @@ bool isAction(const QString &action)
     return words.contains(action) || jumpOf(action) > 0;
 }
 
-/// None if the control isn't known.
-PamActions actionsIn(const PamStackLine &line)
+/// None if one of them isn't known.
+PamActions actionsIn(const QString &brackets)
 {
-    const QString brackets = line.isBracketed ? line.control : bracketsOf(line.control);
     PamActions actions;
     for (const QString &pair : brackets.simplified().split(QLatin1Char(' '))) {
         const QString verdict = pair.section(QLatin1Char('='), 0, 0).toLower();
@@ -131,7 +130,7 @@ QString nameOf(const PamStackLine &line)
     return line.module.section(QLatin1Char('/'), -1);
 }
 
-/// What stacks come from; looked at once, however many include a file or call a module.
+/// What stacks are made of; looked at once, however many include a file, call a module or have a control.
 class StackSources
 {
 public:
@@ -160,10 +159,22 @@ public:
         return *known;
     }
 
+    /// None if the control isn't known.
+    PamActions actionsOf(const PamStackLine &line)
+    {
+        const QString brackets = line.isBracketed ? line.control : bracketsOf(line.control);
+        auto known = m_actions.find(brackets);
+        if (known == m_actions.end()) {
+            known = m_actions.insert(brackets, actionsIn(brackets));
+        }
+        return *known;
+    }
+
 private:
     QString m_root;
     QHash<QString, std::optional<QVector<PamStackLine>>> m_lines;
     QHash<QString, bool> m_modules;
+    QHash<QString, PamActions> m_actions;
 };
 
 /// One type of a service: reads it, and notes what is wrong with it.
@@ -211,7 +222,7 @@ private:
             } else if (!isType(line.type) && m_type == QLatin1String("auth")) {
                 // libpam takes it for one of this type that fails; its control says what follows
                 note(tr("\"%1\" is no type").arg(line.type));
-                nodes += PamNode{line, actionsIn(line)};
+                nodes += PamNode{line, m_sources->actionsOf(line)};
             }
         }
         return nodes;
@@ -226,7 +237,7 @@ private:
         if (control == QLatin1String("substack")) {
             return {{line, {}, nodesIn(line.module, depth + 1), true}};
         }
-        const PamActions actions = actionsIn(line);
+        const PamActions actions = m_sources->actionsOf(line);
         if (actions.isEmpty()) {
             note(tr("%1 has the control \"%2\", which does not exist").arg(nameOf(line), line.control));
         }

@@ -85,7 +85,8 @@ QStringList asWritten(const QStringList &options, QVector<PamWord> words)
 
 bool PamStackLine::calls(const QString &name) const
 {
-    return module.section(QLatin1Char('/'), -1) == name + QLatin1String(".so");
+    const QString file = name + QLatin1String(".so");
+    return module == file || module.endsWith(QLatin1Char('/') + file);
 }
 
 QVector<PamStackLine> pamStackLines(const QByteArray &content)
