@@ -49,6 +49,11 @@ Outcome outcomeOfReply(const ServiceReply &reply, const ModuleWish &wish)
     return reply.outcome;
 }
 
+QDateTime timeOf(qlonglong seconds)
+{
+    return QDateTime::fromSecsSinceEpoch(seconds).toUTC();
+}
+
 QVector<FailureRecord> recordsIn(const QVariant &value)
 {
     QVector<FailureRecord> records;
@@ -57,12 +62,12 @@ QVector<FailureRecord> recordsIn(const QVariant &value)
         FailureRecord record;
         record.account = account.name;
         record.failures = static_cast<int>(account.failures);
-        record.first = QDateTime::fromSecsSinceEpoch(account.first, Qt::UTC);
-        record.last = QDateTime::fromSecsSinceEpoch(account.last, Qt::UTC);
+        record.first = timeOf(account.first);
+        record.last = timeOf(account.last);
         record.source = account.source;
         record.isLocked = true;
         if (account.until != 0) {
-            record.until = QDateTime::fromSecsSinceEpoch(account.until, Qt::UTC);
+            record.until = timeOf(account.until);
         }
         records += record;
     }
