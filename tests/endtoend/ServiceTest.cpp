@@ -80,8 +80,11 @@ bool isLockedOut()
 QStringList onPage(const char *pattern)
 {
     QStringList all;
+    // packages compress it
+    const QString unpack = QStringLiteral("zcat --force %1 || zcat %1.gz").arg(QLatin1String(servicePage));
+    const ProgramResult page = runAs(nobody, QStringLiteral("sh"), {QStringLiteral("-c"), unpack});
     const QRegularExpression form(QString::fromLatin1(pattern), QRegularExpression::MultilineOption);
-    QRegularExpressionMatchIterator matches = form.globalMatch(QString::fromUtf8(contentOf(servicePage)));
+    QRegularExpressionMatchIterator matches = form.globalMatch(QString::fromUtf8(page.standardOutput));
     while (matches.hasNext()) {
         all += matches.next().captured(1);
     }
