@@ -20,7 +20,7 @@ namespace
 {
 constexpr mode_t readableForAll = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 constexpr mode_t permissionBits = 07777;
-constexpr std::size_t pieceSize = 16384;
+constexpr std::size_t bytesAtOnce = 16384;
 
 /// Closes what it is given.
 class Descriptor
@@ -162,7 +162,7 @@ bool readWholeFile(const QString &path, QByteArray *content, QString *errorStrin
     if (file.number() == -1) {
         return errno == ENOENT || fail(path, errno, errorString);
     }
-    std::array<char, pieceSize> piece{};
+    std::array<char, bytesAtOnce> piece{};
     for (;;) {
         const ssize_t size = read(file.number(), piece.data(), piece.size());
         if (size == 0) {

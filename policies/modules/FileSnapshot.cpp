@@ -73,7 +73,7 @@ QStringList FileSnapshot::putBack() const
 bool FileSnapshot::isAsTaken(const Taken &taken)
 {
     QByteArray content;
-    QString error;
-    return QFile::exists(taken.path) == taken.existed && readWholeFile(taken.path, &content, &error)
+    QString why;
+    return QFile::exists(taken.path) == taken.existed && readWholeFile(taken.path, &content, &why)
         && content == taken.content;
 }

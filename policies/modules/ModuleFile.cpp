@@ -118,7 +118,7 @@ QVector<ModuleEntry> firstOfEach(const ModulePolicy &policy, const QVector<Modul
 ModuleEntry optionEntry(const ModulePolicy &policy, const QString &option)
 {
     const auto nameEnd = option.indexOf(QLatin1Char('='));
-    const ModuleEntry entry{option.mid(0, nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
+    ModuleEntry entry{option.mid(0, nameEnd), nameEnd == -1 ? QString() : option.mid(nameEnd + 1)};
     const ModuleSetting *setting = settingTaken(policy, entry.name);
     if (!setting || nameEnd == -1 || !policy.strictOptions) {
         return entry;

@@ -48,11 +48,12 @@ PamStackLine stackLine(int number, const QVector<PamWord> &words)
     for (const PamWord &word : words.mid(3)) {
         options += word.text;
     }
+    const PamWord control = words.value(1);
     return {number,
             first.mid(mayBeMissing ? 1 : 0),
             mayBeMissing,
-            words.value(1).text,
-            words.value(1).isBracketed,
+            control.text,
+            control.isBracketed,
             words.value(2).text,
             options};
 }

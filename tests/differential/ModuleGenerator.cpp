@@ -35,9 +35,9 @@ QByteArray ModuleGenerator::file(const ModulePolicy &policy)
 {
     QByteArray content;
     for (int lines = number(0, 8); lines > 0; --lines) {
-        content += line(policy) + anyOf(lineEnds);
+        content += anyLine(policy) + anyOf(lineEnds);
     }
-    return oneOf(4) ? content + line(policy) : content;
+    return oneOf(4) ? content + anyLine(policy) : content;
 }
 
 QByteArray ModuleGenerator::plainFile(const ModulePolicy &policy)
@@ -105,7 +105,7 @@ QVariantMap ModuleGenerator::values(const ModulePolicy &policy)
     QVariantMap values;
     for (const ModuleSetting &setting : policy.settings) {
         if (oneOf(2)) {
-            values.insert(setting.name, value(setting));
+            values.insert(setting.name, anyValue(setting));
         }
     }
     return values;
@@ -160,7 +160,7 @@ QByteArray ModuleGenerator::oddText(const ModuleSetting &setting)
                                                                                                         : oddNumbers);
 }
 
-QByteArray ModuleGenerator::line(const ModulePolicy &policy)
+QByteArray ModuleGenerator::anyLine(const ModulePolicy &policy)
 {
     const ModuleSetting &setting = anySetting(policy);
     const bool isAlone = oneOf(10) == (setting.kind != ModuleSetting::Kind::Flag);
@@ -178,7 +178,7 @@ QByteArray ModuleGenerator::line(const ModulePolicy &policy)
     }
 }
 
-QVariant ModuleGenerator::value(const ModuleSetting &setting)
+QVariant ModuleGenerator::anyValue(const ModuleSetting &setting)
 {
     const QByteArray written = text(setting);
     return isNumber(setting) ? QVariant(written.toLongLong())

@@ -35,9 +35,9 @@ private:
     QByteArray text(const ModuleSetting &setting);
     QByteArray spelling(const ModuleSetting &setting);
     QByteArray oddText(const ModuleSetting &setting);
-    QByteArray line(const ModulePolicy &policy);
+    QByteArray anyLine(const ModulePolicy &policy);
     const ModuleSetting &anySetting(const ModulePolicy &policy);
-    QVariant value(const ModuleSetting &setting);
+    QVariant anyValue(const ModuleSetting &setting);
 
     QRandomGenerator m_random;
 };

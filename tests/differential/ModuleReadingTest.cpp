@@ -22,7 +22,7 @@ constexpr int shownProblems = 5;
 
 /// A question to modules.py.
 QJsonObject
-question(const QString &reader, const QByteArray &content, const QStringList &options, const QJsonObject &values)
+questionTo(const QString &reader, const QByteArray &content, const QStringList &options, const QJsonObject &values)
 {
     return {{QStringLiteral("reader"), reader},
             {QStringLiteral("content"), QString::fromLatin1(content.toBase64())},
@@ -169,7 +169,7 @@ void ModuleReadingTest::readsFilesAsModulesDo()
         if (asked.readContent) {
             values.insert(QStringLiteral("error"), !error.isEmpty());
         }
-        questions += question(policy, content, {}, values);
+        questions += questionTo(policy, content, {}, values);
     }
     compare(questions);
 }
@@ -196,7 +196,7 @@ void ModuleReadingTest::writesFilesAsModulesReadThem()
             if (asked.readContent) {
                 values.insert(QStringLiteral("error"), false);
             }
-            questions += question(policy, written, {}, values);
+            questions += questionTo(policy, written, {}, values);
         }
     }
     compare(questions);
@@ -216,7 +216,7 @@ void ModuleReadingTest::readsOptionsAsModulesDo()
     QVector<QJsonObject> questions;
     for (int i = 0; i < m_extent.files; ++i) {
         const QStringList options = m_generator.options(asked);
-        questions += question(policy, {}, options, jsonOf(asked, moduleOptionValues(asked, options)));
+        questions += questionTo(policy, {}, options, jsonOf(asked, moduleOptionValues(asked, options)));
     }
     compare(questions);
 }
@@ -239,12 +239,12 @@ void ModuleReadingTest::readsPlainFilesAsLensDoes()
         QString error;
         const QVariantMap values = moduleFileValues(asked, content, &error);
         QCOMPARE(error, QString());
-        questions += question(QStringLiteral("Properties"), content, {}, textsOf(asked, values));
+        questions += questionTo(QStringLiteral("Properties"), content, {}, textsOf(asked, values));
         const QVariantMap wanted = m_generator.values(asked);
-        questions += question(QStringLiteral("Properties"),
-                              moduleFileWith(asked, content, wanted),
-                              {},
-                              textsOf(asked, setValues(asked, wanted)));
+        questions += questionTo(QStringLiteral("Properties"),
+                                moduleFileWith(asked, content, wanted),
+                                {},
+                                textsOf(asked, setValues(asked, wanted)));
     }
     compare(questions);
 }
@@ -260,7 +260,7 @@ void ModuleReadingTest::readsStacksAsLensDoes()
                 line.isBracketed ? QLatin1Char('[') + line.control + QLatin1Char(']') : line.control;
             lines += QJsonArray::fromStringList(QStringList{line.type, control, line.module} + line.options);
         }
-        questions += question(QStringLiteral("Pam"), content, {}, {{QStringLiteral("lines"), lines}});
+        questions += questionTo(QStringLiteral("Pam"), content, {}, {{QStringLiteral("lines"), lines}});
     }
     compare(questions);
 }

@@ -35,7 +35,7 @@ QByteArrayList foreignLines(const ModulePolicy &policy, const QByteArray &conten
     for (const QByteArray &line : content.split('\n')) {
         bool isOurs = line.isEmpty();
         for (const ModuleSetting &setting : policy.settings) {
-            isOurs = isOurs || line.contains(setting.name.toLatin1());
+            isOurs = isOurs || line.toLower().contains(setting.name.toLatin1());
         }
         if (!isOurs) {
             lines += line;

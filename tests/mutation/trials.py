@@ -20,7 +20,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 WORK = ROOT / "build" / "mutation"
 BUILT = WORK / "built"  # where each copy finds itself
-TREE = ["CMakeLists.txt", "bench", "client", "cmake", "debian", "docs", "engine", "helper", "messages", "policies",
+TREE = ["CMakeLists.txt", "baselines", "bench", "client", "cmake", "debian", "docs", "engine", "helper", "messages", "policies",
         "profiles", "scripts", "service", "tasks", "tests"]
 SLOW = 2  # seconds; a test function above that is left to the last round
 FAR_SLOW = 20  # seconds; a test function on the bus above that is left out
