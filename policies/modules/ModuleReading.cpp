@@ -246,6 +246,7 @@ void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *
         QString fault;
         reading->values = moduleFileValues(policy, contentOf(root, policy.path, reading), &fault);
         if (!fault.isEmpty()) {
+            reading->isMalformed = reading->error.isEmpty();
             reading->error = policy.path + QLatin1String(": ") + fault;
         }
         return;

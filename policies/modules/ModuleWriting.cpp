@@ -118,6 +118,16 @@ QStringList filesOfTool(const QString &root)
     return files;
 }
 
+/// What is left of a file that can't be understood.
+QByteArray commentsOf(const QByteArray &content)
+{
+    QByteArray comments;
+    for (const QByteArray &line : content.split('\n')) {
+        comments += line.trimmed().startsWith('#') ? line + '\n' : QByteArray();
+    }
+    return comments;
+}
+
 /// One write of a policy.
 class ModuleWrite
 {
@@ -137,9 +147,8 @@ public:
 
     ModuleOutcome run()
     {
-        ModuleOutcome outcome = m_before.error.isEmpty() && m_snapshot.error().isEmpty()
-            ? fulfil()
-            : failed(m_before.error.isEmpty() ? m_snapshot.error() : m_before.error);
+        const QString obstacle = obstacleToAll();
+        ModuleOutcome outcome = obstacle.isEmpty() ? fulfil() : failed(obstacle);
         outcome.before = m_before.values;
         outcome.wasOn = m_before.force == ModuleForce::OurProfiles;
         if (!outcome.succeeded()) {
@@ -174,6 +183,30 @@ private:
         }
     }
 
+    /// Why nothing can be written; empty if something can.
+    QString obstacleToAll() const
+    {
+        // what is to be replaced needs not be understood
+        if (!m_before.error.isEmpty() && (m_wish.merges || !m_before.isMalformed)) {
+            return m_before.error;
+        }
+        return m_snapshot.error().isEmpty() ? faultInChanges() : m_snapshot.error();
+    }
+
+    /// What is wrong with the values that aren't there already; what is there may be anything.
+    QString faultInChanges() const
+    {
+        QVariantMap changed = m_wish.values;
+        for (auto value = m_before.values.begin(); value != m_before.values.end(); ++value) {
+            const QVariant wanted = changed.value(value.key());
+            if (wanted == *value && wanted.userType() == value->userType()) {
+                changed.remove(value.key());
+            }
+        }
+        const QString fault = m_policy.faultIn(changed);
+        return fault.isEmpty() ? faultInFolders() : fault;
+    }
+
     /// Why a folder that the module is to use from now on must not be the one; empty if none mustn't.
     QString faultInFolders() const
     {
@@ -191,10 +224,6 @@ private:
 
     ModuleOutcome fulfil()
     {
-        const QString folderFault = faultInFolders();
-        if (!folderFault.isEmpty()) {
-            return failed(folderFault);
-        }
         const bool readsFile = moduleReadsFile(m_policy);
         const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
         QString error;
@@ -222,7 +251,8 @@ private:
         QFile file(path);
         const bool isThere = file.open(QIODevice::ReadOnly);
         const QByteArray content = isThere ? file.readAll() : QByteArray();
-        const QByteArray written = moduleFileWith(m_policy, content, m_values);
+        const QByteArray kept = m_before.isMalformed ? commentsOf(content) : content;
+        const QByteArray written = moduleFileWith(m_policy, kept, m_values);
         if (written == content) {
             return true;
         }
@@ -468,10 +498,6 @@ QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)
 {
     ModuleOutcome outcome;
-    outcome.reason = policy.faultIn(wish.values);
-    if (!outcome.reason.isEmpty()) {
-        return outcome;
-    }
     // copies are their maker's alone
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
     outcome.reason = lock ? lock->obstacle() : QString();

@@ -128,6 +128,8 @@ private Q_SLOTS:
     void mergesWhatIsNamed_data();
     void mergesWhatIsNamed();
     void losesNothingOfWritersAtOnce();
+    void leavesValuesThatCantBeSet();
+    void replacesWhatItsModuleDoesNotUnderstand();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
@@ -367,6 +369,39 @@ void ModuleWritingTest::losesNothingOfWritersAtOnce()
         QCOMPARE(writer.get().reason, QString());
     }
     QCOMPARE(readModule(faillockPolicy()).values, all);
+}
+
+void ModuleWritingTest::leavesValuesThatCantBeSet()
+{
+    const QVariantMap none{{QStringLiteral("deny"), 0LL}};
+    const QVariantMap both{{QStringLiteral("deny"), 0LL}, {QStringLiteral("audit"), true}};
+    writeContent(faillockFile, "deny = 0\n");
+    QCOMPARE(writeModule(faillockPolicy(), {{{QStringLiteral("audit"), true}}, Switch::Stay, false, true}).reason,
+             QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 0\naudit\n"));
+    QCOMPARE(write(faillockPolicy(), none, Switch::Stay).reason, QString());
+    QCOMPARE(write(faillockPolicy(), both, Switch::Stay).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 0\naudit\n"));
+
+    writeContent(faillockFile, "deny = 1\n");
+    QCOMPARE(write(faillockPolicy(), none, Switch::Stay).reason, QStringLiteral("deny cannot be 0"));
+}
+
+void ModuleWritingTest::replacesWhatItsModuleDoesNotUnderstand()
+{
+    const QString path = pwqualityPolicy().path;
+    const QVariantMap ten{{QStringLiteral("minlen"), 10LL}};
+    for (const char *line : {"minlen = abc", "unknown = 1", "maxrepeat = 3\nminlen ="}) {
+        const QByteArray broken = QByteArray("# mine\n") + line + "\n\nretry = 2\n";
+        writeContent(path, broken);
+        const ModuleOutcome merged = writeModule(pwqualityPolicy(), {ten, Switch::Stay, false, true});
+        QVERIFY(merged.reason.startsWith(path + QLatin1String(": ")));
+        QCOMPARE(merged.kind, Kind::Failed);
+        QCOMPARE(contentOf(path), broken);
+
+        QCOMPARE(write(pwqualityPolicy(), ten, Switch::Stay).reason, QString());
+        QCOMPARE(contentOf(path), QByteArray("# mine\nminlen = 10\n"));
+    }
 }
 
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
