@@ -204,7 +204,7 @@ private:
         for (int i = 0; i < nodes.size(); ++i) {
             checkJumps(nodes.at(i).substack);
             for (const QString &action : nodes.at(i).actions) {
-                if (jumpOf(action) > 0 && i + 1 + jumpOf(action) >= nodes.size()) {
+                if (i + 1 + jumpOf(action) > nodes.size()) { // at the end there is nothing left to do
                     note(tr("%1 jumps out of its stack").arg(nameOf(nodes.at(i).line)));
                 }
             }
@@ -279,7 +279,7 @@ private:
             const int praised = isBad || !isSuccess(verdict) ? int(Impression::Bad) : int(Impression::Good);
             if (jumpOf(action) > 0) {
                 const int place = node + 1 + jumpOf(action);
-                (*at)[qMin(place, end)] += place < end ? impression : int(Impression::Bad);
+                (*at)[qMin(place, end)] += place <= end ? impression : int(Impression::Bad);
             } else if (action == QLatin1String("ignore")) {
                 (*at)[node + 1] += impression;
             } else if (action == QLatin1String("ok")) {

@@ -105,8 +105,14 @@ void PamFaultsTest::finds_data()
     row("a jump behind the end",
         "auth required pam_permit.so\nauth [success=2 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
         one("pam_unix.so jumps out of its stack"));
-    row("a jump to the end",
+    row("no jump to the end",
         "auth required pam_permit.so\nauth [success=1 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
+        none);
+    row("a jump to the end without a success",
+        "auth [default=1] pam_permit.so\nauth required pam_permit.so\n",
+        one("nothing can succeed"));
+    row("a jump behind the end from the last line",
+        "auth required pam_permit.so\nauth [success=1 default=ignore] pam_unix.so\n",
         one("pam_unix.so jumps out of its stack"));
     row("no jump into the file that includes it",
         "@include jumping\nauth required pam_permit.so\nauth required pam_permit.so\n",
@@ -118,7 +124,7 @@ void PamFaultsTest::finds_data()
         "auth [success=1 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
         none);
     row("a jump over more than a substack",
-        "auth [success=2 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
+        "auth [success=3 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
         one("pam_unix.so jumps out of its stack"));
     row("a wrong word",
         "auth needed pam_permit.so\nauth required pam_permit.so\n",
@@ -184,7 +190,7 @@ void PamFaultsTest::judgesAsLibpam()
         writeContent("/etc/pam.d/inner", generator.stack({}));
         writeContent("/etc/pam.d/own", generator.stack({"inner"}));
         const QStringList faults = pamServiceFaults(QString(), QStringLiteral("own"));
-        // one that jumps nowhere ends by chance
+        // one that jumps behind its end ends by chance
         if (!faults.filter(QStringLiteral("jumps out")).isEmpty()) {
             continue;
         }
