@@ -94,11 +94,10 @@ QStringList commonFiles(const QString &type, const QString &root, ModuleReading 
 void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
 {
     const QByteArray name = policy.module.toLatin1();
-    const QString folder = QStringLiteral("/etc/pam.d");
-    reading->paths += folder;
+    reading->paths += pamFolders();
     QStringList files;
     for (const QString &service : pamServices(root)) {
-        files += folder + QLatin1Char('/') + service;
+        files += pamServicePath(root, service);
     }
     QMap<QString, QStringList> common;
     for (const QString &type : policy.types) {

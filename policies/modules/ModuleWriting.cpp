@@ -509,5 +509,5 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
 
 QStringList modulePolicyFolders()
 {
-    return {QStringLiteral("/etc/pam.d"), QStringLiteral("/usr/share/pam-configs"), QStringLiteral("/var/lib/pam")};
+    return pamFolders() + QStringList{QStringLiteral("/usr/share/pam-configs"), QStringLiteral("/var/lib/pam")};
 }

@@ -110,9 +110,10 @@ PamActions actionsIn(const PamStackLine &line)
     return actions;
 }
 
-QString pamFolder()
+/// The path of a file that is included; those of packages' folder can't be.
+QString inclusionPath(const QString &file)
 {
-    return QStringLiteral("/etc/pam.d/");
+    return file.startsWith(QLatin1Char('/')) ? file : pamFolders().constFirst() + QLatin1Char('/') + file;
 }
 
 QString installedPath(const QString &module)
@@ -160,7 +161,7 @@ private:
 
     PamNodes nodesIn(const QString &file, int depth)
     {
-        QFile stack(m_root + (file.startsWith(QLatin1Char('/')) ? QString() : pamFolder()) + file);
+        QFile stack(m_root + (depth == 0 ? pamServicePath(m_root, file) : inclusionPath(file)));
         if (depth > deepestInclusion || !stack.open(QIODevice::ReadOnly)) {
             note(tr("%1 cannot be included").arg(file));
             return {};

@@ -8,6 +8,7 @@
 #include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -76,6 +77,7 @@ private Q_SLOTS:
     void finds_data();
     void finds();
     void findsNothingOnThisMachine();
+    void readsPackagesServices();
     void judgesAsLibpam_data();
     void judgesAsLibpam();
 };
@@ -169,6 +171,35 @@ void PamFaultsTest::findsNothingOnThisMachine()
 {
     QVERIFY(contentOf("/etc/pam.d/login").contains("@include common-auth"));
     QCOMPARE(pamFaults(QString()), QStringList());
+}
+
+void PamFaultsTest::readsPackagesServices()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    const QString packaged = QStringLiteral("/usr/lib/pam.d/packaged");
+    const QString name = QStringLiteral("packaged");
+    const auto login = [] {
+        return runAs(root, "pamtester packaged root authenticate").exitCode;
+    };
+    writeContent(packaged, "auth required pam_permit.so\n");
+    QCOMPARE(pamServiceFaults(QString(), name), QStringList());
+    QCOMPARE(login(), 0);
+    writeContent(packaged, "auth required pam_deny.so\n");
+    QVERIFY(pamFaults(QString()).contains(QStringLiteral("packaged: auth: nothing can succeed")));
+    QCOMPARE(login(), 1);
+
+    // before the other one, which no file can include
+    writeContent("/etc/pam.d/packaged", "auth required pam_permit.so\n");
+    QCOMPARE(pamServiceFaults(QString(), name), QStringList());
+    QCOMPARE(login(), 0);
+    writeContent("/usr/lib/pam.d/included", "auth required pam_permit.so\n");
+    writeContent("/etc/pam.d/packaged", "auth include included\n");
+    QCOMPARE(pamServiceFaults(QString(), name).constFirst(),
+             QStringLiteral("packaged: auth: included cannot be included"));
+    QCOMPARE(login(), 1);
+    for (const char *file : {"/usr/lib/pam.d/packaged", "/usr/lib/pam.d/included", "/etc/pam.d/packaged"}) {
+        QFile::remove(QLatin1String(file));
+    }
 }
 
 void PamFaultsTest::judgesAsLibpam_data()
