@@ -16,16 +16,10 @@
 
 namespace
 {
-/// Where libpam looks for modules: below the folder of the machine's architecture, or of none; /lib is a link to /usr/lib.
+/// Where libpam looks for modules: below the folder of its own architecture, or of none; /lib is a link to /usr/lib.
 QStringList securityFolders()
 {
-    QStringList folders{QStringLiteral("/usr/lib/security")};
-    const QDir libraries(QStringLiteral("/usr/lib"));
-    const auto architectures = libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs);
-    for (const QString &architecture : architectures) {
-        folders += libraries.filePath(architecture) + QLatin1String("/security");
-    }
-    return folders;
+    return {QStringLiteral("/usr/lib/security"), QStringLiteral(LIBRARIES "/security")};
 }
 
 QStringList possiblePaths(const QString &module)

@@ -3,6 +3,7 @@
 
 #include "policies/modules/PamFaults.h"
 
+#include "policies/modules/ModuleReading.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/Rows.h"
@@ -77,6 +78,7 @@ private Q_SLOTS:
     void finds_data();
     void finds();
     void findsNothingOnThisMachine();
+    void findsModulesOfThisArchitecture();
     void readsPackagesServices();
     void judgesAsLibpam_data();
     void judgesAsLibpam();
@@ -171,6 +173,18 @@ void PamFaultsTest::findsNothingOnThisMachine()
 {
     QVERIFY(contentOf("/etc/pam.d/login").contains("@include common-auth"));
     QCOMPARE(pamFaults(QString()), QStringList());
+}
+
+void PamFaultsTest::findsModulesOfThisArchitecture()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    writeContent("/usr/lib/pdp11-linux-gnu/security/pam_foreign.so", "x");
+    writeContent("/usr/lib/security/pam_own.so", "x");
+
+    QCOMPARE(pamModulePath(QStringLiteral("pam_foreign")), QString());
+    QCOMPARE(pamModulePath(QStringLiteral("pam_own")), QStringLiteral("/usr/lib/security/pam_own.so"));
+    QVERIFY(pamModulePath(QStringLiteral("pam_unix")).endsWith(QLatin1String("-linux-gnu/security/pam_unix.so")));
+    QFile::remove(QStringLiteral("/usr/lib/security/pam_own.so"));
 }
 
 void PamFaultsTest::readsPackagesServices()
