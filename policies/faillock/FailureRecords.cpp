@@ -65,11 +65,13 @@ public:
         return value("fail_interval").toLongLong();
     }
 
-    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records.
+    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records, nor an
+    /// account that is no more: the module ignores it.
     std::optional<qint64> mostFailures(const QString &account) const
     {
         const qint64 most = value("deny").toLongLong();
-        return !m_refuses || most == 0 || (isAdministrator(account) && !locksAdministrators())
+        return !m_refuses || most == 0 || !getpwnam(QFile::encodeName(account).constData())
+                || (isAdministrator(account) && !locksAdministrators())
             ? std::nullopt
             : std::make_optional(most);
     }
