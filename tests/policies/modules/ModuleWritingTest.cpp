@@ -107,6 +107,13 @@ void editByHand()
         contentOf(commonAuth)
             .replace("(the \"Primary\" block)\n", "(the \"Primary\" block)\nauth optional pam_permit.so debug\n"));
 }
+
+ProgramResult prerm(const QString &step)
+{
+    qputenv("DEBIAN_FRONTEND", "noninteractive");
+    return runAs(
+        root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
+}
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
 Q_DECLARE_METATYPE(ModuleForce)
@@ -148,6 +155,7 @@ private Q_SLOTS:
     void usesNoLockOfOthers_data();
     void usesNoLockOfOthers();
     void goesOutOfForceWithItsPackage();
+    void staysInEditedStacksAsItsPackageGoes();
 
 private:
     FolderContent m_machine;
@@ -712,11 +720,6 @@ void ModuleWritingTest::usesNoLockOfOthers()
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()
 {
-    const auto prerm = [](const QString &step) {
-        qputenv("DEBIAN_FRONTEND", "noninteractive");
-        return runAs(
-            root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
-    };
     const QString seen = QStringLiteral("/var/lib/pam/seen");
     QByteArray ofOthers;
     for (const QByteArray &name : contentOf(seen).split('\n')) {
@@ -744,6 +747,16 @@ void ModuleWritingTest::goesOutOfForceWithItsPackage()
     for (const QString &stack : {commonAuth, commonPassword}) {
         QCOMPARE(contentOf(stack), m_machine.value(stack));
     }
+}
+
+void ModuleWritingTest::staysInEditedStacksAsItsPackageGoes()
+{
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    editByHand();
+    const QByteArray stack = contentOf(commonAuth);
+
+    QCOMPARE(prerm(QStringLiteral("remove")).exitCode, 0);
+    QCOMPARE(contentOf(commonAuth), stack);
 }
 
 QTEST_GUILESS_MAIN(ModuleWritingTest)
