@@ -28,7 +28,7 @@ QString lockedText(const QVector<FailureRecord> &locked)
     }
     QVector<QStringList> rows{{translate("LockedCommand", "account"),
                                translate("LockedCommand", "failures"),
-                               translate("LockedCommand", "since"),
+                               translate("LockedCommand", "first"),
                                translate("LockedCommand", "last"),
                                translate("LockedCommand", "until"),
                                translate("LockedCommand", "from")}};

@@ -156,7 +156,7 @@ SettingSchema pwqualitySchema()
         oneOrOther("gecoscheck", QT_TRANSLATE_NOOP("Policies", "Words of the user's full name are refused")),
         oneOrOther("dictcheck", QT_TRANSLATE_NOOP("Policies", "Words of a dictionary are refused")),
         oneOrOther("usercheck", QT_TRANSLATE_NOOP("Policies", "The user's name is refused")),
-        characters("usersubstr", QT_TRANSLATE_NOOP("Policies", "Characters of a part of the user's name that is refused; 0 for the whole name")),
+        characters("usersubstr", QT_TRANSLATE_NOOP("Policies", "Characters from which on a part of the user's name is refused, if more than 3; else the whole name is")),
         oneOrOther("enforcing", QT_TRANSLATE_NOOP("Policies", "What does not follow the policy is refused; otherwise it is only told")),
         number("retry", Unit::None, 1, mostTries, QT_TRANSLATE_NOOP("Policies", "How often a new password is asked for")),
         flag("enforce_for_root", QT_TRANSLATE_NOOP("Policies", "Root is bound too")),

@@ -65,13 +65,15 @@ public:
         return value("fail_interval").toLongLong();
     }
 
-    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records.
+    /// So many failures are too many; none for who is never locked, as nobody is where no line looks at the records, nor an
+    /// account that is no more: the module ignores it.
     std::optional<qint64> mostFailures(const QString &account) const
     {
         const qint64 most = value("deny").toLongLong();
         const bool isSpared = isAdministrator(account) && !locksAdministrators();
         const bool isIgnored = value("local_users_only").toBool() && !isLocal(account);
-        return !m_refuses || most == 0 || isSpared || isIgnored ? std::nullopt : std::make_optional(most);
+        const bool isGone = !getpwnam(QFile::encodeName(account).constData());
+        return !m_refuses || most == 0 || isGone || isSpared || isIgnored ? std::nullopt : std::make_optional(most);
     }
 
     /// For how many seconds an account is locked; 0 is for ever.

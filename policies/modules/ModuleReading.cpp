@@ -16,16 +16,10 @@
 
 namespace
 {
-/// Where libpam looks for modules: below the folder of the machine's architecture, or of none; /lib is a link to /usr/lib.
+/// Where libpam looks for modules: below the folder of its own architecture, or of none; /lib is a link to /usr/lib.
 QStringList securityFolders()
 {
-    QStringList folders{QStringLiteral("/usr/lib/security")};
-    const QDir libraries(QStringLiteral("/usr/lib"));
-    const auto architectures = libraries.entryList({QStringLiteral("*-linux-*")}, QDir::Dirs);
-    for (const QString &architecture : architectures) {
-        folders += libraries.filePath(architecture) + QLatin1String("/security");
-    }
-    return folders;
+    return {QStringLiteral("/usr/lib/security"), QStringLiteral(LIBRARIES "/security")};
 }
 
 QStringList possiblePaths(const QString &module)
@@ -94,11 +88,10 @@ QStringList commonFiles(const QString &type, const QString &root, ModuleReading 
 void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *reading)
 {
     const QByteArray name = policy.module.toLatin1();
-    const QString folder = QStringLiteral("/etc/pam.d");
-    reading->paths += folder;
+    reading->paths += pamFolders();
     QStringList files;
     for (const QString &service : pamServices(root)) {
-        files += folder + QLatin1Char('/') + service;
+        files += pamServicePath(root, service);
     }
     QMap<QString, QStringList> common;
     for (const QString &type : policy.types) {
@@ -247,6 +240,7 @@ void readValues(const ModulePolicy &policy, const QString &root, ModuleReading *
         QString fault;
         reading->values = moduleFileValues(policy, contentOf(root, policy.path, reading), &fault);
         if (!fault.isEmpty()) {
+            reading->isMalformed = reading->error.isEmpty();
             reading->error = policy.path + QLatin1String(": ") + fault;
         }
         return;

@@ -41,6 +41,8 @@ struct ModuleLine {
 struct ModuleReading {
     /// Why its file or the stacks can't be read, one line; empty if they were. Then the rest says nothing.
     QString error;
+    /// Whether that is for what is in the policy's own file, which could be read.
+    bool isMalformed = false;
     /// Where its values stand: its file, or the stack with the module's line where the module reads no file.
     QString source;
     /// What stands there, typed; what doesn't stand there, or not so that the module takes it, has no entry.

@@ -125,6 +125,16 @@ struct KeptOptions {
     QVariantMap values;
 };
 
+/// What is left of a file that can't be understood.
+QByteArray commentsOf(const QByteArray &content)
+{
+    QByteArray comments;
+    for (const QByteArray &line : content.split('\n')) {
+        comments += line.trimmed().startsWith('#') ? line + '\n' : QByteArray();
+    }
+    return comments;
+}
+
 /// One write of a policy.
 class ModuleWrite
 {
@@ -145,8 +155,7 @@ public:
 
     ModuleOutcome run()
     {
-        // what can't be read can't be put back
-        const QString obstacle = m_before.error.isEmpty() ? m_snapshot.error() : m_before.error;
+        const QString obstacle = obstacleToAll();
         ModuleOutcome outcome = obstacle.isEmpty() ? fulfil() : failed(obstacle);
         outcome.before = m_before.values;
         outcome.wasOn = m_before.force == ModuleForce::OurProfiles;
@@ -185,6 +194,30 @@ private:
         }
     }
 
+    /// Why nothing can be written; empty if something can.
+    QString obstacleToAll() const
+    {
+        // what is to be replaced needs not be understood, but what can't be read can't be put back
+        if (!m_before.error.isEmpty() && (m_wish.merges || !m_before.isMalformed)) {
+            return m_before.error;
+        }
+        return m_snapshot.error().isEmpty() ? faultInChanges() : m_snapshot.error();
+    }
+
+    /// What is wrong with the values that aren't there already; what is there may be anything.
+    QString faultInChanges() const
+    {
+        QVariantMap changed = m_wish.values;
+        for (auto value = m_before.values.begin(); value != m_before.values.end(); ++value) {
+            const QVariant wanted = changed.value(value.key());
+            if (wanted == *value && wanted.userType() == value->userType()) {
+                changed.remove(value.key());
+            }
+        }
+        const QString fault = m_policy.faultIn(changed);
+        return fault.isEmpty() ? faultInFolders() : fault;
+    }
+
     /// Why a folder that the module is to use from now on must not be the one; empty if none mustn't.
     QString faultInFolders() const
     {
@@ -202,10 +235,6 @@ private:
 
     ModuleOutcome fulfil()
     {
-        const QString folderFault = faultInFolders();
-        if (!folderFault.isEmpty()) {
-            return failed(folderFault);
-        }
         const bool readsFile = moduleReadsFile(m_policy);
         const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
         QString error;
@@ -234,7 +263,8 @@ private:
         if (!readWholeFile(path, &content, error)) {
             return false;
         }
-        const QByteArray written = moduleFileWith(m_policy, content, m_values);
+        const QByteArray kept = m_before.isMalformed ? commentsOf(content) : content;
+        const QByteArray written = moduleFileWith(m_policy, kept, m_values);
         if (written == content) {
             return true;
         }
@@ -502,10 +532,6 @@ QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)
 {
     ModuleOutcome outcome;
-    outcome.reason = policy.faultIn(wish.values);
-    if (!outcome.reason.isEmpty()) {
-        return outcome;
-    }
     // copies are their maker's alone
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
     outcome.reason = lock ? lock->obstacle() : QString();
@@ -517,5 +543,5 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
 
 QStringList modulePolicyFolders()
 {
-    return {QStringLiteral("/etc/pam.d"), QStringLiteral("/usr/share/pam-configs"), QStringLiteral("/var/lib/pam")};
+    return pamFolders() + QStringList{QStringLiteral("/usr/share/pam-configs"), QStringLiteral("/var/lib/pam")};
 }

@@ -88,6 +88,9 @@ struct ModuleOutcome {
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
  * with each new version of its package.
  *
+ * Values that stand there already may be any that the module reads. A file that its module doesn't understand is written anew
+ * where the wish says all that it is to have; its comments stay.
+ *
  * A folder that is set anew has to be there, and root's alone: files that root makes there belong to others.
  *
  * Waits for another write to end, for at most half a minute. Only root can hold it up: the lock is a file that nobody else

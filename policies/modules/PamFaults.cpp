@@ -111,9 +111,10 @@ PamActions actionsIn(const QString &brackets)
     return actions;
 }
 
-QString pamFolder()
+/// The path of a file that is included; those of packages' folder can't be.
+QString inclusionPath(const QString &file)
 {
-    return QStringLiteral("/etc/pam.d/");
+    return file.startsWith(QLatin1Char('/')) ? file : pamFolders().constFirst() + QLatin1Char('/') + file;
 }
 
 bool isInstalled(const QString &module)
@@ -138,14 +139,19 @@ public:
     {
     }
 
-    /// None if the file can't be read.
-    std::optional<QVector<PamStackLine>> linesOf(const QString &file)
+    QString pathOf(const QString &service) const
     {
-        auto known = m_lines.find(file);
+        return pamServicePath(m_root, service);
+    }
+
+    /// None if the file can't be read.
+    std::optional<QVector<PamStackLine>> linesOf(const QString &path)
+    {
+        auto known = m_lines.find(path);
         if (known == m_lines.end()) {
-            QFile stack(m_root + (file.startsWith(QLatin1Char('/')) ? QString() : pamFolder()) + file);
+            QFile stack(m_root + path);
             const bool isThere = stack.open(QIODevice::ReadOnly);
-            known = m_lines.insert(file, isThere ? std::make_optional(pamStackLines(stack.readAll())) : std::nullopt);
+            known = m_lines.insert(path, isThere ? std::make_optional(pamStackLines(stack.readAll())) : std::nullopt);
         }
         return *known;
     }
@@ -208,7 +214,8 @@ private:
 
     PamNodes nodesIn(const QString &file, int depth)
     {
-        const auto lines = depth > deepestInclusion ? std::nullopt : m_sources->linesOf(file);
+        const QString path = depth == 0 ? m_sources->pathOf(file) : inclusionPath(file);
+        const auto lines = depth > deepestInclusion ? std::nullopt : m_sources->linesOf(path);
         if (!lines) {
             note(tr("%1 cannot be included").arg(file));
             return {};
@@ -252,7 +259,7 @@ private:
         for (int i = 0; i < nodes.size(); ++i) {
             checkJumps(nodes.at(i).substack);
             for (const QString &action : nodes.at(i).actions) {
-                if (jumpOf(action) > 0 && i + 1 + jumpOf(action) >= nodes.size()) {
+                if (i + 1 + jumpOf(action) > nodes.size()) { // at the end there is nothing left to do
                     note(tr("%1 jumps out of its stack").arg(nameOf(nodes.at(i).line)));
                 }
             }
@@ -327,7 +334,7 @@ private:
             const int praised = isBad || !isSuccess(verdict) ? int(Impression::Bad) : int(Impression::Good);
             if (jumpOf(action) > 0) {
                 const int place = node + 1 + jumpOf(action);
-                (*at)[qMin(place, end)] += place < end ? impression : int(Impression::Bad);
+                (*at)[qMin(place, end)] += place <= end ? impression : int(Impression::Bad);
             } else if (action == QLatin1String("ignore")) {
                 (*at)[node + 1] += impression;
             } else if (action == QLatin1String("ok")) {

@@ -12,10 +12,10 @@
  *
  * The stacks are read as libpam reads them, with all that they include.
  *
- * @param root    where copies of "/etc/pam.d" are, by their paths; empty for the files themselves
+ * @param root    where copies of pamFolders() are, by their paths; empty for the files themselves
  * @param service the name of its file there; or of one that others include, which is then judged alone
  */
 QStringList pamServiceFaults(const QString &root, const QString &service);
 
-/// The same for all files of "/etc/pam.d".
+/// The same for all services.
 QStringList pamFaults(const QString &root);

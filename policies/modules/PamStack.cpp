@@ -4,6 +4,7 @@
 #include "policies/modules/PamStack.h"
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -131,14 +132,31 @@ QByteArray pamStackWithOptions(const QByteArray &content, int number, const QStr
     return lines.join('\n');
 }
 
+QStringList pamFolders()
+{
+    return {QStringLiteral("/etc/pam.d"), QStringLiteral("/usr/lib/pam.d")};
+}
+
+QString pamServicePath(const QString &root, const QString &service)
+{
+    const QString path = pamFolders().constFirst() + QLatin1Char('/') + service;
+    const QString packaged = pamFolders().constLast() + QLatin1Char('/') + service;
+    return !QFile::exists(root + path) && QFile::exists(root + packaged) ? packaged : path;
+}
+
 QStringList pamServices(const QString &root)
 {
     static const QRegularExpression kept(QStringLiteral(R"((~|\.pam-(old|new)|\.dpkg-[a-z]+|\.new)\z)"));
     QStringList names;
-    const auto files = QDir(root + QLatin1String("/etc/pam.d")).entryList(QDir::Files, QDir::Name);
-    std::copy_if(files.begin(), files.end(), std::back_inserter(names), [](const QString &name) {
-        return !name.contains(kept);
-    });
+    const auto folders = pamFolders();
+    for (const QString &folder : folders) {
+        const auto files = QDir(root + folder).entryList(QDir::Files, QDir::Name);
+        std::copy_if(files.begin(), files.end(), std::back_inserter(names), [](const QString &name) {
+            return !name.contains(kept);
+        });
+    }
+    names.removeDuplicates();
+    std::sort(names.begin(), names.end());
     std::stable_partition(names.begin(), names.end(), [](const QString &name) {
         return name.startsWith(QLatin1String("common-"));
     });

@@ -37,6 +37,12 @@ QVector<PamStackLine> pamStackLines(const QByteArray &content);
 QByteArray
 pamStackWithOptions(const QByteArray &content, int number, const QString &module, const QStringList &options);
 
-/// The names of the files in "/etc/pam.d", or of copies below a folder, those that others include first. What tools and
+/// The folders of services' files: "/etc/pam.d", and that of packages, where a service is looked for that isn't in the first.
+QStringList pamFolders();
+
+/// The path of a service's file, in the folder where libpam takes it from.
+QString pamServicePath(const QString &root, const QString &service);
+
+/// The names of the files in these folders, or in copies below a folder, those that others include first. What tools and
 /// editors keep beside them isn't theirs.
 QStringList pamServices(const QString &root);

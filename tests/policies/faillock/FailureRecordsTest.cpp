@@ -109,6 +109,7 @@ private Q_SLOTS:
     void readsPlainFilesAlone();
     void takesOptionsOfLine_data();
     void takesOptionsOfLine();
+    void locksNoAccountThatIsNoMore();
     void listsNobodyAsLockedWhereNobodyIs_data();
     void listsNobodyAsLockedWhereNobodyIs();
     void forgetsOneAccount();
@@ -322,6 +323,14 @@ void FailureRecordsTest::takesOptionsOfLine()
 
     QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, ") + lock + QLatin1Char('\n'));
     QCOMPARE(login(password), lock == QLatin1String("open") ? 0 : 1);
+}
+
+void FailureRecordsTest::locksNoAccountThatIsNoMore()
+{
+    setUp("deny = 1\n");
+    writeContent(folder + QLatin1String("/departed"), entry(100));
+
+    QCOMPARE(listed(), QStringLiteral("departed: 1, tty1, -100 to -100, open\n"));
 }
 
 void FailureRecordsTest::listsNobodyAsLockedWhereNobodyIs_data()

@@ -107,6 +107,13 @@ void editByHand()
         contentOf(commonAuth)
             .replace("(the \"Primary\" block)\n", "(the \"Primary\" block)\nauth optional pam_permit.so debug\n"));
 }
+
+ProgramResult prerm(const QString &step)
+{
+    qputenv("DEBIAN_FRONTEND", "noninteractive");
+    return runAs(
+        root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
+}
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
 Q_DECLARE_METATYPE(ModuleForce)
@@ -128,6 +135,8 @@ private Q_SLOTS:
     void mergesWhatIsNamed_data();
     void mergesWhatIsNamed();
     void losesNothingOfWritersAtOnce();
+    void leavesValuesThatCantBeSet();
+    void replacesWhatItsModuleDoesNotUnderstand();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
@@ -148,6 +157,7 @@ private Q_SLOTS:
     void usesNoLockOfOthers_data();
     void usesNoLockOfOthers();
     void goesOutOfForceWithItsPackage();
+    void staysInEditedStacksAsItsPackageGoes();
 
 private:
     FolderContent m_machine;
@@ -161,6 +171,7 @@ void ModuleWritingTest::initTestCase()
         const QString profile = QLatin1String(name);
         writeContent(profileFolder + profile, contentOf(QLatin1String(SOURCES "/profiles/") + profile));
     }
+    QVERIFY(QDir().mkpath(QStringLiteral("/usr/lib/pam.d"))); // not everywhere
     // the records know them from now on
     QCOMPARE(runAs(root, "env DEBIAN_FRONTEND=noninteractive pam-auth-update --package").exitCode, 0);
     m_machine = machine();
@@ -369,6 +380,39 @@ void ModuleWritingTest::losesNothingOfWritersAtOnce()
         QCOMPARE(writer.get().reason, QString());
     }
     QCOMPARE(readModule(faillockPolicy()).values, all);
+}
+
+void ModuleWritingTest::leavesValuesThatCantBeSet()
+{
+    const QVariantMap none{{QStringLiteral("deny"), 0LL}};
+    const QVariantMap both{{QStringLiteral("deny"), 0LL}, {QStringLiteral("audit"), true}};
+    writeContent(faillockFile, "deny = 0\n");
+    QCOMPARE(writeModule(faillockPolicy(), {{{QStringLiteral("audit"), true}}, Switch::Stay, false, true}).reason,
+             QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 0\naudit\n"));
+    QCOMPARE(write(faillockPolicy(), none, Switch::Stay).reason, QString());
+    QCOMPARE(write(faillockPolicy(), both, Switch::Stay).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 0\naudit\n"));
+
+    writeContent(faillockFile, "deny = 1\n");
+    QCOMPARE(write(faillockPolicy(), none, Switch::Stay).reason, QStringLiteral("deny cannot be 0"));
+}
+
+void ModuleWritingTest::replacesWhatItsModuleDoesNotUnderstand()
+{
+    const QString path = pwqualityPolicy().path;
+    const QVariantMap ten{{QStringLiteral("minlen"), 10LL}};
+    for (const char *line : {"minlen = abc", "unknown = 1", "maxrepeat = 3\nminlen ="}) {
+        const QByteArray broken = QByteArray("# mine\n") + line + "\n\nretry = 2\n";
+        writeContent(path, broken);
+        const ModuleOutcome merged = writeModule(pwqualityPolicy(), {ten, Switch::Stay, false, true});
+        QVERIFY(merged.reason.startsWith(path + QLatin1String(": ")));
+        QCOMPARE(merged.kind, Kind::Failed);
+        QCOMPARE(contentOf(path), broken);
+
+        QCOMPARE(write(pwqualityPolicy(), ten, Switch::Stay).reason, QString());
+        QCOMPARE(contentOf(path), QByteArray("# mine\nminlen = 10\n"));
+    }
 }
 
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
@@ -709,11 +753,6 @@ void ModuleWritingTest::usesNoLockOfOthers()
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()
 {
-    const auto prerm = [](const QString &step) {
-        qputenv("DEBIAN_FRONTEND", "noninteractive");
-        return runAs(
-            root, QStringLiteral("/bin/sh"), {QStringLiteral(SOURCES "/debian/accountpolicies-common.prerm"), step});
-    };
     const QString seen = QStringLiteral("/var/lib/pam/seen");
     QByteArray ofOthers;
     for (const QByteArray &name : contentOf(seen).split('\n')) {
@@ -741,6 +780,16 @@ void ModuleWritingTest::goesOutOfForceWithItsPackage()
     for (const QString &stack : {commonAuth, commonPassword}) {
         QCOMPARE(contentOf(stack), m_machine.value(stack));
     }
+}
+
+void ModuleWritingTest::staysInEditedStacksAsItsPackageGoes()
+{
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    editByHand();
+    const QByteArray stack = contentOf(commonAuth);
+
+    QCOMPARE(prerm(QStringLiteral("remove")).exitCode, 0);
+    QCOMPARE(contentOf(commonAuth), stack);
 }
 
 QTEST_GUILESS_MAIN(ModuleWritingTest)

@@ -3,11 +3,13 @@
 
 #include "policies/modules/PamFaults.h"
 
+#include "policies/modules/ModuleReading.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/Rows.h"
 #include "tests/support/Sandbox.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -76,6 +78,8 @@ private Q_SLOTS:
     void finds_data();
     void finds();
     void findsNothingOnThisMachine();
+    void findsModulesOfThisArchitecture();
+    void readsPackagesServices();
     void judgesAsLibpam_data();
     void judgesAsLibpam();
 };
@@ -105,8 +109,14 @@ void PamFaultsTest::finds_data()
     row("a jump behind the end",
         "auth required pam_permit.so\nauth [success=2 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
         one("pam_unix.so jumps out of its stack"));
-    row("a jump to the end",
+    row("no jump to the end",
         "auth required pam_permit.so\nauth [success=1 default=ignore] pam_unix.so\nauth required pam_permit.so\n",
+        none);
+    row("a jump to the end without a success",
+        "auth [default=1] pam_permit.so\nauth required pam_permit.so\n",
+        one("nothing can succeed"));
+    row("a jump behind the end from the last line",
+        "auth required pam_permit.so\nauth [success=1 default=ignore] pam_unix.so\n",
         one("pam_unix.so jumps out of its stack"));
     row("no jump into the file that includes it",
         "@include jumping\nauth required pam_permit.so\nauth required pam_permit.so\n",
@@ -118,7 +128,7 @@ void PamFaultsTest::finds_data()
         "auth [success=1 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
         none);
     row("a jump over more than a substack",
-        "auth [success=2 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
+        "auth [success=3 default=ignore] pam_unix.so\nauth substack two\nauth required pam_permit.so\n",
         one("pam_unix.so jumps out of its stack"));
     row("a wrong word",
         "auth needed pam_permit.so\nauth required pam_permit.so\n",
@@ -165,6 +175,47 @@ void PamFaultsTest::findsNothingOnThisMachine()
     QCOMPARE(pamFaults(QString()), QStringList());
 }
 
+void PamFaultsTest::findsModulesOfThisArchitecture()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    writeContent("/usr/lib/pdp11-linux-gnu/security/pam_foreign.so", "x");
+    writeContent("/usr/lib/security/pam_own.so", "x");
+
+    QCOMPARE(pamModulePath(QStringLiteral("pam_foreign")), QString());
+    QCOMPARE(pamModulePath(QStringLiteral("pam_own")), QStringLiteral("/usr/lib/security/pam_own.so"));
+    QVERIFY(pamModulePath(QStringLiteral("pam_unix")).endsWith(QLatin1String("-linux-gnu/security/pam_unix.so")));
+    QFile::remove(QStringLiteral("/usr/lib/security/pam_own.so"));
+}
+
+void PamFaultsTest::readsPackagesServices()
+{
+    QVERIFY2(inSandbox(), outsideSandbox);
+    const QString packaged = QStringLiteral("/usr/lib/pam.d/packaged");
+    const QString name = QStringLiteral("packaged");
+    const auto login = [] {
+        return runAs(root, "pamtester packaged root authenticate").exitCode;
+    };
+    writeContent(packaged, "auth required pam_permit.so\n");
+    QCOMPARE(pamServiceFaults(QString(), name), QStringList());
+    QCOMPARE(login(), 0);
+    writeContent(packaged, "auth required pam_deny.so\n");
+    QVERIFY(pamFaults(QString()).contains(QStringLiteral("packaged: auth: nothing can succeed")));
+    QCOMPARE(login(), 1);
+
+    // before the other one, which no file can include
+    writeContent("/etc/pam.d/packaged", "auth required pam_permit.so\n");
+    QCOMPARE(pamServiceFaults(QString(), name), QStringList());
+    QCOMPARE(login(), 0);
+    writeContent("/usr/lib/pam.d/included", "auth required pam_permit.so\n");
+    writeContent("/etc/pam.d/packaged", "auth include included\n");
+    QCOMPARE(pamServiceFaults(QString(), name).constFirst(),
+             QStringLiteral("packaged: auth: included cannot be included"));
+    QCOMPARE(login(), 1);
+    for (const char *file : {"/usr/lib/pam.d/packaged", "/usr/lib/pam.d/included", "/etc/pam.d/packaged"}) {
+        QFile::remove(QLatin1String(file));
+    }
+}
+
 void PamFaultsTest::judgesAsLibpam_data()
 {
     const Rows<uint> row("seed");
@@ -184,7 +235,7 @@ void PamFaultsTest::judgesAsLibpam()
         writeContent("/etc/pam.d/inner", generator.stack({}));
         writeContent("/etc/pam.d/own", generator.stack({"inner"}));
         const QStringList faults = pamServiceFaults(QString(), QStringLiteral("own"));
-        // one that jumps nowhere ends by chance
+        // one that jumps behind its end ends by chance
         if (!faults.filter(QStringLiteral("jumps out")).isEmpty()) {
             continue;
         }

@@ -133,10 +133,17 @@ void PamStackTest::namesServices()
                              "org.app"}) {
         writeContent(folder.path() + QLatin1String("/etc/pam.d/") + QLatin1String(name), "");
     }
-    QCOMPARE(
-        pamServices(folder.path()),
-        QStringList(
-            {QStringLiteral("common-auth"), QStringLiteral("app"), QStringLiteral("org.app"), QStringLiteral("zoo")}));
+    for (const char *name : {"app", "packaged", "packaged.dpkg-new"}) {
+        writeContent(folder.path() + QLatin1String("/usr/lib/pam.d/") + QLatin1String(name), "");
+    }
+    QStringList paths;
+    for (const QString &service : pamServices(folder.path())) {
+        paths += pamServicePath(folder.path(), service);
+    }
+    QCOMPARE(paths.join(QLatin1Char(' ')),
+             QStringLiteral("/etc/pam.d/common-auth /etc/pam.d/app /etc/pam.d/org.app /usr/lib/pam.d/packaged "
+                            "/etc/pam.d/zoo"));
+    QCOMPARE(pamServicePath(folder.path(), QStringLiteral("absent")), QStringLiteral("/etc/pam.d/absent"));
 }
 
 QTEST_GUILESS_MAIN(PamStackTest)
