@@ -64,7 +64,7 @@ Answer Readings::answerFor(const ModulePolicy &policy)
         return *known;
     }
     const ModuleReading reading = readModule(policy);
-    const Answer answer = answerWith(reading);
+    Answer answer = answerWith(reading);
     // a failure may have been one of the moment
     if (reading.error.isEmpty() && m_watch.watches(reading.paths)) {
         m_remembered.insert(policy.name, answer);
