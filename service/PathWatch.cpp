@@ -69,8 +69,8 @@ bool PathWatch::hasNoticed() const
 
 void PathWatch::clear()
 {
-    for (const int watch : m_watches) {
-        inotify_rm_watch(m_changes, watch);
+    for (const int added : m_watches) {
+        inotify_rm_watch(m_changes, added);
     }
     m_watches.clear();
     m_paths.clear();

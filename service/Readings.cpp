@@ -54,7 +54,7 @@ Answer Readings::answerFor(const ModulePolicy &policy, const Caller &caller)
         return *known;
     }
     const ModuleReading reading = readModule(policy);
-    const Answer answer = answerWith(reading);
+    Answer answer = answerWith(reading);
     // a failure may have been one of the moment
     if (reading.error.isEmpty() && areForEveryone(reading.paths) && m_watch.watches(reading.paths)) {
         m_remembered.insert(policy.name, answer);
