@@ -49,11 +49,12 @@ PamStackLine stackLine(int number, const QVector<PamWord> &words)
     for (const PamWord &word : words.mid(3)) {
         options += word.text;
     }
+    const PamWord control = words.value(1);
     return {number,
             first.mid(mayBeMissing ? 1 : 0),
             mayBeMissing,
-            words.value(1).text,
-            words.value(1).isBracketed,
+            control.text,
+            control.isBracketed,
             words.value(2).text,
             options};
 }
@@ -72,12 +73,14 @@ QStringList asWritten(const QStringList &options, QVector<PamWord> words)
 {
     QStringList written;
     for (const QString &option : options) {
-        const auto word = std::find_if(words.begin(), words.end(), [&option](const PamWord &candidate) {
-            return candidate.text == option;
-        });
-        written += word == words.end() ? option : word->written;
-        if (word != words.end()) {
-            words.erase(word);
+        const QVector<PamWord>::iterator place =
+            std::find_if(words.begin(), words.end(), [&option](const PamWord &candidate) {
+                return candidate.text == option;
+            });
+        const PamWord word = place == words.end() ? PamWord{option, false, option} : *place;
+        written += word.written;
+        if (place != words.end()) {
+            words.erase(place);
         }
     }
     return written;
