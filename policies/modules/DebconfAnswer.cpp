@@ -7,31 +7,12 @@
 
 #include <QFile>
 
-DebconfAnswer::DebconfAnswer(const QString &root, const QProcessEnvironment &environment)
-    : m_path(root + QLatin1String("/var/cache/debconf/config.dat")), m_environment(environment), m_taken(read())
+namespace
 {
-}
-
-QString DebconfAnswer::putBack() const
-{
-    if (m_taken.isNull() || read() == m_taken) {
-        return {};
-    }
-    const QString script =
-        QStringLiteral("echo \"SET libpam-runtime/profiles $0\" | debconf-communicate libpam-runtime");
-    const CommandOutcome outcome = runCommand(
-        {QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script, QString::fromUtf8(m_taken)}, m_environment});
-    if (outcome.succeeded() && read() == m_taken) {
-        return {};
-    }
-    const bool hasExited = outcome.end == CommandOutcome::End::Exited;
-    return m_path + QLatin1String(": ") + (hasExited ? outcome.standardError.simplified() : outcome.errorString);
-}
-
 /// Null where there is none.
-QByteArray DebconfAnswer::read() const
+QByteArray answerIn(const QString &path)
 {
-    QFile database(m_path);
+    QFile database(path);
     const auto lines = database.open(QIODevice::ReadOnly) ? database.readAll().split('\n') : QByteArrayList();
     const QByteArray name = "Value:";
     const auto question = lines.indexOf("Name: libpam-runtime/profiles");
@@ -41,4 +22,28 @@ QByteArray DebconfAnswer::read() const
         }
     }
     return {};
+}
+}
+
+DebconfAnswer::DebconfAnswer(const QString &root, const QProcessEnvironment &environment)
+    : m_path(root + QLatin1String("/var/cache/debconf/config.dat"))
+    , m_environment(environment)
+    , m_taken(answerIn(m_path))
+{
+}
+
+QString DebconfAnswer::putBack() const
+{
+    if (m_taken.isNull() || answerIn(m_path) == m_taken) {
+        return {};
+    }
+    const QString script =
+        QStringLiteral("echo \"SET libpam-runtime/profiles $0\" | debconf-communicate libpam-runtime");
+    const CommandOutcome outcome = runCommand(
+        {QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script, QString::fromUtf8(m_taken)}, m_environment});
+    if (outcome.succeeded() && answerIn(m_path) == m_taken) {
+        return {};
+    }
+    const bool hasExited = outcome.end == CommandOutcome::End::Exited;
+    return m_path + QLatin1String(": ") + (hasExited ? outcome.standardError.simplified() : outcome.errorString);
 }

@@ -26,8 +26,6 @@ public:
     QString putBack() const;
 
 private:
-    QByteArray read() const;
-
     QString m_path;
     QProcessEnvironment m_environment;
     QByteArray m_taken;

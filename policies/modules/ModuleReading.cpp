@@ -174,10 +174,11 @@ bool isLineOf(const PamStackLine &profile, const ModuleLine &line)
 bool markOurs(const RecordedStack &record, const QString &type, const PrimaryBlock &block, QVector<ModuleLine> *lines)
 {
     return std::all_of(record.lines.begin(), record.lines.end(), [&](const PamStackLine &recorded) {
-        const auto place = std::find_if(lines->begin(), lines->end(), [&](const ModuleLine &line) {
-            return !line.isOurs && line.type == type && line.path == stackOf(type) && block.contains(line.number)
-                && isLineOf(recorded, line);
-        });
+        const QVector<ModuleLine>::iterator place =
+            std::find_if(lines->begin(), lines->end(), [&](const ModuleLine &line) {
+                return !line.isOurs && line.type == type && line.path == stackOf(type) && block.contains(line.number)
+                    && isLineOf(recorded, line);
+            });
         if (place == lines->end()) {
             return false;
         }

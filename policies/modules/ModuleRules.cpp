@@ -53,9 +53,10 @@ const ModuleLine *decidingLine(const ModulePolicy &policy, const ModuleReading &
 {
     // lines of the common stacks come first
     for (const auto &isWanted : {refuses, enforces}) {
-        const auto line = std::find_if(reading.lines.begin(), reading.lines.end(), [&](const ModuleLine &candidate) {
-            return isWanted(policy, candidate);
-        });
+        const QVector<ModuleLine>::const_iterator line =
+            std::find_if(reading.lines.begin(), reading.lines.end(), [&](const ModuleLine &candidate) {
+                return isWanted(policy, candidate);
+            });
         if (line != reading.lines.end()) {
             return &*line;
         }

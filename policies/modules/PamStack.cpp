@@ -73,12 +73,14 @@ QStringList asWritten(const QStringList &options, QVector<PamWord> words)
 {
     QStringList written;
     for (const QString &option : options) {
-        const auto word = std::find_if(words.begin(), words.end(), [&option](const PamWord &candidate) {
-            return candidate.text == option;
-        });
-        written += word == words.end() ? option : word->written;
-        if (word != words.end()) {
-            words.erase(word);
+        const QVector<PamWord>::iterator place =
+            std::find_if(words.begin(), words.end(), [&option](const PamWord &candidate) {
+                return candidate.text == option;
+            });
+        const PamWord word = place == words.end() ? PamWord{option, false, option} : *place;
+        written += word.written;
+        if (place != words.end()) {
+            words.erase(place);
         }
     }
     return written;
