@@ -36,7 +36,8 @@ bool canBeReached(const QString &path)
 QStringList filesOfReads(const ModulePolicy &policy)
 {
     QStringList files{policy.path};
-    for (const QString &service : pamServices({})) {
+    const QStringList services = pamServices({});
+    for (const QString &service : services) {
         files += QLatin1String("/etc/pam.d/") + service;
     }
     for (const QString &type : policy.types) {
@@ -48,9 +49,11 @@ QStringList filesOfReads(const ModulePolicy &policy)
 QStringList filesOfPreviews(const ModulePolicy &policy)
 {
     QStringList files{policy.path};
-    for (const QString &name : modulePolicyFolders()) {
+    const QStringList folders = modulePolicyFolders();
+    for (const QString &name : folders) {
         const QDir folder(name);
-        for (const QString &file : folder.entryList(QDir::Files | QDir::Hidden)) {
+        const QStringList entries = folder.entryList(QDir::Files | QDir::Hidden);
+        for (const QString &file : entries) {
             files += folder.filePath(file);
         }
     }
