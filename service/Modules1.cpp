@@ -50,7 +50,7 @@ Answer refusalOfMissingFolder()
 
 Answer listLocked(const Caller &caller)
 {
-    const Answer refusal = refusalOfMissingFolder();
+    Answer refusal = refusalOfMissingFolder();
     if (!refusal.error.isEmpty()) {
         return refusal;
     }
@@ -82,7 +82,7 @@ Answer tryUnlock(const QString &account)
     if (!isAccount(account)) {
         return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
     }
-    const Answer refusal = refusalOfMissingFolder();
+    Answer refusal = refusalOfMissingFolder();
     if (!refusal.error.isEmpty()) {
         return refusal;
     }
@@ -92,7 +92,7 @@ Answer tryUnlock(const QString &account)
 
 Answer unlock(const QString &account, const Caller &caller)
 {
-    const Answer answer = tryUnlock(account);
+    Answer answer = tryUnlock(account);
     writeToJournal({caller,
                     QStringLiteral("unlock"),
                     QStringLiteral("account ") + account,

@@ -232,7 +232,7 @@ Answer runWrite(const PolicyWrite &write, const Caller &caller)
     entry.subject = QLatin1String("policy ") + write.policy->name;
     entry.options = write.options;
     entry.after = write.wish.values;
-    const Answer answer = tryWrite(write, caller, &entry);
+    Answer answer = tryWrite(write, caller, &entry);
     const bool isDone = answer.error.isEmpty();
     entry.outcome = isDone ? doneOutcome() : answer.error;
     entry.reason = isDone ? answer.values.value(1).toString() : answer.errorText;

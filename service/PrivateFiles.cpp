@@ -47,9 +47,11 @@ QString firstPrivateFile(const QStringList &paths)
 QStringList filesOfPreviews(const ModulePolicy &policy)
 {
     QStringList files{policy.path};
-    for (const QString &name : modulePolicyFolders()) {
+    const QStringList folders = modulePolicyFolders();
+    for (const QString &name : folders) {
         const QDir folder(name);
-        for (const QString &file : folder.entryList(QDir::Files | QDir::Hidden)) {
+        const QStringList entries = folder.entryList(QDir::Files | QDir::Hidden);
+        for (const QString &file : entries) {
             files += folder.filePath(file);
         }
     }

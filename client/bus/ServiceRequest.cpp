@@ -52,6 +52,9 @@ Outcome outcomeOfError(const QString &name, const QString &text)
         return {ExitCode::NotAuthorized,
                 translate("ServiceRequest", "not authorized: polkit has not decided about it")};
     }
+    if (name == QLatin1String(rootOnlyError)) {
+        return {ExitCode::NotAuthorized, translate("ServiceRequest", "%1; try sudo").arg(text)};
+    }
     if (name == QLatin1String(tooManyRequestsError)) {
         return {ExitCode::Busy, translate("ServiceRequest", "the service is busy; try again later")};
     }
