@@ -15,10 +15,10 @@ struct Change {
     Settings wanted;
     /// What was typed, for the history.
     QString command;
-    /// The keys of the settings that were asked for; the rest is to stay as it was.
-    QStringList named = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
     /// An undo that fails, and puts nothing in force, is kept by no entry: who tries again means the same change.
     bool isUndo = false;
+    /// The keys of the settings that were asked for; the rest is to stay as it was.
+    QStringList named = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 /// Whether what is wanted is in force already, where what was read is what is wanted; if not, why.

@@ -74,7 +74,7 @@ ExitCode applyPolicy(const QString &name, Application *application, const Change
     }
     const Wishes wishes = application->document.value(name);
     const Settings wanted = fulfilled(store->schema(), before.settings, wishes);
-    const Change change{store.get(), before, wanted, application->command, wishes.keys()};
+    const Change change{store.get(), before, wanted, application->command, false, wishes.keys()};
     if (wanted != before.settings) {
         return performChange(change, mode);
     }
