@@ -17,12 +17,12 @@ FailureRecord record(const char *account, bool isLocked, bool opens = true)
     FailureRecord made;
     made.account = QString::fromLatin1(account);
     made.failures = 3;
-    made.first = QDateTime::fromSecsSinceEpoch(100, Qt::UTC);
-    made.last = QDateTime::fromSecsSinceEpoch(200, Qt::UTC);
+    made.first = QDateTime::fromSecsSinceEpoch(100).toUTC();
+    made.last = QDateTime::fromSecsSinceEpoch(200).toUTC();
     made.source = QStringLiteral("tty1");
     made.isLocked = isLocked;
     if (opens) {
-        made.until = QDateTime::fromSecsSinceEpoch(800, Qt::UTC);
+        made.until = QDateTime::fromSecsSinceEpoch(800).toUTC();
     }
     return made;
 }
