@@ -10,7 +10,7 @@ Worker::Worker()
     m_inside.moveToThread(&m_thread);
     connect(this, &Worker::wanted, &m_inside, [this] {
         m_work();
-        Q_EMIT ended({});
+        Q_EMIT ended(QPrivateSignal());
     });
     connect(this, &Worker::ended, this, &Worker::finish);
     m_thread.start();
@@ -32,7 +32,7 @@ void Worker::run(const std::function<void()> &work, const std::function<void()> 
     m_isBusy = true;
     m_work = work;
     m_done = done;
-    Q_EMIT wanted({});
+    Q_EMIT wanted(QPrivateSignal());
 }
 
 void Worker::finish()
