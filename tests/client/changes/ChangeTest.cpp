@@ -181,7 +181,7 @@ void ChangeTest::keepsUndoOnlyIfItMayBeInForce()
         const QTemporaryDir folder;
         qputenv("XDG_STATE_HOME", folder.path().toLocal8Bit());
 
-        performChange({&store, {{}, interval(90)}, interval(7), QStringLiteral("undo"), {}, true}, {});
+        performChange({&store, {{}, interval(90)}, interval(7), QStringLiteral("undo"), true}, {});
 
         QCOMPARE(store.readings, 1);
         QCOMPARE(History().entries().size(), days == 90 ? 0 : 1);
