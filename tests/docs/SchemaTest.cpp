@@ -146,7 +146,7 @@ void SchemaTest::agreesWithTheClient_data()
 {"version": 2, "policies": {"faillock": {"enabled": true, "deny": 5, "unlock_time": 0}}} => taken
 {"version": 2, "policies": {"faillock": {"deny": 0}}} => found
 {"version": 2, "policies": {"faillock": {"enabled": null}}} => refused
-{"version": 2, "policies": {"faillock": {"dir": "/var/lib/faillock", "admin_group": null}}} => taken
+{"version": 2, "policies": {"faillock": {"dir": "/var/lib", "admin_group": null}}} => taken
 {"version": 2, "policies": {"faillock": {"dir": "var"}}} => found
 {"version": 2, "policies": {"faillock": {"dir": 1}}} => refused
 {"version": 2, "policies": {"pwquality": {"dictcheck": null, "usercheck": false}}} => taken
