@@ -196,7 +196,8 @@ bool markOurs(const ModulePolicy &policy, const QString &root, ModuleReading *re
         const RecordedStack record = recordOf(policy, type, root, reading);
         profiles += record.profiles;
         const PrimaryBlock block(contentOf(root, stackOf(type), reading));
-        areWhole = markOurs(record, type, block, &reading->lines) && areWhole;
+        // each of the types has a line: the tool may have ended between two stacks
+        areWhole = markOurs(record, type, block, &reading->lines) && areWhole && !record.lines.isEmpty();
     }
     return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
                return profiles.contains(name);
