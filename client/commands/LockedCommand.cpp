@@ -83,10 +83,12 @@ ExitCode LockedCommand::run(const QCommandLineParser &line) const
     PolicyAccess access = accessOf(line);
     QVector<FailureRecord> locked;
     const Outcome read = ModuleAccess(&access).readLocked(&locked);
+    // one record that can't be read hides no other
+    if (read.succeeded() || !locked.isEmpty()) {
+        out().write(line.isSet(QStringLiteral("json")) ? lockedJson(locked) : printable(lockedText(locked)));
+    }
     if (!read.succeeded()) {
         printError(read.error);
-        return read.code;
     }
-    out().write(line.isSet(QStringLiteral("json")) ? lockedJson(locked) : printable(lockedText(locked)));
-    return ExitCode::Done;
+    return read.code;
 }
