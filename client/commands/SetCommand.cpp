@@ -83,7 +83,8 @@ ExitCode setSettings(SettingsStore *store, const Wishes &wishes, const QCommandL
     }
     const Wishes all = withEnabling(store->schema(), wishes);
     change.named = all.keys();
-    change.wanted = fulfilled(store->schema(), replace ? Settings() : change.before.settings, all);
+    const bool loses = all.value(enabledKey()) == QVariant(false) && !store->keepsSettingsWhenOff();
+    change.wanted = fulfilled(store->schema(), replace || loses ? Settings() : change.before.settings, all);
     return performChange(change, mode);
 }
 }

@@ -89,6 +89,12 @@ QString ModuleStore::danger(const Settings &before, const Settings &wanted) cons
         : QString();
 }
 
+/// A line's options go with the line.
+bool ModuleStore::keepsSettingsWhenOff() const
+{
+    return moduleReadsFile(m_module);
+}
+
 bool ModuleStore::keepsOthersChanges() const
 {
     return m_read.has_value();

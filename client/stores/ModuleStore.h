@@ -31,6 +31,7 @@ public:
     QString obstacle() const override;
     Preview preview(const Settings &settings) const override;
     QString danger(const Settings &before, const Settings &wanted) const override;
+    bool keepsSettingsWhenOff() const override;
     bool keepsOthersChanges() const override;
 
 private:

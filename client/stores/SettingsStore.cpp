@@ -42,6 +42,11 @@ QString SettingsStore::danger(const Settings &before, const Settings &wanted) co
     return {};
 }
 
+bool SettingsStore::keepsSettingsWhenOff() const
+{
+    return true;
+}
+
 bool SettingsStore::keepsOthersChanges() const
 {
     return false;

@@ -48,6 +48,9 @@ public:
     /// What a change would bring about that nobody should ask for by accident, a sentence; empty if nothing.
     virtual QString danger(const Settings &before, const Settings &wanted) const;
 
+    /// Whether the settings stay where the policy is switched off.
+    virtual bool keepsSettingsWhenOff() const;
+
     /// Whether a write leaves what others have changed since the last read, as long as it isn't to change that itself.
     virtual bool keepsOthersChanges() const;
 
