@@ -11,19 +11,15 @@
 #include "policies/modules/PamFaults.h"
 #include "policies/modules/PamStack.h"
 #include "policies/modules/RootsFolder.h"
+#include "policies/modules/WriteLock.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QThread>
 
-#include <fcntl.h>
 #include <memory>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {
@@ -31,69 +27,6 @@ using Kind = ModuleOutcome::Kind;
 using Switch = ModuleWish::Switch;
 
 const char *const stackTypes[] = {"auth", "account", "password", "session", "session-noninteractive"};
-
-/**
- * Keeps others from writing a policy. One that is held by nobody any more is free.
- *
- * Who may open a file may lock it: so it is one that root alone may open.
- */
-class WriteLock
-{
-public:
-    WriteLock() : m_file(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR))
-    {
-        if (m_file == -1) {
-            m_obstacle = QLatin1String(path) + QLatin1String(": ") + qt_error_string();
-            return;
-        }
-        m_obstacle = isRootsAlone()
-            ? waitForIt()
-            : QCoreApplication::translate("ModuleWriting", "%1 is not root's alone").arg(QLatin1String(path));
-    }
-
-    ~WriteLock()
-    {
-        if (m_file != -1) {
-            close(m_file);
-        }
-    }
-
-    /// Why it isn't held; empty if it is.
-    QString obstacle() const
-    {
-        return m_obstacle;
-    }
-
-private:
-    Q_DISABLE_COPY(WriteLock)
-
-    bool isRootsAlone() const
-    {
-        struct stat status = {};
-        return fstat(m_file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == 0
-            && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
-    }
-
-    QString waitForIt() const
-    {
-        QElapsedTimer waited;
-        waited.start();
-        while (flock(m_file, LOCK_EX | LOCK_NB) != 0) {
-            if (waited.elapsed() >= longestWait) {
-                return QCoreApplication::translate("ModuleWriting", "another write goes on");
-            }
-            QThread::msleep(pause);
-        }
-        return {};
-    }
-
-    static constexpr const char *path = "/etc/security/.accountpolicies.lock";
-    static constexpr qint64 longestWait = 30000;
-    static constexpr unsigned long pause = 50;
-
-    int m_file;
-    QString m_obstacle;
-};
 
 /// The stacks that pam-auth-update(8) writes.
 QStringList stacksBelow(const QString &root)
