@@ -433,8 +433,9 @@ void LoginTest::locksWhomStrangersTryBySsh()
     // who is locked out is asked for no password
     PseudoTerminal *console = m_machine->console();
     console->type("guest\r");
-    QVERIFY2(console->waitFor("The account is locked due to 3 failed logins.\r\n\r\nLogin incorrect\r\n"),
+    QVERIFY2(console->waitFor("The account is locked due to 3 failed logins.\r\n"),
              console->output().right(300).constData());
+    QVERIFY2(console->waitFor("Login incorrect\r\n"), console->output().right(300).constData());
     QVERIFY(console->waitFor("login: "));
     QCOMPARE(run("accountpolicyctl unlock guest"), QByteArray("guest: open\n"));
     console->type("guest\r");
