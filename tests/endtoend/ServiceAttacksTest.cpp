@@ -14,8 +14,10 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -69,6 +71,18 @@ bool hasChild(qint64 process)
         }
     }
     return false;
+}
+
+/// Ends all processes of a program, as the unit does with what is left of one that was killed: Qt 6 has a process wait for
+/// its parent before it becomes a tool, and until then it holds the connection; for a dead parent it would wait for good.
+void endAll(const QString &program)
+{
+    const auto processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString &process : processes) {
+        if (QFile::symLinkTarget(QLatin1String("/proc/") + process + QLatin1String("/exe")) == program) {
+            kill(process.toInt(), SIGKILL);
+        }
+    }
 }
 
 ServiceCall sixteen(const char *method)
@@ -177,12 +191,18 @@ void ServiceAttacksTest::comesBackAfterACrash()
 {
     QFETCH(int, signal);
     const QByteArray expected = read();
+    const QString program = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(serviceProcess()));
+    QVERIFY(!program.isEmpty());
+    const auto isGone = [&program] {
+        endAll(program);
+        return serviceProcess() == 0;
+    };
     for (int i = 0; i < 10; ++i) {
         const qint64 process = serviceProcess();
         const auto others = startCall(nobody, sixteen("PreviewPolicy"));
         QTRY_VERIFY_WITH_TIMEOUT(hasChild(process), eventLimit);
         kill(static_cast<pid_t>(process), signal);
-        QTRY_COMPARE_WITH_TIMEOUT(serviceProcess(), 0, 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(isGone(), 30000);
 
         QCOMPARE(read(), expected);
         QVERIFY(workOf(serviceProcess()) < 1000);
