@@ -38,8 +38,14 @@ if [ -e {INJECT} ]; then
     INJECT=$(cat {INJECT})
     rm {INJECT}
 fi
-echo $$ >{PROCESS}
-exec {TRACED} {REAL_HELPER}
+export INJECT
+sh -c 'echo $$ >{PROCESS}; exec {TRACED} {REAL_HELPER}' &
+wait $!
+# as its unit does: Qt 6 has a process wait for its parent before it becomes a tool, and until then it holds the bus's
+# connection; for a parent that was killed it would wait for good
+for left in /proc/[0-9]*; do
+    [ "$(readlink $left/exe)" = {REAL_HELPER} ] && grep -q '^PPid:.1$' $left/status && kill -9 ${{left#/proc/}}
+done
 '''.encode())
 
 
@@ -70,8 +76,7 @@ def end_helper():
         os.unlink(PROCESS)
         end_child_of(tracer)
         wait_until(lambda: not os.path.exists('/proc/' + tracer), 'the helper has not ended')
-    wait_until(lambda: not any([is_tool(process) or is_rest(process) for process in os.listdir('/proc')
-                                if process.isdigit()]),
+    wait_until(lambda: not any(is_tool(process) for process in os.listdir('/proc') if process.isdigit()),
                'what a killed helper left running has not ended')
 
 
@@ -89,18 +94,6 @@ def is_tool(process):
     try:
         with open(f'/proc/{process}/cmdline', 'rb') as file:
             return b'--force' in file.read().split(b'\0')
-    except (FileNotFoundError, ProcessLookupError):
-        return False
-
-
-def is_rest(process):
-    """Whether it is one of the helper's, which it is ended for, as by the unit: Qt 6 has a process wait for its parent before
-    it becomes a tool, and until then it holds the bus's connection; for a parent that was killed it would wait for good."""
-    try:
-        if os.readlink(f'/proc/{process}/exe') != REAL_HELPER:
-            return False
-        os.kill(int(process), signal.SIGKILL)
-        return True
     except (FileNotFoundError, ProcessLookupError):
         return False
 
