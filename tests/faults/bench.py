@@ -56,7 +56,7 @@ class Bench:
         with open(SCRATCH + '/message', 'wb') as message:
             status = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, stdout=message,
                                     stderr=message, check=False).returncode
-        wait_for_orphans()
+        wait_for_orphans(self.program)
         return status
 
     def stages_of_stack(self):

@@ -6,6 +6,7 @@ import ctypes
 import grp
 import os
 import re
+import signal
 import stat
 import subprocess
 import sys
@@ -99,15 +100,32 @@ def become_reaper():
         sys.exit('cannot become the reaper of orphans')
 
 
-def wait_for_orphans():
+def wait_for_orphans(program):
+    """Waits for what is left of a program that has ended."""
     end = time.monotonic() + ORPHANS_END_WITHIN
     while time.monotonic() < end:
         try:
             if os.waitpid(-1, os.WNOHANG)[0] == 0:
+                end_who_waits_for(program)
                 time.sleep(0.002)
         except ChildProcessError:
             return
     sys.exit(f'what a killed process left running has not ended within {ORPHANS_END_WITHIN} s')
+
+
+def end_who_waits_for(program):
+    """Qt 6 has a process wait for its parent before it becomes a tool; for one that has been killed it would wait for good."""
+    with open('/proc/thread-self/children', encoding='ascii') as file:
+        children = file.read().split()
+    for child in children:
+        try:
+            with open(f'/proc/{child}/syscall', encoding='ascii') as file:
+                call = file.read().split()
+            if (os.readlink(f'/proc/{child}/exe') == os.path.realpath(program) and len(call) > 1
+                    and os.readlink(f'/proc/{child}/fd/{int(call[1], 16)}') == 'anon_inode:[eventfd]'):
+                os.kill(int(child), signal.SIGKILL)
+        except (FileNotFoundError, ProcessLookupError):
+            pass  # ended, or in no call that has a file
 
 
 def put_wrappers():
