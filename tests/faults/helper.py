@@ -38,8 +38,14 @@ if [ -e {INJECT} ]; then
     INJECT=$(cat {INJECT})
     rm {INJECT}
 fi
-echo $$ >{PROCESS}
-exec {TRACED} {REAL_HELPER}
+export INJECT
+sh -c 'echo $$ >{PROCESS}; exec {TRACED} {REAL_HELPER}' &
+wait $!
+# as its unit does: Qt 6 has a process wait for its parent before it becomes a tool, and until then it holds the bus's
+# connection; for a parent that was killed it would wait for good
+for left in /proc/[0-9]*; do
+    [ "$(readlink $left/exe)" = {REAL_HELPER} ] && grep -q '^PPid:.1$' $left/status && kill -9 ${{left#/proc/}}
+done
 '''.encode())
 
 
