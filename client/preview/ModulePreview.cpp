@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
+#include "client/preview/InterruptDelay.h"
 #include "client/preview/PamLosses.h"
 #include "policies/machine/HelperSurroundings.h"
 #include "policies/machine/ModuleTrial.h"
@@ -50,6 +51,7 @@ Outcome outcomeOfWrite(const ModuleOutcome &outcome)
 
 Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
 {
+    const InterruptDelay delay;
     const HelperEncoding encoding;
     const ModuleTrial trial(policy);
     if (!trial.copy().error().isEmpty()) {

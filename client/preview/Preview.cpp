@@ -5,6 +5,7 @@
 
 #include "client/Translation.h"
 #include "client/output/WaitingLine.h"
+#include "client/preview/InterruptDelay.h"
 #include "client/preview/PamLosses.h"
 #include "policies/complexity/ComplexityPolicy.h"
 #include "policies/complexity/LocalPolicyPasswordComplexityUpdateTask.h"
@@ -82,6 +83,7 @@ Preview notKnown(const QString &reason)
 
 Preview previewOf(const QString &policy, const Settings &wanted)
 {
+    const InterruptDelay delay;
     const HelperEncoding encoding;
     if (policy == QLatin1String("lockout")) {
         return pamPreview<LocalPolicyLockoutUpdateTask>(lockoutPolicy(), wanted);

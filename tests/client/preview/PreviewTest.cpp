@@ -5,7 +5,9 @@
 
 #include "client/preview/Preview.h"
 
+#include "client/preview/ModulePreview.h"
 #include "client/preview/PreviewReport.h"
+#include "policies/modules/ModulePolicy.h"
 #include "tests/endtoend/PamState.h"
 #include "tests/support/AsNobody.h"
 #include "tests/support/Files.h"
@@ -19,6 +21,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <csignal>
 #include <sys/stat.h>
 
 namespace
@@ -54,6 +57,19 @@ void insert(const char *path, const QByteArray &before, const QByteArray &line)
     QCOMPARE(content.count(before), 1);
     writeContent(path, content.replace(before, line + '\n' + before));
 }
+
+QStringList foldersOfCopies()
+{
+    return QDir(QStringLiteral("/run/tmp")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+}
+
+/// Each signal that has come, with the folders that were left then.
+QStringList interrupts;
+
+void noteInterrupt(int signal)
+{
+    interrupts += QString::number(signal) + foldersOfCopies().join(QLatin1Char(' '));
+}
 }
 
 class PreviewTest : public QObject
@@ -69,6 +85,9 @@ private Q_SLOTS:
     void showsAllFilesThatChange();
     void changesNothing();
     void runsTheToolOnce();
+    void takesAnInterruptOnceItsCopiesAreGone_data();
+    void takesAnInterruptOnceItsCopiesAreGone();
+    void leavesAnIgnoredHangUpAlone();
     void waitsForNoOtherUserOfDebconf();
     void tellsWhatWouldBeLost();
     void findsNothingLostWhereEverythingStays();
@@ -143,7 +162,7 @@ void PreviewTest::changesNothing()
 
     QCOMPARE(marked, ProgramResult({0, {}, {}}));
     QCOMPARE(runAs(root, "find /etc /usr /var -newer /run/tmp/mark"), ProgramResult({0, {}, {}}));
-    QCOMPARE(QDir(QStringLiteral("/run/tmp")).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
+    QCOMPARE(foldersOfCopies(), QStringList());
 }
 
 void PreviewTest::runsTheToolOnce()
@@ -156,6 +175,50 @@ void PreviewTest::runsTheToolOnce()
     QVERIFY(previewAsNobody("expiration", {}).outcome.succeeded());
 
     QCOMPARE(contentOf("/run/tmp/runs").count('\n'), 1);
+}
+
+void PreviewTest::takesAnInterruptOnceItsCopiesAreGone_data()
+{
+    const Rows<QByteArray, int> row("policy", "signal");
+    row("Ctrl-C", "complexity", SIGINT);
+    row("kill", "complexity", SIGTERM);
+    row("closed terminal, policy of a module", "faillock", SIGHUP);
+}
+
+void PreviewTest::takesAnInterruptOnceItsCopiesAreGone()
+{
+    QFETCH(QByteArray, policy);
+    QFETCH(int, signal);
+    for (const char *name : {"accountpolicies-faillock", "accountpolicies-faillock-preauth"}) {
+        writeContent(QStringLiteral("/usr/share/pam-configs/") + QLatin1String(name),
+                     contentOf(QStringLiteral(SOURCES "/profiles/") + QLatin1String(name)));
+    }
+    // Ctrl-C reaches the tool, too
+    writeProgram(tool, "#!/bin/sh\nkill -" + QByteArray::number(signal) + " $PPID $$\n");
+    struct sigaction noting = {};
+    noting.sa_handler = noteInterrupt;
+    struct sigaction before = {};
+    QCOMPARE(sigaction(signal, &noting, &before), 0);
+    interrupts.clear();
+
+    const Preview preview =
+        policy == "faillock" ? modulePreviewOf(faillockPolicy(), {}) : previewOf(QString::fromLatin1(policy), {});
+    sigaction(signal, &before, nullptr);
+
+    QCOMPARE(int(preview.outcome.code), int(ExitCode::Failed));
+    QCOMPARE(interrupts, QStringList{QString::number(signal)});
+}
+
+void PreviewTest::leavesAnIgnoredHangUpAlone()
+{
+    writeProgram(tool, "#!/bin/sh\nkill -HUP $PPID $$\n");
+    const auto before = ::signal(SIGHUP, SIG_IGN);
+
+    const Preview preview = lengthOfTwelve();
+    const auto after = ::signal(SIGHUP, before);
+
+    QVERIFY(after == SIG_IGN);
+    QVERIFY2(preview.outcome.succeeded(), qPrintable(preview.outcome.error));
 }
 
 void PreviewTest::waitsForNoOtherUserOfDebconf()
