@@ -10,6 +10,7 @@
 #include "client/bus/TextAgent.h"
 #include "client/checkup/ModuleCheckup.h"
 #include "client/checkup/PamCheckup.h"
+#include "client/checkup/ServiceCheckup.h"
 #include "client/output/WaitingLine.h"
 #include "client/settings/Policies.h"
 #include "client/system/PamFiles.h"
@@ -35,27 +36,6 @@ QString id()
     return QLatin1String(helperId);
 }
 
-Finding good(const QString &text)
-{
-    return {Finding::Grade::Good, text, QString()};
-}
-
-Finding note(const QString &text, const QString &remedy)
-{
-    return {Finding::Grade::Note, text, remedy};
-}
-
-Finding wrong(const QString &text, const QString &remedy)
-{
-    return {Finding::Grade::Wrong, text, remedy};
-}
-
-Finding checkFile(const QString &path, const QString &what, const QString &remedy)
-{
-    return QFile::exists(path) ? good(translate("Checkup", "%1: %2").arg(what, path))
-                               : wrong(translate("Checkup", "%1 is missing: %2").arg(what, path), remedy);
-}
-
 QString reinstall()
 {
     return translate("Checkup", "install the helper again");
@@ -65,18 +45,19 @@ Finding checkHelperProgram()
 {
     const QFileInfo helper{QLatin1String(helperPath)};
     if (!helper.exists()) {
-        return wrong(translate("Checkup", "the helper is missing: %1").arg(helper.filePath()), reinstall());
+        return Finding::wrong(translate("Checkup", "the helper is missing: %1").arg(helper.filePath()), reinstall());
     }
     if (!helper.permission(QFile::ExeOther)) {
-        return wrong(translate("Checkup", "the helper cannot be executed: %1").arg(helper.filePath()),
-                     translate("Checkup", "chmod 755 %1").arg(helper.filePath()));
+        return Finding::wrong(translate("Checkup", "the helper cannot be executed: %1").arg(helper.filePath()),
+                              translate("Checkup", "chmod 755 %1").arg(helper.filePath()));
     }
     const bool groupMayWrite = helper.groupId() != 0 && helper.permission(QFile::WriteGroup);
     if (helper.ownerId() != 0 || groupMayWrite || helper.permission(QFile::WriteOther)) {
-        return wrong(translate("Checkup", "others than root may replace the helper: %1").arg(helper.filePath()),
-                     translate("Checkup", "chown root %1; chmod 755 %1").arg(helper.filePath()));
+        return Finding::wrong(
+            translate("Checkup", "others than root may replace the helper: %1").arg(helper.filePath()),
+            translate("Checkup", "chown root %1; chmod 755 %1").arg(helper.filePath()));
     }
-    return good(translate("Checkup", "helper: %1").arg(helper.filePath()));
+    return Finding::good(translate("Checkup", "helper: %1").arg(helper.filePath()));
 }
 
 QString busServicePath()
@@ -98,15 +79,15 @@ QVector<Finding> checkFiles()
 {
     return {
         checkHelperProgram(),
-        checkFile(busServicePath(), translate("Checkup", "bus service"), reinstall()),
-        checkFile(busPolicyPath(), translate("Checkup", "bus policy"), reinstall()),
-        checkFile(QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(QLatin1String(kauthInterface)),
-                  translate("Checkup", "bus policy of KAuth"),
-                  translate("Checkup", "apt install %1").arg(QLatin1String(kauthPackage))),
-        checkFile(actionsPath(), translate("Checkup", "polkit actions"), reinstall()),
-        checkFile(TextAgent::path(),
-                  translate("Checkup", "password prompt for terminals"),
-                  translate("Checkup", "apt install polkitd")),
+        Finding::ofFile(busServicePath(), translate("Checkup", "bus service"), reinstall()),
+        Finding::ofFile(busPolicyPath(), translate("Checkup", "bus policy"), reinstall()),
+        Finding::ofFile(QStringLiteral("/usr/share/dbus-1/system.d/%1.conf").arg(QLatin1String(kauthInterface)),
+                        translate("Checkup", "bus policy of KAuth"),
+                        translate("Checkup", "apt install %1").arg(QLatin1String(kauthPackage))),
+        Finding::ofFile(actionsPath(), translate("Checkup", "polkit actions"), reinstall()),
+        Finding::ofFile(TextAgent::path(),
+                        translate("Checkup", "password prompt for terminals"),
+                        translate("Checkup", "apt install polkitd")),
     };
 }
 
@@ -137,27 +118,29 @@ Finding checkActions()
 {
     const QStringList known = polkitActions();
     if (known.isEmpty()) {
-        return wrong(translate("Checkup", "polkit does not answer"), translate("Checkup", "apt install polkitd"));
+        return Finding::wrong(translate("Checkup", "polkit does not answer"),
+                              translate("Checkup", "apt install polkitd"));
     }
     const auto policies = policiesOfHelper();
     for (const Policy &policy : policies) {
         for (const char *action : {policy.readAction, policy.writeAction}) {
             const QString name = id() + QLatin1Char('.') + QLatin1String(action);
             if (!known.contains(name)) {
-                return wrong(translate("Checkup", "polkit does not know the action %1").arg(name), reinstall());
+                return Finding::wrong(translate("Checkup", "polkit does not know the action %1").arg(name),
+                                      reinstall());
             }
         }
     }
-    return good(translate("Checkup", "polkit knows the six actions"));
+    return Finding::good(translate("Checkup", "polkit knows the six actions"));
 }
 
 Finding checkStart()
 {
     const QDBusReply<void> started = QDBusConnection::systemBus().interface()->startService(id());
     return started.isValid()
-        ? good(translate("Checkup", "the bus starts the helper"))
-        : wrong(translate("Checkup", "the bus cannot start the helper: %1").arg(started.error().message()),
-                translate("Checkup", "look into the system's journal, then install the helper again"));
+        ? Finding::good(translate("Checkup", "the bus starts the helper"))
+        : Finding::wrong(translate("Checkup", "the bus cannot start the helper: %1").arg(started.error().message()),
+                         translate("Checkup", "look into the system's journal, then install the helper again"));
 }
 
 QString remedyForHelper(uint process)
@@ -178,10 +161,10 @@ Finding checkAnswer()
     const HelperCall call(HelperCall::Kind::Read, QLatin1String(allPolicies().constFirst().readAction), {});
     const QString hindrance = askForReadingSoon(call, false).unavailable;
     if (hindrance.isEmpty()) {
-        return good(translate("Checkup", "the helper takes requests"));
+        return Finding::good(translate("Checkup", "the helper takes requests"));
     }
-    return wrong(translate("Checkup", "the helper takes no request: %1").arg(hindrance),
-                 remedyForHelper(QDBusConnection::systemBus().interface()->servicePid(id())));
+    return Finding::wrong(translate("Checkup", "the helper takes no request: %1").arg(hindrance),
+                          remedyForHelper(QDBusConnection::systemBus().interface()->servicePid(id())));
 }
 
 QString aboutLocal()
@@ -192,12 +175,13 @@ QString aboutLocal()
 QVector<Finding> checkBus()
 {
     if (!QDBusConnection::systemBus().isConnected()) {
-        return {wrong(translate("Checkup", "the system bus cannot be reached"),
-                      translate("Checkup", "start the service dbus")),
-                note(translate("Checkup", "without it root reads and changes policies by itself, and others only read"),
-                     aboutLocal())};
+        return {Finding::wrong(translate("Checkup", "the system bus cannot be reached"),
+                               translate("Checkup", "start the service dbus")),
+                Finding::note(
+                    translate("Checkup", "without it root reads and changes policies by itself, and others only read"),
+                    aboutLocal())};
     }
-    QVector<Finding> findings{good(translate("Checkup", "system bus"))};
+    QVector<Finding> findings{Finding::good(translate("Checkup", "system bus"))};
     {
         const WaitingLine line(translate("Checkup", "waiting for the helper…"));
         findings += {checkStart(), checkActions()};
@@ -223,29 +207,31 @@ QVector<Finding> checkHelper()
     if (!isHelperLeftOut()) {
         return checkFiles() + checkBus();
     }
-    return {
-        note(translate("Checkup",
-                       "the helper is not installed: root reads and changes policies without it, and others only read"),
-             translate("Checkup", "apt install accountpolicies-helper, where others are to change them"))};
+    return {Finding::note(
+        translate("Checkup",
+                  "the helper is not installed: root reads and changes policies without it, and others only read"),
+        translate("Checkup", "apt install accountpolicies-helper, where others are to change them"))};
 }
 
 Finding checkProfile(const PamProfile &profile)
 {
     if (!namesModule(profile.path(), profile.module)) {
-        return wrong(
+        return Finding::wrong(
             translate("Checkup", "%1 does not name %2.so").arg(profile.path(), profile.module),
             translate("Checkup", "bring its line back: %1").arg(QStringLiteral("dpkg -S %1").arg(profile.path())));
     }
     if (modulePath(profile.module).isEmpty()) {
-        return wrong(translate("Checkup", "%1 names %2.so, which is not installed").arg(profile.path(), profile.module),
-                     translate("Checkup", "install the module, or remove the profile"));
+        return Finding::wrong(
+            translate("Checkup", "%1 names %2.so, which is not installed").arg(profile.path(), profile.module),
+            translate("Checkup", "install the module, or remove the profile"));
     }
     if (isModuleRefused(profile.module)) {
-        return wrong(translate("Checkup", "%1 can be written, but never comes into force").arg(profile.path()),
-                     translate("Checkup", "pam-auth-update of this system leaves out every profile that names %1")
-                         .arg(profile.module));
+        return Finding::wrong(
+            translate("Checkup", "%1 can be written, but never comes into force").arg(profile.path()),
+            translate("Checkup", "pam-auth-update of this system leaves out every profile that names %1")
+                .arg(profile.module));
     }
-    return good(translate("Checkup", "profile: %1").arg(profile.path()));
+    return Finding::good(translate("Checkup", "profile: %1").arg(profile.path()));
 }
 
 QVector<Finding> checkProfiles(const PamFiles &files)
@@ -259,30 +245,30 @@ QVector<Finding> checkProfiles(const PamFiles &files)
         }
     }
     if (findings.isEmpty()) {
-        findings += note(translate("Checkup", "the %1 policy cannot be written: there is no profile %2")
-                             .arg(files.policy, paths.join(QStringLiteral(", "))),
-                         translate("Checkup", "install a package that brings one, or do without this policy"));
+        findings += Finding::note(translate("Checkup", "the %1 policy cannot be written: there is no profile %2")
+                                      .arg(files.policy, paths.join(QStringLiteral(", "))),
+                                  translate("Checkup", "install a package that brings one, or do without this policy"));
     }
     if (!QFile::exists(files.stack)) {
-        findings += wrong(translate("Checkup", "%1 is missing").arg(files.stack),
-                          translate("Checkup", "apt install --reinstall libpam-runtime"));
+        findings += Finding::wrong(translate("Checkup", "%1 is missing").arg(files.stack),
+                                   translate("Checkup", "apt install --reinstall libpam-runtime"));
     }
     return findings;
 }
 
 QVector<Finding> checkPam()
 {
-    QVector<Finding> findings{checkFile(pamAuthUpdatePath(),
-                                        translate("Checkup", "pam-auth-update"),
-                                        translate("Checkup", "apt install libpam-runtime"))};
+    QVector<Finding> findings{Finding::ofFile(pamAuthUpdatePath(),
+                                              translate("Checkup", "pam-auth-update"),
+                                              translate("Checkup", "apt install libpam-runtime"))};
     for (const PamFiles &files : allPamFiles()) {
         findings += checkProfiles(files);
     }
     findings += checkLockout() + checkPasswordRules();
     const bool needsDictionary = !modulePath(QStringLiteral("pam_pwquality")).isEmpty();
     if (needsDictionary && !QFile::exists(QStringLiteral("/var/cache/cracklib/cracklib_dict.pwd"))) {
-        findings += wrong(translate("Checkup", "pam_pwquality has no dictionary, and refuses every password"),
-                          translate("Checkup", "apt install cracklib-runtime"));
+        findings += Finding::wrong(translate("Checkup", "pam_pwquality has no dictionary, and refuses every password"),
+                                   translate("Checkup", "apt install cracklib-runtime"));
     }
     return findings;
 }
@@ -298,10 +284,10 @@ QString remedyForLoginDefs()
 QVector<Finding> checkExpirationFiles()
 {
     return {
-        checkFile(loginDefs().path, translate("Checkup", "defaults of passwords"), remedyForLoginDefs()),
-        checkFile(useraddDefaults().path,
-                  translate("Checkup", "defaults of useradd"),
-                  translate("Checkup", "apt install --reinstall passwd")),
+        Finding::ofFile(loginDefs().path, translate("Checkup", "defaults of passwords"), remedyForLoginDefs()),
+        Finding::ofFile(useraddDefaults().path,
+                        translate("Checkup", "defaults of useradd"),
+                        translate("Checkup", "apt install --reinstall passwd")),
     };
 }
 
@@ -323,16 +309,18 @@ QVector<Finding> checkLeftovers()
             const QString path = folder + QLatin1Char('/') + name;
             const QString remedy = translate("Checkup", "rm %1").arg(path);
             findings += folder == pamProfilesFolder()
-                ? wrong(translate("Checkup", "left behind: %1, which pam-auth-update takes for a profile").arg(path),
-                        remedy)
-                : note(translate("Checkup", "left behind: %1").arg(path), remedy);
+                ? Finding::wrong(
+                    translate("Checkup", "left behind: %1, which pam-auth-update takes for a profile").arg(path),
+                    remedy)
+                : Finding::note(translate("Checkup", "left behind: %1").arg(path), remedy);
         }
     }
-    return findings.isEmpty() ? QVector<Finding>{good(translate("Checkup", "nothing was left behind"))} : findings;
+    return findings.isEmpty() ? QVector<Finding>{Finding::good(translate("Checkup", "nothing was left behind"))}
+                              : findings;
 }
 }
 
 QVector<Finding> checkInstallation()
 {
-    return checkHelper() + checkPam() + checkExpirationFiles() + checkModules() + checkLeftovers();
+    return checkHelper() + checkService() + checkPam() + checkExpirationFiles() + checkModules() + checkLeftovers();
 }

@@ -3,24 +3,7 @@
 
 #pragma once
 
-#include <QString>
-#include <QVector>
+#include "client/checkup/Finding.h"
 
-/// What a look at one part of the installation found.
-struct Finding {
-    enum class Grade {
-        Good,
-        /// Works as far as it goes; somebody may want to know.
-        Note,
-        /// Doesn't work.
-        Wrong,
-    };
-
-    Grade grade;
-    QString text;
-    /// How to mend it; empty where it is good.
-    QString remedy;
-};
-
-/// Looks at all that the helper needs: its own files, the bus, polkit, PAM, and what earlier failures left behind.
+/// Looks at all that helper and service need: their own files, the bus, polkit, PAM, and what earlier failures left behind.
 QVector<Finding> checkInstallation();

@@ -15,25 +15,21 @@
 
 namespace
 {
-Finding moduleNote(const QString &text, const QString &remedy)
-{
-    return {Finding::Grade::Note, text, remedy};
-}
-
 /// Why the policy can't be switched on; none if it can.
 QVector<Finding> hindrances(const ModulePolicy &module)
 {
     if (pamModulePath(module.module).isEmpty()) {
-        return {moduleNote(translate("ModuleCheckup", "the %1 policy cannot come into force: %2.so is not installed")
-                               .arg(module.name, module.module),
-                           translate("ModuleCheckup", "install the module, or do without this policy"))};
+        return {Finding::note(translate("ModuleCheckup", "the %1 policy cannot come into force: %2.so is not installed")
+                                  .arg(module.name, module.module),
+                              translate("ModuleCheckup", "install the module, or do without this policy"))};
     }
     for (const QString &profile : module.profiles) {
         const QString path = pamProfilesFolder() + QLatin1Char('/') + profile;
         if (!QFile::exists(path)) {
-            return {moduleNote(translate("ModuleCheckup", "the %1 policy cannot be switched on: there is no profile %2")
-                                   .arg(module.name, path),
-                               translate("ModuleCheckup", "apt install --reinstall accountpolicies-common"))};
+            return {
+                Finding::note(translate("ModuleCheckup", "the %1 policy cannot be switched on: there is no profile %2")
+                                  .arg(module.name, path),
+                              translate("ModuleCheckup", "apt install --reinstall accountpolicies-common"))};
         }
     }
     return {};
@@ -46,8 +42,8 @@ QVector<Finding> overridden(const Policy &policy, const Settings &read, const In
     const QStringList obstacles = compare(policy.schema, inForce, read, read).obstacles;
     for (const QString &obstacle : obstacles) {
         findings +=
-            moduleNote(translate("ModuleCheckup", "the %1 policy: %2").arg(policy.name, obstacle),
-                       translate("ModuleCheckup", "accountpolicyctl show %1 has what is in force").arg(policy.name));
+            Finding::note(translate("ModuleCheckup", "the %1 policy: %2").arg(policy.name, obstacle),
+                          translate("ModuleCheckup", "accountpolicyctl show %1 has what is in force").arg(policy.name));
     }
     return findings;
 }
@@ -59,16 +55,16 @@ QVector<Finding> checkModule(const Policy &policy)
     const Reading reading = ModuleStore(policy, &access).read();
     if (!findings.isEmpty() || !reading.outcome.succeeded()) {
         return findings.isEmpty()
-            ? QVector<Finding>{moduleNote(reading.outcome.error, translate("ModuleCheckup", "mend it there"))}
+            ? QVector<Finding>{Finding::note(reading.outcome.error, translate("ModuleCheckup", "mend it there"))}
             : findings;
     }
     if (isOff(policy.schema, reading.settings)) {
-        return {{Finding::Grade::Good, translate("ModuleCheckup", "%1: switched off").arg(policy.name), QString()}};
+        return {Finding::good(translate("ModuleCheckup", "%1: switched off").arg(policy.name))};
     }
     const InForce inForce = inForceOf(policy, reading.settings);
     findings = overridden(policy, reading.settings, inForce);
     if (inForce.isEnforced && findings.isEmpty()) {
-        findings += {Finding::Grade::Good, translate("ModuleCheckup", "%1: in force").arg(policy.name), QString()};
+        findings += Finding::good(translate("ModuleCheckup", "%1: in force").arg(policy.name));
     }
     return findings;
 }

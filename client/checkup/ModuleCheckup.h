@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "client/checkup/Checkup.h"
+#include "client/checkup/Finding.h"
 
 /// Looks at the policies of PAM's modules: whether they can come into force, and whether what they have does.
 QVector<Finding> checkModules();

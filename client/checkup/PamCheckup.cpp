@@ -18,11 +18,6 @@
 
 namespace
 {
-Finding pamNote(const QString &text, const QString &remedy)
-{
-    return {Finding::Grade::Note, text, remedy};
-}
-
 QString pwquality()
 {
     return QStringLiteral("pam_pwquality");
@@ -62,12 +57,12 @@ QVector<Finding> checkEditedProfiles()
                 || QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex() == packaged.sum) {
                 continue;
             }
-            findings +=
-                pamNote(translate("PamCheckup", "%1 was changed, and the next version of %2 brings its own again")
-                            .arg(profile.path(), packaged.package),
-                        translate("PamCheckup",
-                                  "keep what accountpolicyctl export prints, and give it to accountpolicyctl apply "
-                                  "after each upgrade"));
+            findings += Finding::note(
+                translate("PamCheckup", "%1 was changed, and the next version of %2 brings its own again")
+                    .arg(profile.path(), packaged.package),
+                translate("PamCheckup",
+                          "keep what accountpolicyctl export prints, and give it to accountpolicyctl apply "
+                          "after each upgrade"));
         }
     }
     return findings;
@@ -78,13 +73,13 @@ QVector<Finding> checkOverriddenRules(const PwqualityRules &rules)
     QVector<Finding> findings;
     for (const BindingSetting &setting : rules.overridden) {
         const BindingSetting winner = rules.find(setting.name);
-        findings += pamNote(translate("PamCheckup", "%1 in %2 does not count: %3 sets %4 to %5")
-                                .arg(QStringLiteral("%1 = %2").arg(setting.name, setting.value.toString()),
-                                     setting.origin,
-                                     winner.origin,
-                                     setting.name,
-                                     winner.value.toString()),
-                            translate("PamCheckup", "remove one of the two"));
+        findings += Finding::note(translate("PamCheckup", "%1 in %2 does not count: %3 sets %4 to %5")
+                                      .arg(QStringLiteral("%1 = %2").arg(setting.name, setting.value.toString()),
+                                           setting.origin,
+                                           winner.origin,
+                                           setting.name,
+                                           winner.value.toString()),
+                                  translate("PamCheckup", "remove one of the two"));
     }
     return findings;
 }
@@ -94,7 +89,7 @@ QVector<Finding> checkRules(const PamLine &line, const QString &stack)
     QVector<Finding> findings;
     const QStringList remarks = inForceOf(*findPolicy(QStringLiteral("complexity")), {}).remarks;
     for (const QString &remark : remarks) {
-        findings += pamNote(
+        findings += Finding::note(
             remark, translate("PamCheckup", "mend it there; accountpolicyctl show complexity has what is in force"));
     }
     return findings + checkOverriddenRules(pwqualityRules(stack, line.options));
@@ -107,15 +102,16 @@ QVector<Finding> checkLockout()
     const QString module = modulePath(lockoutPolicy().profiles.constFirst().module);
     QVector<Finding> findings;
     if (!module.isEmpty()) {
-        findings += {Finding::Grade::Good, translate("PamCheckup", "module: %1").arg(module), QString()};
+        findings += Finding::good(translate("PamCheckup", "module: %1").arg(module));
     } else if (!faillock.locks) {
-        findings +=
-            pamNote(translate("PamCheckup", "pam_tally.so is not installed: no account is locked after failed logins"),
-                    translate("PamCheckup", "Debian has dropped this module after version 10"));
+        findings += Finding::note(
+            translate("PamCheckup", "pam_tally.so is not installed: no account is locked after failed logins"),
+            translate("PamCheckup", "Debian has dropped this module after version 10"));
     }
     if (faillock.locks) {
-        findings += pamNote(faillockText(faillock),
-                            translate("PamCheckup", "the lockout policy does not change that; see faillock.conf(5)"));
+        findings +=
+            Finding::note(faillockText(faillock),
+                          translate("PamCheckup", "the lockout policy does not change that; see faillock.conf(5)"));
     }
     return findings;
 }
@@ -131,7 +127,7 @@ QVector<Finding> checkPasswordRules()
     const PamProfile profile = pamFilesOf(QStringLiteral("complexity"))->profiles.constFirst();
     const bool isInstalled = QFile::exists(profile.path()) && !modulePath(profile.module).isEmpty();
     if (isInstalled && QFile::exists(stack)) {
-        findings += pamNote(
+        findings += Finding::note(
             translate("PamCheckup", "pam_pwquality is installed, but switched off: %1 does not call it").arg(stack),
             QStringLiteral("pam-auth-update --enable pwquality"));
     }

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "client/checkup/Checkup.h"
+#include "client/checkup/Finding.h"
 
 /// Looks at what locks accounts.
 QVector<Finding> checkLockout();

@@ -7,6 +7,7 @@
 #include "tests/endtoend/Bus.h"
 #include "tests/endtoend/Client.h"
 #include "tests/endtoend/PolicyFiles.h"
+#include "tests/endtoend/ServiceCall.h"
 #include "tests/support/Files.h"
 #include "tests/support/Program.h"
 #include "tests/support/Sandbox.h"
@@ -26,6 +27,10 @@
 
 namespace
 {
+constexpr char busServiceOfModules[] = "/usr/share/dbus-1/system-services/org.accountpolicies.Modules1.service";
+constexpr char busPolicyOfModules[] = "/usr/share/dbus-1/system.d/org.accountpolicies.Modules1.conf";
+constexpr char actionsOfModules[] = "/usr/share/polkit-1/actions/org.accountpolicies.modules1.policy";
+
 QString id()
 {
     return QLatin1String(helperId);
@@ -79,6 +84,10 @@ QByteArrayList stockLines()
         "ok    the bus starts the helper",
         "ok    polkit knows the six actions",
         "ok    the helper takes requests",
+        QByteArray("ok    bus service: ") + busServiceOfModules,
+        QByteArray("ok    bus policy: ") + busPolicyOfModules,
+        QByteArray("ok    polkit actions: ") + actionsOfModules,
+        "ok    the service takes requests",
         "ok    pam-auth-update: /usr/sbin/pam-auth-update",
         "note  the lockout policy cannot be written: there is no profile /usr/share/pam-configs/tally",
         "      install a package that brings one, or do without this policy",
@@ -134,6 +143,9 @@ void addFileFaults()
     addFault("bus policy of KAuth missing", {{QString::fromLatin1(kauthPolicyFile), {}}},
              {QByteArray("WRONG bus policy of KAuth is missing: ") + kauthPolicyFile,
               QByteArray("      apt install ") + kauthPolicyPackage});
+    addFault("actions of the service missing", {{QString::fromLatin1(actionsOfModules), {}}},
+             {QByteArray("WRONG polkit actions is missing: ") + actionsOfModules,
+              "      apt install --reinstall accountpolicies-service"});
     addFault("agent missing", {{QStringLiteral("/usr/bin/pkttyagent"), {}}},
              {"WRONG password prompt for terminals is missing: /usr/bin/pkttyagent", "      apt install polkitd"});
     addFault("helper not executable", otherHelper,
@@ -266,6 +278,8 @@ private Q_SLOTS:
     void findsPolkitThatDoesNotAnswer();
     void findsNoBus();
     void findsThatTheHelperIsLeftOut();
+    void findsThatTheServiceIsLeftOut();
+    void findsServiceThatCannotStart();
     void findsHelperThatTakesNoRequest_data();
     void findsHelperThatTakesNoRequest();
     void printsDocument();
@@ -394,6 +408,7 @@ void DoctorTest::findsNoBus()
     lines.replace(bus + 1, "      start the service dbus");
     lines.replace(bus + 2, "note  without it root reads and changes policies by itself, and others only read");
     lines.replace(bus + 3, "      see --local in accountpolicyctl(1)");
+    lines.removeOne("ok    the service takes requests");
 
     const ProgramResult doctor = client(root, "doctor");
 
@@ -418,6 +433,33 @@ void DoctorTest::findsThatTheHelperIsLeftOut()
         "note  the helper is not installed: root reads and changes policies without it, and others only read");
 
     QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
+}
+
+void DoctorTest::findsThatTheServiceIsLeftOut()
+{
+    std::vector<std::unique_ptr<ScopedFile>> missing;
+    for (const char *path : {busServiceOfModules, busPolicyOfModules, actionsOfModules}) {
+        missing.push_back(std::make_unique<ScopedFile>(QString::fromLatin1(path), QByteArray()));
+    }
+    QByteArrayList lines = stockLines();
+    const auto service = lines.indexOf(QByteArray("ok    bus service: ") + busServiceOfModules);
+    lines.erase(lines.begin() + service, lines.begin() + service + 4);
+    lines.insert(service, "      apt install accountpolicies-service, where others are to change them");
+    lines.insert(service,
+                 "note  the service is not installed: root changes the policies of modules without it, and others only "
+                 "read");
+
+    QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
+}
+
+void DoctorTest::findsServiceThatCannotStart()
+{
+    endService();
+    const ScopedFile missing(QStringLiteral("/usr/libexec/accountpoliciesd"), {});
+
+    checkThatDoctorFinds(
+        {"WRONG the service takes no request: Cannot launch daemon, file not found or permissions invalid",
+         "      look into the system's journal, then install the service again"});
 }
 
 void DoctorTest::findsHelperThatTakesNoRequest_data()

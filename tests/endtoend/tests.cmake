@@ -22,7 +22,7 @@ target_link_libraries(endtoendsupport PUBLIC testsupport helperid Qt${QT_MAJOR_V
 add_dependencies(endtoendsupport buscaller)
 target_compile_definitions(endtoendsupport PRIVATE BUSCALLER="$<TARGET_FILE:buscaller>")
 
-foreach(name IN ITEMS AccountTest ActionsTest ClientTest DoctorTest InstallationTest ManyClientsTest
+foreach(name IN ITEMS AccountTest ActionsTest ClientTest InstallationTest ManyClientsTest
                       OwnReadingTest PamTest PromptTest RecordedRepliesTest ReportTest StreamsTest)
     add_bus_test(endtoend/${name})
 endforeach()

@@ -24,6 +24,7 @@ add_dependencies(servicesupport servicecaller serviceattacker)
 target_compile_definitions(servicesupport PUBLIC SERVICECALLER="$<TARGET_FILE:servicecaller>"
                                                  SERVICEATTACKER="$<TARGET_FILE:serviceattacker>")
 
+add_bus_test(endtoend/DoctorTest LIBRARIES servicesupport)
 add_bus_test(endtoend/ModuleAccessTest COST 60 LIBRARIES servicesupport client)
 add_bus_test(endtoend/ServiceAttacksTest COST 60 LIBRARIES servicesupport)
 # sanitizers take memory of their own
