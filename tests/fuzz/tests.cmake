@@ -21,7 +21,7 @@ function(add_fuzzer name runs)
         set(command ${SANDBOX} -- ${command})
     endif()
     add_test(NAME fuzz/${name} COMMAND ${command})
-    set_tests_properties(fuzz/${name} PROPERTIES TIMEOUT 900)
+    set_tests_properties(fuzz/${name} PROPERTIES TIMEOUT 3600)
 endfunction()
 
 if(BUILD_FUZZERS)
