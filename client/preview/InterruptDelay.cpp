@@ -36,6 +36,6 @@ InterruptDelay::~InterruptDelay()
         sigaction(m_signals.at(i), &m_before.at(i), nullptr);
     }
     if (delayed != 0) {
-        raise(delayed);
+        [[maybe_unused]] const int raised = raise(delayed);
     }
 }

@@ -13,7 +13,7 @@ char searchPath[] = "PATH=/usr/sbin:/usr/bin:/sbin:/bin";
 char locale[] = "LC_ALL=C.UTF-8";
 char frontend[] = "DEBIAN_FRONTEND=noninteractive";
 
-std::array<char *, 4> entries{searchPath, locale, frontend, nullptr};
+std::array<char *, 4> environmentEntries{searchPath, locale, frontend, nullptr};
 
 // the unit's, too: with a stricter one pam-auth-update makes stacks that ordinary programs can't read
 constexpr mode_t mask = S_IWGRP | S_IWOTH;
@@ -42,7 +42,7 @@ QProcessEnvironment helperEnvironment()
 
 HelperSurroundings::HelperSurroundings() : m_environment(environ), m_mask(umask(mask))
 {
-    environ = entries.data();
+    environ = environmentEntries.data();
     for (std::size_t i = 0; i < m_signals.size(); ++i) {
         struct sigaction ignore = {};
         ignore.sa_handler = SIG_IGN;

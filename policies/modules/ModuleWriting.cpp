@@ -23,9 +23,6 @@
 
 namespace
 {
-using Kind = ModuleOutcome::Kind;
-using Switch = ModuleWish::Switch;
-
 const char *const stackTypes[] = {"auth", "account", "password", "session", "session-noninteractive"};
 
 /// The stacks that pam-auth-update(8) writes.
@@ -100,6 +97,9 @@ public:
     }
 
 private:
+    using Kind = ModuleOutcome::Kind;
+    using Switch = ModuleWish::Switch;
+
     static ModuleOutcome ended(Kind kind, const QString &reason = QString())
     {
         ModuleOutcome outcome;
