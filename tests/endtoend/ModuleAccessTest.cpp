@@ -186,16 +186,16 @@ void ModuleAccessTest::tellsWhatCameInBetween()
     QFETCH(Event, event);
     QFETCH(QByteArray, error);
     StandInForPolkit polkit;
-    QProcess client;
-    startLocked(&client);
+    QProcess process;
+    startLocked(&process);
     QTRY_COMPARE_WITH_TIMEOUT(polkit.questions.size(), 1, eventLimit);
 
-    event(&polkit, client);
+    event(&polkit, process);
 
-    QTRY_COMPARE_WITH_TIMEOUT(client.state(), QProcess::NotRunning, eventLimit);
-    QTEST(client.exitCode(), "exitCode");
-    QCOMPARE(client.readAllStandardError(), complaint(error));
-    QCOMPARE(client.readAllStandardOutput(), QByteArray());
+    QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, eventLimit);
+    QTEST(process.exitCode(), "exitCode");
+    QCOMPARE(process.readAllStandardError(), complaint(error));
+    QCOMPARE(process.readAllStandardOutput(), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(ModuleAccessTest)

@@ -122,8 +122,8 @@ void SettingTest::allowsWhatIsInTheRange_data()
         QTest::newRow(name) << "admin_group" << QVariant(QString::fromUtf8(name)) << (name == QByteArray("wheel"));
     }
     for (const char *path : {"/", "/var/lib/faillock", "var/lib", "/var/my lib", "/var/#lib", "/var/lib\n"}) {
-        const bool isAllowed = path == QByteArray("/") || path == QByteArray("/var/lib/faillock");
-        QTest::newRow(path) << "dir" << QVariant(QString::fromLatin1(path)) << isAllowed;
+        const bool isTaken = path == QByteArray("/") || path == QByteArray("/var/lib/faillock");
+        QTest::newRow(path) << "dir" << QVariant(QString::fromLatin1(path)) << isTaken;
     }
 }
 
