@@ -52,6 +52,22 @@ QStringList filesOfTool(const QString &root)
     return files;
 }
 
+/**
+ * What stands where the tool writes and is no plain file: it would put one in its place, and nothing could bring the other
+ * back. Empty if there is none. Copies are plain files in any case.
+ */
+QString otherThanPlainFile()
+{
+    const QStringList files = filesOfTool(QString());
+    for (const QString &path : files) {
+        struct stat status = {};
+        if (lstat(QFile::encodeName(path).constData(), &status) == 0 && !S_ISREG(status.st_mode)) {
+            return path;
+        }
+    }
+    return {};
+}
+
 /// The values of a policy that stand on the line of its profile.
 struct KeptOptions {
     const ModulePolicy *policy;
@@ -298,6 +314,11 @@ private:
     /// Without "--force" first: that is needed for nothing but stacks that were edited, and leaves copies of the old ones.
     ModuleOutcome runTool(const QString &option)
     {
+        const QString other = otherThanPlainFile();
+        if (!other.isEmpty()) {
+            return failed(
+                tr("%1 is no plain file, and pam-auth-update would put one in its place: do so first").arg(other));
+        }
         ModuleOutcome outcome = runToolOnce({QStringLiteral("--package"), option});
         if (outcome.kind != Kind::StacksEdited || !m_wish.force) {
             return outcome;

@@ -84,7 +84,7 @@ struct ModuleOutcome {
  * chosen.
  *
  * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
- * but a failure. Where the module reads no file, the values are the options of its line in the stack, which
+ * but a failure, also where pam-auth-update(8) would replace one. Where the module reads no file, the values are the options of its line in the stack, which
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
  * with each new version of its package.
  *

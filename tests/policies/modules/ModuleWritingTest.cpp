@@ -156,6 +156,8 @@ private Q_SLOTS:
     void isHeldUpByRootAlone();
     void usesNoLockOfOthers_data();
     void usesNoLockOfOthers();
+    void replacesNoLink_data();
+    void replacesNoLink();
     void goesOutOfForceWithItsPackage();
     void staysInEditedStacksAsItsPackageGoes();
 
@@ -749,6 +751,41 @@ void ModuleWritingTest::usesNoLockOfOthers()
     QCOMPARE(outcome.reason, reason);
     QCOMPARE(outcome.kind, Kind::Failed);
     QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::replacesNoLink_data()
+{
+    const Rows<RowText> row("path");
+    row("a stack", "/etc/pam.d/common-auth");
+    row("a stack of another type", "/etc/pam.d/common-password");
+    row("a record", "/var/lib/pam/auth");
+    row("what the tool keeps", "/etc/pam.d/common-auth.pam-old");
+}
+
+void ModuleWritingTest::replacesNoLink()
+{
+    QFETCH(const QString, path);
+    const QString elsewhere = QStringLiteral("/var/elsewhere");
+    const QByteArray content = contentOf(path);
+    writeContent(elsewhere, content);
+    QFile::remove(path);
+    QVERIFY(QFile::link(elsewhere, path));
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On, true);
+    const QString target = QFile::symLinkTarget(path);
+    const FolderContent after = machine();
+    QFile::remove(path); // for the next write would be through it
+    if (m_machine.contains(path)) {
+        writeContent(path, content);
+    }
+    QCOMPARE(outcome.reason,
+             path + QLatin1String(" is no plain file, and pam-auth-update would put one in its place: do so first"));
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QVERIFY(!outcome.changed);
+    QCOMPARE(target, elsewhere);
+    QCOMPARE(contentOf(elsewhere), content);
+    QCOMPARE(after, before);
 }
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()
