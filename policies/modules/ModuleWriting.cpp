@@ -351,6 +351,8 @@ private:
     {
         Command tool = m_place.pamAuthUpdate;
         tool.arguments += options + m_policy.profiles;
+        tool.endsAsGroup =
+            true; // debconf's frontend runs it: without that it would write the stacks after they are put back
         const CommandOutcome outcome = runCommand(tool);
         if (!outcome.succeeded()) {
             return failed(toolFailure(outcome));
