@@ -122,13 +122,15 @@ struct RecordedStack {
     QStringList profiles;
     /// Their lines that call the module.
     QVector<PamStackLine> lines;
+    /// Whether it has ended before it put its record of them in place.
+    bool isUnfinished = false;
 };
 
-RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
+RecordedStack recordIn(const ModulePolicy &policy, const QString &type, const QByteArray &content)
 {
     RecordedStack record;
     QString profile;
-    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, reading).split('\n');
+    const auto lines = content.split('\n');
     for (const QByteArray &line : lines) {
         const QByteArray start = "Module: ";
         if (line.startsWith(start)) {
@@ -137,6 +139,18 @@ RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QS
             record.profiles += profile;
             record.lines += pamStackLines(type.toLatin1() + ' ' + line); // they stand there without their type
         }
+    }
+    return record;
+}
+
+RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
+{
+    const QString path = QLatin1String("/var/lib/pam/") + type;
+    RecordedStack record = recordIn(policy, type, contentOf(root, path, reading));
+    if (record.profiles.isEmpty()) {
+        // the stack is renamed first, and then this to be the record
+        record = recordIn(policy, type, contentOf(root, path + QLatin1String(".new"), reading));
+        record.isUnfinished = !record.profiles.isEmpty();
     }
     return record;
 }
@@ -197,7 +211,8 @@ bool markOurs(const ModulePolicy &policy, const QString &root, ModuleReading *re
         profiles += record.profiles;
         const PrimaryBlock block(contentOf(root, stackOf(type), reading));
         // each of the types has a line: the tool may have ended between two stacks
-        areWhole = markOurs(record, type, block, &reading->lines) && !record.lines.isEmpty() && areWhole;
+        areWhole = markOurs(record, type, block, &reading->lines) && !record.lines.isEmpty() && !record.isUnfinished
+            && areWhole;
     }
     return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
                return profiles.contains(name);

@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <memory>
 #include <sys/stat.h>
 
@@ -263,7 +264,7 @@ private:
 
     ModuleOutcome switchOff()
     {
-        if (areOursRecorded()) {
+        if (areOursThere()) {
             ModuleOutcome outcome = runTool(QStringLiteral("--disable"));
             if (!outcome.succeeded()) {
                 return outcome;
@@ -304,11 +305,20 @@ private:
         return false;
     }
 
+    /// The same, or any of their lines in the stacks: the tool may have ended before it recorded them.
+    bool areOursThere() const
+    {
+        const ModuleReading now = readModule(m_policy, m_place.root);
+        return areOursRecorded() || std::any_of(now.lines.begin(), now.lines.end(), [](const ModuleLine &line) {
+                   return line.isOurs;
+               });
+    }
+
     bool areSwitched(const QString &option) const
     {
         return option == QLatin1String("--enable")
             ? readModule(m_policy, m_place.root).force == ModuleForce::OurProfiles
-            : !areOursRecorded();
+            : !areOursThere();
     }
 
     /// Without "--force" first: that is needed for nothing but stacks that were edited, and leaves copies of the old ones.

@@ -116,6 +116,7 @@ ProgramResult prerm(const QString &step)
 }
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
+Q_DECLARE_METATYPE(ModuleWish::Switch)
 Q_DECLARE_METATYPE(ModuleForce)
 
 class ModuleWritingTest : public QObject
@@ -149,6 +150,8 @@ private Q_SLOTS:
     void putsBackStacksThatWouldNotWork();
     void putsBackWhatToolHasSpoiled();
     void putsBackWhatToolHasSwitchedInPart();
+    void mendsWhatAKilledToolHasLeft_data();
+    void mendsWhatAKilledToolHasLeft();
     void putsBackItsOwnAnswerAlone();
     void refuses_data();
     void refuses();
@@ -610,6 +613,36 @@ void ModuleWritingTest::putsBackWhatToolHasSwitchedInPart()
     QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has not switched the profiles"));
     QCOMPARE(outcome.kind, Kind::Failed);
     QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::mendsWhatAKilledToolHasLeft_data()
+{
+    const Rows<Switch, QByteArrayList> row("profiles", "lines");
+    row("on", Switch::On, {"account required pam_faillock.so"});
+    row("off", Switch::Off, {});
+}
+
+void ModuleWritingTest::mendsWhatAKilledToolHasLeft()
+{
+    QFETCH(const Switch, profiles);
+    QFETCH(const QByteArrayList, lines);
+    const QString account = QStringLiteral("/etc/pam.d/common-account");
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    // as between the two renames of the first type
+    writeContent("/var/lib/pam/auth.new", contentOf("/var/lib/pam/auth"));
+    for (const QString &path : {QStringLiteral("/var/lib/pam/auth"), QStringLiteral("/var/lib/pam/account"), account}) {
+        writeContent(path, m_machine.value(path));
+    }
+    const FolderContent before = machine();
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OtherLines);
+
+    QCOMPARE(write(faillockPolicy(), five, profiles).kind, Kind::StacksEdited);
+    QCOMPARE(machine(), before);
+    const ModuleOutcome forced = write(faillockPolicy(), five, profiles, true);
+    QCOMPARE(forced.reason, QString());
+    QCOMPARE(forced.kind, Kind::Done);
+    QCOMPARE(linesCalling("pam_faillock", account), lines);
+    QCOMPARE(readModule(faillockPolicy()).force, profiles == Switch::On ? ModuleForce::OurProfiles : ModuleForce::None);
 }
 
 void ModuleWritingTest::putsBackItsOwnAnswerAlone()
