@@ -43,7 +43,8 @@ struct FailureListing {
 FailureListing failureRecords();
 
 /**
- * Forgets the failures of an account, and so opens it, by means of faillock(8).
+ * Forgets the failures of an account, and so opens it, by means of faillock(8). The record is a file of the account's own,
+ * who may hold it locked: that is told at once.
  *
  * @return why that failed, one line; empty if it didn't. An account without failures is no error
  */

@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <cstring>
+#include <sys/file.h>
 
 namespace
 {
@@ -116,6 +117,8 @@ private Q_SLOTS:
     void forgetsNothingOfStrangers();
     void tellsWhatCannotBeForgotten();
     void tellsWhatIsNotForgotten();
+    void waitsForNobodyWhoHoldsARecord_data();
+    void waitsForNobodyWhoHoldsARecord();
     void agreesWithRealLogins();
     void opensAfterItsTime();
     void locksRootOnlyIfAsked_data();
@@ -410,6 +413,36 @@ void FailureRecordsTest::tellsWhatIsNotForgotten()
 
     QCOMPARE(forgetFailures(tester), QStringLiteral("tester still has failures"));
     writeProgram(tool, real);
+}
+
+void FailureRecordsTest::waitsForNobodyWhoHoldsARecord_data()
+{
+    const Rows<int> row("operation");
+    row("alone", LOCK_EX);
+    row("with others", LOCK_SH);
+}
+
+void FailureRecordsTest::waitsForNobodyWhoHoldsARecord()
+{
+    QFETCH(const int, operation);
+    setUp("");
+    const QString records = folder + QLatin1String("/tester");
+    writeContent(records, entry(100));
+    const QString tool = QStringLiteral("/usr/sbin/faillock");
+    const QByteArray real = contentOf(tool);
+    writeProgram(tool, "#!/bin/sh\ntouch /run/waits\n");
+    QFile held(records);
+    QVERIFY(held.open(QIODevice::ReadOnly));
+    QCOMPARE(flock(held.handle(), operation), 0);
+
+    const QString told = forgetFailures(tester);
+    writeProgram(tool, real);
+    QCOMPARE(told, QStringLiteral("a process holds /var/lib/failures/tester locked: end it, or remove the file"));
+    QVERIFY(!QFile::exists(QStringLiteral("/run/waits")));
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, open\n"));
+    held.close();
+    QCOMPARE(forgetFailures(tester), QString());
+    QCOMPARE(listed(), QString());
 }
 
 void FailureRecordsTest::agreesWithRealLogins()
