@@ -23,6 +23,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -281,8 +282,13 @@ FailureListing failureRecords()
         const TallyFile file(folder.filePath(account));
         listing.error = file.error().isEmpty() ? listing.error : file.error();
         const QVector<TallyEntry> failures = failuresIn(file, limits.interval());
-        if (!failures.isEmpty()) {
-            listing.accounts += recordOf(account, failures, limits);
+        if (failures.isEmpty()) {
+            continue;
+        }
+        listing.accounts += recordOf(account, failures, limits);
+        if (cannotBeLookedUp(account)) {
+            listing.error =
+                QCoreApplication::translate("FailureRecords", "%1 cannot be looked up among the accounts").arg(account);
         }
     }
     return listing;
@@ -314,6 +320,19 @@ QString forgetFailures(const QString &account)
         return QCoreApplication::translate("FailureRecords", "%1 still has failures").arg(account);
     }
     return {};
+}
+
+bool cannotBeLookedUp(const QString &account)
+{
+    std::vector<char> room(65536);
+    passwd entry = {};
+    passwd *found = nullptr;
+    const QByteArray name = QFile::encodeName(account);
+    if (getpwnam_r(name.constData(), &entry, room.data(), room.size(), &found) != 0) {
+        return true;
+    }
+    // a database that isn't there at all is no error
+    return !found && !getpwnam("root");
 }
 
 QString failureFolder()

@@ -111,6 +111,7 @@ private Q_SLOTS:
     void takesOptionsOfLine_data();
     void takesOptionsOfLine();
     void locksNoAccountThatIsNoMore();
+    void tellsWhereAccountsCannotBeLookedUp();
     void listsNobodyAsLockedWhereNobodyIs_data();
     void listsNobodyAsLockedWhereNobodyIs();
     void forgetsOneAccount();
@@ -338,6 +339,23 @@ void FailureRecordsTest::locksNoAccountThatIsNoMore()
     writeContent(folder + QLatin1String("/departed"), entry(100));
 
     QCOMPARE(listed(), QStringLiteral("departed: 1, tty1, -100 to -100, open\n"));
+}
+
+void FailureRecordsTest::tellsWhereAccountsCannotBeLookedUp()
+{
+    const QString path = QStringLiteral("/etc/nsswitch.conf");
+    setUp("deny = 1\n");
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+    const QByteArray before = contentOf(path);
+    writeContent(path, "passwd: nosuch\n");
+    // a process that has asked already goes on by what it has read
+    const ProgramResult result = runAs(
+        root, QStringLiteral("/usr/bin/env"), {QStringLiteral("LISTS=1"), QCoreApplication::applicationFilePath()});
+    writeContent(path, before);
+
+    QCOMPARE(result.standardOutput,
+             QByteArray("tester cannot be looked up among the accountstester: 1, tty1, -100 to -100, open\n"));
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, locked until 500\n"));
 }
 
 void FailureRecordsTest::listsNobodyAsLockedWhereNobodyIs_data()
