@@ -393,7 +393,9 @@ private:
             *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(policy.module) : QString();
             return !isLost;
         }
-        if (lines.size() > 1) {
+        // those of the common stacks come first; a service's own beside them are their owner's
+        const bool isOnly = lines.size() == 1 || (lines.at(0).isCommon && !lines.at(1).isCommon);
+        if (!isOnly) {
             *error = tr("%1 is called more than once: %2, %3")
                          .arg(policy.module, lineText(lines.at(0)), lineText(lines.at(1)));
             return false;

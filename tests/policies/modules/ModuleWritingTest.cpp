@@ -145,6 +145,7 @@ private Q_SLOTS:
     void doublesNoOtherLine_data();
     void doublesNoOtherLine();
     void knowsItsLinesAmongOthers();
+    void writesItsLineBesideThoseOfServices();
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
@@ -530,6 +531,28 @@ void ModuleWritingTest::knowsItsLinesAmongOthers()
     QCOMPARE(off.kind, Kind::NotOurs);
     QCOMPARE(off.reason, QStringLiteral("pam_faillock is still called: /etc/pam.d/common-auth:1"));
     QCOMPARE(contentOf(commonAuth), own + m_machine.value(commonAuth));
+}
+
+void ModuleWritingTest::writesItsLineBesideThoseOfServices()
+{
+    const QByteArray own = "password requisite pam_pwhistory.so remember=3\n";
+    const QVariantMap seven{{QStringLiteral("remember"), 7LL}};
+    QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 5LL}}, Switch::On).kind, Kind::Done);
+    writeContent("/etc/pam.d/own", own);
+
+    const ModuleOutcome outcome = write(pwhistoryPolicy(), seven, Switch::Stay);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(readModule(pwhistoryPolicy()).values, seven);
+    QCOMPARE(contentOf("/etc/pam.d/own"), own);
+    if (moduleReadsFile(pwhistoryPolicy())) {
+        return;
+    }
+    // whose the values are isn't known where two are for all
+    writeContent(commonPassword, own + contentOf(commonPassword));
+    QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 8LL}}, Switch::Stay).reason,
+             QStringLiteral("pam_pwhistory is called more than once: /etc/pam.d/common-password:1, "
+                            "/etc/pam.d/common-password:27"));
 }
 
 void ModuleWritingTest::saysWhatItCantSwitchOff()
