@@ -63,5 +63,8 @@ Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
         wish.force = true;
         trial.write(wish);
     }
-    return {outcomeOfWrite(outcome), moduleChanges(policy, trial.copy()), true};
+    // ours can go, whatever others there are
+    const bool isPart =
+        outcome.kind == ModuleOutcome::Kind::NotOurs && !stackChanges(comparable(policy), trial.copy()).isEmpty();
+    return {isPart ? Outcome() : outcomeOfWrite(outcome), moduleChanges(policy, trial.copy()), true};
 }

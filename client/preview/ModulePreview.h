@@ -15,6 +15,7 @@ Outcome outcomeOfWrite(const ModuleOutcome &outcome);
 /**
  * Writes the policy of a module into copies of the files, as previewOf() does for the helper's.
  *
- * Where stacks were edited by hand, the outcome says so and the files are those of a write by force.
+ * Where stacks were edited by hand, the outcome says so and the files are those of a write by force. That lines of others go
+ * on calling the module is no failure as long as ours go.
  */
 Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish);
