@@ -40,6 +40,8 @@ Outcome outcomeOfWrite(const ModuleOutcome &outcome)
         return {ExitCode::NotInForce, outcome.reason};
     case Kind::StacksEdited:
         return {ExitCode::Loss, outcome.reason};
+    case Kind::Busy:
+        return {ExitCode::Busy, outcome.reason};
     case Kind::RolledBack:
     case Kind::Failed:
         break;

@@ -8,7 +8,7 @@
 
 /**
  * How a write of a module's policy ended: Loss where the stacks were edited by hand, NotInForce where others than our profiles
- * go on calling a module that was to be switched off. The error is the reason alone.
+ * go on calling a module that was to be switched off, Busy where another write or package has to end first. The error is the reason alone.
  */
 Outcome outcomeOfWrite(const ModuleOutcome &outcome);
 

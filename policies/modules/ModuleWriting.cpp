@@ -365,7 +365,7 @@ private:
             true; // debconf's frontend runs it: without that it would write the stacks after they are put back
         const CommandOutcome outcome = runCommand(tool);
         if (!outcome.succeeded()) {
-            return failed(toolFailure(outcome));
+            return ended(tellsOfLock(outcome) ? Kind::Busy : Kind::Failed, toolFailure(outcome));
         }
         if (areSwitched(options.constLast())) {
             return ended(Kind::Done);
@@ -374,6 +374,12 @@ private:
             ? failed(tr("pam-auth-update has not switched the profiles"))
             : ended(Kind::StacksEdited,
                     tr("the stacks were edited by hand, and pam-auth-update leaves them as they are"));
+    }
+
+    /// By debconf's words, which it doesn't translate: its exit status is the same for all its errors.
+    static bool tellsOfLock(const CommandOutcome &outcome)
+    {
+        return outcome.standardError.contains(QLatin1String("is locked by another process"));
     }
 
     static QString toolFailure(const CommandOutcome &outcome)
@@ -504,6 +510,7 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
     outcome.reason = lock ? lock->obstacle() : QString();
     if (!outcome.reason.isEmpty()) {
+        outcome.kind = lock->isBusy() ? Kind::Busy : Kind::Failed;
         return outcome;
     }
     return ModuleWrite(policy, wish, place).run();

@@ -60,6 +60,8 @@ struct ModuleOutcome {
         /// The stacks would not have worked any more: a module that isn't installed, a jump to nowhere, or nobody could
         /// log in. All files are as they were.
         RolledBack,
+        /// Another write goes on, or another package has debconf's database just now. All files are as they were.
+        Busy,
         /// The wish can't be fulfilled, or a file or tool failed. All files are as they were, unless the reason says that
         /// one couldn't be put back.
         Failed,

@@ -17,6 +17,7 @@
 #include <QTest>
 
 #include <future>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -153,6 +154,7 @@ private Q_SLOTS:
     void putsBackWhatToolHasSwitchedInPart();
     void mendsWhatAKilledToolHasLeft_data();
     void mendsWhatAKilledToolHasLeft();
+    void isBusyWhileOthersHaveDebconf();
     void putsBackItsOwnAnswerAlone();
     void refuses_data();
     void refuses();
@@ -666,6 +668,20 @@ void ModuleWritingTest::mendsWhatAKilledToolHasLeft()
     QCOMPARE(forced.kind, Kind::Done);
     QCOMPARE(linesCalling("pam_faillock", account), lines);
     QCOMPARE(readModule(faillockPolicy()).force, profiles == Switch::On ? ModuleForce::OurProfiles : ModuleForce::None);
+}
+
+void ModuleWritingTest::isBusyWhileOthersHaveDebconf()
+{
+    const FolderContent before = machine();
+    QFile database(QStringLiteral("/var/cache/debconf/config.dat"));
+    QVERIFY(database.open(QIODevice::ReadWrite));
+    QCOMPARE(flock(database.handle(), LOCK_EX), 0);
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    database.close();
+    QCOMPARE(outcome.kind, Kind::Busy);
+    QVERIFY(!outcome.changed);
+    QCOMPARE(machine(), before);
 }
 
 void ModuleWritingTest::putsBackItsOwnAnswerAlone()
