@@ -47,6 +47,15 @@ std::optional<qlonglong> leadingNumber(const QString &text)
     return isNumber ? std::make_optional(number) : std::nullopt;
 }
 
+QVariant numberIn(const ModuleSetting &setting, const QString &text)
+{
+    const std::optional<qlonglong> number = leadingNumber(text);
+    if (!number) {
+        return {};
+    }
+    return setting.isShort ? qlonglong(static_cast<quint16>(*number)) : *number;
+}
+
 QVariant secondsIn(const ModuleSetting &setting, const QString &text)
 {
     if (setting.zeroIsNever && text == QLatin1String("never")) {
@@ -66,7 +75,7 @@ QVariant valueIn(const ModuleSetting &setting, const QString &text)
     case SettingKind::Switch:
         return number ? QVariant(*number != 0) : QVariant();
     case SettingKind::Number:
-        return number ? QVariant(*number) : QVariant();
+        return numberIn(setting, text);
     case SettingKind::Seconds:
         return secondsIn(setting, text);
     case SettingKind::Text:

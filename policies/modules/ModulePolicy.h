@@ -34,6 +34,8 @@ struct ModuleSetting {
     bool zeroIsNever = false;
     /// What the module goes by where nothing sets it; invalid where there is nothing, or another setting says it.
     QVariant byDefault = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// Whether the module keeps no more of the number than its lowest 16 bits.
+    bool isShort = false;
 };
 
 /// A policy that one PAM module enforces.
