@@ -12,6 +12,7 @@
 #include <QMap>
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <utility>
 
 namespace
@@ -37,6 +38,12 @@ QByteArray contentOf(const QString &root, const QString &path, ModuleReading *re
 {
     reading->paths += path;
     QFile file(root + path);
+    struct stat status = {};
+    if (stat(QFile::encodeName(file.fileName()).constData(), &status) == 0 && S_ISFIFO(status.st_mode)) {
+        // to open it would wait for a writer
+        reading->error = path + QLatin1String(": ") + QCoreApplication::translate("ModuleReading", "is a pipe");
+        return {};
+    }
     if (file.open(QIODevice::ReadOnly)) {
         return file.readAll();
     }

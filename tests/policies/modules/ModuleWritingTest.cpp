@@ -139,6 +139,7 @@ private Q_SLOTS:
     void losesNothingOfWritersAtOnce();
     void leavesValuesThatCantBeSet();
     void replacesWhatItsModuleDoesNotUnderstand();
+    void waitsForNoPipe();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
@@ -421,6 +422,19 @@ void ModuleWritingTest::replacesWhatItsModuleDoesNotUnderstand()
         QCOMPARE(write(pwqualityPolicy(), ten, Switch::Stay).reason, QString());
         QCOMPARE(contentOf(path), QByteArray("# mine\nminlen = 10\n"));
     }
+}
+
+void ModuleWritingTest::waitsForNoPipe()
+{
+    const QString error = faillockFile + QLatin1String(": is a pipe");
+    QFile::remove(faillockFile);
+    QCOMPARE(mkfifo(faillockFile.toLatin1().constData(), S_IRUSR), 0);
+
+    const QString read = readModule(faillockPolicy()).error;
+    const QString written = write(faillockPolicy(), five, Switch::On).reason;
+    QFile::remove(faillockFile);
+    QCOMPARE(read, error);
+    QCOMPARE(written, error);
 }
 
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
