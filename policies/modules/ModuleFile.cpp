@@ -166,7 +166,10 @@ QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &conte
     return valuesIn(policy, policy.takesFirstLine ? firstOfEach(policy, entries) : entries);
 }
 
-QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content, const QVariantMap &values)
+QByteArray moduleFileWith(const ModulePolicy &policy,
+                          const QByteArray &content,
+                          const QVariantMap &values,
+                          const QStringList &kept)
 {
     QVariantMap left = setValues(policy, values);
     QByteArrayList lines = content.split('\n');
@@ -178,7 +181,10 @@ QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content,
         const ModuleEntry entry = entryIn(*line);
         const ModuleSetting *setting = settingTaken(policy, entry.name);
         const QVariant wanted = setting ? left.take(setting->name) : QVariant();
-        const bool isAsWanted = !setting || (wanted.isValid() && valueIn(*setting, entry.text) == wanted);
+        const QVariant present = setting ? valueIn(*setting, entry.text) : QVariant();
+        const bool isKept =
+            setting && !present.isValid() && !values.contains(setting->name) && kept.contains(setting->name);
+        const bool isAsWanted = !setting || isKept || (wanted.isValid() && present == wanted);
         const QByteArray text = wanted.isValid() ? settingLine(*setting, wanted) : QByteArray();
         const QByteArray rebuilt = isAsWanted ? *line : lineWith(text, *line);
         if (isAsWanted || !rebuilt.isNull()) {

@@ -214,11 +214,22 @@ private:
             return false;
         }
         const QByteArray kept = m_before.isMalformed ? commentsOf(content) : content;
-        const QByteArray written = moduleFileWith(m_policy, kept, m_values);
+        const QByteArray written = moduleFileWith(m_policy, kept, m_values, settingsLeftAlone());
         if (written == content) {
             return true;
         }
         return makeFolder(QFileInfo(path).path(), error) && replaceFile(path, written, error);
+    }
+
+    /// Those that the wish says nothing of. What stands there without a meaning is nothing to be merged, nor to be lost.
+    QStringList settingsLeftAlone() const
+    {
+        QStringList names;
+        for (const ModuleSetting &setting : m_policy.settings) {
+            const bool isNamed = m_wish.values.contains(setting.name) || m_wish.unset.contains(setting.name);
+            names += m_wish.merges && !isNamed ? QStringList{setting.name} : QStringList();
+        }
+        return names;
     }
 
     /// Only that beside the library's own file may be missing. Everybody may read what is in it.

@@ -136,6 +136,7 @@ private Q_SLOTS:
     void changesNothingTheSecondTime();
     void mergesWhatIsNamed_data();
     void mergesWhatIsNamed();
+    void keepsLinesWithoutMeaningAsItMerges();
     void losesNothingOfWritersAtOnce();
     void leavesValuesThatCantBeSet();
     void replacesWhatItsModuleDoesNotUnderstand();
@@ -372,6 +373,25 @@ void ModuleWritingTest::mergesWhatIsNamed()
 
     QCOMPARE(writeModule(faillockPolicy(), {values, Switch::Stay, false, true, unset}).reason, QString());
     QCOMPARE(contentOf(faillockFile), file);
+}
+
+void ModuleWritingTest::keepsLinesWithoutMeaningAsItMerges()
+{
+    const QByteArray lines = "deny = abc\nunlock_time = 700000 # too long\n";
+    const QVariantMap silent{{QStringLiteral("silent"), true}};
+    writeContent(faillockFile, lines);
+
+    QCOMPARE(writeModule(faillockPolicy(), {silent, Switch::Stay, false, true}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), lines + "silent\n");
+    QCOMPARE(writeModule(faillockPolicy(), {five, Switch::Stay, false, true}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 5\nunlock_time = 700000 # too long\nsilent\n"));
+    const QStringList unset{QStringLiteral("unlock_time")};
+    QCOMPARE(writeModule(faillockPolicy(), {{}, Switch::Stay, false, true, unset}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 5\n# too long\nsilent\n"));
+
+    writeContent(faillockFile, lines);
+    QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("# too long\n"));
 }
 
 void ModuleWritingTest::losesNothingOfWritersAtOnce()
