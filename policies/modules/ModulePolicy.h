@@ -67,6 +67,8 @@ struct ModulePolicy {
     bool takesFirstLine = false;
     /// Whether of its options a flag with a text isn't taken, and a text that is no number counts as 0.
     bool strictOptions = false;
+    /// Whether its module reads no file in older releases: what our line has there is to be in the file in newer ones.
+    bool hadNoFile = false;
 };
 
 const ModulePolicy &faillockPolicy();

@@ -75,6 +75,27 @@ struct KeptOptions {
     QVariantMap values;
 };
 
+/// Whether options of our line are the policy's values that an older module had there, and that are to go into the file.
+bool areOptionsOutdated(const ModulePolicy &policy, const ModuleLine &line)
+{
+    return policy.hadNoFile && line.isOurs && moduleReadsFile(policy)
+        && !moduleOptionValues(policy, line.options).isEmpty();
+}
+
+/// What is set now: the module lays its line's options over the file.
+QVariantMap presentValues(const ModulePolicy &policy, const ModuleReading &reading)
+{
+    QVariantMap values = reading.values;
+    for (const ModuleLine &line : reading.lines) {
+        const QVariantMap options =
+            areOptionsOutdated(policy, line) ? moduleOptionValues(policy, line.options) : QVariantMap();
+        for (auto option = options.begin(); option != options.end(); ++option) {
+            values.insert(option.key(), *option);
+        }
+    }
+    return values;
+}
+
 /// What is left of a file that can't be understood.
 QByteArray commentsOf(const QByteArray &content)
 {
@@ -97,7 +118,7 @@ public:
         , m_place(place)
         , m_hadFolder(QFile::exists(QFileInfo(place.root + policy.path).path()))
         , m_before(readModule(policy, place.root))
-        , m_values(wantedValues(wish, m_before.values))
+        , m_values(wantedValues(wish, presentValues(policy, m_before)))
         , m_answer(place.root, place.pamAuthUpdate.environment)
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
@@ -195,7 +216,7 @@ private:
         if (!switched.succeeded()) {
             return switched;
         }
-        if (!readsFile && !writeOptions(m_policy, m_values, &error)) {
+        if (readsFile ? !takeOptionsAway(&error) : !writeOptions(m_policy, m_values, &error)) {
             return failed(error);
         }
         const QString fault = freshFault(faultsBefore);
@@ -372,8 +393,8 @@ private:
     {
         Command tool = m_place.pamAuthUpdate;
         tool.arguments += options + m_policy.profiles;
-        tool.endsAsGroup =
-            true; // debconf's frontend runs it: without that it would write the stacks after they are put back
+        // debconf's frontend runs it: alone it would go on, and write the stacks after they are put back
+        tool.endsAsGroup = true;
         const CommandOutcome outcome = runCommand(tool);
         if (!outcome.succeeded()) {
             return ended(tellsOfLock(outcome) ? Kind::Busy : Kind::Failed, toolFailure(outcome));
@@ -399,6 +420,16 @@ private:
             ? tr("exit code %1").arg(outcome.exitCode) + QLatin1String(": ") + outcome.standardError.simplified()
             : outcome.errorString;
         return tr("pam-auth-update has failed: %1").arg(why);
+    }
+
+    /// The file has them by now.
+    bool takeOptionsAway(QString *error) const
+    {
+        const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
+        return std::all_of(lines.begin(), lines.end(), [&](const ModuleLine &line) {
+            return !areOptionsOutdated(m_policy, line)
+                || replaceOptions(m_policy, line, moduleOptionsWith(m_policy, line.options, {}), error);
+        });
     }
 
     /// Where the module reads no file, its options are the values.

@@ -88,7 +88,7 @@ struct ModuleOutcome {
  * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
  * but a failure, also where pam-auth-update(8) would replace one. Where the module reads no file, the values are the options of its line in the stack, which
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
- * with each new version of its package.
+ * with each new version of its package. Where the module reads one by now, they go from our line into the file.
  *
  * Values that stand there already may be any that the module reads. A file that its module doesn't understand is written anew
  * where the wish says all that it is to have; its comments stay.

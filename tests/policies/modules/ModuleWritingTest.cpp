@@ -149,6 +149,7 @@ private Q_SLOTS:
     void doublesNoOtherLine();
     void knowsItsLinesAmongOthers();
     void writesItsLineBesideThoseOfServices();
+    void takesOptionsOfAnOlderModuleIntoTheFile();
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
@@ -589,6 +590,30 @@ void ModuleWritingTest::writesItsLineBesideThoseOfServices()
     QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 8LL}}, Switch::Stay).reason,
              QStringLiteral("pam_pwhistory is called more than once: /etc/pam.d/common-password:1, "
                             "/etc/pam.d/common-password:27"));
+}
+
+void ModuleWritingTest::takesOptionsOfAnOlderModuleIntoTheFile()
+{
+    const QVariantMap ten{{QStringLiteral("remember"), 10LL}};
+    const QVariantMap both{{QStringLiteral("remember"), 10LL}, {QStringLiteral("enforce_for_root"), true}};
+    QCOMPARE(write(pwhistoryPolicy(), {}, Switch::On).kind, Kind::Done);
+    const QByteArray line = "pam_pwhistory.so use_authtok";
+    const QByteArray stack = contentOf(commonPassword);
+    writeContent(commonPassword, QByteArray(stack).replace(line, line + " remember=24 enforce_for_root"));
+    // one that knows the file has its path in its text
+    const QString path = readModule(pwhistoryPolicy()).modulePath;
+    const QByteArray module = contentOf(path);
+    writeContent(path, module + pwhistoryPolicy().path.toLatin1());
+
+    const ModuleOutcome outcome = writeModule(pwhistoryPolicy(), {ten, Switch::On, false, true});
+    const ModuleReading reading = readModule(pwhistoryPolicy());
+    writeContent(path, module);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(reading.values, both);
+    QCOMPARE(reading.force, ModuleForce::OurProfiles);
+    QCOMPARE(contentOf(pwhistoryPolicy().path).count('#'), m_machine.value(pwhistoryPolicy().path).count('#'));
+    QCOMPARE(linesCalling("pam_pwhistory", commonPassword), QByteArrayList{"password requisite " + line});
 }
 
 void ModuleWritingTest::saysWhatItCantSwitchOff()
