@@ -8,12 +8,29 @@
 #include "messages/LocalText.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QRegularExpression>
+#include <QThread>
+
+#include <csignal>
 
 namespace
 {
 constexpr int startLimit = 30000; // ms
-constexpr int finishLimit = 30000; // ms
+constexpr int endLimit = 5000; // ms, for what has been killed
+constexpr unsigned long endPause = 10; // ms
+
+/// Ends the group of a process that hasn't finished, and waits until all of it is gone: from then on it writes nothing.
+void endGroup(QProcess *process, pid_t group)
+{
+    kill(-group, SIGKILL);
+    process->waitForFinished(endLimit);
+    QElapsedTimer waited;
+    waited.start();
+    while (kill(-group, 0) == 0 && waited.elapsed() < endLimit) {
+        QThread::msleep(endPause);
+    }
+}
 }
 
 bool CommandOutcome::succeeded() const
@@ -23,17 +40,18 @@ bool CommandOutcome::succeeded() const
 
 CommandOutcome runCommand(const Command &command)
 {
-    QProcess process;
+    GroupProcess process(command.endsAsGroup);
     // where none is set it inherits this process's; Qt 6 would take an empty one for what it says
     if (!command.environment.isEmpty()) {
         process.setProcessEnvironment(command.environment);
     }
-    keepStartLimited(&process);
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
-    if (!process.waitForStarted(startLimit)) {
+    const bool hasStarted = process.waitForStarted(startLimit);
+    const auto group = static_cast<pid_t>(process.processId());
+    if (!hasStarted) {
         outcome.end = CommandOutcome::End::NotStarted;
-    } else if (!process.waitForFinished(finishLimit) || process.exitStatus() != QProcess::NormalExit) {
+    } else if (!process.waitForFinished(command.limit) || process.exitStatus() != QProcess::NormalExit) {
         // a crash has no text of its own
         outcome.end = CommandOutcome::End::NotFinished;
     } else {
@@ -48,6 +66,9 @@ CommandOutcome runCommand(const Command &command)
         // the call that Qt 5 starts it by then; Qt 6 has one for both
         static const QRegularExpression call(QStringLiteral("\\Aexecve: "));
         outcome.errorString.replace(call, QStringLiteral("execvp: "));
+    }
+    if (command.endsAsGroup && group > 0 && outcome.end == CommandOutcome::End::NotFinished) {
+        endGroup(&process, group);
     }
     return outcome;
 }

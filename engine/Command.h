@@ -13,6 +13,10 @@ struct Command {
     QStringList arguments;
     /// All that its environment has; if empty, it inherits this process's.
     QProcessEnvironment environment = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// Whether those that it starts end with it where it doesn't finish: it runs in a process group of its own.
+    bool endsAsGroup = false;
+    /// How long it may take to finish, in milliseconds.
+    int limit = 30000;
 };
 
 /// How a run of a command ended.
@@ -20,7 +24,7 @@ struct CommandOutcome {
     enum class End {
         /// It didn't start within 30 seconds.
         NotStarted,
-        /// It didn't finish within a further 30 seconds, or was ended by a signal.
+        /// It didn't finish within its limit, or was ended by a signal.
         NotFinished,
         /// It ended by itself; the exit code says how.
         Exited,
@@ -51,7 +55,7 @@ struct CommandFailureTexts {
 };
 
 /**
- * Runs the command to its end, for at most 30 seconds to start and 30 more to finish.
+ * Runs the command to its end, for at most 30 seconds to start and its limit to finish.
  *
  * It inherits the working directory, and the environment where the command has none; nothing is written to its input.
  */

@@ -34,4 +34,5 @@ inline constexpr char locksRootError[] = "LocksRoot";
 inline constexpr char tooManyRequestsError[] = "TooManyRequests";
 inline constexpr char stacksEditedError[] = "StacksEdited";
 inline constexpr char rolledBackError[] = "RolledBack";
+inline constexpr char busyError[] = "Busy";
 inline constexpr char failedError[] = "Failed";

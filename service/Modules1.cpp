@@ -79,6 +79,9 @@ bool isAccount(const QString &name)
 
 Answer tryUnlock(const QString &account)
 {
+    if (cannotBeLookedUp(account)) {
+        return Answer::failure(failedError, QStringLiteral("the account cannot be looked up now"));
+    }
     if (!isAccount(account)) {
         return Answer::failure(unknownAccountError, QStringLiteral("no such account"));
     }

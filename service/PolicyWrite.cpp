@@ -164,6 +164,8 @@ const char *errorOf(ModuleOutcome::Kind kind)
         return stacksEditedError;
     case ModuleOutcome::Kind::RolledBack:
         return rolledBackError;
+    case ModuleOutcome::Kind::Busy:
+        return busyError;
     default:
         return failedError;
     }

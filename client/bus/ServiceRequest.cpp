@@ -58,6 +58,9 @@ Outcome outcomeOfError(const QString &name, const QString &text)
     if (name == QLatin1String(tooManyRequestsError)) {
         return {ExitCode::Busy, translate("ServiceRequest", "the service is busy; try again later")};
     }
+    if (name == QLatin1String(busyError)) {
+        return {ExitCode::Busy, text};
+    }
     const bool isOfWork = name == QLatin1String(failedError) || name == QLatin1String(rolledBackError)
         || name == QLatin1String(stacksEditedError);
     return {ExitCode::Failed,

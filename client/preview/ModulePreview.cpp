@@ -40,6 +40,8 @@ Outcome outcomeOfWrite(const ModuleOutcome &outcome)
         return {ExitCode::NotInForce, outcome.reason};
     case Kind::StacksEdited:
         return {ExitCode::Loss, outcome.reason};
+    case Kind::Busy:
+        return {ExitCode::Busy, outcome.reason};
     case Kind::RolledBack:
     case Kind::Failed:
         break;
@@ -63,5 +65,8 @@ Preview modulePreviewOf(const ModulePolicy &policy, ModuleWish wish)
         wish.force = true;
         trial.write(wish);
     }
-    return {outcomeOfWrite(outcome), moduleChanges(policy, trial.copy()), true};
+    // ours can go, whatever others there are
+    const bool isPart =
+        outcome.kind == ModuleOutcome::Kind::NotOurs && !stackChanges(comparable(policy), trial.copy()).isEmpty();
+    return {isPart ? Outcome() : outcomeOfWrite(outcome), moduleChanges(policy, trial.copy()), true};
 }

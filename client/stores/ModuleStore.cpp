@@ -126,6 +126,10 @@ Outcome ModuleStore::told(Outcome outcome) const
     case ExitCode::Failed:
         outcome.error = writeFailure(outcome.error);
         break;
+    case ExitCode::Busy:
+        // one that has not answered in time may still carry it out
+        outcome.error = outcome.mayHappen ? outcome.error : writeFailure(outcome.error);
+        break;
     case ExitCode::Loss:
         outcome.error = translate("ModuleStore", "%1 is left as it is: %2; --force makes them anew, as shown")
                             .arg(phrase(), outcome.error);

@@ -23,7 +23,7 @@ const ModulePolicy &faillockPolicy()
         QStringLiteral("/etc/security/faillock.conf"),
         {QStringLiteral("auth"), QStringLiteral("account")},
         {
-            {QStringLiteral("deny"), Kind::Number, 1, mostFailures, false, 3LL},
+            {QStringLiteral("deny"), Kind::Number, 1, mostFailures, false, 3LL, true},
             {QStringLiteral("fail_interval"), Kind::Seconds, 1, longestTime, false, 900LL},
             {QStringLiteral("unlock_time"), Kind::Seconds, 0, longestTime, true, 600LL},
             faillockFlag("even_deny_root"),

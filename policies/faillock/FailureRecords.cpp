@@ -9,7 +9,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 #include <QtEndian>
 
 #include <algorithm>
@@ -18,8 +20,10 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -34,6 +38,9 @@ static_assert(sizeof(TallyEntry) == 64);
 
 constexpr quint16 isValid = 1; // else it was followed by a login that succeeded
 constexpr int mostEntries = 1024; // the module reads no more of a file
+constexpr int lockLimit = 500; // ms, many times what a login needs
+constexpr unsigned long lockPause = 20; // ms
+constexpr int resetLimit = 2000; // ms
 
 /// What pam_faillock goes by.
 class FaillockLimits
@@ -158,6 +165,20 @@ public:
         return isOther ? QString() : m_path + QLatin1String(": ") + qt_error_string(m_error);
     }
 
+    /// Whether somebody holds it locked for longer than logins do; whoever waited for that would wait as long as he likes.
+    bool isHeld() const
+    {
+        QElapsedTimer waited;
+        waited.start();
+        while (m_isPlain && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+            if (waited.elapsed() >= lockLimit) {
+                return true;
+            }
+            QThread::msleep(lockPause);
+        }
+        return false;
+    }
+
     /// In their order; none where it is no plain file.
     QVector<TallyEntry> validEntries() const
     {
@@ -261,8 +282,13 @@ FailureListing failureRecords()
         const TallyFile file(folder.filePath(account));
         listing.error = file.error().isEmpty() ? listing.error : file.error();
         const QVector<TallyEntry> failures = failuresIn(file, limits.interval());
-        if (!failures.isEmpty()) {
-            listing.accounts += recordOf(account, failures, limits);
+        if (failures.isEmpty()) {
+            continue;
+        }
+        listing.accounts += recordOf(account, failures, limits);
+        if (cannotBeLookedUp(account)) {
+            listing.error =
+                QCoreApplication::translate("FailureRecords", "%1 cannot be looked up among the accounts").arg(account);
         }
     }
     return listing;
@@ -274,9 +300,15 @@ QString forgetFailures(const QString &account)
     if (!recordedAccounts(folder).contains(account)) {
         return {};
     }
-    const Command reset{
-        QStringLiteral("/usr/sbin/faillock"),
-        {QStringLiteral("--dir"), folder, QStringLiteral("--user"), account, QStringLiteral("--reset")}};
+    const QString path = folder + QLatin1Char('/') + account;
+    if (TallyFile(path).isHeld()) {
+        return QCoreApplication::translate("FailureRecords", "a process holds %1 locked: end it, or remove the file")
+            .arg(path);
+    }
+    Command reset{QStringLiteral("/usr/sbin/faillock"),
+                  {QStringLiteral("--dir"), folder, QStringLiteral("--user"), account, QStringLiteral("--reset")}};
+    reset.endsAsGroup = true;
+    reset.limit = resetLimit; // the file may be locked by now
     const CommandOutcome outcome = runCommand(reset);
     if (!outcome.succeeded()) {
         const bool hasExited = outcome.end == CommandOutcome::End::Exited;
@@ -284,10 +316,23 @@ QString forgetFailures(const QString &account)
             .arg(hasExited ? outcome.standardError.simplified() : outcome.errorString);
     }
     // it ends well where it could not write, too
-    if (!failuresIn(TallyFile(folder + QLatin1Char('/') + account), 1).isEmpty()) {
+    if (!failuresIn(TallyFile(path), 1).isEmpty()) {
         return QCoreApplication::translate("FailureRecords", "%1 still has failures").arg(account);
     }
     return {};
+}
+
+bool cannotBeLookedUp(const QString &account)
+{
+    std::vector<char> room(65536);
+    passwd entry = {};
+    passwd *found = nullptr;
+    const QByteArray name = QFile::encodeName(account);
+    if (getpwnam_r(name.constData(), &entry, room.data(), room.size(), &found) != 0) {
+        return true;
+    }
+    // a database that isn't there at all is no error
+    return !found && !getpwnam("root");
 }
 
 QString failureFolder()

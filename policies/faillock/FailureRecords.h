@@ -27,7 +27,8 @@ struct FailureRecord {
 };
 
 struct FailureListing {
-    /// Why the records can't be read, one line; empty if they were. The accounts are those that could be.
+    /// Why the records can't be read, or what they come to isn't known; one line; empty if they were. The accounts are those
+    /// that could be read.
     QString error;
     /// Those with failures that count, by name.
     QVector<FailureRecord> accounts;
@@ -43,11 +44,16 @@ struct FailureListing {
 FailureListing failureRecords();
 
 /**
- * Forgets the failures of an account, and so opens it, by means of faillock(8).
+ * Forgets the failures of an account, and so opens it, by means of faillock(8). The record is a file of the account's own,
+ * who may hold it locked: that is told at once.
  *
  * @return why that failed, one line; empty if it didn't. An account without failures is no error
  */
 QString forgetFailures(const QString &account);
+
+/// Whether no database of accounts says now that there is such an account, nor that there is none. May wait for one in the
+/// network.
+bool cannotBeLookedUp(const QString &account);
 
 /// Where pam_faillock keeps its records.
 QString failureFolder();

@@ -40,7 +40,7 @@ QString DebconfAnswer::putBack() const
     const QString script =
         QStringLiteral("echo \"SET libpam-runtime/profiles $0\" | debconf-communicate libpam-runtime");
     const CommandOutcome outcome = runCommand(
-        {QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script, QString::fromUtf8(m_taken)}, m_environment});
+        {QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script, QString::fromUtf8(m_taken)}, m_environment, true});
     if (outcome.succeeded() && answerIn(m_path) == m_taken) {
         return {};
     }

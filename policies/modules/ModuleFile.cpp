@@ -47,6 +47,15 @@ std::optional<qlonglong> leadingNumber(const QString &text)
     return isNumber ? std::make_optional(number) : std::nullopt;
 }
 
+QVariant numberIn(const ModuleSetting &setting, const QString &text)
+{
+    const std::optional<qlonglong> number = leadingNumber(text);
+    if (!number) {
+        return {};
+    }
+    return setting.isShort ? qlonglong(static_cast<quint16>(*number)) : *number;
+}
+
 QVariant secondsIn(const ModuleSetting &setting, const QString &text)
 {
     if (setting.zeroIsNever && text == QLatin1String("never")) {
@@ -66,7 +75,7 @@ QVariant valueIn(const ModuleSetting &setting, const QString &text)
     case SettingKind::Switch:
         return number ? QVariant(*number != 0) : QVariant();
     case SettingKind::Number:
-        return number ? QVariant(*number) : QVariant();
+        return numberIn(setting, text);
     case SettingKind::Seconds:
         return secondsIn(setting, text);
     case SettingKind::Text:
@@ -157,7 +166,10 @@ QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &conte
     return valuesIn(policy, policy.takesFirstLine ? firstOfEach(policy, entries) : entries);
 }
 
-QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content, const QVariantMap &values)
+QByteArray moduleFileWith(const ModulePolicy &policy,
+                          const QByteArray &content,
+                          const QVariantMap &values,
+                          const QStringList &kept)
 {
     QVariantMap left = setValues(policy, values);
     QByteArrayList lines = content.split('\n');
@@ -169,7 +181,10 @@ QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content,
         const ModuleEntry entry = entryIn(*line);
         const ModuleSetting *setting = settingTaken(policy, entry.name);
         const QVariant wanted = setting ? left.take(setting->name) : QVariant();
-        const bool isAsWanted = !setting || (wanted.isValid() && valueIn(*setting, entry.text) == wanted);
+        const QVariant present = setting ? valueIn(*setting, entry.text) : QVariant();
+        const bool isKept =
+            setting && !present.isValid() && !values.contains(setting->name) && kept.contains(setting->name);
+        const bool isAsWanted = !setting || isKept || (wanted.isValid() && present == wanted);
         const QByteArray text = wanted.isValid() ? settingLine(*setting, wanted) : QByteArray();
         const QByteArray rebuilt = isAsWanted ? *line : lineWith(text, *line);
         if (isAsWanted || !rebuilt.isNull()) {

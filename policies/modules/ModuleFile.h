@@ -15,8 +15,13 @@ QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &conte
 /**
  * The content with these values: each in the last line that sets it now, or at the end. A line that has it already keeps its
  * bytes; other lines that set it, and those of settings that are absent or false flags, go, and leave their comments.
+ *
+ * @param kept settings whose lines stay, too, where the module takes nothing of them and the values have none
  */
-QByteArray moduleFileWith(const ModulePolicy &policy, const QByteArray &content, const QVariantMap &values);
+QByteArray moduleFileWith(const ModulePolicy &policy,
+                          const QByteArray &content,
+                          const QVariantMap &values,
+                          const QStringList &kept = {});
 
 /// What options of a module's line set of the policy.
 QVariantMap moduleOptionValues(const ModulePolicy &policy, const QStringList &options);

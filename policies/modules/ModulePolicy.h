@@ -34,6 +34,8 @@ struct ModuleSetting {
     bool zeroIsNever = false;
     /// What the module goes by where nothing sets it; invalid where there is nothing, or another setting says it.
     QVariant byDefault = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// Whether the module keeps no more of the number than its lowest 16 bits.
+    bool isShort = false;
 };
 
 /// A policy that one PAM module enforces.
@@ -65,6 +67,8 @@ struct ModulePolicy {
     bool takesFirstLine = false;
     /// Whether of its options a flag with a text isn't taken, and a text that is no number counts as 0.
     bool strictOptions = false;
+    /// Whether its module reads no file in older releases: what our line has there is to be in the file in newer ones.
+    bool hadNoFile = false;
 };
 
 const ModulePolicy &faillockPolicy();

@@ -12,6 +12,7 @@
 #include <QMap>
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <utility>
 
 namespace
@@ -37,6 +38,12 @@ QByteArray contentOf(const QString &root, const QString &path, ModuleReading *re
 {
     reading->paths += path;
     QFile file(root + path);
+    struct stat status = {};
+    if (stat(QFile::encodeName(file.fileName()).constData(), &status) == 0 && S_ISFIFO(status.st_mode)) {
+        // to open it would wait for a writer
+        reading->error = path + QLatin1String(": ") + QCoreApplication::translate("ModuleReading", "is a pipe");
+        return {};
+    }
     if (file.open(QIODevice::ReadOnly)) {
         return file.readAll();
     }
@@ -122,13 +129,15 @@ struct RecordedStack {
     QStringList profiles;
     /// Their lines that call the module.
     QVector<PamStackLine> lines;
+    /// Whether it has ended before it put its record of them in place.
+    bool isUnfinished = false;
 };
 
-RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
+RecordedStack recordIn(const ModulePolicy &policy, const QString &type, const QByteArray &content)
 {
     RecordedStack record;
     QString profile;
-    const auto lines = contentOf(root, QLatin1String("/var/lib/pam/") + type, reading).split('\n');
+    const auto lines = content.split('\n');
     for (const QByteArray &line : lines) {
         const QByteArray start = "Module: ";
         if (line.startsWith(start)) {
@@ -137,6 +146,18 @@ RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QS
             record.profiles += profile;
             record.lines += pamStackLines(type.toLatin1() + ' ' + line); // they stand there without their type
         }
+    }
+    return record;
+}
+
+RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QString &root, ModuleReading *reading)
+{
+    const QString path = QLatin1String("/var/lib/pam/") + type;
+    RecordedStack record = recordIn(policy, type, contentOf(root, path, reading));
+    if (record.profiles.isEmpty()) {
+        // the stack is renamed first, and then this to be the record
+        record = recordIn(policy, type, contentOf(root, path + QLatin1String(".new"), reading));
+        record.isUnfinished = !record.profiles.isEmpty();
     }
     return record;
 }
@@ -197,7 +218,8 @@ bool markOurs(const ModulePolicy &policy, const QString &root, ModuleReading *re
         profiles += record.profiles;
         const PrimaryBlock block(contentOf(root, stackOf(type), reading));
         // each of the types has a line: the tool may have ended between two stacks
-        areWhole = markOurs(record, type, block, &reading->lines) && !record.lines.isEmpty() && areWhole;
+        areWhole = markOurs(record, type, block, &reading->lines) && !record.lines.isEmpty() && !record.isUnfinished
+            && areWhole;
     }
     return areWhole && std::all_of(policy.profiles.begin(), policy.profiles.end(), [&profiles](const QString &name) {
                return profiles.contains(name);

@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <memory>
 #include <sys/stat.h>
 
@@ -49,11 +50,48 @@ QStringList filesOfTool(const QString &root)
     return files;
 }
 
+/**
+ * What stands where the tool writes and is no plain file: it would put one in its place, and nothing could bring the other
+ * back. Empty if there is none. Copies are plain files in any case.
+ */
+QString otherThanPlainFile()
+{
+    const QStringList files = filesOfTool(QString());
+    for (const QString &path : files) {
+        struct stat status = {};
+        if (lstat(QFile::encodeName(path).constData(), &status) == 0 && !S_ISREG(status.st_mode)) {
+            return path;
+        }
+    }
+    return {};
+}
+
 /// The values of a policy that stand on the line of its profile.
 struct KeptOptions {
     const ModulePolicy *policy;
     QVariantMap values;
 };
+
+/// Whether options of our line are the policy's values that an older module had there, and that are to go into the file.
+bool areOptionsOutdated(const ModulePolicy &policy, const ModuleLine &line)
+{
+    return policy.hadNoFile && line.isOurs && moduleReadsFile(policy)
+        && !moduleOptionValues(policy, line.options).isEmpty();
+}
+
+/// What is set now: the module lays its line's options over the file.
+QVariantMap presentValues(const ModulePolicy &policy, const ModuleReading &reading)
+{
+    QVariantMap values = reading.values;
+    for (const ModuleLine &line : reading.lines) {
+        const QVariantMap options =
+            areOptionsOutdated(policy, line) ? moduleOptionValues(policy, line.options) : QVariantMap();
+        for (auto option = options.begin(); option != options.end(); ++option) {
+            values.insert(option.key(), *option);
+        }
+    }
+    return values;
+}
 
 /// What is left of a file that can't be understood.
 QByteArray commentsOf(const QByteArray &content)
@@ -77,7 +115,7 @@ public:
         , m_place(place)
         , m_hadFolder(QFile::exists(QFileInfo(place.root + policy.path).path()))
         , m_before(readModule(policy, place.root))
-        , m_values(wantedValues(wish, m_before.values))
+        , m_values(wantedValues(wish, presentValues(policy, m_before)))
         , m_answer(place.root, place.pamAuthUpdate.environment)
         , m_snapshot(filesOfTool(place.root) + QStringList{place.root + policy.path})
     {
@@ -178,7 +216,7 @@ private:
         if (!switched.succeeded()) {
             return switched;
         }
-        if (!readsFile && !writeOptions(m_policy, m_values, &error)) {
+        if (readsFile ? !takeOptionsAway(&error) : !writeOptions(m_policy, m_values, &error)) {
             return failed(error);
         }
         const QString fault = freshFault(faultsBefore);
@@ -197,11 +235,22 @@ private:
             return false;
         }
         const QByteArray kept = m_before.isMalformed ? commentsOf(content) : content;
-        const QByteArray written = moduleFileWith(m_policy, kept, m_values);
+        const QByteArray written = moduleFileWith(m_policy, kept, m_values, settingsLeftAlone());
         if (written == content) {
             return true;
         }
         return makeFolder(QFileInfo(path).path(), error) && replaceFile(path, written, error);
+    }
+
+    /// Those that the wish says nothing of. What stands there without a meaning is nothing to be merged, nor to be lost.
+    QStringList settingsLeftAlone() const
+    {
+        QStringList names;
+        for (const ModuleSetting &setting : m_policy.settings) {
+            const bool isNamed = m_wish.values.contains(setting.name) || m_wish.unset.contains(setting.name);
+            names += m_wish.merges && !isNamed ? QStringList{setting.name} : QStringList();
+        }
+        return names;
     }
 
     /// Only that beside the library's own file may be missing. Everybody may read what is in it.
@@ -247,7 +296,7 @@ private:
 
     ModuleOutcome switchOff()
     {
-        if (areOursRecorded()) {
+        if (areOursThere()) {
             ModuleOutcome outcome = runTool(QStringLiteral("--disable"));
             if (!outcome.succeeded()) {
                 return outcome;
@@ -288,16 +337,30 @@ private:
         return false;
     }
 
+    /// The same, or any of their lines in the stacks: the tool may have ended before it recorded them.
+    bool areOursThere() const
+    {
+        const ModuleReading now = readModule(m_policy, m_place.root);
+        return areOursRecorded() || std::any_of(now.lines.begin(), now.lines.end(), [](const ModuleLine &line) {
+                   return line.isOurs;
+               });
+    }
+
     bool areSwitched(const QString &option) const
     {
         return option == QLatin1String("--enable")
             ? readModule(m_policy, m_place.root).force == ModuleForce::OurProfiles
-            : !areOursRecorded();
+            : !areOursThere();
     }
 
     /// Without "--force" first: that is needed for nothing but stacks that were edited, and leaves copies of the old ones.
     ModuleOutcome runTool(const QString &option)
     {
+        const QString other = otherThanPlainFile();
+        if (!other.isEmpty()) {
+            return failed(
+                tr("%1 is no plain file, and pam-auth-update would put one in its place: do so first").arg(other));
+        }
         ModuleOutcome outcome = runToolOnce({QStringLiteral("--package"), option});
         if (outcome.kind != Kind::StacksEdited || !m_wish.force) {
             return outcome;
@@ -330,9 +393,11 @@ private:
     {
         Command tool = m_place.pamAuthUpdate;
         tool.arguments += options + m_policy.profiles;
+        // debconf's frontend runs it: alone it would go on, and write the stacks after they are put back
+        tool.endsAsGroup = true;
         const CommandOutcome outcome = runCommand(tool);
         if (!outcome.succeeded()) {
-            return failed(toolFailure(outcome));
+            return ended(tellsOfLock(outcome) ? Kind::Busy : Kind::Failed, toolFailure(outcome));
         }
         if (areSwitched(options.constLast())) {
             return ended(Kind::Done);
@@ -343,12 +408,28 @@ private:
                     tr("the stacks were edited by hand, and pam-auth-update leaves them as they are"));
     }
 
+    /// By debconf's words, which it doesn't translate: its exit status is the same for all its errors.
+    static bool tellsOfLock(const CommandOutcome &outcome)
+    {
+        return outcome.standardError.contains(QLatin1String("is locked by another process"));
+    }
+
     static QString toolFailure(const CommandOutcome &outcome)
     {
         const QString why = outcome.end == CommandOutcome::End::Exited
             ? tr("exit code %1").arg(outcome.exitCode) + QLatin1String(": ") + outcome.standardError.simplified()
             : outcome.errorString;
         return tr("pam-auth-update has failed: %1").arg(why);
+    }
+
+    /// The file has them by now.
+    bool takeOptionsAway(QString *error) const
+    {
+        const QVector<ModuleLine> lines = readModule(m_policy, m_place.root).lines;
+        return std::all_of(lines.begin(), lines.end(), [&](const ModuleLine &line) {
+            return !areOptionsOutdated(m_policy, line)
+                || replaceOptions(m_policy, line, moduleOptionsWith(m_policy, line.options, {}), error);
+        });
     }
 
     /// Where the module reads no file, its options are the values.
@@ -360,7 +441,9 @@ private:
             *error = isLost ? tr("%1 reads no file here: it has to be switched on").arg(policy.module) : QString();
             return !isLost;
         }
-        if (lines.size() > 1) {
+        // those of the common stacks come first; a service's own beside them are their owner's
+        const bool isOnly = lines.size() == 1 || (lines.at(0).isCommon && !lines.at(1).isCommon);
+        if (!isOnly) {
             *error = tr("%1 is called more than once: %2, %3")
                          .arg(policy.module, lineText(lines.at(0)), lineText(lines.at(1)));
             return false;
@@ -469,6 +552,7 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
     outcome.reason = lock ? lock->obstacle() : QString();
     if (!outcome.reason.isEmpty()) {
+        outcome.kind = lock->isBusy() ? Kind::Busy : Kind::Failed;
         return outcome;
     }
     return ModuleWrite(policy, wish, place).run();

@@ -60,6 +60,8 @@ struct ModuleOutcome {
         /// The stacks would not have worked any more: a module that isn't installed, a jump to nowhere, or nobody could
         /// log in. All files are as they were.
         RolledBack,
+        /// Another write goes on, or another package has debconf's database just now. All files are as they were.
+        Busy,
         /// The wish can't be fulfilled, or a file or tool failed. All files are as they were, unless the reason says that
         /// one couldn't be put back.
         Failed,
@@ -84,9 +86,9 @@ struct ModuleOutcome {
  * chosen.
  *
  * The file is replaced by a complete new one, with its mode and owner, comments and foreign lines; a link is not followed,
- * but a failure. Where the module reads no file, the values are the options of its line in the stack, which
+ * but a failure, also where pam-auth-update(8) would replace one. Where the module reads no file, the values are the options of its line in the stack, which
  * pam-auth-update(8) keeps as changes of the administrator's; they go with the line. A profile with them would be reset
- * with each new version of its package.
+ * with each new version of its package. Where the module reads one by now, they go from our line into the file.
  *
  * Values that stand there already may be any that the module reads. A file that its module doesn't understand is written anew
  * where the wish says all that it is to have; its comments stay.

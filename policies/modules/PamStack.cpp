@@ -148,7 +148,8 @@ QString pamServicePath(const QString &root, const QString &service)
 
 QStringList pamServices(const QString &root)
 {
-    static const QRegularExpression kept(QStringLiteral(R"((~|\.pam-(old|new)|\.dpkg-[a-z]+|\.new)\z)"));
+    static const QRegularExpression kept(
+        QStringLiteral(R"((~|\.(pam-(old|new)|dpkg-[a-z]+|new|old|orig|bak|save))\z)"));
     QStringList names;
     const auto folders = pamFolders();
     for (const QString &folder : folders) {

@@ -43,6 +43,6 @@ QStringList pamFolders();
 /// The path of a service's file, in the folder where libpam takes it from.
 QString pamServicePath(const QString &root, const QString &service);
 
-/// The names of the files in these folders, or in copies below a folder, those that others include first. What tools and
-/// editors keep beside them isn't theirs.
+/// The names of the files in these folders, or in copies below a folder, those that others include first. What tools,
+/// editors and administrators keep beside them isn't theirs.
 QStringList pamServices(const QString &root);

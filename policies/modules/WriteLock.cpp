@@ -42,6 +42,11 @@ QString WriteLock::obstacle() const
     return m_obstacle;
 }
 
+bool WriteLock::isBusy() const
+{
+    return m_isBusy;
+}
+
 bool WriteLock::isRootsAlone() const
 {
     struct stat status = {};
@@ -49,12 +54,13 @@ bool WriteLock::isRootsAlone() const
         && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-QString WriteLock::waitForIt() const
+QString WriteLock::waitForIt()
 {
     QElapsedTimer waited;
     waited.start();
     while (flock(m_file, LOCK_EX | LOCK_NB) != 0) {
         if (waited.elapsed() >= longestWait) {
+            m_isBusy = true;
             return QCoreApplication::translate("WriteLock", "another write goes on");
         }
         QThread::msleep(waitPause);

@@ -19,13 +19,16 @@ public:
 
     /// Why it isn't held, one line; empty if it is.
     QString obstacle() const;
+    /// Whether that is another write.
+    bool isBusy() const;
 
 private:
     Q_DISABLE_COPY(WriteLock)
 
     bool isRootsAlone() const;
-    QString waitForIt() const;
+    QString waitForIt();
 
     int m_file;
     QString m_obstacle;
+    bool m_isBusy = false;
 };

@@ -28,6 +28,7 @@ const ModulePolicy &pwhistoryPolicy()
         true,
         true,
         true,
+        true,
     };
     return policy;
 }

@@ -8,7 +8,13 @@
 #include "tests/support/ScopedLatin1.h"
 #include "tests/support/ScopedVariable.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+
+#include <csignal>
+#include <utility>
 
 Q_DECLARE_METATYPE(CommandOutcome::End)
 
@@ -29,6 +35,8 @@ constexpr CommandFailureTexts failureTexts = {"Context", "start %1 %2 %3", "fini
 
 /// The waits since the last look, and their limits in milliseconds.
 QStringList waits;
+/// Where set, the first wait for an end is over as soon as this file is there, and in vain.
+QString fileThatEndsWait;
 
 Command shell(const char *script)
 {
@@ -53,6 +61,13 @@ bool __wrap__ZN8QProcess14waitForStartedEi(QProcess *process, int limit)
 bool __wrap__ZN8QProcess15waitForFinishedEi(QProcess *process, int limit)
 {
     waits += QStringLiteral("finish %1").arg(limit);
+    const QString file = std::exchange(fileThatEndsWait, QString());
+    while (!file.isEmpty()) {
+        if (QFile::exists(file)) {
+            return false;
+        }
+        QThread::msleep(1);
+    }
     return __real__ZN8QProcess15waitForFinishedEi(process, limit);
 }
 
@@ -64,6 +79,9 @@ private Q_SLOTS:
     void tellsHowItEnded_data();
     void tellsHowItEnded();
     void waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd();
+    void takesALimitOfTheCommandsOwn();
+    void endsAllOfTheGroupOfWhatDoesNotFinish_data();
+    void endsAllOfTheGroupOfWhatDoesNotFinish();
     void readsErrorsInTheEncodingOfTheLocale();
     void hasTheEnvironmentOfTheCommandOrElseOfThisProcess();
     void putsFailureIntoTheCallersWords_data();
@@ -101,6 +119,48 @@ void CommandTest::waitsThirtySecondsForTheStartAndThirtyMoreForTheEnd()
     runCommand(shell("exit 0"));
 
     QCOMPARE(waits, QStringList({QStringLiteral("start 30000"), QStringLiteral("finish 30000")}));
+}
+
+void CommandTest::takesALimitOfTheCommandsOwn()
+{
+    waits.clear();
+    Command command = shell("exit 0");
+    command.limit = 2000;
+
+    runCommand(command);
+
+    QCOMPARE(waits, QStringList({QStringLiteral("start 30000"), QStringLiteral("finish 2000")}));
+}
+
+void CommandTest::endsAllOfTheGroupOfWhatDoesNotFinish_data()
+{
+    const Rows<QByteArray, bool, bool> row("end", "isLate", "endsAsGroup");
+    row("late", "wait", true, true);
+    row("killed", "kill -9 $$", false, true);
+    row("late, and alone", "wait", true, false);
+}
+
+void CommandTest::endsAllOfTheGroupOfWhatDoesNotFinish()
+{
+    QFETCH(const QByteArray, end);
+    QFETCH(const bool, isLate);
+    QFETCH(const bool, endsAsGroup);
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("child"));
+    Command command = shell(QByteArray("sleep 60 & echo $! >$0.new; mv $0.new $0; " + end).constData());
+    command.arguments += file;
+    command.endsAsGroup = endsAsGroup;
+    fileThatEndsWait = isLate ? file : QString();
+
+    const CommandOutcome outcome = runCommand(command);
+
+    QCOMPARE(int(outcome.end), int(CommandOutcome::End::NotFinished));
+    QFile written(file);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const int child = written.readAll().trimmed().toInt();
+    QVERIFY(child > 0);
+    QCOMPARE(kill(child, 0) == 0, !endsAsGroup);
+    kill(child, SIGKILL);
 }
 
 void CommandTest::readsErrorsInTheEncodingOfTheLocale()

@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <cstring>
+#include <sys/file.h>
 
 namespace
 {
@@ -110,12 +111,15 @@ private Q_SLOTS:
     void takesOptionsOfLine_data();
     void takesOptionsOfLine();
     void locksNoAccountThatIsNoMore();
+    void tellsWhereAccountsCannotBeLookedUp();
     void listsNobodyAsLockedWhereNobodyIs_data();
     void listsNobodyAsLockedWhereNobodyIs();
     void forgetsOneAccount();
     void forgetsNothingOfStrangers();
     void tellsWhatCannotBeForgotten();
     void tellsWhatIsNotForgotten();
+    void waitsForNobodyWhoHoldsARecord_data();
+    void waitsForNobodyWhoHoldsARecord();
     void agreesWithRealLogins();
     void opensAfterItsTime();
     void locksRootOnlyIfAsked_data();
@@ -337,6 +341,23 @@ void FailureRecordsTest::locksNoAccountThatIsNoMore()
     QCOMPARE(listed(), QStringLiteral("departed: 1, tty1, -100 to -100, open\n"));
 }
 
+void FailureRecordsTest::tellsWhereAccountsCannotBeLookedUp()
+{
+    const QString path = QStringLiteral("/etc/nsswitch.conf");
+    setUp("deny = 1\n");
+    writeContent(folder + QLatin1String("/tester"), entry(100));
+    const QByteArray before = contentOf(path);
+    writeContent(path, "passwd: nosuch\n");
+    // a process that has asked already goes on by what it has read
+    const ProgramResult result = runAs(
+        root, QStringLiteral("/usr/bin/env"), {QStringLiteral("LISTS=1"), QCoreApplication::applicationFilePath()});
+    writeContent(path, before);
+
+    QCOMPARE(result.standardOutput,
+             QByteArray("tester cannot be looked up among the accountstester: 1, tty1, -100 to -100, open\n"));
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, locked until 500\n"));
+}
+
 void FailureRecordsTest::listsNobodyAsLockedWhereNobodyIs_data()
 {
     const Rows<QByteArray, RowText> row("stack", "lock");
@@ -410,6 +431,36 @@ void FailureRecordsTest::tellsWhatIsNotForgotten()
 
     QCOMPARE(forgetFailures(tester), QStringLiteral("tester still has failures"));
     writeProgram(tool, real);
+}
+
+void FailureRecordsTest::waitsForNobodyWhoHoldsARecord_data()
+{
+    const Rows<int> row("operation");
+    row("alone", LOCK_EX);
+    row("with others", LOCK_SH);
+}
+
+void FailureRecordsTest::waitsForNobodyWhoHoldsARecord()
+{
+    QFETCH(const int, operation);
+    setUp("");
+    const QString records = folder + QLatin1String("/tester");
+    writeContent(records, entry(100));
+    const QString tool = QStringLiteral("/usr/sbin/faillock");
+    const QByteArray real = contentOf(tool);
+    writeProgram(tool, "#!/bin/sh\ntouch /run/waits\n");
+    QFile held(records);
+    QVERIFY(held.open(QIODevice::ReadOnly));
+    QCOMPARE(flock(held.handle(), operation), 0);
+
+    const QString told = forgetFailures(tester);
+    writeProgram(tool, real);
+    QCOMPARE(told, QStringLiteral("a process holds /var/lib/failures/tester locked: end it, or remove the file"));
+    QVERIFY(!QFile::exists(QStringLiteral("/run/waits")));
+    QCOMPARE(listed(), QStringLiteral("tester: 1, tty1, -100 to -100, open\n"));
+    held.close();
+    QCOMPARE(forgetFailures(tester), QString());
+    QCOMPARE(listed(), QString());
 }
 
 void FailureRecordsTest::agreesWithRealLogins()

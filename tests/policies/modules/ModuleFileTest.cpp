@@ -49,6 +49,8 @@ void ModuleFileTest::reads_data()
     row("the last one", "deny = 4\ndeny = 5\n", {{deny, 5LL}});
     row("the last one that is a number", "deny = 4\ndeny = five\n", {{deny, 4LL}});
     row("no more than the digits", "deny = 4x\n", {{deny, 4LL}});
+    row("no more than the module keeps of it", "deny = 65538\n", {{deny, 2LL}});
+    row("all of a time", "unlock_time = 65538\n", {{unlockTime, 65538LL}});
     row("a flag with a text", "audit = no\n", {{audit, true}});
     row("no part of a name", "root_deny = 4\ndenying = 4\n", {});
     row("never", "unlock_time = never\n", {{unlockTime, 0LL}});

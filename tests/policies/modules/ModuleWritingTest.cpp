@@ -17,6 +17,7 @@
 #include <QTest>
 
 #include <future>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -116,6 +117,7 @@ ProgramResult prerm(const QString &step)
 }
 }
 Q_DECLARE_METATYPE(ModuleOutcome::Kind)
+Q_DECLARE_METATYPE(ModuleWish::Switch)
 Q_DECLARE_METATYPE(ModuleForce)
 
 class ModuleWritingTest : public QObject
@@ -134,9 +136,11 @@ private Q_SLOTS:
     void changesNothingTheSecondTime();
     void mergesWhatIsNamed_data();
     void mergesWhatIsNamed();
+    void keepsLinesWithoutMeaningAsItMerges();
     void losesNothingOfWritersAtOnce();
     void leavesValuesThatCantBeSet();
     void replacesWhatItsModuleDoesNotUnderstand();
+    void waitsForNoPipe();
     void keepsOptionsThroughOtherRunsOfTool();
     void leavesEditedStacksAlone();
     void writesEditedStacksAnewByForce();
@@ -144,11 +148,16 @@ private Q_SLOTS:
     void doublesNoOtherLine_data();
     void doublesNoOtherLine();
     void knowsItsLinesAmongOthers();
+    void writesItsLineBesideThoseOfServices();
+    void takesOptionsOfAnOlderModuleIntoTheFile();
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
     void putsBackWhatToolHasSpoiled();
     void putsBackWhatToolHasSwitchedInPart();
+    void mendsWhatAKilledToolHasLeft_data();
+    void mendsWhatAKilledToolHasLeft();
+    void isBusyWhileOthersHaveDebconf();
     void putsBackItsOwnAnswerAlone();
     void refuses_data();
     void refuses();
@@ -156,6 +165,8 @@ private Q_SLOTS:
     void isHeldUpByRootAlone();
     void usesNoLockOfOthers_data();
     void usesNoLockOfOthers();
+    void replacesNoLink_data();
+    void replacesNoLink();
     void goesOutOfForceWithItsPackage();
     void staysInEditedStacksAsItsPackageGoes();
 
@@ -365,6 +376,25 @@ void ModuleWritingTest::mergesWhatIsNamed()
     QCOMPARE(contentOf(faillockFile), file);
 }
 
+void ModuleWritingTest::keepsLinesWithoutMeaningAsItMerges()
+{
+    const QByteArray lines = "deny = abc\nunlock_time = 700000 # too long\n";
+    const QVariantMap silent{{QStringLiteral("silent"), true}};
+    writeContent(faillockFile, lines);
+
+    QCOMPARE(writeModule(faillockPolicy(), {silent, Switch::Stay, false, true}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), lines + "silent\n");
+    QCOMPARE(writeModule(faillockPolicy(), {five, Switch::Stay, false, true}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 5\nunlock_time = 700000 # too long\nsilent\n"));
+    const QStringList unset{QStringLiteral("unlock_time")};
+    QCOMPARE(writeModule(faillockPolicy(), {{}, Switch::Stay, false, true, unset}).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("deny = 5\n# too long\nsilent\n"));
+
+    writeContent(faillockFile, lines);
+    QCOMPARE(write(faillockPolicy(), {}, Switch::Stay).reason, QString());
+    QCOMPARE(contentOf(faillockFile), QByteArray("# too long\n"));
+}
+
 void ModuleWritingTest::losesNothingOfWritersAtOnce()
 {
     std::vector<std::future<ModuleOutcome>> writers;
@@ -413,6 +443,19 @@ void ModuleWritingTest::replacesWhatItsModuleDoesNotUnderstand()
         QCOMPARE(write(pwqualityPolicy(), ten, Switch::Stay).reason, QString());
         QCOMPARE(contentOf(path), QByteArray("# mine\nminlen = 10\n"));
     }
+}
+
+void ModuleWritingTest::waitsForNoPipe()
+{
+    const QString error = faillockFile + QLatin1String(": is a pipe");
+    QFile::remove(faillockFile);
+    QCOMPARE(mkfifo(faillockFile.toLatin1().constData(), S_IRUSR), 0);
+
+    const QString read = readModule(faillockPolicy()).error;
+    const QString written = write(faillockPolicy(), five, Switch::On).reason;
+    QFile::remove(faillockFile);
+    QCOMPARE(read, error);
+    QCOMPARE(written, error);
 }
 
 void ModuleWritingTest::keepsOptionsThroughOtherRunsOfTool()
@@ -527,6 +570,52 @@ void ModuleWritingTest::knowsItsLinesAmongOthers()
     QCOMPARE(contentOf(commonAuth), own + m_machine.value(commonAuth));
 }
 
+void ModuleWritingTest::writesItsLineBesideThoseOfServices()
+{
+    const QByteArray own = "password requisite pam_pwhistory.so remember=3\n";
+    const QVariantMap seven{{QStringLiteral("remember"), 7LL}};
+    QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 5LL}}, Switch::On).kind, Kind::Done);
+    writeContent("/etc/pam.d/own", own);
+
+    const ModuleOutcome outcome = write(pwhistoryPolicy(), seven, Switch::Stay);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(readModule(pwhistoryPolicy()).values, seven);
+    QCOMPARE(contentOf("/etc/pam.d/own"), own);
+    if (moduleReadsFile(pwhistoryPolicy())) {
+        return;
+    }
+    // whose the values are isn't known where two are for all
+    writeContent(commonPassword, own + contentOf(commonPassword));
+    QCOMPARE(write(pwhistoryPolicy(), {{QStringLiteral("remember"), 8LL}}, Switch::Stay).reason,
+             QStringLiteral("pam_pwhistory is called more than once: /etc/pam.d/common-password:1, "
+                            "/etc/pam.d/common-password:27"));
+}
+
+void ModuleWritingTest::takesOptionsOfAnOlderModuleIntoTheFile()
+{
+    const QVariantMap ten{{QStringLiteral("remember"), 10LL}};
+    const QVariantMap both{{QStringLiteral("remember"), 10LL}, {QStringLiteral("enforce_for_root"), true}};
+    QCOMPARE(write(pwhistoryPolicy(), {}, Switch::On).kind, Kind::Done);
+    const QByteArray line = "pam_pwhistory.so use_authtok";
+    const QByteArray stack = contentOf(commonPassword);
+    writeContent(commonPassword, QByteArray(stack).replace(line, line + " remember=24 enforce_for_root"));
+    // one that knows the file has its path in its text
+    const QString path = readModule(pwhistoryPolicy()).modulePath;
+    const QByteArray module = contentOf(path);
+    writeContent(path, module + pwhistoryPolicy().path.toLatin1());
+
+    const ModuleOutcome outcome = writeModule(pwhistoryPolicy(), {ten, Switch::On, false, true});
+    const ModuleReading reading = readModule(pwhistoryPolicy());
+    writeContent(path, module);
+    QCOMPARE(outcome.reason, QString());
+    QCOMPARE(outcome.kind, Kind::Done);
+    QCOMPARE(reading.values, both);
+    QCOMPARE(reading.force, ModuleForce::OurProfiles);
+    QCOMPARE(contentOf(pwhistoryPolicy().path).count('#'), m_machine.value(pwhistoryPolicy().path).count('#'));
+    QCOMPARE(linesCalling("pam_pwhistory", commonPassword), QByteArrayList{"password requisite " + line});
+}
+
 void ModuleWritingTest::saysWhatItCantSwitchOff()
 {
     writeContent(profileFolder + QLatin1String("own"),
@@ -607,6 +696,50 @@ void ModuleWritingTest::putsBackWhatToolHasSwitchedInPart()
     const ModuleOutcome outcome = writeModule(faillockPolicy(), {five, Switch::On, false}, place);
     QCOMPARE(outcome.reason, QStringLiteral("pam-auth-update has not switched the profiles"));
     QCOMPARE(outcome.kind, Kind::Failed);
+    QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::mendsWhatAKilledToolHasLeft_data()
+{
+    const Rows<Switch, QByteArrayList> row("profiles", "lines");
+    row("on", Switch::On, {"account required pam_faillock.so"});
+    row("off", Switch::Off, {});
+}
+
+void ModuleWritingTest::mendsWhatAKilledToolHasLeft()
+{
+    QFETCH(const Switch, profiles);
+    QFETCH(const QByteArrayList, lines);
+    const QString account = QStringLiteral("/etc/pam.d/common-account");
+    QCOMPARE(write(faillockPolicy(), five, Switch::On).reason, QString());
+    // as between the two renames of the first type
+    writeContent("/var/lib/pam/auth.new", contentOf("/var/lib/pam/auth"));
+    for (const QString &path : {QStringLiteral("/var/lib/pam/auth"), QStringLiteral("/var/lib/pam/account"), account}) {
+        writeContent(path, m_machine.value(path));
+    }
+    const FolderContent before = machine();
+    QCOMPARE(readModule(faillockPolicy()).force, ModuleForce::OtherLines);
+
+    QCOMPARE(write(faillockPolicy(), five, profiles).kind, Kind::StacksEdited);
+    QCOMPARE(machine(), before);
+    const ModuleOutcome forced = write(faillockPolicy(), five, profiles, true);
+    QCOMPARE(forced.reason, QString());
+    QCOMPARE(forced.kind, Kind::Done);
+    QCOMPARE(linesCalling("pam_faillock", account), lines);
+    QCOMPARE(readModule(faillockPolicy()).force, profiles == Switch::On ? ModuleForce::OurProfiles : ModuleForce::None);
+}
+
+void ModuleWritingTest::isBusyWhileOthersHaveDebconf()
+{
+    const FolderContent before = machine();
+    QFile database(QStringLiteral("/var/cache/debconf/config.dat"));
+    QVERIFY(database.open(QIODevice::ReadWrite));
+    QCOMPARE(flock(database.handle(), LOCK_EX), 0);
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    database.close();
+    QCOMPARE(outcome.kind, Kind::Busy);
+    QVERIFY(!outcome.changed);
     QCOMPARE(machine(), before);
 }
 
@@ -749,6 +882,41 @@ void ModuleWritingTest::usesNoLockOfOthers()
     QCOMPARE(outcome.reason, reason);
     QCOMPARE(outcome.kind, Kind::Failed);
     QCOMPARE(machine(), before);
+}
+
+void ModuleWritingTest::replacesNoLink_data()
+{
+    const Rows<RowText> row("path");
+    row("a stack", "/etc/pam.d/common-auth");
+    row("a stack of another type", "/etc/pam.d/common-password");
+    row("a record", "/var/lib/pam/auth");
+    row("what the tool keeps", "/etc/pam.d/common-auth.pam-old");
+}
+
+void ModuleWritingTest::replacesNoLink()
+{
+    QFETCH(const QString, path);
+    const QString elsewhere = QStringLiteral("/var/elsewhere");
+    const QByteArray content = contentOf(path);
+    writeContent(elsewhere, content);
+    QFile::remove(path);
+    QVERIFY(QFile::link(elsewhere, path));
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On, true);
+    const QString target = QFile::symLinkTarget(path);
+    const FolderContent after = machine();
+    QFile::remove(path); // for the next write would be through it
+    if (m_machine.contains(path)) {
+        writeContent(path, content);
+    }
+    QCOMPARE(outcome.reason,
+             path + QLatin1String(" is no plain file, and pam-auth-update would put one in its place: do so first"));
+    QCOMPARE(outcome.kind, Kind::Failed);
+    QVERIFY(!outcome.changed);
+    QCOMPARE(target, elsewhere);
+    QCOMPARE(contentOf(elsewhere), content);
+    QCOMPARE(after, before);
 }
 
 void ModuleWritingTest::goesOutOfForceWithItsPackage()

@@ -130,6 +130,10 @@ void PamStackTest::namesServices()
                              "app~",
                              "app.dpkg-dist",
                              "app.new",
+                             "app.bak",
+                             "app.old",
+                             "app.orig",
+                             "app.save",
                              "org.app"}) {
         writeContent(folder.path() + QLatin1String("/etc/pam.d/") + QLatin1String(name), "");
     }
