@@ -169,7 +169,9 @@ private:
     ModuleOutcome fulfil()
     {
         const bool readsFile = moduleReadsFile(m_policy);
-        const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
+        const bool mayChangeStacks = !m_policy.profiles.isEmpty();
+        const QStringList faultsBefore = mayChangeStacks ? pamFaults(m_place.root) : QStringList();
+        const QStringList jumpsBefore = mayChangeStacks ? pamJumps(m_place.root) : QStringList();
         QString error;
         if (readsFile && !writeFile(&error)) {
             return failed(error);
@@ -181,7 +183,7 @@ private:
         if (!readsFile && !writeOptions(m_policy, m_values, &error)) {
             return failed(error);
         }
-        const QString fault = freshFault(faultsBefore);
+        const QString fault = freshFault(faultsBefore, jumpsBefore);
         if (!fault.isEmpty()) {
             return ended(Kind::RolledBack, fault);
         }
@@ -386,15 +388,20 @@ private:
         return replaceFile(path, written, error);
     }
 
-    /// What doesn't work now and did before; empty if nothing.
-    QString freshFault(const QStringList &before) const
+    /// What doesn't work now and did before, or works in another way; empty if nothing.
+    QString freshFault(const QStringList &faultsBefore, const QStringList &jumpsBefore) const
     {
         if (!m_snapshot.differs(stacksBelow(m_place.root))) {
             return {};
         }
         for (const QString &fault : pamFaults(m_place.root)) {
-            if (!before.contains(fault)) {
+            if (!faultsBefore.contains(fault)) {
                 return tr("the stacks would not work: %1").arg(fault);
+            }
+        }
+        for (const QString &jump : pamJumps(m_place.root)) {
+            if (!jumpsBefore.contains(jump)) {
+                return tr("the stacks would not work as before: %1").arg(jump);
             }
         }
         return {};

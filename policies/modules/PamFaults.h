@@ -19,3 +19,9 @@ QStringList pamServiceFaults(const QString &root, const QString &service);
 
 /// The same for all services.
 QStringList pamFaults(const QString &root);
+
+/**
+ * Where lines jump to that pam-auth-update(8) doesn't write, in all services, a line each. They count lines, also those that
+ * it puts in between.
+ */
+QStringList pamJumps(const QString &root);

@@ -77,6 +77,8 @@ class PamFaultsTest : public QObject
 private Q_SLOTS:
     void finds_data();
     void finds();
+    void followsJumps_data();
+    void followsJumps();
     void findsNothingOnThisMachine();
     void findsModulesOfThisArchitecture();
     void readsPackagesServices();
@@ -167,6 +169,55 @@ void PamFaultsTest::finds()
     writeContent(pam + QLatin1String("two"), "auth optional pam_permit.so\nauth optional pam_permit.so\n");
 
     QCOMPARE(pamServiceFaults(folder.path(), QStringLiteral("own")), faults);
+}
+
+void PamFaultsTest::followsJumps_data()
+{
+    const Rows<QByteArray, RowText> row("stack", "jump");
+    row("none", "auth sufficient pam_unix.so\n@include common-auth\n", "");
+    row("over a line of its own",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+    row("over a line that is not of its type",
+        "auth [success=1 default=ignore] pam_unix.so\naccount required pam_deny.so\nauth required pam_deny.so\n",
+        "the end");
+    row("to a second line of a module",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_permit.so\nauth required pam_permit.so\n",
+        "pam_permit.so (2) in /etc/pam.d/own");
+    row("to a file that is included",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\n@include common-auth\n",
+        "the beginning of common-auth");
+    row("to one that is included by a line",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\nauth include outer\n",
+        "the beginning of outer");
+    row("into a file that is included",
+        "auth [success=2 default=ignore] pam_unix.so\n@include common-auth\n",
+        "pam_permit.so in /etc/pam.d/common-auth");
+    row("behind a file that is included",
+        "auth [success=3 default=ignore] pam_unix.so\n@include common-auth\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+    row("over a substack",
+        "auth [success=1 default=ignore] pam_unix.so\nauth substack common-auth\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+}
+
+void PamFaultsTest::followsJumps()
+{
+    QFETCH(const QByteArray, stack);
+    QFETCH(const QString, jump);
+    const QTemporaryDir folder;
+    const QString pam = folder.path() + QLatin1String("/etc/pam.d/");
+    writeContent(pam + QLatin1String("own"), stack);
+    // its own jumps are those of the tool that writes it
+    writeContent(pam + QLatin1String("common-auth"),
+                 "# here are the per-package modules (the \"Primary\" block)\n"
+                 "auth [success=1 default=ignore] pam_unix.so\nauth requisite pam_deny.so\n"
+                 "auth required pam_permit.so\n");
+    writeContent(pam + QLatin1String("outer"), "@include common-auth\n");
+
+    QCOMPARE(pamJumps(folder.path()),
+             jump.isEmpty() ? QStringList()
+                            : QStringList{QLatin1String("own: auth: /etc/pam.d/own:1 jumps to ") + jump});
 }
 
 void PamFaultsTest::findsNothingOnThisMachine()
