@@ -63,7 +63,11 @@ bool takeValues(const ModulePolicy &policy, const QVariantMap &values, QVariantM
         }
         taken->insert(value.key(), plain(value.value()));
     }
-    const QString invalid = policy.faultIn(*taken);
+    QString invalid = policy.faultIn(*taken);
+    if (!invalid.isEmpty()) {
+        // what stands there may be any value, and whoever writes back what he has read changes nothing in it
+        invalid = policy.faultIn(freshValues(*taken, readModule(policy).values));
+    }
     if (!invalid.isEmpty()) {
         *fault = Answer::failure(invalidValueError, invalid);
     }

@@ -140,14 +140,7 @@ private:
     /// What is wrong with the values that aren't there already; what is there may be anything.
     QString faultInChanges() const
     {
-        QVariantMap changed = m_wish.values;
-        for (auto value = m_before.values.begin(); value != m_before.values.end(); ++value) {
-            const QVariant wanted = changed.value(value.key());
-            if (wanted == *value && wanted.userType() == value->userType()) {
-                changed.remove(value.key());
-            }
-        }
-        const QString fault = m_policy.faultIn(changed);
+        const QString fault = m_policy.faultIn(freshValues(m_wish.values, m_before.values));
         return fault.isEmpty() ? faultInFolders() : fault;
     }
 
@@ -467,6 +460,18 @@ QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
         values.insert(value.key(), *value);
     }
     return values;
+}
+
+QVariantMap freshValues(const QVariantMap &wanted, const QVariantMap &present)
+{
+    QVariantMap fresh = wanted;
+    for (auto value = present.begin(); value != present.end(); ++value) {
+        const QVariant same = fresh.value(value.key());
+        if (same == *value && same.userType() == value->userType()) {
+            fresh.remove(value.key());
+        }
+    }
+    return fresh;
 }
 
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)

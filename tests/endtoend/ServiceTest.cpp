@@ -106,6 +106,7 @@ private Q_SLOTS:
     void keepsWhatAMergeDoesNotName();
     void previewsWhatItWrites_data();
     void previewsWhatItWrites();
+    void takesBackWhatItHasRead();
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
     void leavesEditedStacksAlone();
@@ -258,6 +259,18 @@ void ServiceTest::previewsWhatItWrites()
     for (const ChangedFile &file : preview.value()) {
         QCOMPARE(contentOf(file.path), file.after);
     }
+}
+
+void ServiceTest::takesBackWhatItHasRead()
+{
+    const QVariantMap values{{QStringLiteral("deny"), 0}, {QStringLiteral("unlock_time"), 60}};
+    QCOMPARE(answerOf(root, writeCall("faillock", values)), serviceError("InvalidValue", "deny cannot be 0"));
+
+    writeContent(faillockFile, m_stockFile + "deny = 0\n");
+    QCOMPARE(answerOf(root, writeCall("faillock", values)), written());
+    QCOMPARE(contentOf(faillockFile), m_stockFile + "deny = 0\nunlock_time = 60\n");
+    QCOMPARE(answerOf(root, writeCall("faillock", {{QStringLiteral("deny"), -1}})),
+             serviceError("InvalidValue", "deny cannot be -1"));
 }
 
 void ServiceTest::tellsWhatIsWrong_data()
