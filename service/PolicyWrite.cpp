@@ -12,6 +12,7 @@
 
 #include <QDBusArgument>
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -126,17 +127,20 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
     return true;
 }
 
-/// Whether the policy is in force after a write that succeeds; other lines than ours go on calling the module.
-bool isInForceAfter(const ModuleWish &wish, ModuleForce before)
+/// Whether lines refuse somebody after a write that succeeds: ours, or others, which stay, also those of one service alone.
+bool refusesAfter(const PolicyWrite &write, const ModuleReading &before)
 {
-    const bool mayBeOff = wish.profiles == ModuleWish::Switch::Off && before == ModuleForce::OurProfiles;
-    return wish.profiles == ModuleWish::Switch::On || (before != ModuleForce::None && !mayBeOff);
+    const bool areOursGone = write.wish.profiles == ModuleWish::Switch::Off;
+    return write.wish.profiles == ModuleWish::Switch::On
+        || std::any_of(before.lines.begin(), before.lines.end(), [&](const ModuleLine &line) {
+               return refuses(*write.policy, line) && !(line.isOurs && areOursGone);
+           });
 }
 
-bool locksRootNewly(const ModuleWish &wish, const QVariantMap &wanted, const ModuleReading &before)
+bool locksRootNewly(const PolicyWrite &write, const QVariantMap &wanted, const ModuleReading &before)
 {
-    const bool hasBeenLocked = before.force != ModuleForce::None && locksRoot(before.values);
-    return !hasBeenLocked && isInForceAfter(wish, before.force) && locksRoot(wanted);
+    const bool comesIntoForce = write.wish.profiles == ModuleWish::Switch::On && before.force == ModuleForce::None;
+    return locksRoot(wanted) && refusesAfter(write, before) && (comesIntoForce || !locksRoot(before.values));
 }
 
 /**
@@ -154,7 +158,7 @@ objectionTo(const PolicyWrite &write, const QVariantMap &wanted, const ModuleRea
             return Answer::failure(rootOnlyError, QStringLiteral("only root may change %1").arg(setting.name));
         }
     }
-    if (!write.mayLockRoot && !write.wish.force && locksRootNewly(write.wish, wanted, before)) {
+    if (!write.mayLockRoot && !write.wish.force && locksRootNewly(write, wanted, before)) {
         return Answer::failure(locksRootError,
                                QStringLiteral("whoever fails to log in as root often enough would keep root out"));
     }

@@ -15,6 +15,7 @@
 #include "tests/support/Sandbox.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -118,6 +119,7 @@ private Q_SLOTS:
     void letsRootAloneChooseTheFolder();
     void locksRootOnlyWhereTold_data();
     void locksRootOnlyWhereTold();
+    void locksRootOfOneServiceOnlyWhereTold();
     void tellsSecretsToRootAlone_data();
     void tellsSecretsToRootAlone();
     void leavesAnEntryInTheJournal();
@@ -492,6 +494,26 @@ void ServiceTest::locksRootOnlyWhereTold()
     QCOMPARE(answerOf(root, writeCall("faillock", values, options)), isRefused ? refusal : written());
     const QByteArrayList filesNow{contentOf(faillockFile), contentOf(authStack)};
     QCOMPARE(filesNow == files, isRefused);
+}
+
+void ServiceTest::locksRootOfOneServiceOnlyWhereTold()
+{
+    const QString own = QStringLiteral("/etc/pam.d/own");
+    const auto remove = qScopeGuard([&own] {
+        QFile::remove(own);
+    });
+    writeContent(own, "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n");
+    const QVariantMap denied{{QStringLiteral("even_deny_root"), true}};
+    const QByteArray refusal =
+        serviceError("LocksRoot", "whoever fails to log in as root often enough would keep root out");
+
+    QCOMPARE(answerOf(root, writeCall("faillock", denied)), refusal);
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("on", false))), refusal);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("lock-root"))), written());
+    // as before there, but nowhere else
+    QCOMPARE(answerOf(root, writeCall("faillock", denied)), QByteArray("bool false; QString "));
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("on"))), refusal);
 }
 
 void ServiceTest::tellsSecretsToRootAlone_data()
