@@ -202,8 +202,13 @@ Answer tryWrite(const PolicyWrite &write, const Caller &caller, JournalEntry *en
     if (!answer.error.isEmpty()) {
         return answer;
     }
-    const ModuleOutcome outcome = writeModule(*write.policy, write.wish);
-    answer = answerOf(outcome);
+    // what would go with it may be another action's, or nobody's but root's
+    ModuleWish wish = write.wish;
+    wish.force = write.wish.force && caller.user == 0;
+    const ModuleOutcome outcome = writeModule(*write.policy, wish);
+    answer = outcome.kind == ModuleOutcome::Kind::StacksEdited && write.wish.force
+        ? Answer::failure(rootOnlyError, QStringLiteral("only root may have stacks made anew that were edited by hand"))
+        : answerOf(outcome);
     if (outcome.changed) {
         answer.changedPolicy = write.policy->name;
     }

@@ -117,6 +117,7 @@ private Q_SLOTS:
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
     void letsRootAloneChooseTheFolder();
+    void letsRootAloneMakeStacksAnew();
     void locksRootOnlyWhereTold_data();
     void locksRootOnlyWhereTold();
     void locksRootOfOneServiceOnlyWhereTold();
@@ -450,6 +451,23 @@ void ServiceTest::letsRootAloneChooseTheFolder()
     QCOMPARE(contentOf(faillockFile), chosen + "deny = 3\n");
     QCOMPARE(answerOf(nobody, writeCall("faillock", folder)), written());
     QCOMPARE(contentOf(faillockFile), chosen);
+}
+
+void ServiceTest::letsRootAloneMakeStacksAnew()
+{
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    const QVariantMap forced{{QStringLiteral("on"), true}, {QStringLiteral("force"), true}};
+    const QByteArray edited = contentOf(authStack).replace("(the \"Primary\" block)\n",
+                                                           "(the \"Primary\" block)\nauth optional pam_warn.so\n");
+    writeContent(authStack, edited);
+
+    QCOMPARE(answerOf(nobody, writeDeny(forced)),
+             serviceError("RootOnly", "only root may have stacks made anew that were edited by hand"));
+    QCOMPARE(contentOf(authStack), edited);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    m_stockPam.restore();
+    QCOMPARE(answerOf(nobody, writeDeny(forced)), written());
 }
 
 void ServiceTest::locksRootOnlyWhereTold_data()
