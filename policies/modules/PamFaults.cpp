@@ -156,7 +156,7 @@ public:
         if (known == m_lines.end()) {
             QFile stack(m_root + path);
             const bool isThere = stack.open(QIODevice::ReadOnly);
-            const QByteArray content = stack.readAll();
+            const QByteArray content = isThere ? stack.readAll() : QByteArray();
             m_tools.insert(path, PrimaryBlock(content).begin);
             known = m_lines.insert(path, isThere ? std::make_optional(pamStackLines(content)) : std::nullopt);
         }
@@ -225,7 +225,27 @@ public:
         return jumpsIn(m_nodes);
     }
 
+    FaillockEffect faillockEffect()
+    {
+        FaillockEffect effect;
+        m_login = Login::Wrong;
+        endsOf(m_nodes, {int(Impression::None)});
+        effect.counts = m_hasCounted;
+        m_login = Login::Locked;
+        effect.keepsOut = !endsOf(m_nodes, {int(Impression::None)}).contains(int(Impression::Good));
+        return effect;
+    }
+
 private:
+    /// What the modules are asked about.
+    enum class Login {
+        Any,
+        /// With a wrong password.
+        Wrong,
+        /// With the right one, to an account with too many failures.
+        Locked,
+    };
+
     void note(const QString &fault)
     {
         if (!m_faults.contains(m_start + fault)) {
@@ -341,24 +361,46 @@ private:
         return failures.value(m_type, QStringLiteral("auth_err"));
     }
 
+    static bool countsFailure(const PamNode &node)
+    {
+        return node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+    }
+
     /// All that a module may say that is treated in different ways.
     QStringList verdictsOf(const PamNode &node) const
     {
-        const bool countsFailure =
-            node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+        const QString success = QStringLiteral("success");
         if (!isType(node.line.type)) {
             return {QStringLiteral("abort")};
         }
         if (!m_sources->hasModule(node.line.module)) {
             return {QStringLiteral("module_unknown")};
         }
-        if (countsFailure || node.line.calls(QStringLiteral("pam_deny"))) {
+        if (countsFailure(node) || node.line.calls(QStringLiteral("pam_deny"))) {
             return {failure()};
         }
-        const QString success = QStringLiteral("success");
-        return node.line.calls(QStringLiteral("pam_permit"))
-            ? QStringList{success}
-            : QStringList{success, failure(), QStringLiteral("default")} + node.actions.keys();
+        if (m_login == Login::Locked && node.line.calls(QStringLiteral("pam_faillock"))) {
+            return {failure()};
+        }
+        if (m_login != Login::Any && node.line.calls(QStringLiteral("pam_unix"))) {
+            return {m_login == Login::Wrong ? failure() : success};
+        }
+        if (node.line.calls(QStringLiteral("pam_permit"))) {
+            return {success};
+        }
+        const QStringList all = QStringList{success, failure(), QStringLiteral("default")} + node.actions.keys();
+        return m_login == Login::Locked ? thoseInPassing(node, all) : all;
+    }
+
+    /// Those after which the next line comes: exceptions for some, and other ways to log in, are the administrator's business.
+    static QStringList thoseInPassing(const PamNode &node, const QStringList &all)
+    {
+        QStringList passing;
+        std::copy_if(all.begin(), all.end(), std::back_inserter(passing), [&node](const QString &verdict) {
+            const QString action = actionOn(verdict, node);
+            return action == QLatin1String("ignore") || action == QLatin1String("ok");
+        });
+        return passing.isEmpty() ? all : passing;
     }
 
     static QString actionOn(const QString &verdict, const PamNode &node)
@@ -373,7 +415,7 @@ private:
     }
 
     /// All impressions that a stack can leave, begun with one of these.
-    Impressions endsOf(const PamNodes &nodes, const Impressions &start) const
+    Impressions endsOf(const PamNodes &nodes, const Impressions &start)
     {
         QVector<Impressions> at(nodes.size() + 1);
         at[0] = start;
@@ -382,6 +424,7 @@ private:
                 at[i + 1] += endsOf(nodes.at(i).substack, at.at(i));
                 continue;
             }
+            m_hasCounted = m_hasCounted || (countsFailure(nodes.at(i)) && !at.at(i).isEmpty());
             const QStringList verdicts = verdictsOf(nodes.at(i));
             for (const QString &verdict : verdicts) {
                 go(verdict, actionOn(verdict, nodes.at(i)), i, start, &at);
@@ -421,6 +464,9 @@ private:
     QString m_start;
     PamNodes m_nodes;
     QStringList m_faults;
+    Login m_login = Login::Any;
+    /// Whether a way has led to a line that counts a failure.
+    bool m_hasCounted = false;
 };
 
 QStringList faultsOf(const QString &service, StackSources *sources)
@@ -459,4 +505,10 @@ QStringList pamJumps(const QString &root)
         }
     }
     return jumps;
+}
+
+FaillockEffect faillockEffect(const QString &root, const QString &service)
+{
+    StackSources sources(root);
+    return TypeOfService(&sources, service, QStringLiteral("auth")).faillockEffect();
 }

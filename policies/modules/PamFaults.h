@@ -25,3 +25,14 @@ QStringList pamFaults(const QString &root);
  * it puts in between.
  */
 QStringList pamJumps(const QString &root);
+
+/// What comes of passwords in a stack that calls pam_faillock, where other modules make no exception.
+struct FaillockEffect {
+    /// Whether a wrong password counts.
+    bool counts = false;
+    /// Whether a locked account is kept out, whatever its password.
+    bool keepsOut = false;
+};
+
+/// @param service as for pamServiceFaults()
+FaillockEffect faillockEffect(const QString &root, const QString &service);

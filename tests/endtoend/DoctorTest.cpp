@@ -337,6 +337,11 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
                   "note  the faillock policy: deny is another one at /etc/pam.d/common-auth:2 than at "
                   "/etc/pam.d/common-auth:1, which is shown");
     lines.insert(faillock + 1, "      accountpolicyctl show faillock has what is in force");
+    lines.insert(
+        faillock + 2,
+        "note  the faillock policy: failed logins count on after a good one: no common stack calls pam_faillock "
+        "for the account or with authsucc");
+    lines.insert(faillock + 3, "      accountpolicyctl show faillock has what is in force");
 
     QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }
