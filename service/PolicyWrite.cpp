@@ -12,6 +12,7 @@
 
 #include <QDBusArgument>
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -63,7 +64,11 @@ bool takeValues(const ModulePolicy &policy, const QVariantMap &values, QVariantM
         }
         taken->insert(value.key(), plain(value.value()));
     }
-    const QString invalid = policy.faultIn(*taken);
+    QString invalid = policy.faultIn(*taken);
+    if (!invalid.isEmpty()) {
+        // what stands there may be any value, and whoever writes back what he has read changes nothing in it
+        invalid = policy.faultIn(freshValues(*taken, readModule(policy).values));
+    }
     if (!invalid.isEmpty()) {
         *fault = Answer::failure(invalidValueError, invalid);
     }
@@ -122,17 +127,20 @@ bool takeOptions(const QVariantMap &options, PolicyWrite *write, Answer *fault)
     return true;
 }
 
-/// Whether the policy is in force after a write that succeeds; other lines than ours go on calling the module.
-bool isInForceAfter(const ModuleWish &wish, ModuleForce before)
+/// Whether lines refuse somebody after a write that succeeds: ours, or others, which stay, also those of one service alone.
+bool refusesAfter(const PolicyWrite &write, const ModuleReading &before)
 {
-    const bool mayBeOff = wish.profiles == ModuleWish::Switch::Off && before == ModuleForce::OurProfiles;
-    return wish.profiles == ModuleWish::Switch::On || (before != ModuleForce::None && !mayBeOff);
+    const bool areOursGone = write.wish.profiles == ModuleWish::Switch::Off;
+    return write.wish.profiles == ModuleWish::Switch::On
+        || std::any_of(before.lines.begin(), before.lines.end(), [&](const ModuleLine &line) {
+               return refuses(*write.policy, line) && !(line.isOurs && areOursGone);
+           });
 }
 
-bool locksRootNewly(const ModuleWish &wish, const QVariantMap &wanted, const ModuleReading &before)
+bool locksRootNewly(const PolicyWrite &write, const QVariantMap &wanted, const ModuleReading &before)
 {
-    const bool hasBeenLocked = before.force != ModuleForce::None && locksRoot(before.values);
-    return !hasBeenLocked && isInForceAfter(wish, before.force) && locksRoot(wanted);
+    const bool comesIntoForce = write.wish.profiles == ModuleWish::Switch::On && before.force == ModuleForce::None;
+    return locksRoot(wanted) && refusesAfter(write, before) && (comesIntoForce || !locksRoot(before.values));
 }
 
 /**
@@ -150,7 +158,7 @@ objectionTo(const PolicyWrite &write, const QVariantMap &wanted, const ModuleRea
             return Answer::failure(rootOnlyError, QStringLiteral("only root may change %1").arg(setting.name));
         }
     }
-    if (!write.mayLockRoot && !write.wish.force && locksRootNewly(write.wish, wanted, before)) {
+    if (!write.mayLockRoot && !write.wish.force && locksRootNewly(write, wanted, before)) {
         return Answer::failure(locksRootError,
                                QStringLiteral("whoever fails to log in as root often enough would keep root out"));
     }
@@ -196,8 +204,13 @@ Answer tryWrite(const PolicyWrite &write, const Caller &caller, JournalEntry *en
     if (!answer.error.isEmpty()) {
         return answer;
     }
-    const ModuleOutcome outcome = writeModule(*write.policy, write.wish);
-    answer = answerOf(outcome);
+    // what would go with it may be another action's, or nobody's but root's
+    ModuleWish wish = write.wish;
+    wish.force = write.wish.force && caller.user == 0;
+    const ModuleOutcome outcome = writeModule(*write.policy, wish);
+    answer = outcome.kind == ModuleOutcome::Kind::StacksEdited && write.wish.force
+        ? Answer::failure(rootOnlyError, QStringLiteral("only root may have stacks made anew that were edited by hand"))
+        : answerOf(outcome);
     if (outcome.changed) {
         answer.changedPolicy = write.policy->name;
     }

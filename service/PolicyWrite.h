@@ -24,7 +24,7 @@ struct PolicyWrite {
 const ModulePolicy *policyNamed(const QString &name, Answer *fault);
 
 /**
- * Understands the arguments, without looking at any file.
+ * Understands the arguments, and looks at the policy's files for nothing but whether values stand there that may not be set.
  *
  * @return none if something is wrong with them; then @p fault says what
  */

@@ -150,6 +150,11 @@ QString lossText(const Change &change, const Preview &preview)
         + QLatin1Char('\n') + lostLinesText(preview);
 }
 
+QString dangerOf(const Change &change)
+{
+    return change.store->danger(change.before.settings, change.wanted);
+}
+
 /// Why the change is not to be begun; a success if nothing is to be said against it.
 Outcome objection(const Change &change, const QString &obstacle, const Preview &preview)
 {
@@ -159,7 +164,9 @@ Outcome objection(const Change &change, const QString &obstacle, const Preview &
                     + QLatin1Char('\n') + obstacle};
     }
     if (preview.outcome.code == ExitCode::Loss) {
-        return preview.outcome;
+        // who agrees to the loss by --force agrees to that, too
+        const QStringList lines{preview.outcome.error, dangerOf(change)};
+        return {ExitCode::Loss, lines.join(QLatin1Char('\n')).trimmed()};
     }
     if (!preview.outcome.succeeded()) {
         const QString advice = preview.isFinal
@@ -168,6 +175,15 @@ Outcome objection(const Change &change, const QString &obstacle, const Preview &
         return {preview.outcome.code, preview.outcome.error + QLatin1Char('\n') + advice};
     }
     return preview.losesLines() ? Outcome{ExitCode::Loss, lossText(change, preview)} : Outcome();
+}
+
+/// Where nobody is asked.
+Outcome warned(const QString &danger)
+{
+    if (!danger.isEmpty()) {
+        printWarning(danger);
+    }
+    return {};
 }
 
 QString successText(const Change &change)
@@ -241,8 +257,8 @@ ExitCode performChange(const Change &change, const ChangeMode &mode)
     }
     Preview preview;
     Outcome objected = lookAhead(change, mode, &preview);
-    if (objected.succeeded() && !mode.force) {
-        objected = askConsent(change.store->danger(change.before.settings, change.wanted));
+    if (objected.succeeded()) {
+        objected = mode.force ? warned(dangerOf(change)) : askConsent(dangerOf(change));
     }
     if (!objected.succeeded()) {
         return refuse(objected);

@@ -48,6 +48,18 @@ QVector<Finding> overridden(const Policy &policy, const Settings &read, const In
     return findings;
 }
 
+/// Lines that call the module, but not for all that the policy takes.
+QVector<Finding> halfMade(const Policy &policy, const Settings &read)
+{
+    QVector<Finding> findings;
+    const QStringList remarks = inForceOf(policy, read).remarks;
+    for (const QString &remark : remarks) {
+        findings += Finding::note(translate("ModuleCheckup", "the %1 policy: %2").arg(policy.name, remark),
+                                  translate("ModuleCheckup", "take that line out, or add what is missing"));
+    }
+    return findings;
+}
+
 QVector<Finding> checkModule(const Policy &policy)
 {
     QVector<Finding> findings = hindrances(*modulePolicy(policy.name));
@@ -59,7 +71,10 @@ QVector<Finding> checkModule(const Policy &policy)
             : findings;
     }
     if (isOff(policy.schema, reading.settings)) {
-        return {Finding::good(translate("ModuleCheckup", "%1: switched off").arg(policy.name))};
+        const bool isCalled = !readModule(*modulePolicy(policy.name)).lines.isEmpty();
+        return isCalled
+            ? halfMade(policy, reading.settings)
+            : QVector<Finding>{Finding::good(translate("ModuleCheckup", "%1: switched off").arg(policy.name))};
     }
     const InForce inForce = inForceOf(policy, reading.settings);
     findings = overridden(policy, reading.settings, inForce);

@@ -51,7 +51,8 @@ ExitCode UnlockCommand::run(const QCommandLineParser &line) const
     for (const QString &account : accounts) {
         const Outcome outcome = unlockAccount(account, &access);
         if (outcome.succeeded()) {
-            out().writeUnlessQuiet(printable(translate("UnlockCommand", "%1: open").arg(account)) + QLatin1Char('\n'));
+            const QString text = translate("UnlockCommand", "no failed logins count against %1").arg(account);
+            out().writeUnlessQuiet(printable(text) + QLatin1Char('\n'));
             continue;
         }
         printError(outcome.error);

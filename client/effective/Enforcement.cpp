@@ -72,3 +72,19 @@ QStringList enforcementRemarks(const QString &stack, const QString &module, cons
     }
     return remarks;
 }
+
+QStringList formerPasswordRemarks(const QString &stack, const PamLine &line)
+{
+    const QString action = actionFor(QStringLiteral("maxtries"), line.control);
+    const bool ends = action == QLatin1String("die");
+    if (!ends && action != QLatin1String("bad")) {
+        return {translate("Enforcement", "former passwords may pass: pam_pwhistory is \"%1\" in %2")
+                    .arg(line.control, stack)};
+    }
+    if (isStoredAllTheSame(stack, line, ends)) {
+        return {translate("Enforcement",
+                          "former passwords may be stored: pam_unix in %1 asks for one itself, without use_authtok")
+                    .arg(stack)};
+    }
+    return {};
+}

@@ -16,3 +16,6 @@ QStringList missingRemarks(const QString &stack, const QString &module);
  * @param tries how often the module asks for a password
  */
 QStringList enforcementRemarks(const QString &stack, const QString &module, const PamLine &line, qlonglong tries);
+
+/// The same of former passwords, where the line is pam_pwhistory's.
+QStringList formerPasswordRemarks(const QString &stack, const PamLine &line);

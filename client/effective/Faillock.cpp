@@ -163,8 +163,8 @@ FaillockRules faillockRules()
     const bool counts = std::any_of(lines.begin(), lines.end(), [](const PamLine &line) {
         return line.options.contains(QLatin1String("authfail"));
     });
-    if (!counts) {
-        return rules;
+    if (!counts || readModule(faillockPolicy()).force == ModuleForce::None) {
+        return rules; // counting alone keeps nobody out
     }
     const QVector<BindingSetting> settings = settingsOfLine(lines.constFirst(), stack);
     rules.locks = settings.constFirst().value != QVariant(0); // deny

@@ -4,7 +4,10 @@
 #include "client/effective/ModuleInForce.h"
 
 #include "client/Translation.h"
+#include "client/effective/Enforcement.h"
+#include "client/system/PamFiles.h"
 #include "policies/modules/ModuleRules.h"
+#include "policies/modules/PamFaults.h"
 
 #include <algorithm>
 
@@ -126,6 +129,39 @@ QStringList otherFile(const ModulePolicy &module, const ModuleLine &deciding)
                           .arg(module.module, file, module.path, lineText(deciding))};
 }
 
+/// Where the lines of pam_faillock don't do together what their words promise, a sentence each.
+QStringList faillockRemarks(const ModuleReading &reading)
+{
+    const FaillockEffect effect = faillockEffect(QString(), QStringLiteral("common-auth"));
+    const bool forgets = std::any_of(reading.lines.begin(), reading.lines.end(), [](const ModuleLine &line) {
+        return line.isCommon
+            && (line.type == QLatin1String("account") || line.options.contains(QLatin1String("authsucc")));
+    });
+    QStringList remarks;
+    if (!effect.keepsOut) {
+        remarks +=
+            translate("ModuleInForce", "locked accounts may get in: common-auth can end with success all the same");
+    }
+    if (!effect.counts) {
+        remarks +=
+            translate("ModuleInForce",
+                      "failed logins do not count: common-auth ends before the line of pam_faillock with authfail");
+    }
+    if (!forgets) {
+        remarks += translate("ModuleInForce",
+                             "failed logins count on after a good one: no common stack calls pam_faillock for the "
+                             "account or with authsucc");
+    }
+    return remarks;
+}
+
+/// The same of pam_pwhistory, which hands on no password that it has refused.
+QStringList historyRemarks(const ModuleLine &deciding)
+{
+    const auto lines = pamLines(fileContent(deciding.path), deciding.type, pwhistoryPolicy().module);
+    return lines.isEmpty() ? QStringList() : formerPasswordRemarks(deciding.path, lines.constFirst());
+}
+
 /// What keeps the policy from being in force, a sentence each.
 QStringList
 moduleRemarks(const Policy &policy, const ModulePolicy &module, const ModuleReading &reading, const InForce &inForce)
@@ -138,7 +174,8 @@ moduleRemarks(const Policy &policy, const ModulePolicy &module, const ModuleRead
         return {missingCall(module, reading, effect)};
     }
     const ModuleLine &line = *decidingLine(module, reading);
-    QStringList remarks = otherFile(module, line) + disagreements(module, reading, line);
+    QStringList remarks = otherFile(module, line) + disagreements(module, reading, line)
+        + (policy.name == QLatin1String("faillock") ? faillockRemarks(reading) : historyRemarks(line));
     const QString key = decidingKey(policy.name);
     if (inForce.settings.value(key) == QVariant(0LL)) {
         remarks +=

@@ -168,7 +168,7 @@ SettingSchema pwhistorySchema()
 {
     return {{
         flag("enabled", QT_TRANSLATE_NOOP("Policies", "Former passwords are remembered and refused")),
-        number("remember", Unit::None, 0, mostPasswords, QT_TRANSLATE_NOOP("Policies", "How many former passwords of an account are refused")),
+        number("remember", Unit::None, 0, mostPasswords, QT_TRANSLATE_NOOP("Policies", "How many former passwords of an account are refused, the present one among them")),
         flag("enforce_for_root", QT_TRANSLATE_NOOP("Policies", "Root is bound too")),
         number("retry", Unit::None, 1, mostTries, QT_TRANSLATE_NOOP("Policies", "How often a new password is asked for")),
     }};

@@ -5,6 +5,7 @@
 
 #include "policies/modules/ModuleFile.h"
 #include "policies/modules/PamStack.h"
+#include "policies/modules/PrimaryBlock.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -161,29 +162,6 @@ RecordedStack recordOf(const ModulePolicy &policy, const QString &type, const QS
     }
     return record;
 }
-
-/// Between which lines of a stack pam-auth-update(8) puts the profiles'.
-struct PrimaryBlock {
-    explicit PrimaryBlock(const QByteArray &stack)
-    {
-        const auto lines = stack.split('\n');
-        for (int number = 1; number <= lines.size(); ++number) {
-            if (lines.at(number - 1).startsWith("# here are the per-package modules (the \"Primary\" block)")) {
-                begin = number;
-            } else if (lines.at(number - 1).startsWith("# here's the fallback if no module succeeds")) {
-                end = number;
-            }
-        }
-    }
-
-    bool contains(int number) const
-    {
-        return number > begin && number < end;
-    }
-
-    int begin = 0;
-    int end = 0;
-};
 
 /// Whether a line of the stack is a line of a profile. pam-auth-update(8) keeps options that are added.
 bool isLineOf(const PamStackLine &profile, const ModuleLine &line)

@@ -178,14 +178,7 @@ private:
     /// What is wrong with the values that aren't there already; what is there may be anything.
     QString faultInChanges() const
     {
-        QVariantMap changed = m_wish.values;
-        for (auto value = m_before.values.begin(); value != m_before.values.end(); ++value) {
-            const QVariant wanted = changed.value(value.key());
-            if (wanted == *value && wanted.userType() == value->userType()) {
-                changed.remove(value.key());
-            }
-        }
-        const QString fault = m_policy.faultIn(changed);
+        const QString fault = m_policy.faultIn(freshValues(m_wish.values, m_before.values));
         return fault.isEmpty() ? faultInFolders() : fault;
     }
 
@@ -207,7 +200,9 @@ private:
     ModuleOutcome fulfil()
     {
         const bool readsFile = moduleReadsFile(m_policy);
-        const QStringList faultsBefore = m_policy.profiles.isEmpty() ? QStringList() : pamFaults(m_place.root);
+        const bool mayChangeStacks = !m_policy.profiles.isEmpty();
+        const QStringList faultsBefore = mayChangeStacks ? pamFaults(m_place.root) : QStringList();
+        const QStringList jumpsBefore = mayChangeStacks ? pamJumps(m_place.root) : QStringList();
         QString error;
         if (readsFile && !writeFile(&error)) {
             return failed(error);
@@ -219,7 +214,7 @@ private:
         if (readsFile ? !takeOptionsAway(&error) : !writeOptions(m_policy, m_values, &error)) {
             return failed(error);
         }
-        const QString fault = freshFault(faultsBefore);
+        const QString fault = freshFault(faultsBefore, jumpsBefore);
         if (!fault.isEmpty()) {
             return ended(Kind::RolledBack, fault);
         }
@@ -469,15 +464,20 @@ private:
         return replaceFile(path, written, error);
     }
 
-    /// What doesn't work now and did before; empty if nothing.
-    QString freshFault(const QStringList &before) const
+    /// What doesn't work now and did before, or works in another way; empty if nothing.
+    QString freshFault(const QStringList &faultsBefore, const QStringList &jumpsBefore) const
     {
         if (!m_snapshot.differs(stacksBelow(m_place.root))) {
             return {};
         }
         for (const QString &fault : pamFaults(m_place.root)) {
-            if (!before.contains(fault)) {
+            if (!faultsBefore.contains(fault)) {
                 return tr("the stacks would not work: %1").arg(fault);
+            }
+        }
+        for (const QString &jump : pamJumps(m_place.root)) {
+            if (!jumpsBefore.contains(jump)) {
+                return tr("the stacks would not work as before: %1").arg(jump);
             }
         }
         return {};
@@ -543,6 +543,18 @@ QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present)
         values.insert(value.key(), *value);
     }
     return values;
+}
+
+QVariantMap freshValues(const QVariantMap &wanted, const QVariantMap &present)
+{
+    QVariantMap fresh = wanted;
+    for (auto value = present.begin(); value != present.end(); ++value) {
+        const QVariant same = fresh.value(value.key());
+        if (same == *value && same.userType() == value->userType()) {
+            fresh.remove(value.key());
+        }
+    }
+    return fresh;
 }
 
 ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, const ModulePlace &place)

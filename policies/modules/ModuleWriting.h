@@ -33,6 +33,9 @@ struct ModuleWish {
 /// All that a policy is to set, where these values stand now.
 QVariantMap wantedValues(const ModuleWish &wish, const QVariantMap &present);
 
+/// Those of the values that don't stand there already, just so.
+QVariantMap freshValues(const QVariantMap &wanted, const QVariantMap &present);
+
 /// Where the files are that a write changes, and which tool changes the stacks there.
 struct ModulePlace {
     /// Stands before the path of each file; empty for the files themselves.

@@ -5,6 +5,7 @@
 
 #include "policies/modules/ModuleReading.h"
 #include "policies/modules/PamStack.h"
+#include "policies/modules/PrimaryBlock.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -30,6 +31,10 @@ struct PamNode {
     PamActions actions;
     QVector<PamNode> substack = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
     bool isSubstack = false;
+    /// The file that it stands in.
+    QString path = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
+    /// The file that begins with it and is included there, if any: the one that includes all others such.
+    QString begun = {}; // NOLINT(readability-redundant-member-init): else it may not be left out
 };
 
 using PamNodes = QVector<PamNode>;
@@ -151,9 +156,18 @@ public:
         if (known == m_lines.end()) {
             QFile stack(m_root + path);
             const bool isThere = stack.open(QIODevice::ReadOnly);
-            known = m_lines.insert(path, isThere ? std::make_optional(pamStackLines(stack.readAll())) : std::nullopt);
+            const QByteArray content = isThere ? stack.readAll() : QByteArray();
+            m_tools.insert(path, PrimaryBlock(content).begin);
+            known = m_lines.insert(path, isThere ? std::make_optional(pamStackLines(content)) : std::nullopt);
         }
         return *known;
+    }
+
+    /// Whether a line of a file that was read is one that pam-auth-update(8) numbers anew.
+    bool isOfTool(const PamNode &node) const
+    {
+        const int begin = m_tools.value(node.path);
+        return begin > 0 && node.line.number > begin;
     }
 
     bool hasModule(const QString &module)
@@ -179,6 +193,8 @@ public:
 private:
     QString m_root;
     QHash<QString, std::optional<QVector<PamStackLine>>> m_lines;
+    /// Behind which line of a file those of pam-auth-update(8) stand; 0 if there are none.
+    QHash<QString, int> m_tools;
     QHash<QString, bool> m_modules;
     QHash<QString, PamActions> m_actions;
 };
@@ -192,19 +208,44 @@ public:
     TypeOfService(StackSources *sources, const QString &service, const QString &type)
         : m_sources(sources), m_type(type), m_start(service + QLatin1String(": ") + type + QLatin1String(": "))
     {
-        const PamNodes nodes = nodesIn(service, 0);
-        checkJumps(nodes);
-        if (!nodes.isEmpty() && !endsOf(nodes, {int(Impression::None)}).contains(int(Impression::Good))) {
-            note(tr("nothing can succeed"));
-        }
+        m_nodes = nodesIn(service, 0);
+        checkJumps(m_nodes);
     }
 
-    QStringList faults() const
+    QStringList faults()
     {
+        if (!m_nodes.isEmpty() && !endsOf(m_nodes, {int(Impression::None)}).contains(int(Impression::Good))) {
+            note(tr("nothing can succeed"));
+        }
         return m_faults;
     }
 
+    QStringList jumps() const
+    {
+        return jumpsIn(m_nodes);
+    }
+
+    FaillockEffect faillockEffect()
+    {
+        FaillockEffect effect;
+        m_login = Login::Wrong;
+        endsOf(m_nodes, {int(Impression::None)});
+        effect.counts = m_hasCounted;
+        m_login = Login::Locked;
+        effect.keepsOut = !endsOf(m_nodes, {int(Impression::None)}).contains(int(Impression::Good));
+        return effect;
+    }
+
 private:
+    /// What the modules are asked about.
+    enum class Login {
+        Any,
+        /// With a wrong password.
+        Wrong,
+        /// With the right one, to an account with too many failures.
+        Locked,
+    };
+
     void note(const QString &fault)
     {
         if (!m_faults.contains(m_start + fault)) {
@@ -223,7 +264,7 @@ private:
         PamNodes nodes;
         for (const PamStackLine &line : *lines) {
             if (line.type == QLatin1String("@include")) {
-                nodes += nodesIn(line.module, depth + 1);
+                nodes += included(line.module, depth);
             } else if (line.type == m_type) {
                 nodes += nodesOf(line, depth);
             } else if (!isType(line.type) && m_type == QLatin1String("auth")) {
@@ -231,6 +272,18 @@ private:
                 note(tr("\"%1\" is no type").arg(line.type));
                 nodes += PamNode{line, m_sources->actionsOf(line)};
             }
+            if (!nodes.isEmpty() && nodes.constLast().path.isEmpty()) {
+                nodes.last().path = path;
+            }
+        }
+        return nodes;
+    }
+
+    PamNodes included(const QString &file, int depth)
+    {
+        PamNodes nodes = nodesIn(file, depth + 1);
+        if (!nodes.isEmpty()) {
+            nodes.first().begun = file;
         }
         return nodes;
     }
@@ -239,7 +292,7 @@ private:
     {
         const QString control = line.isBracketed ? QString() : line.control.toLower();
         if (control == QLatin1String("include")) {
-            return nodesIn(line.module, depth + 1);
+            return included(line.module, depth);
         }
         if (control == QLatin1String("substack")) {
             return {{line, {}, nodesIn(line.module, depth + 1), true}};
@@ -266,6 +319,40 @@ private:
         }
     }
 
+    QStringList jumpsIn(const PamNodes &nodes) const
+    {
+        QStringList jumps;
+        for (int i = 0; i < nodes.size(); ++i) {
+            const PamNode &node = nodes.at(i);
+            jumps += jumpsIn(node.substack);
+            for (const QString &action : node.actions) {
+                if (jumpOf(action) > 0 && !m_sources->isOfTool(node)) {
+                    const QString place = placeText(nodes, i + 1 + jumpOf(action));
+                    jumps += m_start + tr("%1:%2 jumps to %3").arg(node.path).arg(node.line.number).arg(place);
+                }
+            }
+        }
+        return jumps;
+    }
+
+    /// The same as long as the line is, whatever else comes before it.
+    static QString placeText(const PamNodes &nodes, int place)
+    {
+        if (place >= nodes.size()) {
+            return tr("the end");
+        }
+        const PamNode &node = nodes.at(place);
+        if (!node.begun.isEmpty()) {
+            return tr("the beginning of %1").arg(node.begun);
+        }
+        const auto isSame = [&node](const PamNode &other) {
+            return other.path == node.path && other.line.module == node.line.module;
+        };
+        const int calls = int(std::count_if(nodes.begin(), nodes.begin() + place, isSame));
+        const QString name = nameOf(node.line) + (calls > 0 ? QStringLiteral(" (%1)").arg(calls + 1) : QString());
+        return tr("%1 in %2").arg(name, node.path);
+    }
+
     /// What pam_deny says; and what is said of a failure of no other name.
     QString failure() const
     {
@@ -274,24 +361,46 @@ private:
         return failures.value(m_type, QStringLiteral("auth_err"));
     }
 
+    static bool countsFailure(const PamNode &node)
+    {
+        return node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+    }
+
     /// All that a module may say that is treated in different ways.
     QStringList verdictsOf(const PamNode &node) const
     {
-        const bool countsFailure =
-            node.line.calls(QStringLiteral("pam_faillock")) && node.line.options.contains(QLatin1String("authfail"));
+        const QString success = QStringLiteral("success");
         if (!isType(node.line.type)) {
             return {QStringLiteral("abort")};
         }
         if (!m_sources->hasModule(node.line.module)) {
             return {QStringLiteral("module_unknown")};
         }
-        if (countsFailure || node.line.calls(QStringLiteral("pam_deny"))) {
+        if (countsFailure(node) || node.line.calls(QStringLiteral("pam_deny"))) {
             return {failure()};
         }
-        const QString success = QStringLiteral("success");
-        return node.line.calls(QStringLiteral("pam_permit"))
-            ? QStringList{success}
-            : QStringList{success, failure(), QStringLiteral("default")} + node.actions.keys();
+        if (m_login == Login::Locked && node.line.calls(QStringLiteral("pam_faillock"))) {
+            return {failure()};
+        }
+        if (m_login != Login::Any && node.line.calls(QStringLiteral("pam_unix"))) {
+            return {m_login == Login::Wrong ? failure() : success};
+        }
+        if (node.line.calls(QStringLiteral("pam_permit"))) {
+            return {success};
+        }
+        const QStringList all = QStringList{success, failure(), QStringLiteral("default")} + node.actions.keys();
+        return m_login == Login::Locked ? thoseInPassing(node, all) : all;
+    }
+
+    /// Those after which the next line comes: exceptions for some, and other ways to log in, are the administrator's business.
+    static QStringList thoseInPassing(const PamNode &node, const QStringList &all)
+    {
+        QStringList passing;
+        std::copy_if(all.begin(), all.end(), std::back_inserter(passing), [&node](const QString &verdict) {
+            const QString action = actionOn(verdict, node);
+            return action == QLatin1String("ignore") || action == QLatin1String("ok");
+        });
+        return passing.isEmpty() ? all : passing;
     }
 
     static QString actionOn(const QString &verdict, const PamNode &node)
@@ -306,7 +415,7 @@ private:
     }
 
     /// All impressions that a stack can leave, begun with one of these.
-    Impressions endsOf(const PamNodes &nodes, const Impressions &start) const
+    Impressions endsOf(const PamNodes &nodes, const Impressions &start)
     {
         QVector<Impressions> at(nodes.size() + 1);
         at[0] = start;
@@ -315,6 +424,7 @@ private:
                 at[i + 1] += endsOf(nodes.at(i).substack, at.at(i));
                 continue;
             }
+            m_hasCounted = m_hasCounted || (countsFailure(nodes.at(i)) && !at.at(i).isEmpty());
             const QStringList verdicts = verdictsOf(nodes.at(i));
             for (const QString &verdict : verdicts) {
                 go(verdict, actionOn(verdict, nodes.at(i)), i, start, &at);
@@ -352,7 +462,11 @@ private:
     StackSources *m_sources;
     QString m_type;
     QString m_start;
+    PamNodes m_nodes;
     QStringList m_faults;
+    Login m_login = Login::Any;
+    /// Whether a way has led to a line that counts a failure.
+    bool m_hasCounted = false;
 };
 
 QStringList faultsOf(const QString &service, StackSources *sources)
@@ -379,4 +493,22 @@ QStringList pamFaults(const QString &root)
         faults += faultsOf(service, &sources);
     }
     return faults;
+}
+
+QStringList pamJumps(const QString &root)
+{
+    StackSources sources(root);
+    QStringList jumps;
+    for (const QString &service : pamServices(root)) {
+        for (const char *type : types) {
+            jumps += TypeOfService(&sources, service, QLatin1String(type)).jumps();
+        }
+    }
+    return jumps;
+}
+
+FaillockEffect faillockEffect(const QString &root, const QString &service)
+{
+    StackSources sources(root);
+    return TypeOfService(&sources, service, QStringLiteral("auth")).faillockEffect();
 }

@@ -19,3 +19,20 @@ QStringList pamServiceFaults(const QString &root, const QString &service);
 
 /// The same for all services.
 QStringList pamFaults(const QString &root);
+
+/**
+ * Where lines jump to that pam-auth-update(8) doesn't write, in all services, a line each. They count lines, also those that
+ * it puts in between.
+ */
+QStringList pamJumps(const QString &root);
+
+/// What comes of passwords in a stack that calls pam_faillock, where other modules make no exception.
+struct FaillockEffect {
+    /// Whether a wrong password counts.
+    bool counts = false;
+    /// Whether a locked account is kept out, whatever its password.
+    bool keepsOut = false;
+};
+
+/// @param service as for pamServiceFaults()
+FaillockEffect faillockEffect(const QString &root, const QString &service);

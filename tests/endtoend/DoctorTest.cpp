@@ -271,6 +271,7 @@ private Q_SLOTS:
     void findsWhatIsWrong_data();
     void findsWhatIsWrong();
     void tellsByWhatAccountsAreLocked();
+    void tellsOfLinesThatCountAlone();
     void findsHelperThatCannotStart();
     void findsMissingBusService();
     void findsMissingActions_data();
@@ -336,6 +337,25 @@ void DoctorTest::tellsByWhatAccountsAreLocked()
                   "note  the faillock policy: deny is another one at /etc/pam.d/common-auth:2 than at "
                   "/etc/pam.d/common-auth:1, which is shown");
     lines.insert(faillock + 1, "      accountpolicyctl show faillock has what is in force");
+    lines.insert(
+        faillock + 2,
+        "note  the faillock policy: failed logins count on after a good one: no common stack calls pam_faillock "
+        "for the account or with authsucc");
+    lines.insert(faillock + 3, "      accountpolicyctl show faillock has what is in force");
+
+    QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
+}
+
+void DoctorTest::tellsOfLinesThatCountAlone()
+{
+    const ScopedFile stack(QString::fromLatin1(authStack), "auth required pam_faillock.so authfail\n");
+    QByteArrayList lines = stockLines();
+    const auto faillock = lines.indexOf("ok    faillock: switched off");
+    lines.replace(
+        faillock,
+        "note  the faillock policy: accounts are not locked: /etc/pam.d/common-auth:1 calls pam_faillock, but "
+        "none does with preauth");
+    lines.insert(faillock + 1, "      take that line out, or add what is missing");
 
     QCOMPARE(client(nobody, "doctor"), success(lines.join('\n') + '\n'));
 }

@@ -15,6 +15,7 @@
 #include "tests/support/Sandbox.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -106,6 +107,7 @@ private Q_SLOTS:
     void keepsWhatAMergeDoesNotName();
     void previewsWhatItWrites_data();
     void previewsWhatItWrites();
+    void takesBackWhatItHasRead();
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
     void leavesEditedStacksAlone();
@@ -115,8 +117,10 @@ private Q_SLOTS:
     void asksPolkitOfEachAction_data();
     void asksPolkitOfEachAction();
     void letsRootAloneChooseTheFolder();
+    void letsRootAloneMakeStacksAnew();
     void locksRootOnlyWhereTold_data();
     void locksRootOnlyWhereTold();
+    void locksRootOfOneServiceOnlyWhereTold();
     void tellsSecretsToRootAlone_data();
     void tellsSecretsToRootAlone();
     void leavesAnEntryInTheJournal();
@@ -258,6 +262,18 @@ void ServiceTest::previewsWhatItWrites()
     for (const ChangedFile &file : preview.value()) {
         QCOMPARE(contentOf(file.path), file.after);
     }
+}
+
+void ServiceTest::takesBackWhatItHasRead()
+{
+    const QVariantMap values{{QStringLiteral("deny"), 0}, {QStringLiteral("unlock_time"), 60}};
+    QCOMPARE(answerOf(root, writeCall("faillock", values)), serviceError("InvalidValue", "deny cannot be 0"));
+
+    writeContent(faillockFile, m_stockFile + "deny = 0\n");
+    QCOMPARE(answerOf(root, writeCall("faillock", values)), written());
+    QCOMPARE(contentOf(faillockFile), m_stockFile + "deny = 0\nunlock_time = 60\n");
+    QCOMPARE(answerOf(root, writeCall("faillock", {{QStringLiteral("deny"), -1}})),
+             serviceError("InvalidValue", "deny cannot be -1"));
 }
 
 void ServiceTest::tellsWhatIsWrong_data()
@@ -437,6 +453,23 @@ void ServiceTest::letsRootAloneChooseTheFolder()
     QCOMPARE(contentOf(faillockFile), chosen);
 }
 
+void ServiceTest::letsRootAloneMakeStacksAnew()
+{
+    const PolkitRule rule(serviceActions, "nobody", "YES");
+    const QVariantMap forced{{QStringLiteral("on"), true}, {QStringLiteral("force"), true}};
+    const QByteArray edited = contentOf(authStack).replace("(the \"Primary\" block)\n",
+                                                           "(the \"Primary\" block)\nauth optional pam_warn.so\n");
+    writeContent(authStack, edited);
+
+    QCOMPARE(answerOf(nobody, writeDeny(forced)),
+             serviceError("RootOnly", "only root may have stacks made anew that were edited by hand"));
+    QCOMPARE(contentOf(authStack), edited);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+
+    m_stockPam.restore();
+    QCOMPARE(answerOf(nobody, writeDeny(forced)), written());
+}
+
 void ServiceTest::locksRootOnlyWhereTold_data()
 {
     QTest::addColumn<QVariantMap>("before");
@@ -479,6 +512,26 @@ void ServiceTest::locksRootOnlyWhereTold()
     QCOMPARE(answerOf(root, writeCall("faillock", values, options)), isRefused ? refusal : written());
     const QByteArrayList filesNow{contentOf(faillockFile), contentOf(authStack)};
     QCOMPARE(filesNow == files, isRefused);
+}
+
+void ServiceTest::locksRootOfOneServiceOnlyWhereTold()
+{
+    const QString own = QStringLiteral("/etc/pam.d/own");
+    const auto remove = qScopeGuard([&own] {
+        QFile::remove(own);
+    });
+    writeContent(own, "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n");
+    const QVariantMap denied{{QStringLiteral("even_deny_root"), true}};
+    const QByteArray refusal =
+        serviceError("LocksRoot", "whoever fails to log in as root often enough would keep root out");
+
+    QCOMPARE(answerOf(root, writeCall("faillock", denied)), refusal);
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("on", false))), refusal);
+    QCOMPARE(contentOf(faillockFile), m_stockFile);
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("lock-root"))), written());
+    // as before there, but nowhere else
+    QCOMPARE(answerOf(root, writeCall("faillock", denied)), QByteArray("bool false; QString "));
+    QCOMPARE(answerOf(root, writeCall("faillock", denied, option("on"))), refusal);
 }
 
 void ServiceTest::tellsSecretsToRootAlone_data()

@@ -69,12 +69,14 @@ void FaillockTest::needsLineThatCounts_data()
 {
     QTest::addColumn<QByteArray>("stack");
     QTest::addColumn<bool>("locks");
-    QTest::newRow("counts") << QByteArray("auth required pam_faillock.so authfail\n") << true;
+    QTest::newRow("only counts") << QByteArray("auth required pam_faillock.so authfail\n") << false;
     QTest::newRow("second line counts") << QByteArray(
         "auth required pam_faillock.so preauth\nauth [default=die] pam_faillock.so authfail\n")
                                         << true;
     QTest::newRow("only looks") << QByteArray("auth required pam_faillock.so preauth\n") << false;
-    QTest::newRow("nothing is too much") << QByteArray("auth required pam_faillock.so authfail deny=0\n") << false;
+    QTest::newRow("nothing is too much") << QByteArray(
+        "auth required pam_faillock.so preauth deny=0\nauth required pam_faillock.so authfail deny=0\n")
+                                         << false;
     QTest::newRow("not for logins") << QByteArray("account required pam_faillock.so authfail\n") << false;
     QTest::newRow("comment") << QByteArray("# auth required pam_faillock.so authfail\n") << false;
 }

@@ -153,6 +153,8 @@ private Q_SLOTS:
     void saysWhatItCantSwitchOff();
     void putsBackStacksThatWouldNotWork_data();
     void putsBackStacksThatWouldNotWork();
+    void putsBackStacksThatJumpElsewhere_data();
+    void putsBackStacksThatJumpElsewhere();
     void putsBackWhatToolHasSpoiled();
     void putsBackWhatToolHasSwitchedInPart();
     void mendsWhatAKilledToolHasLeft_data();
@@ -661,6 +663,36 @@ void ModuleWritingTest::putsBackStacksThatWouldNotWork()
     QCOMPARE(outcome.kind, Kind::RolledBack);
     QVERIFY(!outcome.changed);
     QCOMPARE(withoutChoices(machine()), withoutChoices(before));
+}
+
+void ModuleWritingTest::putsBackStacksThatJumpElsewhere_data()
+{
+    const Rows<QByteArray, RowText> row("lines", "place");
+    row("to the failed login",
+        "auth [success=2 default=ignore] pam_localuser.so\n@include common-auth\n",
+        "pam_faillock.so (2) in /etc/pam.d/common-auth");
+    row("no longer behind the common stack",
+        "auth [success=3 default=ignore] pam_localuser.so\n@include common-auth\nauth optional pam_permit.so\n",
+        "pam_deny.so in /etc/pam.d/common-auth");
+    row("to the same place",
+        "auth [success=1 default=ignore] pam_localuser.so\nauth required pam_deny.so\n@include common-auth\n",
+        "");
+}
+
+void ModuleWritingTest::putsBackStacksThatJumpElsewhere()
+{
+    QFETCH(const QByteArray, lines);
+    QFETCH(const QString, place);
+    writeContent("/etc/pam.d/own", lines);
+    const FolderContent before = machine();
+
+    const ModuleOutcome outcome = write(faillockPolicy(), five, Switch::On);
+    QCOMPARE(outcome.reason,
+             place.isEmpty()
+                 ? QString()
+                 : QLatin1String("the stacks would not work as before: own: auth: /etc/pam.d/own:1 jumps to ") + place);
+    QCOMPARE(outcome.kind, place.isEmpty() ? Kind::Done : Kind::RolledBack);
+    QVERIFY(place.isEmpty() || withoutChoices(machine()) == withoutChoices(before));
 }
 
 void ModuleWritingTest::putsBackWhatToolHasSpoiled()

@@ -77,6 +77,10 @@ class PamFaultsTest : public QObject
 private Q_SLOTS:
     void finds_data();
     void finds();
+    void followsJumps_data();
+    void followsJumps();
+    void followsLogins_data();
+    void followsLogins();
     void findsNothingOnThisMachine();
     void findsModulesOfThisArchitecture();
     void readsPackagesServices();
@@ -167,6 +171,103 @@ void PamFaultsTest::finds()
     writeContent(pam + QLatin1String("two"), "auth optional pam_permit.so\nauth optional pam_permit.so\n");
 
     QCOMPARE(pamServiceFaults(folder.path(), QStringLiteral("own")), faults);
+}
+
+void PamFaultsTest::followsJumps_data()
+{
+    const Rows<QByteArray, RowText> row("stack", "jump");
+    row("none", "auth sufficient pam_unix.so\n@include common-auth\n", "");
+    row("over a line of its own",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+    row("over a line that is not of its type",
+        "auth [success=1 default=ignore] pam_unix.so\naccount required pam_deny.so\nauth required pam_deny.so\n",
+        "the end");
+    row("to a second line of a module",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_permit.so\nauth required pam_permit.so\n",
+        "pam_permit.so (2) in /etc/pam.d/own");
+    row("to a file that is included",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\n@include common-auth\n",
+        "the beginning of common-auth");
+    row("to one that is included by a line",
+        "auth [success=1 default=ignore] pam_unix.so\nauth required pam_deny.so\nauth include outer\n",
+        "the beginning of outer");
+    row("into a file that is included",
+        "auth [success=2 default=ignore] pam_unix.so\n@include common-auth\n",
+        "pam_permit.so in /etc/pam.d/common-auth");
+    row("behind a file that is included",
+        "auth [success=3 default=ignore] pam_unix.so\n@include common-auth\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+    row("over a substack",
+        "auth [success=1 default=ignore] pam_unix.so\nauth substack common-auth\nauth required pam_permit.so\n",
+        "pam_permit.so in /etc/pam.d/own");
+}
+
+void PamFaultsTest::followsJumps()
+{
+    QFETCH(const QByteArray, stack);
+    QFETCH(const QString, jump);
+    const QTemporaryDir folder;
+    const QString pam = folder.path() + QLatin1String("/etc/pam.d/");
+    writeContent(pam + QLatin1String("own"), stack);
+    // its own jumps are those of the tool that writes it
+    writeContent(pam + QLatin1String("common-auth"),
+                 "# here are the per-package modules (the \"Primary\" block)\n"
+                 "auth [success=1 default=ignore] pam_unix.so\nauth requisite pam_deny.so\n"
+                 "auth required pam_permit.so\n");
+    writeContent(pam + QLatin1String("outer"), "@include common-auth\n");
+
+    QCOMPARE(pamJumps(folder.path()),
+             jump.isEmpty() ? QStringList()
+                            : QStringList{QLatin1String("own: auth: /etc/pam.d/own:1 jumps to ") + jump});
+}
+
+void PamFaultsTest::followsLogins_data()
+{
+    const Rows<QByteArray, bool, bool> row("stack", "counts", "keepsOut");
+    const QByteArray unix = "auth [success=2 default=ignore] pam_unix.so\n";
+    const QByteArray authfail = "auth [default=die] pam_faillock.so authfail\n";
+    const QByteArray rest = "auth requisite pam_deny.so\nauth required pam_permit.so\n";
+    const auto preauth = [](const QByteArray &control) -> QByteArray {
+        return "auth " + control + " pam_faillock.so preauth\n";
+    };
+    row("as ours", preauth("requisite") + unix + authfail + rest, true, true);
+    row("looks and goes on", preauth("required") + unix + authfail + rest, true, true);
+    row("looks for nothing", preauth("optional") + unix + authfail + rest, true, false);
+    row("looks for nothing in brackets", preauth("[default=ignore]") + unix + authfail + rest, true, false);
+    row("lets in before it looks",
+        "auth sufficient pam_unix.so\n" + preauth("requisite") + authfail + rest,
+        true,
+        false);
+    row("denies before it counts", preauth("requisite") + unix + rest + authfail, false, true);
+    row("jumps over what counts",
+        preauth("requisite") + "auth [success=2 default=1] pam_unix.so\n" + authfail + rest,
+        false,
+        true);
+    row("looks after a right password",
+        "auth [success=1 default=bad] pam_unix.so\n" + authfail
+            + "auth sufficient pam_faillock.so authsucc\nauth required pam_deny.so\n",
+        true,
+        true);
+    row("excepts some",
+        "auth [success=1 default=ignore] pam_succeed_if.so uid < 500\n" + preauth("requisite") + unix + authfail + rest,
+        true,
+        true);
+    row("jumps over all",
+        preauth("requisite") + "auth [success=3 default=ignore] pam_permit.so\n" + unix + authfail + rest,
+        false,
+        true);
+}
+
+void PamFaultsTest::followsLogins()
+{
+    QFETCH(const QByteArray, stack);
+    const QTemporaryDir folder;
+    writeContent(folder.path() + QLatin1String("/etc/pam.d/own"), stack);
+
+    const FaillockEffect effect = faillockEffect(folder.path(), QStringLiteral("own"));
+    QTEST(effect.counts, "counts");
+    QTEST(effect.keepsOut, "keepsOut");
 }
 
 void PamFaultsTest::findsNothingOnThisMachine()
