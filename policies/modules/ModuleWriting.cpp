@@ -564,7 +564,7 @@ ModuleOutcome writeModule(const ModulePolicy &policy, const ModuleWish &wish, co
     const std::unique_ptr<WriteLock> lock = place.root.isEmpty() ? std::make_unique<WriteLock>() : nullptr;
     outcome.reason = lock ? lock->obstacle() : QString();
     if (!outcome.reason.isEmpty()) {
-        outcome.kind = lock->isBusy() ? Kind::Busy : Kind::Failed;
+        outcome.kind = lock->isBusy() ? ModuleOutcome::Kind::Busy : ModuleOutcome::Kind::Failed;
         return outcome;
     }
     return ModuleWrite(policy, wish, place).run();
