@@ -76,7 +76,8 @@ bool copyAttributes(const char *from, int file)
     }
     QByteArray names(static_cast<int>(size), '\0');
     names.truncate(static_cast<int>(qMax<ssize_t>(llistxattr(from, names.data(), static_cast<size_t>(size)), 0)));
-    for (const QByteArray &name : names.split('\0')) {
+    const auto eachName = names.split('\0');
+    for (const QByteArray &name : eachName) {
         const ssize_t length = name.isEmpty() ? -1 : lgetxattr(from, name.constData(), nullptr, 0);
         if (length == -1) {
             continue; // the end of the list, or gone meanwhile

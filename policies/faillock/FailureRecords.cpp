@@ -278,7 +278,8 @@ FailureListing failureRecords()
     if (folder.exists() && !folder.isReadable()) {
         listing.error = folder.path() + QLatin1String(": ") + qt_error_string(EACCES);
     }
-    for (const QString &account : recordedAccounts(folder.path())) {
+    const auto accounts = recordedAccounts(folder.path());
+    for (const QString &account : accounts) {
         const TallyFile file(folder.filePath(account));
         listing.error = file.error().isEmpty() ? listing.error : file.error();
         const QVector<TallyEntry> failures = failuresIn(file, limits.interval());

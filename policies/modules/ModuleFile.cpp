@@ -160,7 +160,8 @@ QVariantMap moduleFileValues(const ModulePolicy &policy, const QByteArray &conte
         return policy.readContent(content, error);
     }
     QVector<ModuleEntry> entries;
-    for (const QByteArray &line : content.split('\n')) {
+    const auto lines = content.split('\n');
+    for (const QByteArray &line : lines) {
         entries += entryIn(line);
     }
     return valuesIn(policy, policy.takesFirstLine ? firstOfEach(policy, entries) : entries);

@@ -83,7 +83,8 @@ QVector<const ModulePolicy *> modulePolicies()
 
 const ModulePolicy *modulePolicy(const QString &name)
 {
-    for (const ModulePolicy *policy : modulePolicies()) {
+    const auto policies = modulePolicies();
+    for (const ModulePolicy *policy : policies) {
         if (policy->name == name) {
             return policy;
         }

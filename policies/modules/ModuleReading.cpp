@@ -83,7 +83,8 @@ QStringList commonFiles(const QString &type, const QString &root, ModuleReading 
         if (!content.contains("include") && !content.contains("substack")) {
             continue;
         }
-        for (const PamStackLine &line : pamStackLines(content)) {
+        const auto lines = pamStackLines(content);
+        for (const PamStackLine &line : lines) {
             const QString path = includes(line, type) ? includedPath(line.module) : QString();
             if (!path.isEmpty() && !files.contains(path)) {
                 files += path;
@@ -98,7 +99,8 @@ void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *r
     const QByteArray name = policy.module.toLatin1();
     reading->paths += pamFolders();
     QStringList files;
-    for (const QString &service : pamServices(root)) {
+    const auto services = pamServices(root);
+    for (const QString &service : services) {
         files += pamServicePath(root, service);
     }
     QMap<QString, QStringList> common;
@@ -112,7 +114,8 @@ void readLines(const ModulePolicy &policy, const QString &root, ModuleReading *r
         if (!content.contains(name)) {
             continue; // most files have no such line, and cutting all of them into words takes time
         }
-        for (const PamStackLine &line : pamStackLines(content)) {
+        const auto lines = pamStackLines(content);
+        for (const PamStackLine &line : lines) {
             if (line.calls(policy.module) && policy.types.contains(line.type)) {
                 reading->lines += ModuleLine{
                     path, line.number, line.type, line.options, line.control, common.value(line.type).contains(path)};

@@ -41,7 +41,8 @@ QStringList filesOfTool(const QString &root)
 {
     const QString records = root + QLatin1String("/var/lib/pam/");
     QStringList files{records + QLatin1String("seen")};
-    for (const QString &stack : stacksBelow(root)) {
+    const auto toolsStacks = stacksBelow(root);
+    for (const QString &stack : toolsStacks) {
         files += {stack, stack + QLatin1String(".pam-old"), stack + QLatin1String(".pam-new")};
     }
     for (const char *type : stackTypes) {
@@ -97,7 +98,8 @@ QVariantMap presentValues(const ModulePolicy &policy, const ModuleReading &readi
 QByteArray commentsOf(const QByteArray &content)
 {
     QByteArray comments;
-    for (const QByteArray &line : content.split('\n')) {
+    const auto lines = content.split('\n');
+    for (const QByteArray &line : lines) {
         comments += line.trimmed().startsWith('#') ? line + '\n' : QByteArray();
     }
     return comments;
@@ -375,7 +377,8 @@ private:
     QVector<KeptOptions> optionsOfOthers() const
     {
         QVector<KeptOptions> kept;
-        for (const ModulePolicy *policy : modulePolicies()) {
+        const auto policies = modulePolicies();
+        for (const ModulePolicy *policy : policies) {
             const ModuleReading reading = readModule(*policy, m_place.root);
             if (policy != &m_policy && reading.force == ModuleForce::OurProfiles && !moduleReadsFile(*policy)) {
                 kept += {policy, reading.values};
@@ -470,12 +473,14 @@ private:
         if (!m_snapshot.differs(stacksBelow(m_place.root))) {
             return {};
         }
-        for (const QString &fault : pamFaults(m_place.root)) {
+        const auto faults = pamFaults(m_place.root);
+        for (const QString &fault : faults) {
             if (!faultsBefore.contains(fault)) {
                 return tr("the stacks would not work: %1").arg(fault);
             }
         }
-        for (const QString &jump : pamJumps(m_place.root)) {
+        const auto jumps = pamJumps(m_place.root);
+        for (const QString &jump : jumps) {
             if (!jumpsBefore.contains(jump)) {
                 return tr("the stacks would not work as before: %1").arg(jump);
             }

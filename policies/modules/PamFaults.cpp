@@ -105,7 +105,8 @@ bool isAction(const QString &action)
 PamActions actionsIn(const QString &brackets)
 {
     PamActions actions;
-    for (const QString &pair : brackets.simplified().split(QLatin1Char(' '))) {
+    const auto pairs = brackets.simplified().split(QLatin1Char(' '));
+    for (const QString &pair : pairs) {
         const QString verdict = pair.section(QLatin1Char('='), 0, 0).toLower();
         const QString action = pair.section(QLatin1Char('='), 1).toLower();
         if (!isVerdict(verdict) || !isAction(action)) {
@@ -321,18 +322,18 @@ private:
 
     QStringList jumpsIn(const PamNodes &nodes) const
     {
-        QStringList jumps;
+        QStringList found;
         for (int i = 0; i < nodes.size(); ++i) {
             const PamNode &node = nodes.at(i);
-            jumps += jumpsIn(node.substack);
+            found += jumpsIn(node.substack);
             for (const QString &action : node.actions) {
                 if (jumpOf(action) > 0 && !m_sources->isOfTool(node)) {
                     const QString place = placeText(nodes, i + 1 + jumpOf(action));
-                    jumps += m_start + tr("%1:%2 jumps to %3").arg(node.path).arg(node.line.number).arg(place);
+                    found += m_start + tr("%1:%2 jumps to %3").arg(node.path).arg(node.line.number).arg(place);
                 }
             }
         }
-        return jumps;
+        return found;
     }
 
     /// The same as long as the line is, whatever else comes before it.
@@ -489,7 +490,8 @@ QStringList pamFaults(const QString &root)
 {
     StackSources sources(root);
     QStringList faults;
-    for (const QString &service : pamServices(root)) {
+    const auto services = pamServices(root);
+    for (const QString &service : services) {
         faults += faultsOf(service, &sources);
     }
     return faults;
@@ -499,7 +501,8 @@ QStringList pamJumps(const QString &root)
 {
     StackSources sources(root);
     QStringList jumps;
-    for (const QString &service : pamServices(root)) {
+    const auto services = pamServices(root);
+    for (const QString &service : services) {
         for (const char *type : types) {
             jumps += TypeOfService(&sources, service, QLatin1String(type)).jumps();
         }

@@ -46,7 +46,8 @@ PamStackLine stackLine(int number, const QVector<PamWord> &words)
     }
     const bool mayBeMissing = first.startsWith(QLatin1Char('-'));
     QStringList options;
-    for (const PamWord &word : words.mid(3)) {
+    const auto optionWords = words.mid(3);
+    for (const PamWord &word : optionWords) {
         options += word.text;
     }
     const PamWord control = words.value(1);
