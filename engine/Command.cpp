@@ -3,34 +3,16 @@
 
 #include "engine/Command.h"
 
-#include "engine/ProcessStart.h"
+#include "engine/GroupProcess.h"
 #include "messages/LibraryText.h"
 #include "messages/LocalText.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QRegularExpression>
-#include <QThread>
-
-#include <csignal>
 
 namespace
 {
 constexpr int startLimit = 30000; // ms
-constexpr int endLimit = 5000; // ms, for what has been killed
-constexpr unsigned long endPause = 10; // ms
-
-/// Ends the group of a process that hasn't finished, and waits until all of it is gone: from then on it writes nothing.
-void endGroup(QProcess *process, pid_t group)
-{
-    kill(-group, SIGKILL);
-    process->waitForFinished(endLimit);
-    QElapsedTimer waited;
-    waited.start();
-    while (kill(-group, 0) == 0 && waited.elapsed() < endLimit) {
-        QThread::msleep(endPause);
-    }
-}
 }
 
 bool CommandOutcome::succeeded() const
@@ -47,9 +29,7 @@ CommandOutcome runCommand(const Command &command)
     }
     process.start(command.program, command.arguments, QIODevice::ReadOnly);
     CommandOutcome outcome;
-    const bool hasStarted = process.waitForStarted(startLimit);
-    const auto group = static_cast<pid_t>(process.processId());
-    if (!hasStarted) {
+    if (!process.waitForStarted(startLimit)) {
         outcome.end = CommandOutcome::End::NotStarted;
     } else if (!process.waitForFinished(command.limit) || process.exitStatus() != QProcess::NormalExit) {
         // a crash has no text of its own
@@ -67,8 +47,8 @@ CommandOutcome runCommand(const Command &command)
         static const QRegularExpression call(QStringLiteral("\\Aexecve: "));
         outcome.errorString.replace(call, QStringLiteral("execvp: "));
     }
-    if (command.endsAsGroup && group > 0 && outcome.end == CommandOutcome::End::NotFinished) {
-        endGroup(&process, group);
+    if (outcome.end == CommandOutcome::End::NotFinished) {
+        process.endGroup();
     }
     return outcome;
 }

@@ -5,8 +5,6 @@
 
 #include <QProcess>
 
-#include <unistd.h>
-
 /**
  * Lets start() return before the program runs, so that waiting for it can have a limit.
  *
@@ -20,39 +18,3 @@ inline void keepStartLimited(QProcess *process)
     Q_UNUSED(process)
 #endif
 }
-
-/// A process that can be started in a process group of its own.
-class GroupProcess : public QProcess
-{
-public:
-#if QT_VERSION_MAJOR >= 6
-    explicit GroupProcess(bool hasOwnGroup)
-    {
-        keepStartLimited(this);
-        if (hasOwnGroup) {
-            setChildProcessModifier(makeGroup);
-        }
-    }
-#else
-    explicit GroupProcess(bool hasOwnGroup) : m_hasOwnGroup(hasOwnGroup)
-    {
-    }
-#endif
-
-private:
-    static void makeGroup()
-    {
-        setpgid(0, 0);
-    }
-
-#if QT_VERSION_MAJOR < 6
-    void setupChildProcess() override
-    {
-        if (m_hasOwnGroup) {
-            makeGroup();
-        }
-    }
-
-    bool m_hasOwnGroup;
-#endif
-};
